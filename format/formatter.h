@@ -1,0 +1,141 @@
+// SPDX-License-Identifier: MIT
+// A record as one line of text: "name:value" items joined by the caller's separator.
+#pragma once
+
+#include <array>
+#include <utility>
+
+#include "l2vpn_db/platform.h"
+#include "schema/facts.h"
+
+namespace [[gnu::visibility("hidden")]] l2vpn {
+
+/// The output buffer. A piece that does not fit counts as nothing, and the next one is tried at
+/// the same place.
+class Line {
+public:
+    Line(char *buffer, std::uint32_t size) : buffer_(buffer), size_(size) {}
+
+    // The formats are made from field names at compile time, which the compiler's check of literals
+    // cannot follow.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+#pragma GCC diagnostic ignored "-Wformat-security"
+    template <class... Values>
+    void print(const char *format, Values... values) {
+        const int written = sprintf_s(buffer_ + used_, size_ - used_, format, values...);
+#pragma GCC diagnostic pop
+        if (written > 0)
+            used_ += static_cast<std::uint32_t>(written);
+    }
+
+    [[nodiscard]] std::uint32_t used() const {
+        return used_;
+    }
+
+private:
+    char *buffer_;
+    std::uint32_t size_;
+    std::uint32_t used_ = 0;
+};
+
+/// The field's name followed by the given text, as one terminated string.
+template <class T, std::size_t I, std::size_t N>
+constexpr auto item_format(const char (&tail)[N]) {
+    constexpr std::size_t length = std::string_view(T::fields[I].name).size();
+    std::array<char, length + N> format{};
+    for (std::size_t i = 0; i < length; ++i)
+        format[i] = T::fields[I].name[i];
+    for (std::size_t i = 0; i < N; ++i)
+        format[length + i] = tail[i];
+    return format;
+}
+
+template <class Value>
+inline Value load(const char *at) {
+    Value value;
+    __builtin_memcpy(&value, at, sizeof value);
+    return value;
+}
+
+/// An integer, or the low half of a MAC field's address: MAC addresses are shown by place.
+template <class T, std::size_t I>
+inline std::uint32_t item_value(const char *at) {
+    constexpr Field field = T::fields[I];
+    if constexpr (field.kind == Kind::mac)
+        return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(at));
+    else if constexpr (field.width == 1)
+        return load<std::uint8_t>(at);
+    else if constexpr (field.width == 2)
+        return load<std::uint16_t>(at);
+    else
+        return load<std::uint32_t>(at);
+}
+
+template <class T>
+constexpr std::size_t last_printed() {
+    std::size_t last = no_field;
+    for (std::size_t i = 0; i < field_count<T>; ++i)
+        if (T::fields[i].printed)
+            last = i;
+    return last;
+}
+
+template <class T, std::size_t I>
+inline void print_item(Line &line, const char *record, const char *separator) {
+    constexpr Field field = T::fields[I];
+    constexpr bool separated = I != last_printed<T>() || T::trailing_separator;
+    const char *at = record + field.offset;
+    if constexpr (field.kind == Kind::context || field.kind == Kind::bytes) {
+        static constexpr auto head = item_format<T, I>(":0x");
+        line.print(head.data());
+        for (std::size_t i = 0; i < field.width; i += sizeof(std::uint32_t))
+            line.print(" %x", load<std::uint32_t>(at + i));
+        if constexpr (separated)
+            line.print("%s", separator);
+    } else if constexpr (field.kind == Kind::pair) {
+        const std::uint32_t first = load<std::uint8_t>(at);
+        const std::uint32_t second = load<std::uint8_t>(at + 1);
+        if constexpr (separated) {
+            static constexpr auto format = item_format<T, I>(":%u %u%s");
+            line.print(format.data(), first, second, separator);
+        } else {
+            static constexpr auto format = item_format<T, I>(":%u %u");
+            line.print(format.data(), first, second);
+        }
+    } else if constexpr (separated) {
+        static constexpr auto format = item_format<T, I>(":%u%s");
+        line.print(format.data(), item_value<T, I>(at), separator);
+    } else {
+        static constexpr auto format = item_format<T, I>(":%u");
+        line.print(format.data(), item_value<T, I>(at));
+    }
+}
+
+/// Checks nothing; the number of characters written, without the terminator.
+template <class T>
+std::uint32_t format_table(const void *record, char *buffer, std::uint32_t buffer_length,
+                           const char *separator) {
+    Line line(buffer, buffer_length);
+    const auto item = [&]<std::size_t I>(std::integral_constant<std::size_t, I>) {
+        if constexpr (T::fields[I].printed)
+            print_item<T, I>(line, static_cast<const char *>(record), separator);
+    };
+    [&]<std::size_t... I>(std::index_sequence<I...>) {
+        (item(std::integral_constant<std::size_t, I>{}), ...);
+    }
+    (std::make_index_sequence<field_count<T>>{});
+    return line.used();
+}
+
+template <class T>
+std::uint32_t format(std::uint32_t format_id, const void *record, char *buffer,
+                     std::uint32_t buffer_length, const char *separator) {
+    if (buffer_length == 0 || record == nullptr || buffer == nullptr || separator == nullptr)
+        return L2VPN_AST_ERR;
+    if (format_id == L2VPN_AST_WHOLE_RECORD)
+        return format_table<T>(record, buffer, buffer_length, separator);
+    return static_cast<std::uint32_t>(sprintf_s(buffer, buffer_length, "not support"));
+}
+
+} // namespace l2vpn

@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: MIT
+// The object behind a table's exported descriptor: the descriptor, its update-field map and its key
+// map, one directly after the other.
+#pragma once
+
+#include "schema/facts.h"
+
+namespace [[gnu::visibility("hidden")]] l2vpn {
+
+/// One entry of an update-field map or a key map.
+struct IdPair {
+    std::uint32_t id;
+    std::uint32_t mapped;
+};
+
+template <class T, bool Updatable = has_batch_version<T>>
+struct TableDescriptor {
+    L2vpnDbTblIntf intf;
+    IdPair updates[1];
+    IdPair keys[key_count<T>];
+};
+
+template <class T>
+struct TableDescriptor<T, false> {
+    L2vpnDbTblIntf intf;
+    IdPair keys[key_count<T>];
+};
+
+static_assert(sizeof(L2vpnDbTblIntf) == 80 && offsetof(L2vpnDbTblIntf, stat) == 40);
+
+template <class T>
+constexpr TableDescriptor<T> make_descriptor(const L2vpnDbTblIntf &intf) {
+    TableDescriptor<T> descriptor{};
+    descriptor.intf = intf;
+    if constexpr (has_batch_version<T>)
+        descriptor.updates[0] = {T::fields[batch_version<T>].id, T::fields[batch_version<T>].id};
+    for (std::size_t k = 0; k < key_count<T>; ++k)
+        descriptor.keys[k] = {static_cast<std::uint32_t>(k), key_code(k)};
+    return descriptor;
+}
+
+/// The mapped value of the first entry with the id, L2VPN_DB_NO_MAPPING without one.
+template <std::size_t N>
+inline std::uint32_t mapped(const IdPair (&map)[N], std::uint32_t id) {
+    for (const IdPair &pair : map)
+        if (pair.id == id)
+            return pair.mapped;
+    return L2VPN_DB_NO_MAPPING;
+}
+
+template <class T>
+std::uint32_t map_update_field_id([[maybe_unused]] std::uint32_t field_id) {
+    if constexpr (has_batch_version<T>)
+        return mapped(T::descriptor().updates, field_id);
+    else
+        return L2VPN_DB_NO_MAPPING;
+}
+
+template <class T>
+std::uint32_t map_key_id(std::uint32_t key_index) {
+    return mapped(T::descriptor().keys, key_index);
+}
+
+} // namespace l2vpn

@@ -1,0 +1,122 @@
+# SPDX-License-Identifier: MIT
+"""
+Derives from the catalog everything that must be spelled out.
+
+  python3 generator headers [--root DIR]          writes include/l2vpn_db/l2vpn_<table>.h
+  python3 generator sources OUTPUT [--root DIR]   writes the sources that are built, not committed
+  python3 generator check [--new-ok] [--root DIR] compares the committed headers with the catalog
+
+Exit codes: 0 fine, 1 the catalog is wrong or the headers differ, 2 wrong usage.
+"""
+
+import argparse
+import sys
+import tomllib
+from pathlib import Path
+
+import catalog
+import headers
+import sources
+
+
+def write(path: Path, text: str) -> bool:
+    """Leaves a file alone that is right already, so that builds do not repeat themselves."""
+    if path.exists() and path.read_text(encoding="utf-8") == text:
+        return False
+    path.parent.mkdir(parents=True, exist_ok=True)
+    path.write_text(text, encoding="utf-8")
+    return True
+
+
+def make_headers(tables: list, root: Path) -> dict:
+    with open(root / "schema/glossary.toml", "rb") as file:
+        glossary = headers.Glossary(tomllib.load(file))
+    folder = root / "include/l2vpn_db"
+    return {folder / f"{table.name}.h": headers.header(table, glossary) for table in tables}
+
+
+def left_over(wanted: dict, root: Path) -> list:
+    """Headers of tables that are no longer in the catalog."""
+    present = set((root / "include/l2vpn_db").glob("l2vpn_*.h")) - {root / "include/l2vpn_db/l2vpn_db.h"}
+    return sorted(present - set(wanted))
+
+
+def write_headers(tables: list, root: Path) -> int:
+    wanted = make_headers(tables, root)
+    for path, text in wanted.items():
+        if write(path, text):
+            print(f"wrote {path.relative_to(root)}")
+    for path in left_over(wanted, root):
+        path.unlink()
+        print(f"removed {path.relative_to(root)}: no catalog file")
+    return 0
+
+
+def check_headers(tables: list, root: Path, new_ok: bool) -> int:
+    wanted, failed = make_headers(tables, root), False
+    for path, text in wanted.items():
+        shown = path.relative_to(root)
+        if not path.exists():
+            if new_ok:
+                continue
+            problem = "found no file, expected one"
+        elif path.read_text(encoding="utf-8") != text:
+            problem = "found other text than expected"
+        else:
+            continue
+        failed = True
+        print(f"{shown}:1: {problem} from schema/catalog/{path.stem}.toml: run ./dev generate, "
+              "review the difference and commit it", file=sys.stderr)
+    for path in left_over(wanted, root):
+        failed = True
+        print(f"{path.relative_to(root)}:1: found a header, expected none without "
+              f"schema/catalog/{path.stem}.toml: run ./dev generate", file=sys.stderr)
+    return 1 if failed else 0
+
+
+def write_sources(tables: list, output: Path) -> int:
+    texts = {
+        "schemas.cpp": sources.schemas(tables),
+        "interface_rows.cpp": sources.interface_rows(tables),
+        "exports.map": sources.export_list(tables),
+        "platform/record_objects.cpp": sources.record_objects(tables),
+        "tests/table_list.cpp": sources.test_table_list(tables),
+    }
+    typed = [table for table in tables if table.typed]
+    for table in tables:
+        row = typed.index(table) if table.typed else 0
+        texts[f"facts/{table.name}.h"] = sources.facts(table, row)
+        texts[f"tables/{table.name}.cpp"] = sources.functions(table)
+    for name, text in texts.items():
+        write(output / name, text)
+    for folder in ("facts", "tables"):
+        for path in (output / folder).iterdir():
+            if f"{folder}/{path.name}" not in texts:
+                path.unlink()
+    return 0
+
+
+def main() -> int:
+    root_option = argparse.ArgumentParser(add_help=False)
+    root_option.add_argument("--root", type=Path, default=Path(__file__).resolve().parent.parent)
+    parser = argparse.ArgumentParser(prog="generator", description="Derives code from the catalog.")
+    commands = parser.add_subparsers(dest="command", required=True)
+    commands.add_parser("headers", parents=[root_option])
+    commands.add_parser("sources", parents=[root_option]).add_argument("output", type=Path)
+    commands.add_parser("check", parents=[root_option]).add_argument("--new-ok", action="store_true")
+    options = parser.parse_args()
+    root = options.root.resolve()
+
+    tables, errors = catalog.load(root / "schema/catalog", root)
+    if errors:
+        print("\n".join(errors), file=sys.stderr)
+        return 1
+    if options.command == "headers":
+        return write_headers(tables, root)
+    if options.command == "check":
+        return check_headers(tables, root, options.new_ok)
+    return write_sources(tables, options.output)
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,433 @@
+# SPDX-License-Identifier: MIT
+"""
+Reads and checks the catalog: one TOML file per table, redundant on purpose, so that a slip in a
+number that is interface is an error with a line and not a silent change of layout.
+"""
+
+import difflib
+import re
+import tomllib
+from dataclasses import dataclass, field
+from pathlib import Path
+
+import names
+import toml_lines
+
+INTEGERS = {"u8": 1, "u16": 2, "u32": 4, "u64": 8}
+QUIRKS = ("no_null_tests", "svc_fields_split", "trailing_separator")
+SERVICE_FIELDS = ("svcStatus", "svcErrcode", "glbSvcCtx", "svcCtx")
+RESERVED_NAME = re.compile(r"(resv|rsv|rev|res)\d*")
+# C11 and C++20 words that would pass for a field name in lower camel case.
+KEYWORDS = frozenset(
+    "alignas alignof and asm auto bitand bitor bool break case catch char class compl concept const "
+    "consteval constexpr constinit continue decltype default delete do double else enum explicit "
+    "export extern false float for friend goto if inline int long mutable namespace new noexcept "
+    "not nullptr operator or private protected public register requires restrict return short "
+    "signed sizeof static struct switch template this throw true try typedef typeid typename union "
+    "unsigned using virtual void volatile while xor".split()
+)
+
+
+@dataclass
+class Field:
+    id: int
+    offset: int
+    type: str
+    name: str
+    printed: bool
+    line: int
+    width: int = 0
+    alignment: int = 1
+    kind: str = ""  # integer, mac, bytes, pair or context
+    elements: int = 1
+    stored_offset: int = 0
+
+    @property
+    def ids(self) -> int:
+        """Service arrays are declared as two elements and take two field ids."""
+        return 2 if self.kind in ("pair", "context") else 1
+
+    @property
+    def reserved(self) -> bool:
+        return RESERVED_NAME.fullmatch(self.name) is not None
+
+
+@dataclass
+class Key:
+    name: str
+    index: int
+    members: list  # of Field, in key order
+    line: int
+
+    @property
+    def infix(self) -> str:
+        return names.infix(self.name, self.index)
+
+    @property
+    def length(self) -> int:
+        return sum(member.width for member in self.members)
+
+    @property
+    def flags(self) -> int:
+        return 9 if self.index else 1
+
+    @property
+    def word(self) -> int:
+        return self.index << 24 | self.flags << 16 | self.length
+
+    @property
+    def code(self) -> int:
+        return self.index << 8 | self.flags
+
+
+@dataclass
+class Table:
+    name: str
+    path: Path
+    about: str = ""
+    typed: bool = False
+    record_size: int = 0
+    stored_size: int = 0
+    quirks: list = field(default_factory=list)
+    fields: list = field(default_factory=list)
+    keys: list = field(default_factory=list)
+
+    @property
+    def camel(self) -> str:
+        return names.camel(self.name)
+
+    @property
+    def short(self) -> str:
+        return names.short(self.name)
+
+    @property
+    def key_buffer(self) -> int:
+        """Length of the fast iterator's key buffer in the control block."""
+        return align_up(self.keys[0].length, 8)
+
+    @property
+    def control_block_size(self) -> int:
+        return 16 + self.key_buffer + 176
+
+    @property
+    def gaps(self) -> list:
+        """Alignment bytes of the caller record, as (first, last)."""
+        gaps, end = [], 0
+        for item in self.fields:
+            if item.offset > end:
+                gaps.append((end, item.offset - 1))
+            end = item.offset + item.width
+        if self.record_size > end:
+            gaps.append((end, self.record_size - 1))
+        return gaps
+
+    def field_named(self, name: str):
+        return next((item for item in self.fields if item.name == name), None)
+
+
+def align_up(value: int, alignment: int) -> int:
+    return -(-value // alignment) * alignment
+
+
+def describe(value) -> str:
+    """A value as the catalog's author wrote it, or nearly."""
+    if isinstance(value, bool):
+        return str(value).lower()
+    return f'"{value}"' if isinstance(value, str) else str(value)
+
+
+def nearest(word: str, known) -> str:
+    close = difflib.get_close_matches(word, list(known), 1, 0.5)
+    return f'; did you mean "{close[0]}"?' if close else ""
+
+
+def is_integer(value) -> bool:
+    return isinstance(value, int) and not isinstance(value, bool)
+
+
+def parse_type(text: str):
+    """(width, alignment, kind, elements) of a field type, or None."""
+    if text in INTEGERS:
+        return INTEGERS[text], INTEGERS[text], "integer", 1
+    if text == "mac":
+        return 6, 1, "mac", 1
+    if text == "pair":
+        return 2, 1, "pair", 2
+    if match := re.fullmatch(r"2x([1-9]\d{0,4})", text):
+        element = int(match[1])
+        return (2 * element, 1, "context", 2) if 1 < element < 0x8000 else None
+    if match := re.fullmatch(r"bytes([1-9]\d{0,4})", text):
+        width = int(match[1])
+        # An opaque run of an integer's width would be copied like an integer.
+        return (width, 1, "bytes", 1) if width not in (1, 2, 4, 8) and width < 0x10000 else None
+    return None
+
+
+class Reader:
+    """Reads one catalog file and collects what is wrong with it."""
+
+    ENTRIES = ("about", "access", "record_size", "stored_size", "quirks", "fields", "keys")
+
+    def __init__(self, path: Path, shown: str, errors: list):
+        self.path, self.shown, self.errors = path, shown, errors
+        self.lines = {}
+        self.table = Table(path.stem, path)
+
+    def refuse(self, line: int, what: str, found, expected: str) -> None:
+        self.errors.append(f"{self.shown}:{line}: {what}: found {found}, expected {expected}")
+
+    def read(self) -> Table:
+        table = self.table
+        if not re.fullmatch(r"l2vpn(_[a-z0-9]+)+", table.name):
+            self.refuse(1, "table name", describe(table.name),
+                        'the file to be named l2vpn_<words in lower snake case>.toml')
+        try:
+            text = self.path.read_bytes().decode("utf-8").replace("\r\n", "\n")
+            entries = tomllib.loads(text)
+        except UnicodeDecodeError as error:
+            self.refuse(1, "encoding", str(error), "UTF-8")
+            return table
+        except tomllib.TOMLDecodeError as error:
+            match = re.fullmatch(r"(.*) \(at (?:line (\d+), column \d+|end of document)\)", str(error))
+            line = int(match[2]) if match and match[2] else text.count("\n") + 1
+            self.refuse(line, "syntax", match[1] if match else str(error), "valid TOML")
+            return table
+        self.lines = toml_lines.locate(text)
+        self.check_entries(entries)
+        self.read_fields(entries.get("fields"))
+        self.read_keys(entries.get("keys"))
+        self.read_quirks(entries.get("quirks", []))
+        self.check_sizes(entries)
+        return table
+
+    def line(self, *where) -> int:
+        return self.lines.get(where if len(where) > 1 else where[0], 1)
+
+    def check_entries(self, entries: dict) -> None:
+        table = self.table
+        table.typed = entries.get("access") == "typed"
+        for name in entries:
+            if name not in self.ENTRIES:
+                self.refuse(self.line(name), "unknown entry", describe(name),
+                            "one of " + ", ".join(self.ENTRIES) + nearest(name, self.ENTRIES))
+        wanted = ["about", "access", "record_size", "fields", "keys"]
+        if table.typed:
+            wanted.append("stored_size")
+        elif "stored_size" in entries:
+            self.refuse(self.line("stored_size"), "stored_size", "a stored size",
+                        'none in a table without access = "typed"')
+        for name in wanted:
+            if name not in entries:
+                self.refuse(1, f"entry {name}", "none", f"an entry {name} = ...")
+        if "access" in entries and entries["access"] not in ("typed", "format"):
+            self.refuse(self.line("access"), "access", describe(entries["access"]),
+                        '"typed" or "format"')
+        about = entries.get("about", "-")
+        if not isinstance(about, str) or not about.strip() or "\n" in about or "*/" in about:
+            self.refuse(self.line("about"), "about", describe(about), "one line that says what the table holds")
+        else:
+            table.about = about.strip()
+
+    def check_sizes(self, entries: dict) -> None:
+        table = self.table
+        if not table.fields or not all(item.kind for item in table.fields):
+            return
+        last = table.fields[-1]
+        sizes = {
+            "record_size": align_up(last.offset + last.width, max(f.alignment for f in table.fields)),
+            "stored_size": sum(item.width for item in table.fields),
+        }
+        table.record_size, table.stored_size = sizes.values()
+        for name, size in sizes.items():
+            found = entries.get(name, size)
+            if not is_integer(found) or found != size:
+                self.refuse(self.line(name), name, describe(found), str(size))
+
+    def read_fields(self, rows) -> None:
+        if rows is None:
+            return
+        if not isinstance(rows, list) or not rows:
+            self.refuse(self.line("fields"), "fields", describe(rows), "a list with one row per field")
+            return
+        next_id = end = stored = 0
+        seen = {}
+        for number, row in enumerate(rows):
+            line = self.line("fields", number)
+            if (not isinstance(row, list) or len(row) not in (4, 5)
+                    or not is_integer(row[0]) or not is_integer(row[1])
+                    or not isinstance(row[2], str) or not isinstance(row[3], str)):
+                self.refuse(line, f"field row {number}", describe(row),
+                            '[id, offset, "type", "name"] or [id, offset, "type", "name", "print"]')
+                continue
+            item = Field(*row[:4], len(row) == 5, line)
+            what = f'field "{item.name}"'
+            self.check_field_name(item, what, seen)
+            if item.printed and row[4] != "print":
+                self.refuse(line, what, describe(row[4]), '"print" or nothing after the name')
+            if item.id != next_id:
+                self.refuse(line, f"{what}, id", item.id,
+                            f"{next_id} (ids count up from 0; a service array takes two)")
+            item.stored_offset = stored
+            self.table.fields.append(item)
+            shape = parse_type(item.type)
+            if shape is None:
+                known = [*INTEGERS, "pair", "mac"]
+                self.refuse(line, f"{what}, type", describe(item.type),
+                            "one of u8, u16, u32, u64, pair (two bytes), mac, 2xN (two elements of N"
+                            " bytes, N > 1), bytesN (N opaque bytes, not 1, 2, 4 or 8)"
+                            + nearest(item.type, known))
+                next_id, end = item.id + 1, None
+                continue
+            item.width, item.alignment, item.kind, item.elements = shape
+            if end is not None and item.offset != align_up(end, item.alignment):
+                self.refuse(line, f"{what}, offset", item.offset, str(align_up(end, item.alignment)))
+            self.check_printable(item, what)
+            next_id, end = item.id + item.ids, item.offset + item.width
+            stored += item.width
+            if end > 0xFFFF:
+                self.refuse(line, what, f"an end at {end}", "records of less than 65536 bytes")
+        batch = self.table.field_named("batchVersion")
+        if batch and self.table.typed and batch.kind and batch.type != "u32":
+            self.refuse(batch.line, 'field "batchVersion", type', describe(batch.type), '"u32"')
+
+    def check_field_name(self, item: Field, what: str, seen: dict) -> None:
+        if not re.fullmatch(r"[a-z][A-Za-z0-9]*", item.name):
+            self.refuse(item.line, what, describe(item.name), "a name in lower camel case")
+        elif item.name in KEYWORDS:
+            self.refuse(item.line, what, "a word of C or C++", "a name that a structure member can have")
+        elif item.name in seen:
+            self.refuse(item.line, what, f"a second field of that name (first in line {seen[item.name]})",
+                        "each field once")
+        seen.setdefault(item.name, item.line)
+
+    def check_printable(self, item: Field, what: str) -> None:
+        if not item.printed:
+            return
+        if item.reserved:
+            self.refuse(item.line, what, "a printed reserved field", 'no "print"')
+        elif item.type == "u64":
+            self.refuse(item.line, what, "a printed field of 8 bytes",
+                        'no "print": integers of 1, 2 and 4 bytes can be printed')
+        elif item.kind in ("context", "bytes") and item.width % 4:
+            self.refuse(item.line, what, f"a printed field of {item.width} bytes",
+                        'no "print", or a width that is a multiple of 4 (it prints as 32-bit words)')
+
+    def read_keys(self, rows) -> None:
+        if rows is None:
+            return
+        if not isinstance(rows, list) or not 0 < len(rows) <= 256:
+            self.refuse(self.line("keys"), "keys", describe(rows), "a list with 1 to 256 rows, one per key")
+            return
+        infixes = {}
+        by_name = {item.name: item for item in self.table.fields}
+        for index, row in enumerate(rows):
+            line = self.line("keys", index)
+            if (not isinstance(row, list) or len(row) < 2
+                    or not all(isinstance(word, str) for word in row)):
+                self.refuse(line, f"key row {index}", describe(row), '["name", "member", ...]')
+                continue
+            what = f'key "{row[0]}"'
+            members = []
+            for name in row[1:]:
+                member = by_name.get(name)
+                if member is None:
+                    self.refuse(line, f"{what}, member", describe(name),
+                                "a field of the table" + nearest(name, by_name))
+                elif member in members:
+                    self.refuse(line, f"{what}, member", f'"{name}" twice', "each member once")
+                elif member.ids == 2:
+                    self.refuse(line, f"{what}, member", f'"{name}", a service array',
+                                "an integer, a MAC address or opaque bytes")
+                else:
+                    members.append(member)
+            key = Key(row[0], index, members, line)
+            if key.length > 0xFFFF:
+                self.refuse(line, f"{what}, length", key.length, "at most 65535 bytes")
+            self.check_infix(key, what, infixes)
+            self.table.keys.append(key)
+
+    def check_infix(self, key: Key, what: str, infixes: dict) -> None:
+        if not re.fullmatch(r"[A-Za-z][A-Za-z0-9]*(_[A-Za-z0-9]+)*", key.name):
+            self.refuse(key.line, what, describe(key.name), "words joined by underscores")
+        elif not key.infix:
+            self.refuse(key.line, what, "no word besides key", "a name that functions can be named after")
+        elif key.infix in infixes:
+            self.refuse(key.line, what, f'the function infix "{key.infix}" of key "{infixes[key.infix]}"',
+                        "an infix of its own")
+        elif key.infix == "FastPri":
+            self.refuse(key.line, what, 'the function infix "FastPri" of the fast primary iterator',
+                        "an infix of its own")
+        infixes.setdefault(key.infix, key.name)
+
+    def read_quirks(self, quirks) -> None:
+        line = self.line("quirks")
+        if not isinstance(quirks, list) or not all(isinstance(quirk, str) for quirk in quirks):
+            self.refuse(line, "quirks", describe(quirks), "a list of names")
+            return
+        for number, quirk in enumerate(quirks):
+            if quirk not in QUIRKS:
+                self.refuse(line, "quirk", describe(quirk),
+                            "one of " + ", ".join(QUIRKS) + nearest(quirk, QUIRKS))
+            elif quirk in quirks[:number]:
+                self.refuse(line, "quirk", f'"{quirk}" twice', "each quirk once")
+            elif quirk != "trailing_separator" and not self.table.typed:
+                self.refuse(line, "quirk", describe(quirk), 'it in tables with access = "typed" only')
+        if "svc_fields_split" in quirks and not any(
+                self.table.field_named(name) for name in SERVICE_FIELDS):
+            self.refuse(line, "quirk", '"svc_fields_split" without service fields',
+                        "at least one of " + ", ".join(SERVICE_FIELDS))
+        self.table.quirks = quirks
+
+
+def exported_functions(table: Table) -> list:
+    """Every function that the library exports for a table, in the order of the header."""
+    db, dal, ast = (f"L2VPN_{family}_{table.camel}" for family in ("DB", "DAL", "AST"))
+    found = []
+    if table.typed:
+        found += [db + name for name in (
+            "Write", "Read", "ReadByKey", "Delete", "Count", "UpdateFields", "UpdateField",
+            "CreateIter", "CountByKey", "CreateFastPriIter", "GetNext", "ReleaseIter")]
+        for key in table.keys:
+            found += [f"{db}Create{key.infix}Iter", f"{db}CountBy{key.infix}Key",
+                      f"{db}Set{key.infix}Key"]
+        found += [db + name for name in (
+            "MapKeyId", "MapUpdateFieldId", "SetFields", "SetAllFields", "GetAllFields")]
+        if "svc_fields_split" in table.quirks:
+            found += [db + "SetSvcFields", db + "GetSvcFields"]
+        found += [db + name for name in ("GlbInit", "Stat", "GetStat", "DalIntf")]
+        found += [dal + name for name in (
+            "Read", "Write", "Update", "Remove", "CreateIter", "GetNext", "Count", "CountByKey")]
+    return found + [ast + name for name in ("Format", "FormatTable", "Module")]
+
+
+def exported_objects(table: Table) -> list:
+    return [f"g_l2vpn{table.camel}Intf", f"g_l2vpn{table.camel}GlbCb"] if table.typed else []
+
+
+def check_exports(tables: list, shown: dict, errors: list) -> None:
+    """Two tables whose names differ only in underscores would export the same names."""
+    owners = {}
+    for table in tables:
+        for name in (table.camel, *exported_functions(table), *exported_objects(table)):
+            owner = owners.setdefault(name, table)
+            if owner is not table:
+                errors.append(f"{shown[table.name]}:1: table name: found {name}, which "
+                              f"{shown[owner.name]} gives too, expected names of its own")
+                break
+
+
+def load(folder: Path, root: Path):
+    """All tables in alphabetical order, and the list of what is wrong with them."""
+    errors, tables, shown = [], [], {}
+    paths = sorted(folder.glob("*.toml"), key=lambda path: path.stem)
+    if not paths:
+        errors.append(f"{folder}: found no catalog files, expected one l2vpn_<table>.toml per table")
+    for path in paths:
+        try:
+            shown[path.stem] = str(path.relative_to(root))
+        except ValueError:
+            shown[path.stem] = str(path)
+        tables.append(Reader(path, shown[path.stem], errors).read())
+    if not errors:
+        check_exports(tables, shown, errors)
+    return tables, errors

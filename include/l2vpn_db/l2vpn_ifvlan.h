@@ -1,0 +1,353 @@
+/* SPDX-License-Identifier: MIT */
+/* Generated from schema/catalog/l2vpn_ifvlan.toml by ./dev generate. */
+/**
+ * @file l2vpn_ifvlan.h
+ * VLAN action of an interface.
+ *
+ * The conventions at the head of l2vpn_db.h hold for every function: ownership, result codes,
+ * threads.
+ */
+#ifndef L2VPN_DB_L2VPN_IFVLAN_H
+#define L2VPN_DB_L2VPN_IFVLAN_H
+
+#include "l2vpn_db/l2vpn_db.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Record ---------------------------------------------------------------------------------- */
+
+/**
+ * Caller record, 48 bytes. The store holds its fields without gaps, 44 bytes. Bytes 28 to 31 are
+ * alignment: no function reads or writes them.
+ */
+typedef struct L2vpnIfvlan {
+    uint32_t ifIndex;      /**< Field 0 at 0: interface index. */
+    uint32_t vrIndex;      /**< Field 1 at 4: virtual router index. */
+    uint8_t actionType;    /**< Field 2 at 8: VLAN action. */
+    uint8_t rsv1;          /**< Field 3 at 9: reserved. */
+    uint16_t vlanId;       /**< Field 4 at 10: VLAN id. */
+    uint32_t srcPid;       /**< Field 5 at 12: source process id. */
+    uint32_t flags;        /**< Field 6 at 16: record flags. */
+    uint8_t svcStatus[2];  /**< Fields 7 and 8 at 20: service status, two one-byte elements. */
+    uint8_t svcErrcode[2]; /**< Fields 9 and 10 at 22: service error code, two one-byte elements. */
+    uint32_t batchVersion; /**< Field 11 at 24: batch version, the field that updates change. */
+    uint64_t timeStampApp; /**< Field 12 at 32: time stamp of the application side. */
+    uint64_t timeStampSvc; /**< Field 13 at 40: time stamp of the service side. */
+} L2vpnIfvlan;
+
+static_assert(sizeof(L2vpnIfvlan) == 48, "l2vpn_ifvlan: record size");
+
+/** Field ids, as the schema descriptor and the update functions use them. */
+enum {
+    L2VPN_IFVLAN_FIELD_ifIndex = 0,
+    L2VPN_IFVLAN_FIELD_vrIndex = 1,
+    L2VPN_IFVLAN_FIELD_actionType = 2,
+    L2VPN_IFVLAN_FIELD_rsv1 = 3,
+    L2VPN_IFVLAN_FIELD_vlanId = 4,
+    L2VPN_IFVLAN_FIELD_srcPid = 5,
+    L2VPN_IFVLAN_FIELD_flags = 6,
+    L2VPN_IFVLAN_FIELD_svcStatus = 7,
+    L2VPN_IFVLAN_FIELD_svcErrcode = 9,
+    L2VPN_IFVLAN_FIELD_batchVersion = 11,
+    L2VPN_IFVLAN_FIELD_timeStampApp = 12,
+    L2VPN_IFVLAN_FIELD_timeStampSvc = 13
+};
+
+/** Key indexes. */
+enum {
+    L2VPN_IFVLAN_KEY_primary_key = 0
+};
+
+/* ---- Single records -------------------------------------------------------------------------- */
+
+/**
+ * Stores a record: inserts it, or replaces the one with the same primary key (ifIndex).
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnIfvlanWrite(const L2vpnIfvlan *record);
+
+/**
+ * Reads the record with the primary key that record holds, and overwrites record with it.
+ * @param record in: the key fields; out: the whole record, unchanged on failure
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnIfvlanRead(L2vpnIfvlan *record);
+
+/**
+ * Reads the record that a key request selects.
+ * @param record out, unchanged on failure; must not be null (not checked)
+ * @param key built by one of the Set...Key functions; must not be null (not checked)
+ * @return 0; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnIfvlanReadByKey(L2vpnIfvlan *record, const L2vpnDbKeyData *key);
+
+/**
+ * Deletes the record with the primary key that record holds; its other fields do not matter.
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnIfvlanDelete(const L2vpnIfvlan *record);
+
+/**
+ * Counts the table's records.
+ * @param count out, written by the store; not checked here
+ * @return the store's result
+ */
+uint32_t L2VPN_DB_L2vpnIfvlanCount(uint32_t *count);
+
+/* ---- Partial update -------------------------------------------------------------------------- */
+
+/**
+ * Changes the listed fields of a stored record to the values that record holds; the only field that
+ * can be is batchVersion (11). The record and the list must not change during the call.
+ * @param record names the stored record by its primary key
+ * @param fieldIds fieldCount field ids; checked by the setter only
+ * @return L2VPN_DB_ERR_PARAM if record is null; else the store's result, which reflects the
+ *         setter's
+ */
+uint32_t L2VPN_DB_L2vpnIfvlanUpdateFields(const L2vpnIfvlan *record, const uint32_t *fieldIds,
+                                          uint32_t fieldCount);
+
+/** Changes one field: the same as UpdateFields with a list of one. */
+uint32_t L2VPN_DB_L2vpnIfvlanUpdateField(const L2vpnIfvlan *record, uint32_t fieldId);
+
+/* ---- Iteration and counts -------------------------------------------------------------------- */
+
+/**
+ * Opens an iterator over the records with one key's values.
+ * @param keyIndex L2VPN_IFVLAN_KEY_...
+ * @param record holds the key's fields; null with the primary key means the whole table
+ * @return a handle to release with ReleaseIter; 0 for an unknown key index, for a null record with
+ *         a secondary key, or if the store opens none
+ */
+L2vpnDbIter *L2VPN_DB_L2vpnIfvlanCreateIter(uint32_t keyIndex, const L2vpnIfvlan *record);
+
+/**
+ * Counts the records with one key's values.
+ * @param keyIndex L2VPN_IFVLAN_KEY_...
+ * @param record holds the key's fields
+ * @param count out, written by the store; not checked here
+ * @return 0; L2VPN_DB_ERR_PARAM for an unknown key index or a null record; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnIfvlanCountByKey(uint32_t keyIndex, const L2vpnIfvlan *record,
+                                        uint32_t *count);
+
+/**
+ * Opens an iterator over one full primary key. The table's one fast iterator, whose handle is the
+ * control block's address, costs one read and nothing in the store; while it is handed out, this
+ * opens an iterator of the store. Only its owner may use the handle.
+ * @param record holds the primary-key fields; null gives 0
+ * @return a handle to release with ReleaseIter; 0 for none
+ */
+L2vpnDbIter *L2VPN_DB_L2vpnIfvlanCreateFastPriIter(const L2vpnIfvlan *record);
+
+/**
+ * Delivers an iterator's next record.
+ * @param iter from one of this table's Create...Iter functions
+ * @param record out, unchanged unless the result is 0
+ * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE when the fast iterator has
+ *         made its read; else the store's result, its end code among them
+ */
+uint32_t L2VPN_DB_L2vpnIfvlanGetNext(L2vpnDbIter *iter, L2vpnIfvlan *record);
+
+/**
+ * Releases an iterator, exactly once, whatever GetNext returned.
+ * @return 0 for the fast iterator; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnIfvlanReleaseIter(L2vpnDbIter *iter);
+
+/* ---- Key 0: primary_key (ifIndex) ------------------------------------------------------------ */
+
+/**
+ * Opens an iterator of the store over the records with the same ifIndex as record.
+ * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ */
+L2vpnDbIter *L2VPN_DB_L2vpnIfvlanCreatePrimaryIter(const L2vpnIfvlan *record);
+
+/**
+ * Counts the records with the same ifIndex as record.
+ * @param count out, written by the store; not checked here
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnIfvlanCountByPrimaryKey(const L2vpnIfvlan *record, uint32_t *count);
+
+/**
+ * Builds the key request, identifier word 0x00010004, from ifIndex. No pointer is checked.
+ * @param request out, zeroed by the caller; refers to keyId and key, which must outlive it
+ * @param keyId out, first word of a zeroed area of 16 bytes
+ * @param key out, 4 bytes
+ */
+void L2VPN_DB_L2vpnIfvlanSetPrimaryKey(const L2vpnIfvlan *record, L2vpnDbKeyData *request,
+                                       uint32_t *keyId, void *key);
+
+/* ---- Conversions, maps and callbacks --------------------------------------------------------- */
+
+/**
+ * Maps a key index to its key code, (index << 8) | flags.
+ * @return the code, or L2VPN_DB_NO_MAPPING
+ */
+uint32_t L2VPN_DB_L2vpnIfvlanMapKeyId(uint32_t keyIndex);
+
+/**
+ * Maps a field id of an update to the store's.
+ * @return the id, or L2VPN_DB_NO_MAPPING
+ */
+uint32_t L2VPN_DB_L2vpnIfvlanMapUpdateFieldId(uint32_t fieldId);
+
+/**
+ * The setter that the store calls during an update: sets batchVersion in the record object, once
+ * for each time the list names it.
+ * @return 0; L2VPN_DB_ERR_PARAM if record or fieldIds is null, fieldCount is 0, or at the first
+ *         other field id, or record->data is null; else the bitwise OR of the record object's
+ *         results
+ */
+uint32_t L2VPN_DB_L2vpnIfvlanSetFields(const L2vpnDbRecData *record, L2vpnDbRecObj *object,
+                                       const uint32_t *fieldIds, uint32_t fieldCount);
+
+/**
+ * Packs a caller record into 44 bytes of stored record. No pointer is checked; the two must not
+ * overlap.
+ * @return not to be relied on
+ */
+uint32_t L2VPN_DB_L2vpnIfvlanSetAllFields(const L2vpnIfvlan *record, void *stored);
+
+/**
+ * Unpacks a stored record; the caller record's alignment bytes keep their values. No pointer is
+ * checked; the two must not overlap.
+ * @return not to be relied on
+ */
+uint32_t L2VPN_DB_L2vpnIfvlanGetAllFields(const void *stored, L2vpnIfvlan *record);
+
+/**
+ * Initialises the control block's spin lock, once however often it is called.
+ * @return 0
+ */
+uint32_t L2VPN_DB_L2vpnIfvlanGlbInit(void);
+
+/**
+ * Adds an amount to a counter, atomically and modulo 2^32. The store calls it.
+ * @param statId below L2VPN_DB_STAT_COUNT; any other is ignored
+ */
+void L2VPN_DB_L2vpnIfvlanStat(uint32_t statId, uint32_t amount);
+
+/**
+ * Reads a counter; its meaning is the store's.
+ * @return the value, perhaps a moment old; 0 if statId is not below L2VPN_DB_STAT_COUNT
+ */
+uint32_t L2VPN_DB_L2vpnIfvlanGetStat(uint32_t statId);
+
+/* ---- Generic interface ----------------------------------------------------------------------- */
+
+/**
+ * Initialises the control block (GlbInit) and returns the table's functions for code that does not
+ * know its record type. The caller owns the copy.
+ */
+L2vpnDalIntf L2VPN_DB_L2vpnIfvlanDalIntf(void);
+
+/**
+ * L2VPN_DB_L2vpnIfvlanRead behind a check of the record's length.
+ * @return L2VPN_DB_ERR_PARAM if length is not 48; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnIfvlanRead(void *record, uint32_t length);
+
+/**
+ * L2VPN_DB_L2vpnIfvlanWrite behind a check of the record's length.
+ * @return L2VPN_DB_ERR_PARAM if length is not 48; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnIfvlanWrite(const void *record, uint32_t length);
+
+/**
+ * L2VPN_DB_L2vpnIfvlanUpdateFields behind a check of the record's length.
+ * @return L2VPN_DB_ERR_PARAM if length is not 48; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnIfvlanUpdate(const void *record, uint32_t length, const uint32_t *fieldIds,
+                                     uint32_t fieldCount);
+
+/**
+ * L2VPN_DB_L2vpnIfvlanDelete behind a check of the record's length.
+ * @return L2VPN_DB_ERR_PARAM if length is not 48; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnIfvlanRemove(const void *record, uint32_t length);
+
+/**
+ * L2VPN_DB_L2vpnIfvlanCreateIter behind a check of the record's length, which does not matter for a
+ * null record.
+ * @return 0 if record is not null and length is not 48; else what it returns
+ */
+L2vpnDbIter *L2VPN_DAL_L2vpnIfvlanCreateIter(uint32_t keyIndex, const void *record,
+                                             uint32_t length);
+
+/**
+ * L2VPN_DB_L2vpnIfvlanGetNext behind a check of the record's length.
+ * @return L2VPN_DB_ERR_PARAM if length is not 48; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnIfvlanGetNext(L2vpnDbIter *iter, void *record, uint32_t length);
+
+/** The same as L2VPN_DB_L2vpnIfvlanCount; the interface table holds that one. */
+uint32_t L2VPN_DAL_L2vpnIfvlanCount(uint32_t *count);
+
+/**
+ * L2VPN_DB_L2vpnIfvlanCountByKey behind a check of the record's length, which a null record must
+ * pass too.
+ * @return L2VPN_DB_ERR_PARAM if length is not 48; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnIfvlanCountByKey(uint32_t keyIndex, const void *record, uint32_t length,
+                                         uint32_t *count);
+
+/* ---- Formatting and schema ------------------------------------------------------------------- */
+
+/**
+ * Renders a record as one line of text, "name:value" items joined by the separator: ifIndex, flags,
+ * svcStatus, svcErrcode, batchVersion. Pieces that do not fit are left out.
+ * @param formatId L2VPN_AST_WHOLE_RECORD; any other prints "not support"
+ * @param record a L2vpnIfvlan
+ * @param buffer out, terminated text of at most bufferLength bytes
+ * @return the number of characters without the terminator; L2VPN_AST_ERR if a pointer is null or
+ *         bufferLength is 0; for another formatId the result of sprintf_s
+ */
+uint32_t L2VPN_AST_L2vpnIfvlanFormat(uint32_t formatId, const void *record, char *buffer,
+                                     uint32_t bufferLength, const char *separator);
+
+/**
+ * The whole-record presentation alone. No argument is checked.
+ * @return the number of characters without the terminator
+ */
+uint32_t L2VPN_AST_L2vpnIfvlanFormatTable(const L2vpnIfvlan *record, char *buffer,
+                                          uint32_t bufferLength, const char *separator);
+
+/** Returns the table's schema descriptor, which the library owns and nobody may change. */
+L2vpnAstModule *L2VPN_AST_L2vpnIfvlanModule(void);
+
+/* ---- Exported data --------------------------------------------------------------------------- */
+
+/** Control block, 200 bytes; see L2vpnDbGlbCb. */
+typedef struct L2vpnIfvlanGlbCb {
+    uint32_t keyId[4]; /**< At 0: the fast iterator's key identifier area. */
+    uint8_t key[8];     /**< At 16: its key, 4 bytes. */
+    L2vpnDbGlbCb cb;   /**< At 24: what all tables have. */
+} L2vpnIfvlanGlbCb;
+
+/** The table's control block. Its address is the handle of the fast iterator. */
+extern L2vpnIfvlanGlbCb g_l2vpnL2vpnIfvlanGlbCb;
+
+/** The table's descriptor, followed by its update-field map (1 pair) and its key map (1 pair). */
+extern L2vpnDbTblIntf g_l2vpnL2vpnIfvlanIntf;
+
+/* ---- Imported from the platform (see platform.h) --------------------------------------------- */
+
+L2vpnDbRecObj *db_create_l2vpn_ifvlan_obj(L2vpnDbModuleIntf *module);
+
+void db_release_l2vpn_ifvlan_object(L2vpnDbModuleIntf *module, L2vpnDbRecObj *object);
+
+void db_reset_l2vpn_ifvlan_object(L2vpnDbModuleIntf *module, L2vpnDbRecObj *object);
+
+uint32_t db_set_l2vpn_ifvlan_all_fields(L2vpnDbRecObj *object, const L2vpnDbRecData *record);
+
+uint32_t db_set_l2vpn_ifvlan_batchVersion(L2vpnDbRecObj *object, uint32_t value);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

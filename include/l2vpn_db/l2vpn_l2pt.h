@@ -1,0 +1,75 @@
+/* SPDX-License-Identifier: MIT */
+/* Generated from schema/catalog/l2vpn_l2pt.toml by ./dev generate. */
+/**
+ * @file l2vpn_l2pt.h
+ * Layer-2 protocol tunnelling switch of an interface and instance.
+ *
+ * This table has no typed access: its records can be described and formatted only.
+ *
+ * The conventions at the head of l2vpn_db.h hold for every function: ownership, result codes,
+ * threads.
+ */
+#ifndef L2VPN_DB_L2VPN_L2PT_H
+#define L2VPN_DB_L2VPN_L2PT_H
+
+#include "l2vpn_db/l2vpn_db.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Record ---------------------------------------------------------------------------------- */
+
+/** Caller record, 16 bytes. */
+typedef struct L2vpnL2pt {
+    uint32_t ifIndex;     /**< Field 0 at 0: interface index. */
+    uint32_t mainIfIndex; /**< Field 1 at 4: main interface index. */
+    uint32_t instId;      /**< Field 2 at 8: instance id. */
+    uint32_t l2ptEnable;  /**< Field 3 at 12: whether layer-2 protocol tunnelling is enabled. */
+} L2vpnL2pt;
+
+static_assert(sizeof(L2vpnL2pt) == 16, "l2vpn_l2pt: record size");
+
+/** Field ids, as the schema descriptor and the update functions use them. */
+enum {
+    L2VPN_L2PT_FIELD_ifIndex = 0,
+    L2VPN_L2PT_FIELD_mainIfIndex = 1,
+    L2VPN_L2PT_FIELD_instId = 2,
+    L2VPN_L2PT_FIELD_l2ptEnable = 3
+};
+
+/** Key indexes. */
+enum {
+    L2VPN_L2PT_KEY_primary_key = 0,
+    L2VPN_L2PT_KEY_mainIfIns_ker = 1
+};
+
+/* ---- Formatting and schema ------------------------------------------------------------------- */
+
+/**
+ * Renders a record as one line of text, "name:value" items joined by the separator: ifIndex,
+ * mainIfIndex, instId. Pieces that do not fit are left out.
+ * @param formatId L2VPN_AST_WHOLE_RECORD; any other prints "not support"
+ * @param record a L2vpnL2pt
+ * @param buffer out, terminated text of at most bufferLength bytes
+ * @return the number of characters without the terminator; L2VPN_AST_ERR if a pointer is null or
+ *         bufferLength is 0; for another formatId the result of sprintf_s
+ */
+uint32_t L2VPN_AST_L2vpnL2ptFormat(uint32_t formatId, const void *record, char *buffer,
+                                   uint32_t bufferLength, const char *separator);
+
+/**
+ * The whole-record presentation alone. No argument is checked.
+ * @return the number of characters without the terminator
+ */
+uint32_t L2VPN_AST_L2vpnL2ptFormatTable(const L2vpnL2pt *record, char *buffer,
+                                        uint32_t bufferLength, const char *separator);
+
+/** Returns the table's schema descriptor, which the library owns and nobody may change. */
+L2vpnAstModule *L2VPN_AST_L2vpnL2ptModule(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

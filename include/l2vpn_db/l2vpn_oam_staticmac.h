@@ -1,0 +1,452 @@
+/* SPDX-License-Identifier: MIT */
+/* Generated from schema/catalog/l2vpn_oam_staticmac.toml by ./dev generate. */
+/**
+ * @file l2vpn_oam_staticmac.h
+ * Static MAC address of an instance for OAM: its pseudowire tunnel and outgoing interface.
+ *
+ * The conventions at the head of l2vpn_db.h hold for every function: ownership, result codes,
+ * threads.
+ */
+#ifndef L2VPN_DB_L2VPN_OAM_STATICMAC_H
+#define L2VPN_DB_L2VPN_OAM_STATICMAC_H
+
+#include "l2vpn_db/l2vpn_db.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Record ---------------------------------------------------------------------------------- */
+
+/** Caller record, 112 bytes. The store holds its fields without gaps, 112 bytes. */
+typedef struct L2vpnOamStaticmac {
+    uint32_t vrIndex;      /**< Field 0 at 0: virtual router index. */
+    uint32_t instanceId;   /**< Field 1 at 4: instance id. */
+    uint8_t macAddr[6];    /**< Field 2 at 8: MAC address. */
+    uint8_t macType;       /**< Field 3 at 14: MAC address type. */
+    uint8_t rsv1;          /**< Field 4 at 15: reserved. */
+    uint8_t pwTunnelType;  /**< Field 5 at 16: pseudowire tunnel type. */
+    uint8_t rsv2[3];       /**< Field 6 at 17: reserved. */
+    uint32_t pwTunnelId;   /**< Field 7 at 20: pseudowire tunnel id. */
+    uint32_t outIfIndex;   /**< Field 8 at 24: outgoing interface index. */
+    uint32_t srcPid;       /**< Field 9 at 28: source process id. */
+    uint32_t verNo;        /**< Field 10 at 32: version number. */
+    uint32_t flags;        /**< Field 11 at 36: record flags. */
+    uint8_t svcStatus[2];  /**< Fields 12 and 13 at 40: service status, two one-byte elements. */
+    uint8_t svcErrcode[2]; /**< Fields 14 and 15 at 42: service error code, two one-byte elements. */
+    uint8_t svcCtx[2][24]; /**< Fields 16 and 17 at 44: service context, opaque bytes. */
+    uint32_t batchVersion; /**< Field 18 at 92: batch version, the field that updates change. */
+    uint64_t timeStampApp; /**< Field 19 at 96: time stamp of the application side. */
+    uint64_t timeStampSvc; /**< Field 20 at 104: time stamp of the service side. */
+} L2vpnOamStaticmac;
+
+static_assert(sizeof(L2vpnOamStaticmac) == 112, "l2vpn_oam_staticmac: record size");
+
+/** Field ids, as the schema descriptor and the update functions use them. */
+enum {
+    L2VPN_OAM_STATICMAC_FIELD_vrIndex = 0,
+    L2VPN_OAM_STATICMAC_FIELD_instanceId = 1,
+    L2VPN_OAM_STATICMAC_FIELD_macAddr = 2,
+    L2VPN_OAM_STATICMAC_FIELD_macType = 3,
+    L2VPN_OAM_STATICMAC_FIELD_rsv1 = 4,
+    L2VPN_OAM_STATICMAC_FIELD_pwTunnelType = 5,
+    L2VPN_OAM_STATICMAC_FIELD_rsv2 = 6,
+    L2VPN_OAM_STATICMAC_FIELD_pwTunnelId = 7,
+    L2VPN_OAM_STATICMAC_FIELD_outIfIndex = 8,
+    L2VPN_OAM_STATICMAC_FIELD_srcPid = 9,
+    L2VPN_OAM_STATICMAC_FIELD_verNo = 10,
+    L2VPN_OAM_STATICMAC_FIELD_flags = 11,
+    L2VPN_OAM_STATICMAC_FIELD_svcStatus = 12,
+    L2VPN_OAM_STATICMAC_FIELD_svcErrcode = 14,
+    L2VPN_OAM_STATICMAC_FIELD_svcCtx = 16,
+    L2VPN_OAM_STATICMAC_FIELD_batchVersion = 18,
+    L2VPN_OAM_STATICMAC_FIELD_timeStampApp = 19,
+    L2VPN_OAM_STATICMAC_FIELD_timeStampSvc = 20
+};
+
+/** Key indexes. */
+enum {
+    L2VPN_OAM_STATICMAC_KEY_primary_key = 0,
+    L2VPN_OAM_STATICMAC_KEY_pw_key = 1,
+    L2VPN_OAM_STATICMAC_KEY_smooth_hash_key = 2,
+    L2VPN_OAM_STATICMAC_KEY_inst_key = 3
+};
+
+/* ---- Single records -------------------------------------------------------------------------- */
+
+/**
+ * Stores a record: inserts it, or replaces the one with the same primary key (vrIndex, instanceId
+ * and macAddr).
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnOamStaticmacWrite(const L2vpnOamStaticmac *record);
+
+/**
+ * Reads the record with the primary key that record holds, and overwrites record with it.
+ * @param record in: the key fields; out: the whole record, unchanged on failure
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnOamStaticmacRead(L2vpnOamStaticmac *record);
+
+/**
+ * Reads the record that a key request selects.
+ * @param record out, unchanged on failure; must not be null (not checked)
+ * @param key built by one of the Set...Key functions; must not be null (not checked)
+ * @return 0; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnOamStaticmacReadByKey(L2vpnOamStaticmac *record, const L2vpnDbKeyData *key);
+
+/**
+ * Deletes the record with the primary key that record holds; its other fields do not matter.
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnOamStaticmacDelete(const L2vpnOamStaticmac *record);
+
+/**
+ * Counts the table's records.
+ * @param count out, written by the store; not checked here
+ * @return the store's result
+ */
+uint32_t L2VPN_DB_L2vpnOamStaticmacCount(uint32_t *count);
+
+/* ---- Partial update -------------------------------------------------------------------------- */
+
+/**
+ * Changes the listed fields of a stored record to the values that record holds; the only field that
+ * can be is batchVersion (18). The record and the list must not change during the call.
+ * @param record names the stored record by its primary key
+ * @param fieldIds fieldCount field ids; checked by the setter only
+ * @return L2VPN_DB_ERR_PARAM if record is null; else the store's result, which reflects the
+ *         setter's
+ */
+uint32_t L2VPN_DB_L2vpnOamStaticmacUpdateFields(const L2vpnOamStaticmac *record,
+                                                const uint32_t *fieldIds, uint32_t fieldCount);
+
+/** Changes one field: the same as UpdateFields with a list of one. */
+uint32_t L2VPN_DB_L2vpnOamStaticmacUpdateField(const L2vpnOamStaticmac *record, uint32_t fieldId);
+
+/* ---- Iteration and counts -------------------------------------------------------------------- */
+
+/**
+ * Opens an iterator over the records with one key's values.
+ * @param keyIndex L2VPN_OAM_STATICMAC_KEY_...
+ * @param record holds the key's fields; null with the primary key means the whole table
+ * @return a handle to release with ReleaseIter; 0 for an unknown key index, for a null record with
+ *         a secondary key, or if the store opens none
+ */
+L2vpnDbIter *L2VPN_DB_L2vpnOamStaticmacCreateIter(uint32_t keyIndex,
+                                                  const L2vpnOamStaticmac *record);
+
+/**
+ * Counts the records with one key's values.
+ * @param keyIndex L2VPN_OAM_STATICMAC_KEY_...
+ * @param record holds the key's fields
+ * @param count out, written by the store; not checked here
+ * @return 0; L2VPN_DB_ERR_PARAM for an unknown key index or a null record; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnOamStaticmacCountByKey(uint32_t keyIndex, const L2vpnOamStaticmac *record,
+                                              uint32_t *count);
+
+/**
+ * Opens an iterator over one full primary key. The table's one fast iterator, whose handle is the
+ * control block's address, costs one read and nothing in the store; while it is handed out, this
+ * opens an iterator of the store. Only its owner may use the handle.
+ * @param record holds the primary-key fields; null gives 0
+ * @return a handle to release with ReleaseIter; 0 for none
+ */
+L2vpnDbIter *L2VPN_DB_L2vpnOamStaticmacCreateFastPriIter(const L2vpnOamStaticmac *record);
+
+/**
+ * Delivers an iterator's next record.
+ * @param iter from one of this table's Create...Iter functions
+ * @param record out, unchanged unless the result is 0
+ * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE when the fast iterator has
+ *         made its read; else the store's result, its end code among them
+ */
+uint32_t L2VPN_DB_L2vpnOamStaticmacGetNext(L2vpnDbIter *iter, L2vpnOamStaticmac *record);
+
+/**
+ * Releases an iterator, exactly once, whatever GetNext returned.
+ * @return 0 for the fast iterator; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnOamStaticmacReleaseIter(L2vpnDbIter *iter);
+
+/* ---- Key 0: primary_key (vrIndex, instanceId, macAddr) --------------------------------------- */
+
+/**
+ * Opens an iterator of the store over the records with the same vrIndex, instanceId and macAddr as
+ * record.
+ * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ */
+L2vpnDbIter *L2VPN_DB_L2vpnOamStaticmacCreatePrimaryIter(const L2vpnOamStaticmac *record);
+
+/**
+ * Counts the records with the same vrIndex, instanceId and macAddr as record.
+ * @param count out, written by the store; not checked here
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnOamStaticmacCountByPrimaryKey(const L2vpnOamStaticmac *record,
+                                                     uint32_t *count);
+
+/**
+ * Builds the key request, identifier word 0x0001000E, from vrIndex, instanceId and macAddr. No
+ * pointer is checked.
+ * @param request out, zeroed by the caller; refers to keyId and key, which must outlive it
+ * @param keyId out, first word of a zeroed area of 16 bytes
+ * @param key out, 14 bytes
+ */
+void L2VPN_DB_L2vpnOamStaticmacSetPrimaryKey(const L2vpnOamStaticmac *record,
+                                             L2vpnDbKeyData *request, uint32_t *keyId, void *key);
+
+/* ---- Key 1: pw_key (vrIndex, pwTunnelType, pwTunnelId) --------------------------------------- */
+
+/**
+ * Opens an iterator of the store over the records with the same vrIndex, pwTunnelType and
+ * pwTunnelId as record.
+ * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ */
+L2vpnDbIter *L2VPN_DB_L2vpnOamStaticmacCreatePwIter(const L2vpnOamStaticmac *record);
+
+/**
+ * Counts the records with the same vrIndex, pwTunnelType and pwTunnelId as record.
+ * @param count out, written by the store; not checked here
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnOamStaticmacCountByPwKey(const L2vpnOamStaticmac *record, uint32_t *count);
+
+/**
+ * Builds the key request, identifier word 0x01090009, from vrIndex, pwTunnelType and pwTunnelId. No
+ * pointer is checked.
+ * @param request out, zeroed by the caller; refers to keyId and key, which must outlive it
+ * @param keyId out, first word of a zeroed area of 16 bytes
+ * @param key out, 9 bytes
+ */
+void L2VPN_DB_L2vpnOamStaticmacSetPwKey(const L2vpnOamStaticmac *record, L2vpnDbKeyData *request,
+                                        uint32_t *keyId, void *key);
+
+/* ---- Key 2: smooth_hash_key (vrIndex, srcPid) ------------------------------------------------ */
+
+/**
+ * Opens an iterator of the store over the records with the same vrIndex and srcPid as record.
+ * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ */
+L2vpnDbIter *L2VPN_DB_L2vpnOamStaticmacCreateSmoothHashIter(const L2vpnOamStaticmac *record);
+
+/**
+ * Counts the records with the same vrIndex and srcPid as record.
+ * @param count out, written by the store; not checked here
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnOamStaticmacCountBySmoothHashKey(const L2vpnOamStaticmac *record,
+                                                        uint32_t *count);
+
+/**
+ * Builds the key request, identifier word 0x02090008, from vrIndex and srcPid. No pointer is
+ * checked.
+ * @param request out, zeroed by the caller; refers to keyId and key, which must outlive it
+ * @param keyId out, first word of a zeroed area of 16 bytes
+ * @param key out, 8 bytes
+ */
+void L2VPN_DB_L2vpnOamStaticmacSetSmoothHashKey(const L2vpnOamStaticmac *record,
+                                                L2vpnDbKeyData *request, uint32_t *keyId,
+                                                void *key);
+
+/* ---- Key 3: inst_key (vrIndex, instanceId) --------------------------------------------------- */
+
+/**
+ * Opens an iterator of the store over the records with the same vrIndex and instanceId as record.
+ * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ */
+L2vpnDbIter *L2VPN_DB_L2vpnOamStaticmacCreateInstIter(const L2vpnOamStaticmac *record);
+
+/**
+ * Counts the records with the same vrIndex and instanceId as record.
+ * @param count out, written by the store; not checked here
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnOamStaticmacCountByInstKey(const L2vpnOamStaticmac *record,
+                                                  uint32_t *count);
+
+/**
+ * Builds the key request, identifier word 0x03090008, from vrIndex and instanceId. No pointer is
+ * checked.
+ * @param request out, zeroed by the caller; refers to keyId and key, which must outlive it
+ * @param keyId out, first word of a zeroed area of 16 bytes
+ * @param key out, 8 bytes
+ */
+void L2VPN_DB_L2vpnOamStaticmacSetInstKey(const L2vpnOamStaticmac *record, L2vpnDbKeyData *request,
+                                          uint32_t *keyId, void *key);
+
+/* ---- Conversions, maps and callbacks --------------------------------------------------------- */
+
+/**
+ * Maps a key index to its key code, (index << 8) | flags.
+ * @return the code, or L2VPN_DB_NO_MAPPING
+ */
+uint32_t L2VPN_DB_L2vpnOamStaticmacMapKeyId(uint32_t keyIndex);
+
+/**
+ * Maps a field id of an update to the store's.
+ * @return the id, or L2VPN_DB_NO_MAPPING
+ */
+uint32_t L2VPN_DB_L2vpnOamStaticmacMapUpdateFieldId(uint32_t fieldId);
+
+/**
+ * The setter that the store calls during an update: sets batchVersion in the record object, once
+ * for each time the list names it.
+ * @return 0; L2VPN_DB_ERR_PARAM if record or fieldIds is null, fieldCount is 0, or at the first
+ *         other field id, or record->data is null; else the bitwise OR of the record object's
+ *         results
+ */
+uint32_t L2VPN_DB_L2vpnOamStaticmacSetFields(const L2vpnDbRecData *record, L2vpnDbRecObj *object,
+                                             const uint32_t *fieldIds, uint32_t fieldCount);
+
+/**
+ * Packs a caller record into 112 bytes of stored record. No pointer is checked; the two must not
+ * overlap.
+ * @return not to be relied on
+ */
+uint32_t L2VPN_DB_L2vpnOamStaticmacSetAllFields(const L2vpnOamStaticmac *record, void *stored);
+
+/**
+ * Unpacks a stored record; the caller record's alignment bytes keep their values. No pointer is
+ * checked; the two must not overlap.
+ * @return not to be relied on
+ */
+uint32_t L2VPN_DB_L2vpnOamStaticmacGetAllFields(const void *stored, L2vpnOamStaticmac *record);
+
+/**
+ * Initialises the control block's spin lock, once however often it is called.
+ * @return 0
+ */
+uint32_t L2VPN_DB_L2vpnOamStaticmacGlbInit(void);
+
+/**
+ * Adds an amount to a counter, atomically and modulo 2^32. The store calls it.
+ * @param statId below L2VPN_DB_STAT_COUNT; any other is ignored
+ */
+void L2VPN_DB_L2vpnOamStaticmacStat(uint32_t statId, uint32_t amount);
+
+/**
+ * Reads a counter; its meaning is the store's.
+ * @return the value, perhaps a moment old; 0 if statId is not below L2VPN_DB_STAT_COUNT
+ */
+uint32_t L2VPN_DB_L2vpnOamStaticmacGetStat(uint32_t statId);
+
+/* ---- Generic interface ----------------------------------------------------------------------- */
+
+/**
+ * Initialises the control block (GlbInit) and returns the table's functions for code that does not
+ * know its record type. The caller owns the copy.
+ */
+L2vpnDalIntf L2VPN_DB_L2vpnOamStaticmacDalIntf(void);
+
+/**
+ * L2VPN_DB_L2vpnOamStaticmacRead behind a check of the record's length.
+ * @return L2VPN_DB_ERR_PARAM if length is not 112; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnOamStaticmacRead(void *record, uint32_t length);
+
+/**
+ * L2VPN_DB_L2vpnOamStaticmacWrite behind a check of the record's length.
+ * @return L2VPN_DB_ERR_PARAM if length is not 112; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnOamStaticmacWrite(const void *record, uint32_t length);
+
+/**
+ * L2VPN_DB_L2vpnOamStaticmacUpdateFields behind a check of the record's length.
+ * @return L2VPN_DB_ERR_PARAM if length is not 112; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnOamStaticmacUpdate(const void *record, uint32_t length,
+                                           const uint32_t *fieldIds, uint32_t fieldCount);
+
+/**
+ * L2VPN_DB_L2vpnOamStaticmacDelete behind a check of the record's length.
+ * @return L2VPN_DB_ERR_PARAM if length is not 112; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnOamStaticmacRemove(const void *record, uint32_t length);
+
+/**
+ * L2VPN_DB_L2vpnOamStaticmacCreateIter behind a check of the record's length, which does not matter
+ * for a null record.
+ * @return 0 if record is not null and length is not 112; else what it returns
+ */
+L2vpnDbIter *L2VPN_DAL_L2vpnOamStaticmacCreateIter(uint32_t keyIndex, const void *record,
+                                                   uint32_t length);
+
+/**
+ * L2VPN_DB_L2vpnOamStaticmacGetNext behind a check of the record's length.
+ * @return L2VPN_DB_ERR_PARAM if length is not 112; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnOamStaticmacGetNext(L2vpnDbIter *iter, void *record, uint32_t length);
+
+/** The same as L2VPN_DB_L2vpnOamStaticmacCount; the interface table holds that one. */
+uint32_t L2VPN_DAL_L2vpnOamStaticmacCount(uint32_t *count);
+
+/**
+ * L2VPN_DB_L2vpnOamStaticmacCountByKey behind a check of the record's length, which a null record
+ * must pass too.
+ * @return L2VPN_DB_ERR_PARAM if length is not 112; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnOamStaticmacCountByKey(uint32_t keyIndex, const void *record,
+                                               uint32_t length, uint32_t *count);
+
+/* ---- Formatting and schema ------------------------------------------------------------------- */
+
+/**
+ * Renders a record as one line of text, "name:value" items joined by the separator: vrIndex,
+ * instanceId, macAddr, pwTunnelType, pwTunnelId, srcPid, flags, svcStatus, svcErrcode, svcCtx,
+ * batchVersion. A MAC field shows the low 32 bits of its address in memory, not its contents.
+ * Pieces that do not fit are left out.
+ * @param formatId L2VPN_AST_WHOLE_RECORD; any other prints "not support"
+ * @param record a L2vpnOamStaticmac
+ * @param buffer out, terminated text of at most bufferLength bytes
+ * @return the number of characters without the terminator; L2VPN_AST_ERR if a pointer is null or
+ *         bufferLength is 0; for another formatId the result of sprintf_s
+ */
+uint32_t L2VPN_AST_L2vpnOamStaticmacFormat(uint32_t formatId, const void *record, char *buffer,
+                                           uint32_t bufferLength, const char *separator);
+
+/**
+ * The whole-record presentation alone. No argument is checked.
+ * @return the number of characters without the terminator
+ */
+uint32_t L2VPN_AST_L2vpnOamStaticmacFormatTable(const L2vpnOamStaticmac *record, char *buffer,
+                                                uint32_t bufferLength, const char *separator);
+
+/** Returns the table's schema descriptor, which the library owns and nobody may change. */
+L2vpnAstModule *L2VPN_AST_L2vpnOamStaticmacModule(void);
+
+/* ---- Exported data --------------------------------------------------------------------------- */
+
+/** Control block, 208 bytes; see L2vpnDbGlbCb. */
+typedef struct L2vpnOamStaticmacGlbCb {
+    uint32_t keyId[4]; /**< At 0: the fast iterator's key identifier area. */
+    uint8_t key[16];    /**< At 16: its key, 14 bytes. */
+    L2vpnDbGlbCb cb;   /**< At 32: what all tables have. */
+} L2vpnOamStaticmacGlbCb;
+
+/** The table's control block. Its address is the handle of the fast iterator. */
+extern L2vpnOamStaticmacGlbCb g_l2vpnL2vpnOamStaticmacGlbCb;
+
+/** The table's descriptor, followed by its update-field map (1 pair) and its key map (4 pairs). */
+extern L2vpnDbTblIntf g_l2vpnL2vpnOamStaticmacIntf;
+
+/* ---- Imported from the platform (see platform.h) --------------------------------------------- */
+
+L2vpnDbRecObj *db_create_l2vpn_oam_staticmac_obj(L2vpnDbModuleIntf *module);
+
+void db_release_l2vpn_oam_staticmac_object(L2vpnDbModuleIntf *module, L2vpnDbRecObj *object);
+
+void db_reset_l2vpn_oam_staticmac_object(L2vpnDbModuleIntf *module, L2vpnDbRecObj *object);
+
+uint32_t db_set_l2vpn_oam_staticmac_all_fields(L2vpnDbRecObj *object,
+                                               const L2vpnDbRecData *record);
+
+uint32_t db_set_l2vpn_oam_staticmac_batchVersion(L2vpnDbRecObj *object, uint32_t value);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,436 @@
+/* SPDX-License-Identifier: MIT */
+/* Generated from schema/catalog/l2vpn_vll_ac.toml by ./dev generate. */
+/**
+ * @file l2vpn_vll_ac.h
+ * Attachment circuit of a virtual leased line (VLL), one per interface.
+ *
+ * The conventions at the head of l2vpn_db.h hold for every function: ownership, result codes,
+ * threads.
+ */
+#ifndef L2VPN_DB_L2VPN_VLL_AC_H
+#define L2VPN_DB_L2VPN_VLL_AC_H
+
+#include "l2vpn_db/l2vpn_db.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Record ---------------------------------------------------------------------------------- */
+
+/**
+ * Caller record, 192 bytes. The store holds its fields without gaps, 188 bytes. Bytes 172 to 175
+ * are alignment: no function reads or writes them.
+ */
+typedef struct L2vpnVllAc {
+    uint32_t ifIndex;         /**< Field 0 at 0: interface index. */
+    uint32_t ifType;          /**< Field 1 at 4: interface type. */
+    uint32_t vrIndex;         /**< Field 2 at 8: virtual router index. */
+    uint32_t instanceId;      /**< Field 3 at 12: instance id. */
+    uint8_t l2vpnType;        /**< Field 4 at 16: L2VPN type. */
+    uint8_t acFlag;           /**< Field 5 at 17: attachment circuit flags. */
+    uint16_t encapType;       /**< Field 6 at 18: encapsulation type. */
+    uint16_t bakFlag;         /**< Field 7 at 20: backup flags. */
+    uint8_t isRemoteAp;       /**< Field 8 at 22: whether the access point is remote. */
+    uint8_t isSelfBoard;      /**< Field 9 at 23: whether the interface is on this board. */
+    uint16_t pwTag;           /**< Field 10 at 24: pseudowire tag. */
+    uint8_t isSymmetric;      /**< Field 11 at 26: whether the interface is symmetric. */
+    uint8_t rsv1;             /**< Field 12 at 27: reserved. */
+    uint32_t flags;           /**< Field 13 at 28: record flags. */
+    uint32_t srcPid;          /**< Field 14 at 32: source process id. */
+    uint16_t peVlan;          /**< Field 15 at 36: provider edge VLAN. */
+    uint16_t ceVlan;          /**< Field 16 at 38: customer edge VLAN. */
+    uint32_t linkState;       /**< Field 17 at 40: link state. */
+    uint32_t memifIndex;      /**< Field 18 at 44: member interface index. */
+    uint32_t memIfType;       /**< Field 19 at 48: member interface type. */
+    uint8_t svcStatus[2];     /**< Fields 20 and 21 at 52: service status, two one-byte elements. */
+    uint8_t svcErrcode[2];    /**< Fields 22 and 23 at 54: service error code, two one-byte elements. */
+    uint8_t glbSvcCtx[2][12]; /**< Fields 24 and 25 at 56: global service context, two elements of opaque bytes. */
+    uint8_t svcCtx[2][44];    /**< Fields 26 and 27 at 80: service context, opaque bytes. */
+    uint32_t batchVersion;    /**< Field 28 at 168: batch version, the field that updates change. */
+    uint64_t timeStampApp;    /**< Field 29 at 176: time stamp of the application side. */
+    uint64_t timeStampSvc;    /**< Field 30 at 184: time stamp of the service side. */
+} L2vpnVllAc;
+
+static_assert(sizeof(L2vpnVllAc) == 192, "l2vpn_vll_ac: record size");
+
+/** Field ids, as the schema descriptor and the update functions use them. */
+enum {
+    L2VPN_VLL_AC_FIELD_ifIndex = 0,
+    L2VPN_VLL_AC_FIELD_ifType = 1,
+    L2VPN_VLL_AC_FIELD_vrIndex = 2,
+    L2VPN_VLL_AC_FIELD_instanceId = 3,
+    L2VPN_VLL_AC_FIELD_l2vpnType = 4,
+    L2VPN_VLL_AC_FIELD_acFlag = 5,
+    L2VPN_VLL_AC_FIELD_encapType = 6,
+    L2VPN_VLL_AC_FIELD_bakFlag = 7,
+    L2VPN_VLL_AC_FIELD_isRemoteAp = 8,
+    L2VPN_VLL_AC_FIELD_isSelfBoard = 9,
+    L2VPN_VLL_AC_FIELD_pwTag = 10,
+    L2VPN_VLL_AC_FIELD_isSymmetric = 11,
+    L2VPN_VLL_AC_FIELD_rsv1 = 12,
+    L2VPN_VLL_AC_FIELD_flags = 13,
+    L2VPN_VLL_AC_FIELD_srcPid = 14,
+    L2VPN_VLL_AC_FIELD_peVlan = 15,
+    L2VPN_VLL_AC_FIELD_ceVlan = 16,
+    L2VPN_VLL_AC_FIELD_linkState = 17,
+    L2VPN_VLL_AC_FIELD_memifIndex = 18,
+    L2VPN_VLL_AC_FIELD_memIfType = 19,
+    L2VPN_VLL_AC_FIELD_svcStatus = 20,
+    L2VPN_VLL_AC_FIELD_svcErrcode = 22,
+    L2VPN_VLL_AC_FIELD_glbSvcCtx = 24,
+    L2VPN_VLL_AC_FIELD_svcCtx = 26,
+    L2VPN_VLL_AC_FIELD_batchVersion = 28,
+    L2VPN_VLL_AC_FIELD_timeStampApp = 29,
+    L2VPN_VLL_AC_FIELD_timeStampSvc = 30
+};
+
+/** Key indexes. */
+enum {
+    L2VPN_VLL_AC_KEY_primary_key = 0,
+    L2VPN_VLL_AC_KEY_smooth_hash_key = 1,
+    L2VPN_VLL_AC_KEY_instance_key = 2
+};
+
+/* ---- Single records -------------------------------------------------------------------------- */
+
+/**
+ * Stores a record: inserts it, or replaces the one with the same primary key (ifIndex).
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVllAcWrite(const L2vpnVllAc *record);
+
+/**
+ * Reads the record with the primary key that record holds, and overwrites record with it.
+ * @param record in: the key fields; out: the whole record, unchanged on failure
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVllAcRead(L2vpnVllAc *record);
+
+/**
+ * Reads the record that a key request selects.
+ * @param record out, unchanged on failure; must not be null (not checked)
+ * @param key built by one of the Set...Key functions; must not be null (not checked)
+ * @return 0; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVllAcReadByKey(L2vpnVllAc *record, const L2vpnDbKeyData *key);
+
+/**
+ * Deletes the record with the primary key that record holds; its other fields do not matter.
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVllAcDelete(const L2vpnVllAc *record);
+
+/**
+ * Counts the table's records.
+ * @param count out, written by the store; not checked here
+ * @return the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVllAcCount(uint32_t *count);
+
+/* ---- Partial update -------------------------------------------------------------------------- */
+
+/**
+ * Changes the listed fields of a stored record to the values that record holds; the only field that
+ * can be is batchVersion (28). The record and the list must not change during the call.
+ * @param record names the stored record by its primary key
+ * @param fieldIds fieldCount field ids; checked by the setter only
+ * @return L2VPN_DB_ERR_PARAM if record is null; else the store's result, which reflects the
+ *         setter's
+ */
+uint32_t L2VPN_DB_L2vpnVllAcUpdateFields(const L2vpnVllAc *record, const uint32_t *fieldIds,
+                                         uint32_t fieldCount);
+
+/** Changes one field: the same as UpdateFields with a list of one. */
+uint32_t L2VPN_DB_L2vpnVllAcUpdateField(const L2vpnVllAc *record, uint32_t fieldId);
+
+/* ---- Iteration and counts -------------------------------------------------------------------- */
+
+/**
+ * Opens an iterator over the records with one key's values.
+ * @param keyIndex L2VPN_VLL_AC_KEY_...
+ * @param record holds the key's fields; null with the primary key means the whole table
+ * @return a handle to release with ReleaseIter; 0 for an unknown key index, for a null record with
+ *         a secondary key, or if the store opens none
+ */
+L2vpnDbIter *L2VPN_DB_L2vpnVllAcCreateIter(uint32_t keyIndex, const L2vpnVllAc *record);
+
+/**
+ * Counts the records with one key's values.
+ * @param keyIndex L2VPN_VLL_AC_KEY_...
+ * @param record holds the key's fields
+ * @param count out, written by the store; not checked here
+ * @return 0; L2VPN_DB_ERR_PARAM for an unknown key index or a null record; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVllAcCountByKey(uint32_t keyIndex, const L2vpnVllAc *record,
+                                       uint32_t *count);
+
+/**
+ * Opens an iterator over one full primary key. The table's one fast iterator, whose handle is the
+ * control block's address, costs one read and nothing in the store; while it is handed out, this
+ * opens an iterator of the store. Only its owner may use the handle.
+ * @param record holds the primary-key fields; null gives 0
+ * @return a handle to release with ReleaseIter; 0 for none
+ */
+L2vpnDbIter *L2VPN_DB_L2vpnVllAcCreateFastPriIter(const L2vpnVllAc *record);
+
+/**
+ * Delivers an iterator's next record.
+ * @param iter from one of this table's Create...Iter functions
+ * @param record out, unchanged unless the result is 0
+ * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE when the fast iterator has
+ *         made its read; else the store's result, its end code among them
+ */
+uint32_t L2VPN_DB_L2vpnVllAcGetNext(L2vpnDbIter *iter, L2vpnVllAc *record);
+
+/**
+ * Releases an iterator, exactly once, whatever GetNext returned.
+ * @return 0 for the fast iterator; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVllAcReleaseIter(L2vpnDbIter *iter);
+
+/* ---- Key 0: primary_key (ifIndex) ------------------------------------------------------------ */
+
+/**
+ * Opens an iterator of the store over the records with the same ifIndex as record.
+ * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ */
+L2vpnDbIter *L2VPN_DB_L2vpnVllAcCreatePrimaryIter(const L2vpnVllAc *record);
+
+/**
+ * Counts the records with the same ifIndex as record.
+ * @param count out, written by the store; not checked here
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVllAcCountByPrimaryKey(const L2vpnVllAc *record, uint32_t *count);
+
+/**
+ * Builds the key request, identifier word 0x00010004, from ifIndex. No pointer is checked.
+ * @param request out, zeroed by the caller; refers to keyId and key, which must outlive it
+ * @param keyId out, first word of a zeroed area of 16 bytes
+ * @param key out, 4 bytes
+ */
+void L2VPN_DB_L2vpnVllAcSetPrimaryKey(const L2vpnVllAc *record, L2vpnDbKeyData *request,
+                                      uint32_t *keyId, void *key);
+
+/* ---- Key 1: smooth_hash_key (vrIndex, srcPid) ------------------------------------------------ */
+
+/**
+ * Opens an iterator of the store over the records with the same vrIndex and srcPid as record.
+ * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ */
+L2vpnDbIter *L2VPN_DB_L2vpnVllAcCreateSmoothHashIter(const L2vpnVllAc *record);
+
+/**
+ * Counts the records with the same vrIndex and srcPid as record.
+ * @param count out, written by the store; not checked here
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVllAcCountBySmoothHashKey(const L2vpnVllAc *record, uint32_t *count);
+
+/**
+ * Builds the key request, identifier word 0x01090008, from vrIndex and srcPid. No pointer is
+ * checked.
+ * @param request out, zeroed by the caller; refers to keyId and key, which must outlive it
+ * @param keyId out, first word of a zeroed area of 16 bytes
+ * @param key out, 8 bytes
+ */
+void L2VPN_DB_L2vpnVllAcSetSmoothHashKey(const L2vpnVllAc *record, L2vpnDbKeyData *request,
+                                         uint32_t *keyId, void *key);
+
+/* ---- Key 2: instance_key (vrIndex, instanceId) ----------------------------------------------- */
+
+/**
+ * Opens an iterator of the store over the records with the same vrIndex and instanceId as record.
+ * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ */
+L2vpnDbIter *L2VPN_DB_L2vpnVllAcCreateInstanceIter(const L2vpnVllAc *record);
+
+/**
+ * Counts the records with the same vrIndex and instanceId as record.
+ * @param count out, written by the store; not checked here
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVllAcCountByInstanceKey(const L2vpnVllAc *record, uint32_t *count);
+
+/**
+ * Builds the key request, identifier word 0x02090008, from vrIndex and instanceId. No pointer is
+ * checked.
+ * @param request out, zeroed by the caller; refers to keyId and key, which must outlive it
+ * @param keyId out, first word of a zeroed area of 16 bytes
+ * @param key out, 8 bytes
+ */
+void L2VPN_DB_L2vpnVllAcSetInstanceKey(const L2vpnVllAc *record, L2vpnDbKeyData *request,
+                                       uint32_t *keyId, void *key);
+
+/* ---- Conversions, maps and callbacks --------------------------------------------------------- */
+
+/**
+ * Maps a key index to its key code, (index << 8) | flags.
+ * @return the code, or L2VPN_DB_NO_MAPPING
+ */
+uint32_t L2VPN_DB_L2vpnVllAcMapKeyId(uint32_t keyIndex);
+
+/**
+ * Maps a field id of an update to the store's.
+ * @return the id, or L2VPN_DB_NO_MAPPING
+ */
+uint32_t L2VPN_DB_L2vpnVllAcMapUpdateFieldId(uint32_t fieldId);
+
+/**
+ * The setter that the store calls during an update: sets batchVersion in the record object, once
+ * for each time the list names it.
+ * @return 0; L2VPN_DB_ERR_PARAM if record or fieldIds is null, fieldCount is 0, or at the first
+ *         other field id, or record->data is null; else the bitwise OR of the record object's
+ *         results
+ */
+uint32_t L2VPN_DB_L2vpnVllAcSetFields(const L2vpnDbRecData *record, L2vpnDbRecObj *object,
+                                      const uint32_t *fieldIds, uint32_t fieldCount);
+
+/**
+ * Packs a caller record into 188 bytes of stored record. No pointer is checked; the two must not
+ * overlap.
+ * @return not to be relied on
+ */
+uint32_t L2VPN_DB_L2vpnVllAcSetAllFields(const L2vpnVllAc *record, void *stored);
+
+/**
+ * Unpacks a stored record; the caller record's alignment bytes keep their values. No pointer is
+ * checked; the two must not overlap.
+ * @return not to be relied on
+ */
+uint32_t L2VPN_DB_L2vpnVllAcGetAllFields(const void *stored, L2vpnVllAc *record);
+
+/**
+ * Initialises the control block's spin lock, once however often it is called.
+ * @return 0
+ */
+uint32_t L2VPN_DB_L2vpnVllAcGlbInit(void);
+
+/**
+ * Adds an amount to a counter, atomically and modulo 2^32. The store calls it.
+ * @param statId below L2VPN_DB_STAT_COUNT; any other is ignored
+ */
+void L2VPN_DB_L2vpnVllAcStat(uint32_t statId, uint32_t amount);
+
+/**
+ * Reads a counter; its meaning is the store's.
+ * @return the value, perhaps a moment old; 0 if statId is not below L2VPN_DB_STAT_COUNT
+ */
+uint32_t L2VPN_DB_L2vpnVllAcGetStat(uint32_t statId);
+
+/* ---- Generic interface ----------------------------------------------------------------------- */
+
+/**
+ * Initialises the control block (GlbInit) and returns the table's functions for code that does not
+ * know its record type. The caller owns the copy.
+ */
+L2vpnDalIntf L2VPN_DB_L2vpnVllAcDalIntf(void);
+
+/**
+ * L2VPN_DB_L2vpnVllAcRead behind a check of the record's length.
+ * @return L2VPN_DB_ERR_PARAM if length is not 192; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnVllAcRead(void *record, uint32_t length);
+
+/**
+ * L2VPN_DB_L2vpnVllAcWrite behind a check of the record's length.
+ * @return L2VPN_DB_ERR_PARAM if length is not 192; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnVllAcWrite(const void *record, uint32_t length);
+
+/**
+ * L2VPN_DB_L2vpnVllAcUpdateFields behind a check of the record's length.
+ * @return L2VPN_DB_ERR_PARAM if length is not 192; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnVllAcUpdate(const void *record, uint32_t length, const uint32_t *fieldIds,
+                                    uint32_t fieldCount);
+
+/**
+ * L2VPN_DB_L2vpnVllAcDelete behind a check of the record's length.
+ * @return L2VPN_DB_ERR_PARAM if length is not 192; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnVllAcRemove(const void *record, uint32_t length);
+
+/**
+ * L2VPN_DB_L2vpnVllAcCreateIter behind a check of the record's length, which does not matter for a
+ * null record.
+ * @return 0 if record is not null and length is not 192; else what it returns
+ */
+L2vpnDbIter *L2VPN_DAL_L2vpnVllAcCreateIter(uint32_t keyIndex, const void *record,
+                                            uint32_t length);
+
+/**
+ * L2VPN_DB_L2vpnVllAcGetNext behind a check of the record's length.
+ * @return L2VPN_DB_ERR_PARAM if length is not 192; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnVllAcGetNext(L2vpnDbIter *iter, void *record, uint32_t length);
+
+/** The same as L2VPN_DB_L2vpnVllAcCount; the interface table holds that one. */
+uint32_t L2VPN_DAL_L2vpnVllAcCount(uint32_t *count);
+
+/**
+ * L2VPN_DB_L2vpnVllAcCountByKey behind a check of the record's length, which a null record must
+ * pass too.
+ * @return L2VPN_DB_ERR_PARAM if length is not 192; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnVllAcCountByKey(uint32_t keyIndex, const void *record, uint32_t length,
+                                        uint32_t *count);
+
+/* ---- Formatting and schema ------------------------------------------------------------------- */
+
+/**
+ * Renders a record as one line of text, "name:value" items joined by the separator: ifIndex,
+ * vrIndex, instanceId, flags, srcPid, svcStatus, svcErrcode, glbSvcCtx, svcCtx, batchVersion.
+ * Pieces that do not fit are left out.
+ * @param formatId L2VPN_AST_WHOLE_RECORD; any other prints "not support"
+ * @param record a L2vpnVllAc
+ * @param buffer out, terminated text of at most bufferLength bytes
+ * @return the number of characters without the terminator; L2VPN_AST_ERR if a pointer is null or
+ *         bufferLength is 0; for another formatId the result of sprintf_s
+ */
+uint32_t L2VPN_AST_L2vpnVllAcFormat(uint32_t formatId, const void *record, char *buffer,
+                                    uint32_t bufferLength, const char *separator);
+
+/**
+ * The whole-record presentation alone. No argument is checked.
+ * @return the number of characters without the terminator
+ */
+uint32_t L2VPN_AST_L2vpnVllAcFormatTable(const L2vpnVllAc *record, char *buffer,
+                                         uint32_t bufferLength, const char *separator);
+
+/** Returns the table's schema descriptor, which the library owns and nobody may change. */
+L2vpnAstModule *L2VPN_AST_L2vpnVllAcModule(void);
+
+/* ---- Exported data --------------------------------------------------------------------------- */
+
+/** Control block, 200 bytes; see L2vpnDbGlbCb. */
+typedef struct L2vpnVllAcGlbCb {
+    uint32_t keyId[4]; /**< At 0: the fast iterator's key identifier area. */
+    uint8_t key[8];     /**< At 16: its key, 4 bytes. */
+    L2vpnDbGlbCb cb;   /**< At 24: what all tables have. */
+} L2vpnVllAcGlbCb;
+
+/** The table's control block. Its address is the handle of the fast iterator. */
+extern L2vpnVllAcGlbCb g_l2vpnL2vpnVllAcGlbCb;
+
+/** The table's descriptor, followed by its update-field map (1 pair) and its key map (3 pairs). */
+extern L2vpnDbTblIntf g_l2vpnL2vpnVllAcIntf;
+
+/* ---- Imported from the platform (see platform.h) --------------------------------------------- */
+
+L2vpnDbRecObj *db_create_l2vpn_vll_ac_obj(L2vpnDbModuleIntf *module);
+
+void db_release_l2vpn_vll_ac_object(L2vpnDbModuleIntf *module, L2vpnDbRecObj *object);
+
+void db_reset_l2vpn_vll_ac_object(L2vpnDbModuleIntf *module, L2vpnDbRecObj *object);
+
+uint32_t db_set_l2vpn_vll_ac_all_fields(L2vpnDbRecObj *object, const L2vpnDbRecData *record);
+
+uint32_t db_set_l2vpn_vll_ac_batchVersion(L2vpnDbRecObj *object, uint32_t value);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,575 @@
+/* SPDX-License-Identifier: MIT */
+/* Generated from schema/catalog/l2vpn_vpls_ac.toml by ./dev generate. */
+/**
+ * @file l2vpn_vpls_ac.h
+ * Attachment circuit of a VPLS instance, one per interface.
+ *
+ * The conventions at the head of l2vpn_db.h hold for every function: ownership, result codes,
+ * threads.
+ */
+#ifndef L2VPN_DB_L2VPN_VPLS_AC_H
+#define L2VPN_DB_L2VPN_VPLS_AC_H
+
+#include "l2vpn_db/l2vpn_db.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Record ---------------------------------------------------------------------------------- */
+
+/**
+ * Caller record, 192 bytes. The store holds its fields without gaps, 185 bytes. Bytes 41 to 43, 172
+ * to 175 are alignment: no function reads or writes them.
+ */
+typedef struct L2vpnVplsAc {
+    uint32_t ifIndex;         /**< Field 0 at 0: interface index. */
+    uint32_t vrIndex;         /**< Field 1 at 4: virtual router index. */
+    uint32_t instanceId;      /**< Field 2 at 8: instance id. */
+    uint16_t peVlan;          /**< Field 3 at 12: provider edge VLAN. */
+    uint16_t ceVlan;          /**< Field 4 at 14: customer edge VLAN. */
+    uint8_t l2vpnType;        /**< Field 5 at 16: L2VPN type. */
+    uint8_t acFlag;           /**< Field 6 at 17: attachment circuit flags. */
+    uint16_t encapType;       /**< Field 7 at 18: encapsulation type. */
+    uint16_t ifType;          /**< Field 8 at 20: interface type. */
+    uint16_t linkState;       /**< Field 9 at 22: link state. */
+    uint8_t hubSpoke;         /**< Field 10 at 24: hub or spoke role. */
+    uint8_t ifSymMode;        /**< Field 11 at 25: symmetric mode of the interface. */
+    uint8_t flowActType;      /**< Field 12 at 26: flow action type. */
+    uint8_t state;            /**< Field 13 at 27: state. */
+    uint32_t mainIfIndex;     /**< Field 14 at 28: main interface index. */
+    uint16_t mainIfType;      /**< Field 15 at 32: main interface type. */
+    uint16_t sharePeVlan;     /**< Field 16 at 34: provider edge VLAN of the shared interface. */
+    uint16_t shareType;       /**< Field 17 at 36: type of sharing. */
+    uint8_t statEnable;       /**< Field 18 at 38: whether statistics are enabled. */
+    uint8_t isSelfBoard;      /**< Field 19 at 39: whether the interface is on this board. */
+    uint8_t vsi;              /**< Field 20 at 40: virtual switch instance. */
+    uint32_t flags;           /**< Field 21 at 44: record flags. */
+    uint32_t srcPid;          /**< Field 22 at 48: source process id. */
+    uint8_t svcStatus[2];     /**< Fields 23 and 24 at 52: service status, two one-byte elements. */
+    uint8_t svcErrcode[2];    /**< Fields 25 and 26 at 54: service error code, two one-byte elements. */
+    uint8_t glbSvcCtx[2][12]; /**< Fields 27 and 28 at 56: global service context, two elements of opaque bytes. */
+    uint8_t svcCtx[2][44];    /**< Fields 29 and 30 at 80: service context, opaque bytes. */
+    uint32_t batchVersion;    /**< Field 31 at 168: batch version, the field that updates change. */
+    uint64_t timeStampApp;    /**< Field 32 at 176: time stamp of the application side. */
+    uint64_t timeStampSvc;    /**< Field 33 at 184: time stamp of the service side. */
+} L2vpnVplsAc;
+
+static_assert(sizeof(L2vpnVplsAc) == 192, "l2vpn_vpls_ac: record size");
+
+/** Field ids, as the schema descriptor and the update functions use them. */
+enum {
+    L2VPN_VPLS_AC_FIELD_ifIndex = 0,
+    L2VPN_VPLS_AC_FIELD_vrIndex = 1,
+    L2VPN_VPLS_AC_FIELD_instanceId = 2,
+    L2VPN_VPLS_AC_FIELD_peVlan = 3,
+    L2VPN_VPLS_AC_FIELD_ceVlan = 4,
+    L2VPN_VPLS_AC_FIELD_l2vpnType = 5,
+    L2VPN_VPLS_AC_FIELD_acFlag = 6,
+    L2VPN_VPLS_AC_FIELD_encapType = 7,
+    L2VPN_VPLS_AC_FIELD_ifType = 8,
+    L2VPN_VPLS_AC_FIELD_linkState = 9,
+    L2VPN_VPLS_AC_FIELD_hubSpoke = 10,
+    L2VPN_VPLS_AC_FIELD_ifSymMode = 11,
+    L2VPN_VPLS_AC_FIELD_flowActType = 12,
+    L2VPN_VPLS_AC_FIELD_state = 13,
+    L2VPN_VPLS_AC_FIELD_mainIfIndex = 14,
+    L2VPN_VPLS_AC_FIELD_mainIfType = 15,
+    L2VPN_VPLS_AC_FIELD_sharePeVlan = 16,
+    L2VPN_VPLS_AC_FIELD_shareType = 17,
+    L2VPN_VPLS_AC_FIELD_statEnable = 18,
+    L2VPN_VPLS_AC_FIELD_isSelfBoard = 19,
+    L2VPN_VPLS_AC_FIELD_vsi = 20,
+    L2VPN_VPLS_AC_FIELD_flags = 21,
+    L2VPN_VPLS_AC_FIELD_srcPid = 22,
+    L2VPN_VPLS_AC_FIELD_svcStatus = 23,
+    L2VPN_VPLS_AC_FIELD_svcErrcode = 25,
+    L2VPN_VPLS_AC_FIELD_glbSvcCtx = 27,
+    L2VPN_VPLS_AC_FIELD_svcCtx = 29,
+    L2VPN_VPLS_AC_FIELD_batchVersion = 31,
+    L2VPN_VPLS_AC_FIELD_timeStampApp = 32,
+    L2VPN_VPLS_AC_FIELD_timeStampSvc = 33
+};
+
+/** Key indexes. */
+enum {
+    L2VPN_VPLS_AC_KEY_primary_key = 0,
+    L2VPN_VPLS_AC_KEY_instance_key = 1,
+    L2VPN_VPLS_AC_KEY_share_if_key = 2,
+    L2VPN_VPLS_AC_KEY_encap_key = 3,
+    L2VPN_VPLS_AC_KEY_mainIf_ker = 4,
+    L2VPN_VPLS_AC_KEY_stp_ker = 5,
+    L2VPN_VPLS_AC_KEY_smooth_hash_key = 6,
+    L2VPN_VPLS_AC_KEY_if_inst = 7
+};
+
+/* ---- Single records -------------------------------------------------------------------------- */
+
+/**
+ * Stores a record: inserts it, or replaces the one with the same primary key (ifIndex).
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcWrite(const L2vpnVplsAc *record);
+
+/**
+ * Reads the record with the primary key that record holds, and overwrites record with it.
+ * @param record in: the key fields; out: the whole record, unchanged on failure
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcRead(L2vpnVplsAc *record);
+
+/**
+ * Reads the record that a key request selects.
+ * @param record out, unchanged on failure; must not be null (not checked)
+ * @param key built by one of the Set...Key functions; must not be null (not checked)
+ * @return 0; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcReadByKey(L2vpnVplsAc *record, const L2vpnDbKeyData *key);
+
+/**
+ * Deletes the record with the primary key that record holds; its other fields do not matter.
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcDelete(const L2vpnVplsAc *record);
+
+/**
+ * Counts the table's records.
+ * @param count out, written by the store; not checked here
+ * @return the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcCount(uint32_t *count);
+
+/* ---- Partial update -------------------------------------------------------------------------- */
+
+/**
+ * Changes the listed fields of a stored record to the values that record holds; the only field that
+ * can be is batchVersion (31). The record and the list must not change during the call.
+ * @param record names the stored record by its primary key
+ * @param fieldIds fieldCount field ids; checked by the setter only
+ * @return L2VPN_DB_ERR_PARAM if record is null; else the store's result, which reflects the
+ *         setter's
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcUpdateFields(const L2vpnVplsAc *record, const uint32_t *fieldIds,
+                                          uint32_t fieldCount);
+
+/** Changes one field: the same as UpdateFields with a list of one. */
+uint32_t L2VPN_DB_L2vpnVplsAcUpdateField(const L2vpnVplsAc *record, uint32_t fieldId);
+
+/* ---- Iteration and counts -------------------------------------------------------------------- */
+
+/**
+ * Opens an iterator over the records with one key's values.
+ * @param keyIndex L2VPN_VPLS_AC_KEY_...
+ * @param record holds the key's fields; null with the primary key means the whole table
+ * @return a handle to release with ReleaseIter; 0 for an unknown key index, for a null record with
+ *         a secondary key, or if the store opens none
+ */
+L2vpnDbIter *L2VPN_DB_L2vpnVplsAcCreateIter(uint32_t keyIndex, const L2vpnVplsAc *record);
+
+/**
+ * Counts the records with one key's values.
+ * @param keyIndex L2VPN_VPLS_AC_KEY_...
+ * @param record holds the key's fields
+ * @param count out, written by the store; not checked here
+ * @return 0; L2VPN_DB_ERR_PARAM for an unknown key index or a null record; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcCountByKey(uint32_t keyIndex, const L2vpnVplsAc *record,
+                                        uint32_t *count);
+
+/**
+ * Opens an iterator over one full primary key. The table's one fast iterator, whose handle is the
+ * control block's address, costs one read and nothing in the store; while it is handed out, this
+ * opens an iterator of the store. Only its owner may use the handle.
+ * @param record holds the primary-key fields; null gives 0
+ * @return a handle to release with ReleaseIter; 0 for none
+ */
+L2vpnDbIter *L2VPN_DB_L2vpnVplsAcCreateFastPriIter(const L2vpnVplsAc *record);
+
+/**
+ * Delivers an iterator's next record.
+ * @param iter from one of this table's Create...Iter functions
+ * @param record out, unchanged unless the result is 0
+ * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE when the fast iterator has
+ *         made its read; else the store's result, its end code among them
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcGetNext(L2vpnDbIter *iter, L2vpnVplsAc *record);
+
+/**
+ * Releases an iterator, exactly once, whatever GetNext returned.
+ * @return 0 for the fast iterator; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcReleaseIter(L2vpnDbIter *iter);
+
+/* ---- Key 0: primary_key (ifIndex) ------------------------------------------------------------ */
+
+/**
+ * Opens an iterator of the store over the records with the same ifIndex as record.
+ * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ */
+L2vpnDbIter *L2VPN_DB_L2vpnVplsAcCreatePrimaryIter(const L2vpnVplsAc *record);
+
+/**
+ * Counts the records with the same ifIndex as record.
+ * @param count out, written by the store; not checked here
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcCountByPrimaryKey(const L2vpnVplsAc *record, uint32_t *count);
+
+/**
+ * Builds the key request, identifier word 0x00010004, from ifIndex. No pointer is checked.
+ * @param request out, zeroed by the caller; refers to keyId and key, which must outlive it
+ * @param keyId out, first word of a zeroed area of 16 bytes
+ * @param key out, 4 bytes
+ */
+void L2VPN_DB_L2vpnVplsAcSetPrimaryKey(const L2vpnVplsAc *record, L2vpnDbKeyData *request,
+                                       uint32_t *keyId, void *key);
+
+/* ---- Key 1: instance_key (vrIndex, instanceId) ----------------------------------------------- */
+
+/**
+ * Opens an iterator of the store over the records with the same vrIndex and instanceId as record.
+ * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ */
+L2vpnDbIter *L2VPN_DB_L2vpnVplsAcCreateInstanceIter(const L2vpnVplsAc *record);
+
+/**
+ * Counts the records with the same vrIndex and instanceId as record.
+ * @param count out, written by the store; not checked here
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcCountByInstanceKey(const L2vpnVplsAc *record, uint32_t *count);
+
+/**
+ * Builds the key request, identifier word 0x01090008, from vrIndex and instanceId. No pointer is
+ * checked.
+ * @param request out, zeroed by the caller; refers to keyId and key, which must outlive it
+ * @param keyId out, first word of a zeroed area of 16 bytes
+ * @param key out, 8 bytes
+ */
+void L2VPN_DB_L2vpnVplsAcSetInstanceKey(const L2vpnVplsAc *record, L2vpnDbKeyData *request,
+                                        uint32_t *keyId, void *key);
+
+/* ---- Key 2: share_if_key (vrIndex, instanceId, mainIfIndex, sharePeVlan, shareType) ---------- */
+
+/**
+ * Opens an iterator of the store over the records with the same vrIndex, instanceId, mainIfIndex,
+ * sharePeVlan and shareType as record.
+ * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ */
+L2vpnDbIter *L2VPN_DB_L2vpnVplsAcCreateShareIfIter(const L2vpnVplsAc *record);
+
+/**
+ * Counts the records with the same vrIndex, instanceId, mainIfIndex, sharePeVlan and shareType as
+ * record.
+ * @param count out, written by the store; not checked here
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcCountByShareIfKey(const L2vpnVplsAc *record, uint32_t *count);
+
+/**
+ * Builds the key request, identifier word 0x02090010, from vrIndex, instanceId, mainIfIndex,
+ * sharePeVlan and shareType. No pointer is checked.
+ * @param request out, zeroed by the caller; refers to keyId and key, which must outlive it
+ * @param keyId out, first word of a zeroed area of 16 bytes
+ * @param key out, 16 bytes
+ */
+void L2VPN_DB_L2vpnVplsAcSetShareIfKey(const L2vpnVplsAc *record, L2vpnDbKeyData *request,
+                                       uint32_t *keyId, void *key);
+
+/* ---- Key 3: encap_key (vrIndex, instanceId, encapType) --------------------------------------- */
+
+/**
+ * Opens an iterator of the store over the records with the same vrIndex, instanceId and encapType
+ * as record.
+ * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ */
+L2vpnDbIter *L2VPN_DB_L2vpnVplsAcCreateEncapIter(const L2vpnVplsAc *record);
+
+/**
+ * Counts the records with the same vrIndex, instanceId and encapType as record.
+ * @param count out, written by the store; not checked here
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcCountByEncapKey(const L2vpnVplsAc *record, uint32_t *count);
+
+/**
+ * Builds the key request, identifier word 0x0309000A, from vrIndex, instanceId and encapType. No
+ * pointer is checked.
+ * @param request out, zeroed by the caller; refers to keyId and key, which must outlive it
+ * @param keyId out, first word of a zeroed area of 16 bytes
+ * @param key out, 10 bytes
+ */
+void L2VPN_DB_L2vpnVplsAcSetEncapKey(const L2vpnVplsAc *record, L2vpnDbKeyData *request,
+                                     uint32_t *keyId, void *key);
+
+/* ---- Key 4: mainIf_ker (vrIndex, mainIfIndex) ------------------------------------------------ */
+
+/**
+ * Opens an iterator of the store over the records with the same vrIndex and mainIfIndex as record.
+ * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ */
+L2vpnDbIter *L2VPN_DB_L2vpnVplsAcCreateMainifKerIter(const L2vpnVplsAc *record);
+
+/**
+ * Counts the records with the same vrIndex and mainIfIndex as record.
+ * @param count out, written by the store; not checked here
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcCountByMainifKerKey(const L2vpnVplsAc *record, uint32_t *count);
+
+/**
+ * Builds the key request, identifier word 0x04090008, from vrIndex and mainIfIndex. No pointer is
+ * checked.
+ * @param request out, zeroed by the caller; refers to keyId and key, which must outlive it
+ * @param keyId out, first word of a zeroed area of 16 bytes
+ * @param key out, 8 bytes
+ */
+void L2VPN_DB_L2vpnVplsAcSetMainifKerKey(const L2vpnVplsAc *record, L2vpnDbKeyData *request,
+                                         uint32_t *keyId, void *key);
+
+/* ---- Key 5: stp_ker (mainIfIndex, peVlan) ---------------------------------------------------- */
+
+/**
+ * Opens an iterator of the store over the records with the same mainIfIndex and peVlan as record.
+ * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ */
+L2vpnDbIter *L2VPN_DB_L2vpnVplsAcCreateStpKerIter(const L2vpnVplsAc *record);
+
+/**
+ * Counts the records with the same mainIfIndex and peVlan as record.
+ * @param count out, written by the store; not checked here
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcCountByStpKerKey(const L2vpnVplsAc *record, uint32_t *count);
+
+/**
+ * Builds the key request, identifier word 0x05090006, from mainIfIndex and peVlan. No pointer is
+ * checked.
+ * @param request out, zeroed by the caller; refers to keyId and key, which must outlive it
+ * @param keyId out, first word of a zeroed area of 16 bytes
+ * @param key out, 6 bytes
+ */
+void L2VPN_DB_L2vpnVplsAcSetStpKerKey(const L2vpnVplsAc *record, L2vpnDbKeyData *request,
+                                      uint32_t *keyId, void *key);
+
+/* ---- Key 6: smooth_hash_key (vrIndex, srcPid) ------------------------------------------------ */
+
+/**
+ * Opens an iterator of the store over the records with the same vrIndex and srcPid as record.
+ * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ */
+L2vpnDbIter *L2VPN_DB_L2vpnVplsAcCreateSmoothHashIter(const L2vpnVplsAc *record);
+
+/**
+ * Counts the records with the same vrIndex and srcPid as record.
+ * @param count out, written by the store; not checked here
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcCountBySmoothHashKey(const L2vpnVplsAc *record, uint32_t *count);
+
+/**
+ * Builds the key request, identifier word 0x06090008, from vrIndex and srcPid. No pointer is
+ * checked.
+ * @param request out, zeroed by the caller; refers to keyId and key, which must outlive it
+ * @param keyId out, first word of a zeroed area of 16 bytes
+ * @param key out, 8 bytes
+ */
+void L2VPN_DB_L2vpnVplsAcSetSmoothHashKey(const L2vpnVplsAc *record, L2vpnDbKeyData *request,
+                                          uint32_t *keyId, void *key);
+
+/* ---- Key 7: if_inst (ifIndex, instanceId) ---------------------------------------------------- */
+
+/**
+ * Opens an iterator of the store over the records with the same ifIndex and instanceId as record.
+ * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ */
+L2vpnDbIter *L2VPN_DB_L2vpnVplsAcCreateIfInstIter(const L2vpnVplsAc *record);
+
+/**
+ * Counts the records with the same ifIndex and instanceId as record.
+ * @param count out, written by the store; not checked here
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcCountByIfInstKey(const L2vpnVplsAc *record, uint32_t *count);
+
+/**
+ * Builds the key request, identifier word 0x07090008, from ifIndex and instanceId. No pointer is
+ * checked.
+ * @param request out, zeroed by the caller; refers to keyId and key, which must outlive it
+ * @param keyId out, first word of a zeroed area of 16 bytes
+ * @param key out, 8 bytes
+ */
+void L2VPN_DB_L2vpnVplsAcSetIfInstKey(const L2vpnVplsAc *record, L2vpnDbKeyData *request,
+                                      uint32_t *keyId, void *key);
+
+/* ---- Conversions, maps and callbacks --------------------------------------------------------- */
+
+/**
+ * Maps a key index to its key code, (index << 8) | flags.
+ * @return the code, or L2VPN_DB_NO_MAPPING
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcMapKeyId(uint32_t keyIndex);
+
+/**
+ * Maps a field id of an update to the store's.
+ * @return the id, or L2VPN_DB_NO_MAPPING
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcMapUpdateFieldId(uint32_t fieldId);
+
+/**
+ * The setter that the store calls during an update: sets batchVersion in the record object, once
+ * for each time the list names it.
+ * @return 0; L2VPN_DB_ERR_PARAM if record or fieldIds is null, fieldCount is 0, or at the first
+ *         other field id, or record->data is null; else the bitwise OR of the record object's
+ *         results
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcSetFields(const L2vpnDbRecData *record, L2vpnDbRecObj *object,
+                                       const uint32_t *fieldIds, uint32_t fieldCount);
+
+/**
+ * Packs a caller record into 185 bytes of stored record. No pointer is checked; the two must not
+ * overlap.
+ * @return not to be relied on
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcSetAllFields(const L2vpnVplsAc *record, void *stored);
+
+/**
+ * Unpacks a stored record; the caller record's alignment bytes keep their values. No pointer is
+ * checked; the two must not overlap.
+ * @return not to be relied on
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcGetAllFields(const void *stored, L2vpnVplsAc *record);
+
+/**
+ * Initialises the control block's spin lock, once however often it is called.
+ * @return 0
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcGlbInit(void);
+
+/**
+ * Adds an amount to a counter, atomically and modulo 2^32. The store calls it.
+ * @param statId below L2VPN_DB_STAT_COUNT; any other is ignored
+ */
+void L2VPN_DB_L2vpnVplsAcStat(uint32_t statId, uint32_t amount);
+
+/**
+ * Reads a counter; its meaning is the store's.
+ * @return the value, perhaps a moment old; 0 if statId is not below L2VPN_DB_STAT_COUNT
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcGetStat(uint32_t statId);
+
+/* ---- Generic interface ----------------------------------------------------------------------- */
+
+/**
+ * Initialises the control block (GlbInit) and returns the table's functions for code that does not
+ * know its record type. The caller owns the copy.
+ */
+L2vpnDalIntf L2VPN_DB_L2vpnVplsAcDalIntf(void);
+
+/**
+ * L2VPN_DB_L2vpnVplsAcRead behind a check of the record's length.
+ * @return L2VPN_DB_ERR_PARAM if length is not 192; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnVplsAcRead(void *record, uint32_t length);
+
+/**
+ * L2VPN_DB_L2vpnVplsAcWrite behind a check of the record's length.
+ * @return L2VPN_DB_ERR_PARAM if length is not 192; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnVplsAcWrite(const void *record, uint32_t length);
+
+/**
+ * L2VPN_DB_L2vpnVplsAcUpdateFields behind a check of the record's length.
+ * @return L2VPN_DB_ERR_PARAM if length is not 192; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnVplsAcUpdate(const void *record, uint32_t length, const uint32_t *fieldIds,
+                                     uint32_t fieldCount);
+
+/**
+ * L2VPN_DB_L2vpnVplsAcDelete behind a check of the record's length.
+ * @return L2VPN_DB_ERR_PARAM if length is not 192; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnVplsAcRemove(const void *record, uint32_t length);
+
+/**
+ * L2VPN_DB_L2vpnVplsAcCreateIter behind a check of the record's length, which does not matter for a
+ * null record.
+ * @return 0 if record is not null and length is not 192; else what it returns
+ */
+L2vpnDbIter *L2VPN_DAL_L2vpnVplsAcCreateIter(uint32_t keyIndex, const void *record,
+                                             uint32_t length);
+
+/**
+ * L2VPN_DB_L2vpnVplsAcGetNext behind a check of the record's length.
+ * @return L2VPN_DB_ERR_PARAM if length is not 192; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnVplsAcGetNext(L2vpnDbIter *iter, void *record, uint32_t length);
+
+/** The same as L2VPN_DB_L2vpnVplsAcCount; the interface table holds that one. */
+uint32_t L2VPN_DAL_L2vpnVplsAcCount(uint32_t *count);
+
+/**
+ * L2VPN_DB_L2vpnVplsAcCountByKey behind a check of the record's length, which a null record must
+ * pass too.
+ * @return L2VPN_DB_ERR_PARAM if length is not 192; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnVplsAcCountByKey(uint32_t keyIndex, const void *record, uint32_t length,
+                                         uint32_t *count);
+
+/* ---- Formatting and schema ------------------------------------------------------------------- */
+
+/**
+ * Renders a record as one line of text, "name:value" items joined by the separator: ifIndex,
+ * vrIndex, instanceId, peVlan, encapType, mainIfIndex, sharePeVlan, shareType, flags, srcPid,
+ * svcStatus, svcErrcode, glbSvcCtx, svcCtx, batchVersion. Pieces that do not fit are left out.
+ * @param formatId L2VPN_AST_WHOLE_RECORD; any other prints "not support"
+ * @param record a L2vpnVplsAc
+ * @param buffer out, terminated text of at most bufferLength bytes
+ * @return the number of characters without the terminator; L2VPN_AST_ERR if a pointer is null or
+ *         bufferLength is 0; for another formatId the result of sprintf_s
+ */
+uint32_t L2VPN_AST_L2vpnVplsAcFormat(uint32_t formatId, const void *record, char *buffer,
+                                     uint32_t bufferLength, const char *separator);
+
+/**
+ * The whole-record presentation alone. No argument is checked.
+ * @return the number of characters without the terminator
+ */
+uint32_t L2VPN_AST_L2vpnVplsAcFormatTable(const L2vpnVplsAc *record, char *buffer,
+                                          uint32_t bufferLength, const char *separator);
+
+/** Returns the table's schema descriptor, which the library owns and nobody may change. */
+L2vpnAstModule *L2VPN_AST_L2vpnVplsAcModule(void);
+
+/* ---- Exported data --------------------------------------------------------------------------- */
+
+/** Control block, 200 bytes; see L2vpnDbGlbCb. */
+typedef struct L2vpnVplsAcGlbCb {
+    uint32_t keyId[4]; /**< At 0: the fast iterator's key identifier area. */
+    uint8_t key[8];     /**< At 16: its key, 4 bytes. */
+    L2vpnDbGlbCb cb;   /**< At 24: what all tables have. */
+} L2vpnVplsAcGlbCb;
+
+/** The table's control block. Its address is the handle of the fast iterator. */
+extern L2vpnVplsAcGlbCb g_l2vpnL2vpnVplsAcGlbCb;
+
+/** The table's descriptor, followed by its update-field map (1 pair) and its key map (8 pairs). */
+extern L2vpnDbTblIntf g_l2vpnL2vpnVplsAcIntf;
+
+/* ---- Imported from the platform (see platform.h) --------------------------------------------- */
+
+L2vpnDbRecObj *db_create_l2vpn_vpls_ac_obj(L2vpnDbModuleIntf *module);
+
+void db_release_l2vpn_vpls_ac_object(L2vpnDbModuleIntf *module, L2vpnDbRecObj *object);
+
+void db_reset_l2vpn_vpls_ac_object(L2vpnDbModuleIntf *module, L2vpnDbRecObj *object);
+
+uint32_t db_set_l2vpn_vpls_ac_all_fields(L2vpnDbRecObj *object, const L2vpnDbRecData *record);
+
+uint32_t db_set_l2vpn_vpls_ac_batchVersion(L2vpnDbRecObj *object, uint32_t value);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

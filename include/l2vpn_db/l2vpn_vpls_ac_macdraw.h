@@ -1,0 +1,385 @@
+/* SPDX-License-Identifier: MIT */
+/* Generated from schema/catalog/l2vpn_vpls_ac_macdraw.toml by ./dev generate. */
+/**
+ * @file l2vpn_vpls_ac_macdraw.h
+ * MAC withdrawal of a VPLS attachment interface.
+ *
+ * The conventions at the head of l2vpn_db.h hold for every function: ownership, result codes,
+ * threads.
+ */
+#ifndef L2VPN_DB_L2VPN_VPLS_AC_MACDRAW_H
+#define L2VPN_DB_L2VPN_VPLS_AC_MACDRAW_H
+
+#include "l2vpn_db/l2vpn_db.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Record ---------------------------------------------------------------------------------- */
+
+/** Caller record, 48 bytes. The store holds its fields without gaps, 48 bytes. */
+typedef struct L2vpnVplsAcMacdraw {
+    uint32_t ifIndex;      /**< Field 0 at 0: interface index. */
+    uint32_t vrIndex;      /**< Field 1 at 4: virtual router index. */
+    uint32_t timeStamp;    /**< Field 2 at 8: time stamp. */
+    uint32_t srcPid;       /**< Field 3 at 12: source process id. */
+    uint32_t flags;        /**< Field 4 at 16: record flags. */
+    uint8_t macEvent;      /**< Field 5 at 20: MAC withdrawal event. */
+    uint8_t rsv1;          /**< Field 6 at 21: reserved. */
+    uint16_t rsv2;         /**< Field 7 at 22: reserved. */
+    uint8_t svcStatus[2];  /**< Fields 8 and 9 at 24: service status, two one-byte elements. */
+    uint8_t svcErrcode[2]; /**< Fields 10 and 11 at 26: service error code, two one-byte elements. */
+    uint32_t batchVersion; /**< Field 12 at 28: batch version, the field that updates change. */
+    uint64_t timeStampApp; /**< Field 13 at 32: time stamp of the application side. */
+    uint64_t timeStampSvc; /**< Field 14 at 40: time stamp of the service side. */
+} L2vpnVplsAcMacdraw;
+
+static_assert(sizeof(L2vpnVplsAcMacdraw) == 48, "l2vpn_vpls_ac_macdraw: record size");
+
+/** Field ids, as the schema descriptor and the update functions use them. */
+enum {
+    L2VPN_VPLS_AC_MACDRAW_FIELD_ifIndex = 0,
+    L2VPN_VPLS_AC_MACDRAW_FIELD_vrIndex = 1,
+    L2VPN_VPLS_AC_MACDRAW_FIELD_timeStamp = 2,
+    L2VPN_VPLS_AC_MACDRAW_FIELD_srcPid = 3,
+    L2VPN_VPLS_AC_MACDRAW_FIELD_flags = 4,
+    L2VPN_VPLS_AC_MACDRAW_FIELD_macEvent = 5,
+    L2VPN_VPLS_AC_MACDRAW_FIELD_rsv1 = 6,
+    L2VPN_VPLS_AC_MACDRAW_FIELD_rsv2 = 7,
+    L2VPN_VPLS_AC_MACDRAW_FIELD_svcStatus = 8,
+    L2VPN_VPLS_AC_MACDRAW_FIELD_svcErrcode = 10,
+    L2VPN_VPLS_AC_MACDRAW_FIELD_batchVersion = 12,
+    L2VPN_VPLS_AC_MACDRAW_FIELD_timeStampApp = 13,
+    L2VPN_VPLS_AC_MACDRAW_FIELD_timeStampSvc = 14
+};
+
+/** Key indexes. */
+enum {
+    L2VPN_VPLS_AC_MACDRAW_KEY_primary_key = 0,
+    L2VPN_VPLS_AC_MACDRAW_KEY_smooth_hash_key = 1
+};
+
+/* ---- Single records -------------------------------------------------------------------------- */
+
+/**
+ * Stores a record: inserts it, or replaces the one with the same primary key (ifIndex).
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcMacdrawWrite(const L2vpnVplsAcMacdraw *record);
+
+/**
+ * Reads the record with the primary key that record holds, and overwrites record with it.
+ * @param record in: the key fields; out: the whole record, unchanged on failure
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcMacdrawRead(L2vpnVplsAcMacdraw *record);
+
+/**
+ * Reads the record that a key request selects.
+ * @param record out, unchanged on failure; must not be null (not checked)
+ * @param key built by one of the Set...Key functions; must not be null (not checked)
+ * @return 0; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcMacdrawReadByKey(L2vpnVplsAcMacdraw *record,
+                                              const L2vpnDbKeyData *key);
+
+/**
+ * Deletes the record with the primary key that record holds; its other fields do not matter.
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcMacdrawDelete(const L2vpnVplsAcMacdraw *record);
+
+/**
+ * Counts the table's records.
+ * @param count out, written by the store; not checked here
+ * @return the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcMacdrawCount(uint32_t *count);
+
+/* ---- Partial update -------------------------------------------------------------------------- */
+
+/**
+ * Changes the listed fields of a stored record to the values that record holds; the only field that
+ * can be is batchVersion (12). The record and the list must not change during the call.
+ * @param record names the stored record by its primary key
+ * @param fieldIds fieldCount field ids; checked by the setter only
+ * @return L2VPN_DB_ERR_PARAM if record is null; else the store's result, which reflects the
+ *         setter's
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcMacdrawUpdateFields(const L2vpnVplsAcMacdraw *record,
+                                                 const uint32_t *fieldIds, uint32_t fieldCount);
+
+/** Changes one field: the same as UpdateFields with a list of one. */
+uint32_t L2VPN_DB_L2vpnVplsAcMacdrawUpdateField(const L2vpnVplsAcMacdraw *record,
+                                                uint32_t fieldId);
+
+/* ---- Iteration and counts -------------------------------------------------------------------- */
+
+/**
+ * Opens an iterator over the records with one key's values.
+ * @param keyIndex L2VPN_VPLS_AC_MACDRAW_KEY_...
+ * @param record holds the key's fields; null with the primary key means the whole table
+ * @return a handle to release with ReleaseIter; 0 for an unknown key index, for a null record with
+ *         a secondary key, or if the store opens none
+ */
+L2vpnDbIter *L2VPN_DB_L2vpnVplsAcMacdrawCreateIter(uint32_t keyIndex,
+                                                   const L2vpnVplsAcMacdraw *record);
+
+/**
+ * Counts the records with one key's values.
+ * @param keyIndex L2VPN_VPLS_AC_MACDRAW_KEY_...
+ * @param record holds the key's fields
+ * @param count out, written by the store; not checked here
+ * @return 0; L2VPN_DB_ERR_PARAM for an unknown key index or a null record; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcMacdrawCountByKey(uint32_t keyIndex, const L2vpnVplsAcMacdraw *record,
+                                               uint32_t *count);
+
+/**
+ * Opens an iterator over one full primary key. The table's one fast iterator, whose handle is the
+ * control block's address, costs one read and nothing in the store; while it is handed out, this
+ * opens an iterator of the store. Only its owner may use the handle.
+ * @param record holds the primary-key fields; null gives 0
+ * @return a handle to release with ReleaseIter; 0 for none
+ */
+L2vpnDbIter *L2VPN_DB_L2vpnVplsAcMacdrawCreateFastPriIter(const L2vpnVplsAcMacdraw *record);
+
+/**
+ * Delivers an iterator's next record.
+ * @param iter from one of this table's Create...Iter functions
+ * @param record out, unchanged unless the result is 0
+ * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE when the fast iterator has
+ *         made its read; else the store's result, its end code among them
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcMacdrawGetNext(L2vpnDbIter *iter, L2vpnVplsAcMacdraw *record);
+
+/**
+ * Releases an iterator, exactly once, whatever GetNext returned.
+ * @return 0 for the fast iterator; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcMacdrawReleaseIter(L2vpnDbIter *iter);
+
+/* ---- Key 0: primary_key (ifIndex) ------------------------------------------------------------ */
+
+/**
+ * Opens an iterator of the store over the records with the same ifIndex as record.
+ * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ */
+L2vpnDbIter *L2VPN_DB_L2vpnVplsAcMacdrawCreatePrimaryIter(const L2vpnVplsAcMacdraw *record);
+
+/**
+ * Counts the records with the same ifIndex as record.
+ * @param count out, written by the store; not checked here
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcMacdrawCountByPrimaryKey(const L2vpnVplsAcMacdraw *record,
+                                                      uint32_t *count);
+
+/**
+ * Builds the key request, identifier word 0x00010004, from ifIndex. No pointer is checked.
+ * @param request out, zeroed by the caller; refers to keyId and key, which must outlive it
+ * @param keyId out, first word of a zeroed area of 16 bytes
+ * @param key out, 4 bytes
+ */
+void L2VPN_DB_L2vpnVplsAcMacdrawSetPrimaryKey(const L2vpnVplsAcMacdraw *record,
+                                              L2vpnDbKeyData *request, uint32_t *keyId, void *key);
+
+/* ---- Key 1: smooth_hash_key (vrIndex, srcPid) ------------------------------------------------ */
+
+/**
+ * Opens an iterator of the store over the records with the same vrIndex and srcPid as record.
+ * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ */
+L2vpnDbIter *L2VPN_DB_L2vpnVplsAcMacdrawCreateSmoothHashIter(const L2vpnVplsAcMacdraw *record);
+
+/**
+ * Counts the records with the same vrIndex and srcPid as record.
+ * @param count out, written by the store; not checked here
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcMacdrawCountBySmoothHashKey(const L2vpnVplsAcMacdraw *record,
+                                                         uint32_t *count);
+
+/**
+ * Builds the key request, identifier word 0x01090008, from vrIndex and srcPid. No pointer is
+ * checked.
+ * @param request out, zeroed by the caller; refers to keyId and key, which must outlive it
+ * @param keyId out, first word of a zeroed area of 16 bytes
+ * @param key out, 8 bytes
+ */
+void L2VPN_DB_L2vpnVplsAcMacdrawSetSmoothHashKey(const L2vpnVplsAcMacdraw *record,
+                                                 L2vpnDbKeyData *request, uint32_t *keyId,
+                                                 void *key);
+
+/* ---- Conversions, maps and callbacks --------------------------------------------------------- */
+
+/**
+ * Maps a key index to its key code, (index << 8) | flags.
+ * @return the code, or L2VPN_DB_NO_MAPPING
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcMacdrawMapKeyId(uint32_t keyIndex);
+
+/**
+ * Maps a field id of an update to the store's.
+ * @return the id, or L2VPN_DB_NO_MAPPING
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcMacdrawMapUpdateFieldId(uint32_t fieldId);
+
+/**
+ * The setter that the store calls during an update: sets batchVersion in the record object, once
+ * for each time the list names it.
+ * @return 0; L2VPN_DB_ERR_PARAM if record or fieldIds is null, fieldCount is 0, or at the first
+ *         other field id, or record->data is null; else the bitwise OR of the record object's
+ *         results
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcMacdrawSetFields(const L2vpnDbRecData *record, L2vpnDbRecObj *object,
+                                              const uint32_t *fieldIds, uint32_t fieldCount);
+
+/**
+ * Packs a caller record into 48 bytes of stored record. No pointer is checked; the two must not
+ * overlap.
+ * @return not to be relied on
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcMacdrawSetAllFields(const L2vpnVplsAcMacdraw *record, void *stored);
+
+/**
+ * Unpacks a stored record; the caller record's alignment bytes keep their values. No pointer is
+ * checked; the two must not overlap.
+ * @return not to be relied on
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcMacdrawGetAllFields(const void *stored, L2vpnVplsAcMacdraw *record);
+
+/**
+ * Initialises the control block's spin lock, once however often it is called.
+ * @return 0
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcMacdrawGlbInit(void);
+
+/**
+ * Adds an amount to a counter, atomically and modulo 2^32. The store calls it.
+ * @param statId below L2VPN_DB_STAT_COUNT; any other is ignored
+ */
+void L2VPN_DB_L2vpnVplsAcMacdrawStat(uint32_t statId, uint32_t amount);
+
+/**
+ * Reads a counter; its meaning is the store's.
+ * @return the value, perhaps a moment old; 0 if statId is not below L2VPN_DB_STAT_COUNT
+ */
+uint32_t L2VPN_DB_L2vpnVplsAcMacdrawGetStat(uint32_t statId);
+
+/* ---- Generic interface ----------------------------------------------------------------------- */
+
+/**
+ * Initialises the control block (GlbInit) and returns the table's functions for code that does not
+ * know its record type. The caller owns the copy.
+ */
+L2vpnDalIntf L2VPN_DB_L2vpnVplsAcMacdrawDalIntf(void);
+
+/**
+ * L2VPN_DB_L2vpnVplsAcMacdrawRead behind a check of the record's length.
+ * @return L2VPN_DB_ERR_PARAM if length is not 48; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnVplsAcMacdrawRead(void *record, uint32_t length);
+
+/**
+ * L2VPN_DB_L2vpnVplsAcMacdrawWrite behind a check of the record's length.
+ * @return L2VPN_DB_ERR_PARAM if length is not 48; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnVplsAcMacdrawWrite(const void *record, uint32_t length);
+
+/**
+ * L2VPN_DB_L2vpnVplsAcMacdrawUpdateFields behind a check of the record's length.
+ * @return L2VPN_DB_ERR_PARAM if length is not 48; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnVplsAcMacdrawUpdate(const void *record, uint32_t length,
+                                            const uint32_t *fieldIds, uint32_t fieldCount);
+
+/**
+ * L2VPN_DB_L2vpnVplsAcMacdrawDelete behind a check of the record's length.
+ * @return L2VPN_DB_ERR_PARAM if length is not 48; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnVplsAcMacdrawRemove(const void *record, uint32_t length);
+
+/**
+ * L2VPN_DB_L2vpnVplsAcMacdrawCreateIter behind a check of the record's length, which does not
+ * matter for a null record.
+ * @return 0 if record is not null and length is not 48; else what it returns
+ */
+L2vpnDbIter *L2VPN_DAL_L2vpnVplsAcMacdrawCreateIter(uint32_t keyIndex, const void *record,
+                                                    uint32_t length);
+
+/**
+ * L2VPN_DB_L2vpnVplsAcMacdrawGetNext behind a check of the record's length.
+ * @return L2VPN_DB_ERR_PARAM if length is not 48; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnVplsAcMacdrawGetNext(L2vpnDbIter *iter, void *record, uint32_t length);
+
+/** The same as L2VPN_DB_L2vpnVplsAcMacdrawCount; the interface table holds that one. */
+uint32_t L2VPN_DAL_L2vpnVplsAcMacdrawCount(uint32_t *count);
+
+/**
+ * L2VPN_DB_L2vpnVplsAcMacdrawCountByKey behind a check of the record's length, which a null record
+ * must pass too.
+ * @return L2VPN_DB_ERR_PARAM if length is not 48; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnVplsAcMacdrawCountByKey(uint32_t keyIndex, const void *record,
+                                                uint32_t length, uint32_t *count);
+
+/* ---- Formatting and schema ------------------------------------------------------------------- */
+
+/**
+ * Renders a record as one line of text, "name:value" items joined by the separator: ifIndex,
+ * vrIndex, srcPid, flags, svcStatus, svcErrcode, batchVersion. Pieces that do not fit are left out.
+ * @param formatId L2VPN_AST_WHOLE_RECORD; any other prints "not support"
+ * @param record a L2vpnVplsAcMacdraw
+ * @param buffer out, terminated text of at most bufferLength bytes
+ * @return the number of characters without the terminator; L2VPN_AST_ERR if a pointer is null or
+ *         bufferLength is 0; for another formatId the result of sprintf_s
+ */
+uint32_t L2VPN_AST_L2vpnVplsAcMacdrawFormat(uint32_t formatId, const void *record, char *buffer,
+                                            uint32_t bufferLength, const char *separator);
+
+/**
+ * The whole-record presentation alone. No argument is checked.
+ * @return the number of characters without the terminator
+ */
+uint32_t L2VPN_AST_L2vpnVplsAcMacdrawFormatTable(const L2vpnVplsAcMacdraw *record, char *buffer,
+                                                 uint32_t bufferLength, const char *separator);
+
+/** Returns the table's schema descriptor, which the library owns and nobody may change. */
+L2vpnAstModule *L2VPN_AST_L2vpnVplsAcMacdrawModule(void);
+
+/* ---- Exported data --------------------------------------------------------------------------- */
+
+/** Control block, 200 bytes; see L2vpnDbGlbCb. */
+typedef struct L2vpnVplsAcMacdrawGlbCb {
+    uint32_t keyId[4]; /**< At 0: the fast iterator's key identifier area. */
+    uint8_t key[8];     /**< At 16: its key, 4 bytes. */
+    L2vpnDbGlbCb cb;   /**< At 24: what all tables have. */
+} L2vpnVplsAcMacdrawGlbCb;
+
+/** The table's control block. Its address is the handle of the fast iterator. */
+extern L2vpnVplsAcMacdrawGlbCb g_l2vpnL2vpnVplsAcMacdrawGlbCb;
+
+/** The table's descriptor, followed by its update-field map (1 pair) and its key map (2 pairs). */
+extern L2vpnDbTblIntf g_l2vpnL2vpnVplsAcMacdrawIntf;
+
+/* ---- Imported from the platform (see platform.h) --------------------------------------------- */
+
+L2vpnDbRecObj *db_create_l2vpn_vpls_ac_macdraw_obj(L2vpnDbModuleIntf *module);
+
+void db_release_l2vpn_vpls_ac_macdraw_object(L2vpnDbModuleIntf *module, L2vpnDbRecObj *object);
+
+void db_reset_l2vpn_vpls_ac_macdraw_object(L2vpnDbModuleIntf *module, L2vpnDbRecObj *object);
+
+uint32_t db_set_l2vpn_vpls_ac_macdraw_all_fields(L2vpnDbRecObj *object,
+                                                 const L2vpnDbRecData *record);
+
+uint32_t db_set_l2vpn_vpls_ac_macdraw_batchVersion(L2vpnDbRecObj *object, uint32_t value);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

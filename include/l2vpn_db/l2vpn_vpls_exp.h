@@ -1,0 +1,357 @@
+/* SPDX-License-Identifier: MIT */
+/* Generated from schema/catalog/l2vpn_vpls_exp.toml by ./dev generate. */
+/**
+ * @file l2vpn_vpls_exp.h
+ * Pipe mode, MPLS EXP and DS id of a VPLS instance.
+ *
+ * The conventions at the head of l2vpn_db.h hold for every function: ownership, result codes,
+ * threads.
+ */
+#ifndef L2VPN_DB_L2VPN_VPLS_EXP_H
+#define L2VPN_DB_L2VPN_VPLS_EXP_H
+
+#include "l2vpn_db/l2vpn_db.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Record ---------------------------------------------------------------------------------- */
+
+/**
+ * Caller record, 48 bytes. The store holds its fields without gaps, 44 bytes. Bytes 28 to 31 are
+ * alignment: no function reads or writes them.
+ */
+typedef struct L2vpnVplsExp {
+    uint32_t vrIndex;      /**< Field 0 at 0: virtual router index. */
+    uint32_t instanceId;   /**< Field 1 at 4: instance id. */
+    uint8_t pipeMode;      /**< Field 2 at 8: pipe or uniform mode. */
+    uint8_t mplsExp;       /**< Field 3 at 9: MPLS EXP value. */
+    uint8_t dsId;          /**< Field 4 at 10: differentiated services domain id. */
+    uint8_t resv1;         /**< Field 5 at 11: reserved. */
+    uint32_t flags;        /**< Field 6 at 12: record flags. */
+    uint32_t srcPid;       /**< Field 7 at 16: source process id. */
+    uint32_t batchVersion; /**< Field 8 at 20: batch version, the field that updates change. */
+    uint8_t svcStatus[2];  /**< Fields 9 and 10 at 24: service status, two one-byte elements. */
+    uint8_t svcErrcode[2]; /**< Fields 11 and 12 at 26: service error code, two one-byte elements. */
+    uint64_t timeStampApp; /**< Field 13 at 32: time stamp of the application side. */
+    uint64_t timeStampSvc; /**< Field 14 at 40: time stamp of the service side. */
+} L2vpnVplsExp;
+
+static_assert(sizeof(L2vpnVplsExp) == 48, "l2vpn_vpls_exp: record size");
+
+/** Field ids, as the schema descriptor and the update functions use them. */
+enum {
+    L2VPN_VPLS_EXP_FIELD_vrIndex = 0,
+    L2VPN_VPLS_EXP_FIELD_instanceId = 1,
+    L2VPN_VPLS_EXP_FIELD_pipeMode = 2,
+    L2VPN_VPLS_EXP_FIELD_mplsExp = 3,
+    L2VPN_VPLS_EXP_FIELD_dsId = 4,
+    L2VPN_VPLS_EXP_FIELD_resv1 = 5,
+    L2VPN_VPLS_EXP_FIELD_flags = 6,
+    L2VPN_VPLS_EXP_FIELD_srcPid = 7,
+    L2VPN_VPLS_EXP_FIELD_batchVersion = 8,
+    L2VPN_VPLS_EXP_FIELD_svcStatus = 9,
+    L2VPN_VPLS_EXP_FIELD_svcErrcode = 11,
+    L2VPN_VPLS_EXP_FIELD_timeStampApp = 13,
+    L2VPN_VPLS_EXP_FIELD_timeStampSvc = 14
+};
+
+/** Key indexes. */
+enum {
+    L2VPN_VPLS_EXP_KEY_primary_key = 0
+};
+
+/* ---- Single records -------------------------------------------------------------------------- */
+
+/**
+ * Stores a record: inserts it, or replaces the one with the same primary key (vrIndex and
+ * instanceId).
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVplsExpWrite(const L2vpnVplsExp *record);
+
+/**
+ * Reads the record with the primary key that record holds, and overwrites record with it.
+ * @param record in: the key fields; out: the whole record, unchanged on failure
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVplsExpRead(L2vpnVplsExp *record);
+
+/**
+ * Reads the record that a key request selects.
+ * @param record out, unchanged on failure; must not be null (not checked)
+ * @param key built by one of the Set...Key functions; must not be null (not checked)
+ * @return 0; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVplsExpReadByKey(L2vpnVplsExp *record, const L2vpnDbKeyData *key);
+
+/**
+ * Deletes the record with the primary key that record holds; its other fields do not matter.
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVplsExpDelete(const L2vpnVplsExp *record);
+
+/**
+ * Counts the table's records.
+ * @param count out, written by the store; not checked here
+ * @return the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVplsExpCount(uint32_t *count);
+
+/* ---- Partial update -------------------------------------------------------------------------- */
+
+/**
+ * Changes the listed fields of a stored record to the values that record holds; the only field that
+ * can be is batchVersion (8). The record and the list must not change during the call.
+ * @param record names the stored record by its primary key
+ * @param fieldIds fieldCount field ids; checked by the setter only
+ * @return L2VPN_DB_ERR_PARAM if record is null; else the store's result, which reflects the
+ *         setter's
+ */
+uint32_t L2VPN_DB_L2vpnVplsExpUpdateFields(const L2vpnVplsExp *record, const uint32_t *fieldIds,
+                                           uint32_t fieldCount);
+
+/** Changes one field: the same as UpdateFields with a list of one. */
+uint32_t L2VPN_DB_L2vpnVplsExpUpdateField(const L2vpnVplsExp *record, uint32_t fieldId);
+
+/* ---- Iteration and counts -------------------------------------------------------------------- */
+
+/**
+ * Opens an iterator over the records with one key's values.
+ * @param keyIndex L2VPN_VPLS_EXP_KEY_...
+ * @param record holds the key's fields; null with the primary key means the whole table
+ * @return a handle to release with ReleaseIter; 0 for an unknown key index, for a null record with
+ *         a secondary key, or if the store opens none
+ */
+L2vpnDbIter *L2VPN_DB_L2vpnVplsExpCreateIter(uint32_t keyIndex, const L2vpnVplsExp *record);
+
+/**
+ * Counts the records with one key's values.
+ * @param keyIndex L2VPN_VPLS_EXP_KEY_...
+ * @param record holds the key's fields
+ * @param count out, written by the store; not checked here
+ * @return 0; L2VPN_DB_ERR_PARAM for an unknown key index or a null record; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVplsExpCountByKey(uint32_t keyIndex, const L2vpnVplsExp *record,
+                                         uint32_t *count);
+
+/**
+ * Opens an iterator over one full primary key. The table's one fast iterator, whose handle is the
+ * control block's address, costs one read and nothing in the store; while it is handed out, this
+ * opens an iterator of the store. Only its owner may use the handle.
+ * @param record holds the primary-key fields; null gives 0
+ * @return a handle to release with ReleaseIter; 0 for none
+ */
+L2vpnDbIter *L2VPN_DB_L2vpnVplsExpCreateFastPriIter(const L2vpnVplsExp *record);
+
+/**
+ * Delivers an iterator's next record.
+ * @param iter from one of this table's Create...Iter functions
+ * @param record out, unchanged unless the result is 0
+ * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE when the fast iterator has
+ *         made its read; else the store's result, its end code among them
+ */
+uint32_t L2VPN_DB_L2vpnVplsExpGetNext(L2vpnDbIter *iter, L2vpnVplsExp *record);
+
+/**
+ * Releases an iterator, exactly once, whatever GetNext returned.
+ * @return 0 for the fast iterator; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVplsExpReleaseIter(L2vpnDbIter *iter);
+
+/* ---- Key 0: primary_key (vrIndex, instanceId) ------------------------------------------------ */
+
+/**
+ * Opens an iterator of the store over the records with the same vrIndex and instanceId as record.
+ * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ */
+L2vpnDbIter *L2VPN_DB_L2vpnVplsExpCreatePrimaryIter(const L2vpnVplsExp *record);
+
+/**
+ * Counts the records with the same vrIndex and instanceId as record.
+ * @param count out, written by the store; not checked here
+ * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
+ */
+uint32_t L2VPN_DB_L2vpnVplsExpCountByPrimaryKey(const L2vpnVplsExp *record, uint32_t *count);
+
+/**
+ * Builds the key request, identifier word 0x00010008, from vrIndex and instanceId. No pointer is
+ * checked.
+ * @param request out, zeroed by the caller; refers to keyId and key, which must outlive it
+ * @param keyId out, first word of a zeroed area of 16 bytes
+ * @param key out, 8 bytes
+ */
+void L2VPN_DB_L2vpnVplsExpSetPrimaryKey(const L2vpnVplsExp *record, L2vpnDbKeyData *request,
+                                        uint32_t *keyId, void *key);
+
+/* ---- Conversions, maps and callbacks --------------------------------------------------------- */
+
+/**
+ * Maps a key index to its key code, (index << 8) | flags.
+ * @return the code, or L2VPN_DB_NO_MAPPING
+ */
+uint32_t L2VPN_DB_L2vpnVplsExpMapKeyId(uint32_t keyIndex);
+
+/**
+ * Maps a field id of an update to the store's.
+ * @return the id, or L2VPN_DB_NO_MAPPING
+ */
+uint32_t L2VPN_DB_L2vpnVplsExpMapUpdateFieldId(uint32_t fieldId);
+
+/**
+ * The setter that the store calls during an update: sets batchVersion in the record object, once
+ * for each time the list names it.
+ * @return 0; L2VPN_DB_ERR_PARAM if record or fieldIds is null, fieldCount is 0, or at the first
+ *         other field id, or record->data is null; else the bitwise OR of the record object's
+ *         results
+ */
+uint32_t L2VPN_DB_L2vpnVplsExpSetFields(const L2vpnDbRecData *record, L2vpnDbRecObj *object,
+                                        const uint32_t *fieldIds, uint32_t fieldCount);
+
+/**
+ * Packs a caller record into 44 bytes of stored record. No pointer is checked; the two must not
+ * overlap.
+ * @return not to be relied on
+ */
+uint32_t L2VPN_DB_L2vpnVplsExpSetAllFields(const L2vpnVplsExp *record, void *stored);
+
+/**
+ * Unpacks a stored record; the caller record's alignment bytes keep their values. No pointer is
+ * checked; the two must not overlap.
+ * @return not to be relied on
+ */
+uint32_t L2VPN_DB_L2vpnVplsExpGetAllFields(const void *stored, L2vpnVplsExp *record);
+
+/**
+ * Initialises the control block's spin lock, once however often it is called.
+ * @return 0
+ */
+uint32_t L2VPN_DB_L2vpnVplsExpGlbInit(void);
+
+/**
+ * Adds an amount to a counter, atomically and modulo 2^32. The store calls it.
+ * @param statId below L2VPN_DB_STAT_COUNT; any other is ignored
+ */
+void L2VPN_DB_L2vpnVplsExpStat(uint32_t statId, uint32_t amount);
+
+/**
+ * Reads a counter; its meaning is the store's.
+ * @return the value, perhaps a moment old; 0 if statId is not below L2VPN_DB_STAT_COUNT
+ */
+uint32_t L2VPN_DB_L2vpnVplsExpGetStat(uint32_t statId);
+
+/* ---- Generic interface ----------------------------------------------------------------------- */
+
+/**
+ * Initialises the control block (GlbInit) and returns the table's functions for code that does not
+ * know its record type. The caller owns the copy.
+ */
+L2vpnDalIntf L2VPN_DB_L2vpnVplsExpDalIntf(void);
+
+/**
+ * L2VPN_DB_L2vpnVplsExpRead behind a check of the record's length.
+ * @return L2VPN_DB_ERR_PARAM if length is not 48; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnVplsExpRead(void *record, uint32_t length);
+
+/**
+ * L2VPN_DB_L2vpnVplsExpWrite behind a check of the record's length.
+ * @return L2VPN_DB_ERR_PARAM if length is not 48; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnVplsExpWrite(const void *record, uint32_t length);
+
+/**
+ * L2VPN_DB_L2vpnVplsExpUpdateFields behind a check of the record's length.
+ * @return L2VPN_DB_ERR_PARAM if length is not 48; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnVplsExpUpdate(const void *record, uint32_t length,
+                                      const uint32_t *fieldIds, uint32_t fieldCount);
+
+/**
+ * L2VPN_DB_L2vpnVplsExpDelete behind a check of the record's length.
+ * @return L2VPN_DB_ERR_PARAM if length is not 48; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnVplsExpRemove(const void *record, uint32_t length);
+
+/**
+ * L2VPN_DB_L2vpnVplsExpCreateIter behind a check of the record's length, which does not matter for
+ * a null record.
+ * @return 0 if record is not null and length is not 48; else what it returns
+ */
+L2vpnDbIter *L2VPN_DAL_L2vpnVplsExpCreateIter(uint32_t keyIndex, const void *record,
+                                              uint32_t length);
+
+/**
+ * L2VPN_DB_L2vpnVplsExpGetNext behind a check of the record's length.
+ * @return L2VPN_DB_ERR_PARAM if length is not 48; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnVplsExpGetNext(L2vpnDbIter *iter, void *record, uint32_t length);
+
+/** The same as L2VPN_DB_L2vpnVplsExpCount; the interface table holds that one. */
+uint32_t L2VPN_DAL_L2vpnVplsExpCount(uint32_t *count);
+
+/**
+ * L2VPN_DB_L2vpnVplsExpCountByKey behind a check of the record's length, which a null record must
+ * pass too.
+ * @return L2VPN_DB_ERR_PARAM if length is not 48; else what it returns
+ */
+uint32_t L2VPN_DAL_L2vpnVplsExpCountByKey(uint32_t keyIndex, const void *record, uint32_t length,
+                                          uint32_t *count);
+
+/* ---- Formatting and schema ------------------------------------------------------------------- */
+
+/**
+ * Renders a record as one line of text, "name:value" items joined by the separator: vrIndex,
+ * instanceId, flags, batchVersion, svcStatus, svcErrcode. Pieces that do not fit are left out.
+ * @param formatId L2VPN_AST_WHOLE_RECORD; any other prints "not support"
+ * @param record a L2vpnVplsExp
+ * @param buffer out, terminated text of at most bufferLength bytes
+ * @return the number of characters without the terminator; L2VPN_AST_ERR if a pointer is null or
+ *         bufferLength is 0; for another formatId the result of sprintf_s
+ */
+uint32_t L2VPN_AST_L2vpnVplsExpFormat(uint32_t formatId, const void *record, char *buffer,
+                                      uint32_t bufferLength, const char *separator);
+
+/**
+ * The whole-record presentation alone. No argument is checked.
+ * @return the number of characters without the terminator
+ */
+uint32_t L2VPN_AST_L2vpnVplsExpFormatTable(const L2vpnVplsExp *record, char *buffer,
+                                           uint32_t bufferLength, const char *separator);
+
+/** Returns the table's schema descriptor, which the library owns and nobody may change. */
+L2vpnAstModule *L2VPN_AST_L2vpnVplsExpModule(void);
+
+/* ---- Exported data --------------------------------------------------------------------------- */
+
+/** Control block, 200 bytes; see L2vpnDbGlbCb. */
+typedef struct L2vpnVplsExpGlbCb {
+    uint32_t keyId[4]; /**< At 0: the fast iterator's key identifier area. */
+    uint8_t key[8];     /**< At 16: its key, 8 bytes. */
+    L2vpnDbGlbCb cb;   /**< At 24: what all tables have. */
+} L2vpnVplsExpGlbCb;
+
+/** The table's control block. Its address is the handle of the fast iterator. */
+extern L2vpnVplsExpGlbCb g_l2vpnL2vpnVplsExpGlbCb;
+
+/** The table's descriptor, followed by its update-field map (1 pair) and its key map (1 pair). */
+extern L2vpnDbTblIntf g_l2vpnL2vpnVplsExpIntf;
+
+/* ---- Imported from the platform (see platform.h) --------------------------------------------- */
+
+L2vpnDbRecObj *db_create_l2vpn_vpls_exp_obj(L2vpnDbModuleIntf *module);
+
+void db_release_l2vpn_vpls_exp_object(L2vpnDbModuleIntf *module, L2vpnDbRecObj *object);
+
+void db_reset_l2vpn_vpls_exp_object(L2vpnDbModuleIntf *module, L2vpnDbRecObj *object);
+
+uint32_t db_set_l2vpn_vpls_exp_all_fields(L2vpnDbRecObj *object, const L2vpnDbRecData *record);
+
+uint32_t db_set_l2vpn_vpls_exp_batchVersion(L2vpnDbRecObj *object, uint32_t value);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

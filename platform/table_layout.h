@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+// What a store must know of the tables: the stored record's length and where the keys' members
+// stand in it. Generated from the catalog, one entry per table with typed access.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace l2vpn::platform {
+
+/// One member of a key: a run of bytes of the stored record.
+struct KeyMember {
+    std::uint16_t offset;
+    std::uint16_t width;
+};
+
+/// One key: its members in key order. Their widths add up to the key's length.
+struct KeyLayout {
+    std::span<const KeyMember> members;
+    std::uint16_t length;
+};
+
+/// One table. keys[0] is the primary key; the others are secondary, in key index order.
+struct TableLayout {
+    static constexpr std::uint32_t no_field = UINT32_MAX;
+
+    const char *name;                   ///< "l2vpn_..."
+    std::uint32_t stored_length;        ///< length of a stored record
+    std::uint32_t batch_version_offset; ///< in the stored record, no_field if it has none
+    std::span<const KeyLayout> keys;
+};
+
+/// All tables with typed access, in alphabetical order.
+extern const std::span<const TableLayout> table_layouts;
+
+} // namespace l2vpn::platform
