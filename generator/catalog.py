@@ -249,7 +249,9 @@ class Reader:
         if not isinstance(rows, list) or not rows:
             self.refuse(self.line("fields"), "fields", describe(rows), "a list with one row per field")
             return
-        next_id = end = stored = 0
+        # What the next row may hold. After a wrong number both readings are allowed, that it alone
+        # is wrong and that everything behind it is shifted: one slip is one message.
+        next_ids, ends, stored = [0], [0], 0
         seen = {}
         for number, row in enumerate(rows):
             line = self.line("fields", number)
@@ -264,9 +266,9 @@ class Reader:
             self.check_field_name(item, what, seen)
             if item.printed and row[4] != "print":
                 self.refuse(line, what, describe(row[4]), '"print" or nothing after the name')
-            if item.id != next_id:
+            if item.id not in next_ids:
                 self.refuse(line, f"{what}, id", item.id,
-                            f"{next_id} (ids count up from 0; a service array takes two)")
+                            f"{next_ids[0]} (ids count up from 0; a service array takes two)")
             item.stored_offset = stored
             self.table.fields.append(item)
             shape = parse_type(item.type)
@@ -276,19 +278,26 @@ class Reader:
                             "one of u8, u16, u32, u64, pair (two bytes), mac, 2xN (two elements of N"
                             " bytes, N > 1), bytesN (N opaque bytes, not 1, 2, 4 or 8)"
                             + nearest(item.type, known))
-                next_id, end = item.id + 1, None
+                next_ids, ends = [item.id + 1, item.id + 2], []
                 continue
             item.width, item.alignment, item.kind, item.elements = shape
-            if end is not None and item.offset != align_up(end, item.alignment):
-                self.refuse(line, f"{what}, offset", item.offset, str(align_up(end, item.alignment)))
+            offsets = [align_up(end, item.alignment) for end in ends] or [item.offset]
+            if item.offset not in offsets:
+                self.refuse(line, f"{what}, offset", item.offset, str(offsets[0]))
             self.check_printable(item, what)
-            next_id, end = item.id + item.ids, item.offset + item.width
+            next_ids = self.readings(item.id, next_ids, item.ids)
+            ends = self.readings(item.offset, offsets, item.width)
             stored += item.width
-            if end > 0xFFFF:
-                self.refuse(line, what, f"an end at {end}", "records of less than 65536 bytes")
+            if ends[-1] > 0xFFFF:
+                self.refuse(line, what, f"an end at {ends[-1]}", "records of less than 65536 bytes")
         batch = self.table.field_named("batchVersion")
         if batch and self.table.typed and batch.kind and batch.type != "u32":
             self.refuse(batch.line, 'field "batchVersion", type', describe(batch.type), '"u32"')
+
+    @staticmethod
+    def readings(found: int, expected: list, step: int) -> list:
+        """What comes after a row: from what was expected, if the row differs, and from what it holds."""
+        return [found + step] if found in expected else [expected[0] + step, found + step]
 
     def check_field_name(self, item: Field, what: str, seen: dict) -> None:
         if not re.fullmatch(r"[a-z][A-Za-z0-9]*", item.name):

@@ -1,0 +1,41 @@
+# SPDX-License-Identifier: MIT
+"""What the README shows is what the repository holds."""
+
+import re
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parents[2]
+README = (ROOT / "README.md").read_text(encoding="utf-8")
+
+
+def block(language: str) -> str:
+    return re.search(rf"```{language}\n(.*?)```", README, re.S)[1]
+
+
+class Readme(unittest.TestCase):
+    def test_the_c_example_is_the_program_that_the_tests_build_and_run(self):
+        program = (ROOT / "examples/first_steps.c").read_text(encoding="utf-8")
+        self.assertEqual(program.split("\n", 1)[1], block("c"))
+
+    def test_the_catalog_example_is_accepted(self):
+        with tempfile.TemporaryDirectory() as folder:
+            root = Path(folder)
+            for name, text in (("schema/catalog/l2vpn_sample.toml", block("toml")),
+                               ("schema/glossary.toml", ""), ("include/l2vpn_db/l2vpn_db.h", "")):
+                (root / name).parent.mkdir(parents=True, exist_ok=True)
+                (root / name).write_text(text, encoding="utf-8")
+            result = subprocess.run([sys.executable, "-B", str(ROOT / "generator"), "headers", "--root", folder],
+                                    capture_output=True, text=True, check=False)
+            self.assertEqual((result.returncode, result.stderr), (0, ""))
+
+    def test_linked_files_exist(self):
+        for link in re.findall(r"\]\(([^)#:]+)\)", README):
+            self.assertTrue((ROOT / link).exists(), link)
+
+
+if __name__ == "__main__":
+    unittest.main()
