@@ -1,0 +1,38 @@
+# SPDX-License-Identifier: MIT
+"""Compiles every public header alone, and twice in a row, with one compiler and standard."""
+
+import argparse
+import pathlib
+import subprocess
+import sys
+
+WARNINGS = ["-Wall", "-Wextra", "-Wconversion", "-Wpedantic", "-Werror", "-fsyntax-only"]
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--compiler", required=True)
+    parser.add_argument("--language", choices=("c", "c++"), required=True)
+    parser.add_argument("--standard", required=True)
+    parser.add_argument("--include", type=pathlib.Path, required=True)
+    options = parser.parse_args()
+
+    headers = sorted(path.name for path in options.include.glob("l2vpn_db/*.h"))
+    if not {"l2vpn_db.h", "platform.h", "l2vpn_extnhp.h"} <= set(headers):
+        sys.exit(f"headers are missing in {options.include}")
+    failures = 0
+    for header in headers:
+        command = [options.compiler, "-x", options.language, "-std=" + options.standard,
+                   *WARNINGS, "-I", str(options.include), "-"]
+        include = f'#include "l2vpn_db/{header}"\n'
+        # A translation unit must not be empty, even if a header declares nothing.
+        result = subprocess.run(command, input=include * 2 + "extern int used;\n", text=True)
+        if result.returncode != 0:
+            print(f"{header} does not compile alone: {' '.join(command)}")
+            failures += 1
+    print(f"{len(headers)} headers, {failures} failures")
+    sys.exit(failures != 0)
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,226 @@
+// SPDX-License-Identifier: MIT
+// Drives the embedded platform's store with the library's own table descriptors, once for every
+// table. Each call is also held to the rule that it counts exactly one event.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <optional>
+#include <random>
+#include <vector>
+
+#include "l2vpn_db/memory_store.h"
+#include "l2vpn_db/platform.h"
+#include "tests/support/facts.h"
+#include "tests/support/table_test.h"
+
+namespace l2vpn::test {
+
+/// A key request with the buffers that it points to.
+struct KeyRequest {
+    std::array<std::uint32_t, 4> id{};
+    Bytes value;
+    L2vpnDbKeyData request{};
+
+    KeyRequest(const Key &key, const Bytes &record) : id{key.word}, value(packed_key(key, record)) {
+        request = {id.data(), 16, 0, value.data(), key.length, 0};
+    }
+    KeyRequest(const KeyRequest &) = delete;
+    KeyRequest &operator=(const KeyRequest &) = delete;
+};
+
+using Counters = std::array<std::uint32_t, L2VPN_DB_STAT_COUNT>;
+
+class StoreTest : public testing::TestWithParam<const TypedTable *> {
+protected:
+    // The store outlives a test; its records must not.
+    void TearDown() override {
+        L2vpnDbIter *const iterator = open();
+        while (const auto stored = next(iterator)) {
+            EXPECT_EQ(remove(unpacked(*stored)), 0U);
+        }
+        EXPECT_EQ(release(iterator), 0U);
+        EXPECT_EQ(count(), 0U);
+    }
+
+    // ---- Records, in the caller's layout. Few different values stand in the keys' members, so
+    // ---- that records share keys.
+
+    [[nodiscard]] Bytes record(std::uint32_t contents) const {
+        return sample_record(facts_.record_size, contents);
+    }
+
+    [[nodiscard]] Bytes random_record(std::mt19937 &random) const {
+        Bytes result = record(static_cast<std::uint32_t>(random()));
+        for (const Key &key : facts_.keys) {
+            for (const Field &member : key.members) {
+                std::fill_n(result.begin() + member.offset, member.width, std::uint8_t{0});
+                result[member.offset + random() % member.width] =
+                    static_cast<std::uint8_t>(random() % 3 * 0x7F);
+            }
+        }
+        return result;
+    }
+
+    /// A record with the primary key of one and all the rest of another.
+    [[nodiscard]] Bytes with_primary_key_of(const Bytes &key, Bytes rest) const {
+        for (const Field &member : facts_.keys[0].members) {
+            std::copy_n(key.begin() + member.offset, member.width, rest.begin() + member.offset);
+        }
+        return rest;
+    }
+
+    [[nodiscard]] Bytes packed(const Bytes &caller) const { return packed_record(facts_, caller); }
+    [[nodiscard]] Bytes unpacked(const Bytes &stored) const {
+        return unpacked_record(facts_, stored, Bytes(facts_.record_size));
+    }
+
+    // ---- Statistics
+
+    [[nodiscard]] Counters counters() const {
+        Counters result{};
+        for (std::uint32_t id = 0; id < L2VPN_DB_STAT_COUNT; ++id) {
+            result[id] = table_.get_stat(id);
+        }
+        return result;
+    }
+
+    /// Makes the call, which must count one event.
+    template <class Call>
+    auto counting(L2vpnStoreStat event, Call call) const {
+        Counters expected = counters();
+        ++expected[event];
+        const auto result = call();
+        EXPECT_EQ(counters(), expected) << "event " << event;
+        return result;
+    }
+
+    /// Makes the call, which must count one event, whatever it is.
+    template <class Call>
+    auto counting_one(Call call) const {
+        const Counters before = counters();
+        const auto result = call();
+        const Counters after = counters();
+        std::uint32_t events = 0;
+        for (std::size_t id = 0; id < before.size(); ++id) {
+            events += after[id] - before[id];
+        }
+        EXPECT_EQ(events, 1U);
+        return result;
+    }
+
+    // ---- Well-formed calls
+
+    std::uint32_t write(const Bytes &caller) const {
+        Bytes stored = packed(caller);
+        const L2vpnDbRecData request = record_request(stored);
+        return counting_one([&] { return DAL_VELD_Write(module_, intf_, &request); });
+    }
+
+    /// The stored record that the key finds; none if the store says that there is none.
+    std::optional<Bytes> read(const Key &key, const Bytes &caller) const {
+        const KeyRequest selected(key, caller);
+        return delivered(
+            [&](L2vpnDbRecData *request) {
+                return DAL_VELD_Read(module_, intf_, &selected.request, request);
+            },
+            L2VPN_STORE_NOT_FOUND);
+    }
+
+    std::uint32_t remove(const Bytes &caller) const {
+        const KeyRequest key(facts_.keys[0], caller);
+        return counting_one([&] { return DAL_VELD_Delete(module_, intf_, &key.request); });
+    }
+
+    [[nodiscard]] std::uint32_t count() const {
+        std::uint32_t result = 0;
+        EXPECT_EQ(counting(L2VPN_STORE_STAT_COUNTED,
+                           [&] { return DAL_VELD_Count(module_, intf_, &result); }),
+                  0U);
+        return result;
+    }
+
+    [[nodiscard]] std::uint32_t count(const Key &key, const Bytes &caller) const {
+        const KeyRequest selected(key, caller);
+        std::uint32_t result = 0;
+        EXPECT_EQ(counting(L2VPN_STORE_STAT_KEY_COUNTED,
+                           [&] {
+                               return DAL_VELD_CountByKey(module_, intf_, &selected.request,
+                                                          &result);
+                           }),
+                  0U);
+        return result;
+    }
+
+    [[nodiscard]] L2vpnDbIter *open() const {
+        L2vpnDbIter *const iterator = counting(
+            L2VPN_STORE_STAT_ITER_OPENED, [&] { return DAL_VELD_CreateIterator(module_, intf_); });
+        EXPECT_NE(iterator, nullptr);
+        return iterator;
+    }
+
+    [[nodiscard]] L2vpnDbIter *open(const Key &key, const Bytes &caller) const {
+        const KeyRequest selected(key, caller);
+        L2vpnDbIter *const iterator = counting(L2VPN_STORE_STAT_KEY_ITER_OPENED, [&] {
+            return DAL_VELD_CreateIteratorByKey(module_, intf_, &selected.request);
+        });
+        EXPECT_NE(iterator, nullptr);
+        return iterator;
+    }
+
+    /// The next stored record; none at the end.
+    std::optional<Bytes> next(L2vpnDbIter *iterator) const {
+        return delivered(
+            [&](L2vpnDbRecData *request) {
+                return DAL_VELD_GetNextEntry(module_, intf_, iterator, request);
+            },
+            L2VPN_STORE_END);
+    }
+
+    std::uint32_t release(L2vpnDbIter *iterator) const {
+        return counting_one([&] { return DAL_VELD_ReleaseIterator(module_, intf_, iterator); });
+    }
+
+    /// Everything that the iterator still delivers, in its order; releases it.
+    [[nodiscard]] std::vector<Bytes> rest_of(L2vpnDbIter *iterator) const {
+        std::vector<Bytes> records;
+        while (auto stored = next(iterator)) {
+            records.push_back(*stored);
+        }
+        EXPECT_EQ(counting(L2VPN_STORE_STAT_ITER_RELEASED, [&] { return release(iterator); }), 0U);
+        return records;
+    }
+
+    static L2vpnDbRecData record_request(Bytes &stored) {
+        return {stored.data(), static_cast<std::uint32_t>(stored.size()), 0};
+    }
+
+    const TypedTable &table_ = *GetParam();
+    const Facts &facts_ = facts(table_.name);
+    L2vpnDbTblIntf *const intf_ = table_.descriptor;
+    L2vpnDbModuleIntf *const module_ = L2VPN_DB_ModuleIntf();
+
+private:
+    /// Exactly the stored record is filled on success, and nothing if there is none.
+    template <class Call>
+    std::optional<Bytes> delivered(Call call, std::uint32_t none) const {
+        const Bytes untouched(facts_.stored_size + 8, 0xA5);
+        Bytes buffer = untouched;
+        L2vpnDbRecData request{buffer.data(), facts_.stored_size, 0};
+        const std::uint32_t code = counting_one([&] { return call(&request); });
+        if (code != 0) {
+            EXPECT_EQ(code, none);
+            EXPECT_EQ(buffer, untouched);
+            return std::nullopt;
+        }
+        EXPECT_TRUE(std::equal(untouched.begin() + facts_.stored_size, untouched.end(),
+                               buffer.begin() + facts_.stored_size));
+        buffer.resize(facts_.stored_size);
+        return buffer;
+    }
+};
+
+} // namespace l2vpn::test

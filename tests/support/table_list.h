@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: MIT
+// Every table behind one type, so that a test is written once and runs over all of them. The
+// lists are generated from the catalog and hold function addresses and names only: no size,
+// offset or key word that a test could check against itself.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "l2vpn_db/l2vpn_db.h"
+
+namespace l2vpn::test {
+
+struct KeyFunctions {
+    std::string name;  ///< as in the schema, "smooth_hash_key"
+    std::string infix; ///< as in the function names, "SmoothHash"
+    void (*set)(const void *record, L2vpnDbKeyData *request, std::uint32_t *key_id, void *key);
+    L2vpnDbIter *(*create_iter)(const void *record);
+    std::uint32_t (*count_by)(const void *record, std::uint32_t *count);
+};
+
+/// The functions of a table with typed access; records pass as untyped pointers.
+struct TypedTable {
+    std::string name;  ///< "l2vpn_vpls_ac"
+    std::string camel; ///< "L2vpnVplsAc"
+    L2vpnDbTblIntf *descriptor;
+    void *control_block;
+    std::size_t control_block_size; ///< sizeof the header's structure
+    std::size_t record_size;        ///< sizeof the header's structure
+
+    std::uint32_t (*glb_init)();
+    void (*stat)(std::uint32_t stat_id, std::uint32_t amount);
+    std::uint32_t (*get_stat)(std::uint32_t stat_id);
+    std::uint32_t (*set_all_fields)(const void *record, void *stored);
+    std::uint32_t (*get_all_fields)(const void *stored, void *record);
+    /// Null but in the table whose service fields have a conversion of their own.
+    std::uint32_t (*set_svc_fields)(const void *record, void *stored);
+    std::uint32_t (*get_svc_fields)(const void *stored, void *record);
+    std::uint32_t (*write)(const void *record);
+    std::uint32_t (*read_by_key)(void *record, const L2vpnDbKeyData *key);
+    std::uint32_t (*read)(void *record);
+    std::uint32_t (*remove)(const void *record);
+    std::uint32_t (*count)(std::uint32_t *count);
+    std::uint32_t (*map_key_id)(std::uint32_t key_index);
+    L2vpnDbIter *(*create_fast_pri_iter)(const void *record);
+    std::uint32_t (*get_next)(L2vpnDbIter *iter, void *record);
+    std::uint32_t (*release_iter)(L2vpnDbIter *iter);
+    std::uint32_t (*update_fields)(const void *record, const std::uint32_t *ids,
+                                   std::uint32_t count);
+    std::uint32_t (*update_field)(const void *record, std::uint32_t id);
+    L2vpnDbSetFieldsFn set_fields;
+    std::uint32_t (*map_update_field_id)(std::uint32_t id);
+    L2vpnDbIter *(*create_iter)(std::uint32_t key_index, const void *record);
+    std::uint32_t (*count_by_key)(std::uint32_t key_index, const void *record,
+                                  std::uint32_t *count);
+    std::vector<KeyFunctions> keys; ///< in key index order, the primary key first
+
+    L2vpnDalIntf (*dal_intf)();
+    L2vpnDalIntf dal;                                 ///< the exported L2VPN_DAL_ functions
+    std::uint32_t (*dal_count)(std::uint32_t *count); ///< exported, but in no slot
+};
+
+/// The functions that every table has.
+struct SchemaTable {
+    std::string name;
+    std::string camel;
+    std::size_t record_size; ///< sizeof the header's structure
+    L2vpnAstFormatFn format;
+    std::uint32_t (*format_table)(const void *record, char *buffer, std::uint32_t buffer_length,
+                                  const char *separator);
+    L2vpnAstModule *(*module)();
+};
+
+/// In alphabetical order.
+extern const std::vector<TypedTable> typed_tables;
+extern const std::vector<SchemaTable> schema_tables;
+
+} // namespace l2vpn::test

@@ -1,0 +1,243 @@
+// SPDX-License-Identifier: MIT
+#include "tests/support/table_test.h"
+
+#include <algorithm>
+
+#include "l2vpn_db/l2vpn_vpls_ac.h"
+
+namespace l2vpn::test {
+namespace {
+
+constexpr std::uint8_t untouched = 0xA5;
+
+class Conversion : public TypedTableTest {
+protected:
+    const Bytes record = sample_record(expected.record_size, 1);
+    const Bytes stored = sample_record(expected.stored_size, 2);
+
+    static void expect_copies(const std::vector<Copy> &copies, const std::uint8_t *to,
+                              std::uint32_t Copy::*to_offset, const std::uint8_t *from,
+                              std::uint32_t Copy::*from_offset) {
+        ASSERT_EQ(platform().copies.size(), copies.size());
+        for (std::size_t i = 0; i < copies.size(); ++i) {
+            const CopyCall &call = platform().copies[i];
+            EXPECT_EQ(call.destination, to + copies[i].*to_offset) << "call " << i;
+            EXPECT_EQ(call.source, from + copies[i].*from_offset) << "call " << i;
+            EXPECT_EQ(call.size, copies[i].size) << "call " << i;
+            EXPECT_EQ(call.count, copies[i].size) << "call " << i;
+        }
+    }
+};
+
+TEST_P(Conversion, StoredRecordIsTheFieldsWithoutGaps) {
+    Bytes buffer(expected.stored_size + 16, untouched);
+    table.set_all_fields(record.data(), buffer.data());
+    Bytes packed = packed_record(expected, record);
+    ASSERT_EQ(packed.size(), expected.stored_size);
+    packed.resize(buffer.size(), untouched);
+    EXPECT_EQ(buffer, packed);
+}
+
+TEST_P(Conversion, EveryFieldLandsAtItsPackedOffset) {
+    for (const Field &field : expected.fields) {
+        Bytes single(expected.record_size);
+        for (std::uint32_t i = 0; i < field.width; ++i) {
+            single[field.offset + i] = static_cast<std::uint8_t>(i + 1);
+        }
+        Bytes buffer(expected.stored_size, untouched);
+        table.set_all_fields(single.data(), buffer.data());
+        Bytes packed(expected.stored_size);
+        for (std::uint32_t i = 0; i < field.width; ++i) {
+            packed[field.stored_offset + i] = static_cast<std::uint8_t>(i + 1);
+        }
+        EXPECT_EQ(buffer, packed) << field.name;
+    }
+}
+
+TEST_P(Conversion, WayBackFillsEveryFieldAndLeavesTheGaps) {
+    Bytes buffer(expected.record_size, untouched);
+    table.get_all_fields(stored.data(), buffer.data());
+    EXPECT_EQ(buffer, unpacked_record(expected, stored, Bytes(expected.record_size, untouched)));
+    for (const std::uint32_t gap : expected.gap_bytes()) {
+        EXPECT_EQ(buffer[gap], untouched) << "byte " << gap;
+    }
+}
+
+TEST_P(Conversion, ThereAndBackGivesTheSameFields) {
+    Bytes buffer(expected.stored_size);
+    table.set_all_fields(record.data(), buffer.data());
+    Bytes again(expected.record_size, untouched);
+    table.get_all_fields(buffer.data(), again.data());
+    for (const Field &field : expected.fields) {
+        for (std::uint32_t i = field.offset; i < field.offset + field.width; ++i) {
+            EXPECT_EQ(again[i], record[i]) << field.name;
+        }
+    }
+}
+
+TEST_P(Conversion, GapBytesNeverReachTheStoredRecord) {
+    Bytes other = record;
+    for (const std::uint32_t gap : expected.gap_bytes()) {
+        other[gap] = static_cast<std::uint8_t>(~other[gap]);
+    }
+    Bytes first(expected.stored_size);
+    Bytes second(expected.stored_size);
+    table.set_all_fields(record.data(), first.data());
+    table.set_all_fields(other.data(), second.data());
+    EXPECT_EQ(first, second);
+}
+
+TEST_P(Conversion, WithoutGapsBothLayoutsAreTheSame) {
+    if (!expected.gap_bytes().empty()) {
+        EXPECT_LT(expected.stored_size, expected.record_size);
+        return;
+    }
+    Bytes buffer(expected.stored_size);
+    table.set_all_fields(record.data(), buffer.data());
+    EXPECT_EQ(buffer, record);
+}
+
+TEST_P(Conversion, StringsAndContextsAreCopiedOneByOneInSchemaOrder) {
+    Bytes buffer(expected.stored_size);
+    table.set_all_fields(record.data(), buffer.data());
+    expect_copies(expected.copies(), buffer.data(), &Copy::stored_offset, record.data(),
+                  &Copy::offset);
+    platform().copies.clear();
+    Bytes back(expected.record_size);
+    table.get_all_fields(stored.data(), back.data());
+    expect_copies(expected.copies(), back.data(), &Copy::offset, stored.data(),
+                  &Copy::stored_offset);
+}
+
+TEST_P(Conversion, ResultIsThatOfTheLastCopy) {
+    const std::size_t copies = expected.copies().size();
+    Bytes buffer(expected.stored_size);
+    Bytes back(expected.record_size);
+    for (std::size_t failing = 0; failing < copies; ++failing) {
+        const std::uint32_t result = failing + 1 == copies ? 34 : 0;
+        platform().copy_failures = {{failing, 34}};
+        platform().copies.clear();
+        EXPECT_EQ(table.set_all_fields(record.data(), buffer.data()), result) << failing;
+        platform().copies.clear();
+        EXPECT_EQ(table.get_all_fields(stored.data(), back.data()), result) << failing;
+        EXPECT_EQ(platform().copies.size(), copies) << "no copy is left out after a failure";
+    }
+    platform().copy_failures.clear();
+    if (copies != 0) {
+        EXPECT_EQ(table.set_all_fields(record.data(), buffer.data()), 0U);
+        EXPECT_EQ(table.get_all_fields(stored.data(), back.data()), 0U);
+    }
+}
+
+TEST_P(Conversion, ReadsOnlyItsSource) {
+    const Bytes record_before = record;
+    const Bytes stored_before = stored;
+    Bytes buffer(expected.stored_size);
+    Bytes back(expected.record_size);
+    table.set_all_fields(record.data(), buffer.data());
+    table.get_all_fields(stored.data(), back.data());
+    EXPECT_EQ(record, record_before);
+    EXPECT_EQ(stored, stored_before);
+    EXPECT_TRUE(platform().calls.empty());
+}
+
+TEST_P(Conversion, ServiceFieldPairExistsOnlyWhereTheConversionIsSplit) {
+    if (expected.listed) {
+        EXPECT_EQ(table.set_svc_fields != nullptr, expected.svc_fields_split);
+        EXPECT_EQ(table.get_svc_fields != nullptr, expected.svc_fields_split);
+    }
+}
+
+L2VPN_TEST_TYPED_TABLES(Conversion, any_table);
+
+TEST(ConversionExamples, OddOffsetsBehindThreeGapBytes) {
+    reset_platform();
+    L2vpnVplsAc record{};
+    record.vsi = 0x11;
+    record.flags = 0x22334455;
+    record.srcPid = 0x66778899;
+    std::array<std::uint8_t, 185> stored{};
+    L2VPN_DB_L2vpnVplsAcSetAllFields(&record, stored.data());
+    EXPECT_EQ(load<std::uint8_t>(&stored[40]), 0x11);
+    EXPECT_EQ(load<std::uint32_t>(&stored[41]), 0x22334455U);
+    EXPECT_EQ(load<std::uint32_t>(&stored[45]), 0x66778899U);
+}
+
+/// The conversions of the service fields alone.
+class ServiceFields : public testing::Test {
+protected:
+    void SetUp() override {
+        reset_platform();
+        for (const TypedTable &each : typed_tables) {
+            if (each.name == "l2vpn_vpls_pw") {
+                table = &each;
+            }
+        }
+        ASSERT_NE(table, nullptr);
+    }
+
+    static constexpr std::uint32_t first = 92;
+    static constexpr std::uint32_t end = 256;
+    static constexpr std::array<Copy, 4> copies{
+        {{96, 96, 28}, {124, 124, 28}, {152, 152, 52}, {204, 204, 52}}};
+
+    static void expect_copies(const Bytes &to, const Bytes &from) {
+        ASSERT_EQ(platform().copies.size(), copies.size());
+        for (std::size_t i = 0; i < copies.size(); ++i) {
+            const CopyCall &call = platform().copies[i];
+            EXPECT_EQ(call.destination, to.data() + copies[i].offset);
+            EXPECT_EQ(call.source, from.data() + copies[i].offset);
+            EXPECT_EQ(call.size, copies[i].size);
+            EXPECT_EQ(call.count, copies[i].size);
+        }
+    }
+
+    const TypedTable *table = nullptr;
+    const Bytes record = sample_record(280, 3);
+    const Bytes stored = sample_record(276, 4);
+};
+
+TEST_F(ServiceFields, SetChangesOnlyTheirStoredBytes) {
+    Bytes buffer = stored;
+    EXPECT_EQ(table->set_svc_fields(record.data(), buffer.data()), 0U);
+    Bytes changed = stored;
+    std::copy(record.begin() + first, record.begin() + end, changed.begin() + first);
+    EXPECT_EQ(buffer, changed);
+    expect_copies(buffer, record);
+}
+
+TEST_F(ServiceFields, GetChangesOnlyTheirCallerBytes) {
+    Bytes buffer = record;
+    EXPECT_EQ(table->get_svc_fields(stored.data(), buffer.data()), 0U);
+    Bytes changed = record;
+    std::copy(stored.begin() + first, stored.begin() + end, changed.begin() + first);
+    EXPECT_EQ(buffer, changed);
+    expect_copies(buffer, stored);
+}
+
+TEST_F(ServiceFields, StatusBytesComeLastOnTheWayToTheStoreAndFirstOnTheWayBack) {
+    const auto status = [](const Bytes &bytes) { return load<std::uint32_t>(&bytes[first]); };
+    Bytes stored_buffer = stored;
+    platform().during_copy = [&] { EXPECT_EQ(status(stored_buffer), status(stored)); };
+    table->set_svc_fields(record.data(), stored_buffer.data());
+    EXPECT_EQ(status(stored_buffer), status(record));
+    Bytes record_buffer = record;
+    platform().during_copy = [&] { EXPECT_EQ(status(record_buffer), status(stored)); };
+    table->get_svc_fields(stored.data(), record_buffer.data());
+}
+
+TEST_F(ServiceFields, ResultIsThatOfTheLastCopy) {
+    for (std::size_t failing = 0; failing < copies.size(); ++failing) {
+        platform().copy_failures = {{failing, 99}};
+        const std::uint32_t result = failing == 3 ? 99 : 0;
+        Bytes stored_buffer = stored;
+        platform().copies.clear();
+        EXPECT_EQ(table->set_svc_fields(record.data(), stored_buffer.data()), result);
+        Bytes record_buffer = record;
+        platform().copies.clear();
+        EXPECT_EQ(table->get_svc_fields(stored.data(), record_buffer.data()), result);
+    }
+}
+
+} // namespace
+} // namespace l2vpn::test
