@@ -53,8 +53,21 @@ void print_record(const std::string &title, L2vpnAstFormatFn format, const void 
     fmt::print("   {}\n", line);
 }
 
-std::string_view encapsulation(std::uint16_t type) {
-    return type == 4 ? "tagged" : "raw";
+L2vpnVplsPwredPg stored(L2vpnVplsPwredPg group) {
+    check(L2VPN_DB_L2vpnVplsPwredPgRead(&group), "read of " + name_of(group));
+    return group;
+}
+
+/// As pseudowire types are numbered.
+std::string encapsulation(std::uint16_t type) {
+    switch (type) {
+    case 4:
+        return "tagged";
+    case 5:
+        return "raw";
+    default:
+        return std::to_string(type);
+    }
 }
 
 std::string_view role_of(const L2vpnVplsPw &pw) {
@@ -140,6 +153,10 @@ void print_instances() {
 }
 
 void print_group(const L2vpnVplsPwredPg &group) {
+    const L2vpnVplsPwredPg now = stored(group);
+    fmt::print("  the group's traffic is on {}\n",
+               now.pgFlag == 0 ? fmt::format("its working pseudowire, {}", now.pwTunnelId)
+                               : fmt::format("its backup pseudowire, {}", now.bakPwTunnelId));
     fmt::print("  {:>10}  {:<8}  {:<7}  {:<9}  {:>3}  {:>8}  {:>9}  {:>6}  {:>4}  {:>5}\n",
                "pseudowire", "role", "service", "peer", "VC", "label in", "label out", "tunnel",
                "MACs", "batch");
@@ -166,8 +183,7 @@ void print_batch(const std::vector<BatchChange> &changes) {
 }
 
 void print_written(const L2vpnVplsPwredPg &group, const L2vpnVplsPw &failed) {
-    L2vpnVplsPwredPg stored_group = group;
-    check(L2VPN_DB_L2vpnVplsPwredPgRead(&stored_group), "read of " + name_of(group));
+    const L2vpnVplsPwredPg stored_group = stored(group);
     print_record("l2vpn_vpls_pwred_pg", L2VPN_AST_L2vpnVplsPwredPgFormat, &stored_group);
 
     L2vpnVplsPwMacdraw of_pw{};

@@ -349,7 +349,7 @@ class Header:
         self.add(comment(f"Control block, {table.control_block_size} bytes; see L2vpnDbGlbCb."))
         self.add(f"typedef struct {record}GlbCb {{\n"
                  "    uint32_t keyId[4]; /**< At 0: the fast iterator's key identifier area. */\n"
-                 f"    uint8_t key[{buffer}];{'' if buffer > 9 else ' '}    "
+                 f"    {f'uint8_t key[{buffer}];':<18} "
                  f"/**< At 16: its key, {table.keys[0].length} bytes. */\n"
                  f"    L2vpnDbGlbCb cb;   /**< At {16 + buffer}: what all tables have. */\n"
                  f"}} {record}GlbCb;\n\n")

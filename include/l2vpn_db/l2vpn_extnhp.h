@@ -412,7 +412,7 @@ L2vpnAstModule *L2VPN_AST_L2vpnExtnhpModule(void);
 /** Control block, 216 bytes; see L2vpnDbGlbCb. */
 typedef struct L2vpnExtnhpGlbCb {
     uint32_t keyId[4]; /**< At 0: the fast iterator's key identifier area. */
-    uint8_t key[24];    /**< At 16: its key, 17 bytes. */
+    uint8_t key[24];   /**< At 16: its key, 17 bytes. */
     L2vpnDbGlbCb cb;   /**< At 40: what all tables have. */
 } L2vpnExtnhpGlbCb;
 

@@ -381,7 +381,7 @@ L2vpnAstModule *L2VPN_AST_L2vpnPwPmoModule(void);
 /** Control block, 208 bytes; see L2vpnDbGlbCb. */
 typedef struct L2vpnPwPmoGlbCb {
     uint32_t keyId[4]; /**< At 0: the fast iterator's key identifier area. */
-    uint8_t key[16];    /**< At 16: its key, 9 bytes. */
+    uint8_t key[16];   /**< At 16: its key, 9 bytes. */
     L2vpnDbGlbCb cb;   /**< At 32: what all tables have. */
 } L2vpnPwPmoGlbCb;
 

@@ -329,7 +329,7 @@ L2vpnAstModule *L2VPN_AST_L2vpnSubPwModule(void);
 /** Control block, 208 bytes; see L2vpnDbGlbCb. */
 typedef struct L2vpnSubPwGlbCb {
     uint32_t keyId[4]; /**< At 0: the fast iterator's key identifier area. */
-    uint8_t key[16];    /**< At 16: its key, 9 bytes. */
+    uint8_t key[16];   /**< At 16: its key, 9 bytes. */
     L2vpnDbGlbCb cb;   /**< At 32: what all tables have. */
 } L2vpnSubPwGlbCb;
 

@@ -328,7 +328,7 @@ L2vpnAstModule *L2VPN_AST_L2vpnVplsExpModule(void);
 /** Control block, 200 bytes; see L2vpnDbGlbCb. */
 typedef struct L2vpnVplsExpGlbCb {
     uint32_t keyId[4]; /**< At 0: the fast iterator's key identifier area. */
-    uint8_t key[8];     /**< At 16: its key, 8 bytes. */
+    uint8_t key[8];    /**< At 16: its key, 8 bytes. */
     L2vpnDbGlbCb cb;   /**< At 24: what all tables have. */
 } L2vpnVplsExpGlbCb;
 

@@ -329,7 +329,7 @@ L2vpnAstModule *L2VPN_AST_L2vpnVplsMacpingupModule(void);
 /** Control block, 208 bytes; see L2vpnDbGlbCb. */
 typedef struct L2vpnVplsMacpingupGlbCb {
     uint32_t keyId[4]; /**< At 0: the fast iterator's key identifier area. */
-    uint8_t key[16];    /**< At 16: its key, 14 bytes. */
+    uint8_t key[16];   /**< At 16: its key, 14 bytes. */
     L2vpnDbGlbCb cb;   /**< At 32: what all tables have. */
 } L2vpnVplsMacpingupGlbCb;
 

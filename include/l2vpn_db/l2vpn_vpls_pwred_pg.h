@@ -390,7 +390,7 @@ L2vpnAstModule *L2VPN_AST_L2vpnVplsPwredPgModule(void);
 /** Control block, 208 bytes; see L2vpnDbGlbCb. */
 typedef struct L2vpnVplsPwredPgGlbCb {
     uint32_t keyId[4]; /**< At 0: the fast iterator's key identifier area. */
-    uint8_t key[16];    /**< At 16: its key, 12 bytes. */
+    uint8_t key[16];   /**< At 16: its key, 12 bytes. */
     L2vpnDbGlbCb cb;   /**< At 32: what all tables have. */
 } L2vpnVplsPwredPgGlbCb;
 

@@ -2,10 +2,10 @@
 #include "tests/support/facts.h"
 
 #include <algorithm>
-#include <array>
 #include <cctype>
 #include <cstring>
 #include <map>
+#include <sstream>
 #include <stdexcept>
 
 #include "tests/support/table_list.h"
@@ -333,10 +333,9 @@ std::vector<Piece> printed_pieces(const Facts &table, const Bytes &record,
         case ItemKind::words:
             pieces.push_back({field.name + ":0x", field.name + ":0x"});
             for (std::uint32_t at = 0; at < field.width; at += 4) {
-                std::array<char, 16> text{};
-                std::snprintf(text.data(), text.size(), " %x",
-                              load<std::uint32_t>(record, field.offset + at));
-                pieces.push_back({" %x", text.data()});
+                std::ostringstream text;
+                text << ' ' << std::hex << load<std::uint32_t>(record, field.offset + at);
+                pieces.push_back({" %x", text.str()});
             }
             if (separated) {
                 pieces.push_back({"%s", separator});

@@ -15,10 +15,8 @@ namespace {
 
 template <class Table>
 std::vector<std::string> names_of(const std::vector<Table> &tables) {
-    std::vector<std::string> names;
-    for (const Table &table : tables) {
-        names.push_back(table.name);
-    }
+    std::vector<std::string> names(tables.size());
+    std::ranges::transform(tables, names.begin(), &Table::name);
     return names;
 }
 

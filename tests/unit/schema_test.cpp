@@ -18,7 +18,7 @@ TEST_P(Schema, ModuleWordsNameSizeAndFormatTheTable) {
     ASSERT_EQ(sizeof(L2vpnAstModule), 56U);
     std::array<std::uint64_t, 7> words{};
     std::memcpy(words.data(), module, sizeof words);
-    EXPECT_EQ(reinterpret_cast<const char *>(words[0]), table.name);
+    EXPECT_EQ(load<const char *>(words.data()), table.name);
     EXPECT_EQ(words[1], reinterpret_cast<std::uintptr_t>(module->fields));
     EXPECT_EQ(words[2], reinterpret_cast<std::uintptr_t>(module->keys));
     EXPECT_EQ(words[3], std::uint64_t{expected.record_size} << 32 | expected.keys.size() << 16 |

@@ -1,0 +1,283 @@
+// SPDX-License-Identifier: MIT
+// Every way in which a record file can be wrong: what the message says, and that nothing is stored.
+#include "loader_test.h"
+
+#include <algorithm>
+
+namespace l2vpn::test {
+namespace {
+
+using RecordFileErrors = LoaderTest;
+
+// ---- Names -----------------------------------------------------------------------------------
+
+TEST_F(RecordFileErrors, UnknownTable) {
+    expect_line_refused(R"("l2vpn_vpls_pww": [])",
+                        R"(table "l2vpn_vpls_pww": found an unknown table, expected a known one; )"
+                        R"(nearest is "l2vpn_vpls_pw")");
+}
+
+TEST_F(RecordFileErrors, EveryTableCanBeAHint) {
+    EXPECT_TRUE(std::ranges::equal(demo::table_names(), schema_tables, {}, {}, &SchemaTable::name));
+}
+
+TEST_F(RecordFileErrors, TableNameThatOnlyGivesTheSameFunctionNames) {
+    for (const std::string name : {"l2vpn_vpls__pw", "L2vpn_vpls_pw", "l2vpn_vplsPw"}) {
+        expect_line_refused("\"" + name + "\": []",
+                            "table \"" + name +
+                                "\": found an unknown table, expected a known one; nearest is "
+                                "\"l2vpn_vpls_pw\"");
+    }
+}
+
+TEST_F(RecordFileErrors, TableThatIsOnlyFormatted) {
+    for (const SchemaTable &table : schema_tables) {
+        const bool typed = std::ranges::count(typed_tables, table.name, &TypedTable::name) != 0;
+        if (!typed) {
+            expect_line_refused("\"" + table.name + "\": [{\"vrIndex\": 1}]",
+                                "table \"" + table.name +
+                                    "\": found a table that can only be formatted, expected one "
+                                    "that is stored");
+        }
+    }
+}
+
+TEST_F(RecordFileErrors, RepeatedTable) {
+    expect_line_refused(R"("l2vpn_vpls_inst": [{"vrIndex": 2}])",
+                        R"(table "l2vpn_vpls_inst": found a second time, first in line 1, )"
+                        R"(expected once)");
+}
+
+TEST_F(RecordFileErrors, UnknownField) {
+    expect_line_refused(R"("l2vpn_vpls_pw": [{"vrIndex": 1, "pwTunelId": 7}])",
+                        R"(table "l2vpn_vpls_pw", field "pwTunelId": found an unknown field, )"
+                        R"(expected a known one; nearest is "pwTunnelId")");
+}
+
+TEST_F(RecordFileErrors, FieldNameWithControlCharacterIsEscaped) {
+    expect_line_refused(R"("l2vpn_vpls_pw": [{"flags\u001b\u0000": 7}])",
+                        R"(table "l2vpn_vpls_pw", field "flags\u001b\u0000": found an unknown )"
+                        R"(field, expected a known one; nearest is "flags")");
+}
+
+TEST_F(RecordFileErrors, RepeatedField) {
+    expect_refused("{\"l2vpn_vpls_pw\": [{\n\"pwTunnelId\": 7,\n\"mtu\": 1500,\n\n"
+                   "\"pwTunnelId\": 7}]}",
+                   {":5: table \"l2vpn_vpls_pw\", field \"pwTunnelId\": found a second time, first "
+                    "in line 2, expected once"});
+}
+
+// ---- Numbers ---------------------------------------------------------------------------------
+
+TEST_F(RecordFileErrors, NumberOutOfRange) {
+    expect_line_refused(R"("l2vpn_vpls_pw": [{"pwTunnelType": 256}])",
+                        R"(table "l2vpn_vpls_pw", field "pwTunnelType": found 256, )"
+                        R"(expected a number from 0 to 255)");
+    expect_line_refused(R"("l2vpn_vpls_pw": [{"mtu": 65536}])",
+                        R"(table "l2vpn_vpls_pw", field "mtu": found 65536, )"
+                        R"(expected a number from 0 to 65535)");
+    expect_line_refused(R"("l2vpn_vpls_pw": [{"vcId": 4294967296}])",
+                        R"(table "l2vpn_vpls_pw", field "vcId": found 4294967296, )"
+                        R"(expected a number from 0 to 4294967295 or a text like "192.0.2.1")");
+    expect_line_refused(R"("l2vpn_vpls_pw": [{"timeStampApp": 18446744073709551616}])",
+                        R"(table "l2vpn_vpls_pw", field "timeStampApp": )"
+                        R"(found 18446744073709551616, )"
+                        R"(expected a number from 0 to 18446744073709551615)");
+}
+
+TEST_F(RecordFileErrors, NotAnUnsignedNumber) {
+    const std::map<std::string, std::string> found = {
+        {"-1", "-1"},
+        {"-0", "-0"},
+        {"1.5", "1.5"},
+        {"1e2", "1e2"},
+        {"true", "true"},
+        {"false", "false"},
+        {"null", "null"},
+        {R"("7")", R"("7")"},
+        {R"("10.0.0.1")", R"("10.0.0.1")"},
+        {"[7]", "a list of 1 value"},
+        {R"({"a": 1, "b": 2})", "an object of 2 members"}};
+    for (const auto &[value, description] : found) {
+        expect_line_refused("\"l2vpn_vpls_pw\": [{\"mtu\": " + value + "}]",
+                            "table \"l2vpn_vpls_pw\", field \"mtu\": found " + description +
+                                ", expected a number from 0 to 65535");
+    }
+}
+
+TEST_F(RecordFileErrors, NumberTooLargeForAnyNumber) {
+    expect_line_refused(R"("l2vpn_vpls_pw": [{"mtu": 1e400}])", "number overflow parsing '1e400'");
+}
+
+TEST_F(RecordFileErrors, TextThatIsNoAddress) {
+    for (const std::string text : {"10.0.0.256", "10.0.0", "10.0.0.0.1", "10.0.0.01", " 10.0.0.1",
+                                   "10.0.0.1 ", "", "0x0a000001", R"(10.0.0.1\u0000)"}) {
+        expect_line_refused("\"l2vpn_vpls_pw\": [{\"peerIp\": \"" + text + "\"}]",
+                            "table \"l2vpn_vpls_pw\", field \"peerIp\": found \"" + text +
+                                "\", expected a number from 0 to 4294967295 or a text like "
+                                "\"192.0.2.1\"");
+    }
+}
+
+// ---- Arrays of two bytes, and bytes ----------------------------------------------------------
+
+TEST_F(RecordFileErrors, NotAPair) {
+    const std::map<std::string, std::string> found = {{"1", "1"},
+                                                      {"[]", "a list of 0 values"},
+                                                      {"[1]", "a list of 1 value"},
+                                                      {"[1, 0, 0]", "a list of 3 values"},
+                                                      {"[1, 256]", "a list of 2 values"},
+                                                      {"[-1, 0]", "a list of 2 values"},
+                                                      {R"(["1", "0"])", "a list of 2 values"},
+                                                      {R"("01:00")", R"("01:00")"}};
+    for (const auto &[value, description] : found) {
+        expect_line_refused("\"l2vpn_vpls_pw\": [{\"svcStatus\": " + value + "}]",
+                            "table \"l2vpn_vpls_pw\", field \"svcStatus\": found " + description +
+                                ", expected a list of two numbers from 0 to 255");
+    }
+}
+
+TEST_F(RecordFileErrors, NotBytesOfTheFieldsWidth) {
+    for (const std::string value :
+         {R"("00:1b:44:11:3a")", R"("00:1b:44:11:3a:b7:01")", R"("00:1b:44:11:3a:b")",
+          R"("00:1b:44:11:3a:bg")", R"("00-1b-44-11-3a-b7")", R"("001b44113ab7")",
+          R"("0:1b:44:11:3a:b70")", R"(" 0:1b:44:11:3a:b7")", R"("00:1b:44:11:3a:-7")", R"("")",
+          "7"}) {
+        expect_line_refused("\"l2vpn_vpls_vsimac\": [{\"macAddr\": " + value + "}]",
+                            "table \"l2vpn_vpls_vsimac\", field \"macAddr\": found " + value +
+                                ", expected a text of 6 hexadecimal bytes like \"00:1b:44\"");
+    }
+    expect_line_refused(R"("l2vpn_extnhp": [{"svcCtx": "00:01"}])",
+                        R"(table "l2vpn_extnhp", field "svcCtx": found "00:01", )"
+                        R"(expected a text of 32 hexadecimal bytes like "00:1b:44")");
+    expect_line_refused(R"("l2vpn_extnhp": [{"svcCtx": [1, 2]}])",
+                        R"(table "l2vpn_extnhp", field "svcCtx": found a list of 2 values, )"
+                        R"(expected a text of 32 hexadecimal bytes like "00:1b:44")");
+}
+
+// ---- Records ---------------------------------------------------------------------------------
+
+TEST_F(RecordFileErrors, SamePrimaryKey) {
+    expect_refused(
+        "{\"l2vpn_vpls_pw\": [\n"
+        "{\"vrIndex\": 1, \"pwTunnelId\": 7, \"vcId\": 1},\n"
+        "{\"vrIndex\": 1, \"pwTunnelId\": 8, \"vcId\": 1},\n"
+        "{\"pwTunnelId\": 7, \"vrIndex\": 1, \"vcId\": 2}]}",
+        {":4: table \"l2vpn_vpls_pw\", primary key vrIndex 1, pwTunnelId 7, pwTunnelType "
+         "0: found a second time, first in line 2, expected once"});
+}
+
+TEST_F(RecordFileErrors, SamePrimaryKeyInOtherWords) {
+    expect_refused("{\"l2vpn_vpls_vsimac\": [\n"
+                   "{\"macAddr\": \"00:1B:44:11:3A:B7\", \"instanceId\": \"0.0.1.0\"},\n"
+                   "{\"macAddr\": \"00:1b:44:11:3a:b7\", \"instanceId\": 256, \"vrIndex\": 0}\n"
+                   "]}",
+                   {":3: table \"l2vpn_vpls_vsimac\", primary key vrIndex 0, macAddr "
+                    "00:1b:44:11:3a:b7, vlanId 0, instanceId 256: found a second time, first in "
+                    "line 2, expected once"});
+}
+
+TEST_F(RecordFileErrors, NotAListOfRecords) {
+    expect_line_refused(R"("l2vpn_vpls_pw": {"vrIndex": 1})",
+                        R"(table "l2vpn_vpls_pw": found an object of 1 member, )"
+                        R"(expected a list of records)");
+    expect_line_refused(R"("l2vpn_vpls_pw": [7])", R"(table "l2vpn_vpls_pw": found 7, )"
+                                                   R"(expected a record, an object of fields)");
+}
+
+TEST_F(RecordFileErrors, NotAnObjectOfTables) {
+    expect_refused("[]", {":1: found a list of 0 values, expected an object of tables"});
+    expect_refused("\n\n7\n", {":3: found 7, expected an object of tables"});
+}
+
+// ---- Text ------------------------------------------------------------------------------------
+
+TEST_F(RecordFileErrors, Syntax) {
+    expect_line_refused(R"("l2vpn_vpls_pw": [{"vrIndex": 1,}])",
+                        "syntax error while parsing object key - unexpected '}'; expected string "
+                        "literal");
+    expect_refused("{\"l2vpn_vpls_pw\": [\n{\"vrIndex\": 1}\n{\"vrIndex\": 2}]}",
+                   {":3: syntax error while parsing array - unexpected '{'; expected ']'"});
+    expect_refused(
+        "{}\n\n{}",
+        {":3: syntax error while parsing value - unexpected '{'; expected end of input"});
+    expect_refused("{\"l2vpn_vpls_pw\": [\n{\"vrIndex\": 1}\n",
+                   {":2: syntax error while parsing array - unexpected end of input; expected "
+                    "']'"});
+    expect_refused("{\"l2vpn_vpls_pw\": [{\"vrIndex\": 01}]}",
+                   {":1: syntax error while parsing object - unexpected number literal; expected "
+                    "'}'"});
+}
+
+TEST_F(RecordFileErrors, TextThatIsNotUtf8) {
+    const demo::RecordFile file = read("{\n\"l2vpn_\xff\": []}");
+    ASSERT_EQ(file.errors.size(), 1U);
+    EXPECT_EQ(file.errors[0].find(path + ":2: syntax error while parsing object key - invalid "
+                                         "string: ill-formed UTF-8 byte"),
+              0U)
+        << file.errors[0];
+}
+
+TEST_F(RecordFileErrors, TooDeep) {
+    expect_refused("{\"l2vpn_vpls_pw\":\n" + std::string(100000, '['),
+                   {":2: nested more than 16 deep"});
+}
+
+TEST_F(RecordFileErrors, EmptyFile) {
+    expect_refused("", {":1: found an empty file, expected an object of tables"});
+}
+
+TEST_F(RecordFileErrors, UnreadableFile) {
+    EXPECT_EQ(demo::read_record_file("/no/such/file").errors,
+              std::vector<std::string>{"/no/such/file: cannot be read: No such file or directory"});
+    EXPECT_EQ(demo::read_record_file("/").errors,
+              std::vector<std::string>{"/: cannot be read: Is a directory"});
+}
+
+// ---- Lines -----------------------------------------------------------------------------------
+
+TEST_F(RecordFileErrors, EveryValueHasItsOwnLine) {
+    // The parser looks one character past a number: that must not move it to the next line.
+    const std::string field = R"(table "l2vpn_vpls_pw", field )";
+    expect_refused("{\"l2vpn_vpls_pw\": [{\r\n"
+                   "\"mtu\": 70000\r\n,\n"
+                   "\"vccv\": 70001\n\n,\n"
+                   "\"bakFlag\":\n70002 ,\n"
+                   "\"peerIp\":\n\n\"x\"\n,\n"
+                   "\"svcStatus\":\n[\n1]\n}]}",
+                   {":2: " + field + "\"mtu\": found 70000, expected a number from 0 to 65535",
+                    ":4: " + field + "\"vccv\": found 70001, expected a number from 0 to 65535",
+                    ":8: " + field + "\"bakFlag\": found 70002, expected a number from 0 to 65535",
+                    ":11: " + field +
+                        "\"peerIp\": found \"x\", expected a number from 0 to 4294967295 or a text "
+                        "like \"192.0.2.1\"",
+                    ":14: " + field +
+                        "\"svcStatus\": found a list of 1 value, expected a list of two numbers "
+                        "from 0 to 255"});
+}
+
+TEST_F(RecordFileErrors, AllOfThemAreFound) {
+    const std::string inst = R"(table "l2vpn_vpls_inst")";
+    const std::string known = ", expected a known one; nearest is ";
+    const std::string stored = "formatted, expected one that is stored";
+    expect_refused(
+        "{\"l2vpn_vpls_in\": [],\n"
+        " \"l2vpn_eth\": 7,\n"
+        " \"l2vpn_vpls_inst\": [{\"vrIndx\": 1,\n"
+        "   \"state\": 256, \"vrIndex\": 1},\n"
+        "  [],\n"
+        "  {\"vrIndex\": 1}, {\"vrIndex\": 1}],\n"
+        " \"l2vpn_stp\": 1}",
+        {R"(:1: table "l2vpn_vpls_in": found an unknown table)" + known + R"("l2vpn_vpls_ac")",
+         R"(:2: table "l2vpn_eth": found a table that can only be )" + stored,
+         ":3: " + inst + R"(, field "vrIndx": found an unknown field)" + known + R"("vrIndex")",
+         ":4: " + inst + R"(, field "state": found 256, expected a number from 0 to 255)",
+         ":5: " + inst + ": found a list of 0 values, expected a record, an object of fields",
+         ":6: " + inst +
+             ", primary key vrIndex 1, instanceId 0: found a second time, "
+             "first in line 6, expected once",
+         R"(:7: table "l2vpn_stp": found 1, expected a list of records)"});
+}
+
+} // namespace
+} // namespace l2vpn::test
