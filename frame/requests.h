@@ -15,11 +15,6 @@ static_assert(sizeof(L2vpnDbKeyData) == 32 && offsetof(L2vpnDbKeyData, keyIdLeng
 static_assert(sizeof(L2vpnDbUpdData) == 24 && offsetof(L2vpnDbUpdData, fieldCount) == 8 &&
               offsetof(L2vpnDbUpdData, setFields) == 16);
 
-/// The address of the module interface block, as L2VPN_DB_ModuleIntf returns it.
-inline L2vpnDbModuleIntf *module_intf() {
-    return &g_l2vpnDbModuleIntf;
-}
-
 /// A stored record and the request that describes it.
 template <class T>
 struct StoredRecord {

@@ -16,7 +16,7 @@ std::uint32_t count_by(const typename T::Record *record, std::uint32_t *count) {
     if (record == nullptr)
         return L2VPN_DB_ERR_PARAM;
     set_key<T, K>(record, key);
-    return DAL_VELD_CountByKey(module_intf(), &T::descriptor().intf, &key.request, count);
+    return DAL_VELD_CountByKey(L2VPN_DB_ModuleIntf(), &T::descriptor().intf, &key.request, count);
 }
 
 /// Calls use(std::integral_constant<std::size_t, K>) for the secondary key with the code;
@@ -36,8 +36,9 @@ template <class T>
 L2vpnDbIter *create_iter(std::uint32_t key_index, const typename T::Record *record) {
     const std::uint32_t code = map_key_id<T>(key_index);
     if (code == key_code(0))
-        return record == nullptr ? DAL_VELD_CreateIterator(module_intf(), &T::descriptor().intf)
-                                 : create_fast_pri_iter<T>(record);
+        return record == nullptr
+                   ? DAL_VELD_CreateIterator(L2VPN_DB_ModuleIntf(), &T::descriptor().intf)
+                   : create_fast_pri_iter<T>(record);
     L2vpnDbIter *iter = nullptr;
     with_secondary_key<T>(code, [&](auto k) { iter = create_key_iter<T, k>(record); });
     return iter;

@@ -53,7 +53,7 @@ std::uint32_t get_next(L2vpnDbIter *iter, typename T::Record *record) {
     }
     StoredRecord<T> stored;
     const std::uint32_t result =
-        DAL_VELD_GetNextEntry(module_intf(), &T::descriptor().intf, iter, &stored.request);
+        DAL_VELD_GetNextEntry(L2VPN_DB_ModuleIntf(), &T::descriptor().intf, iter, &stored.request);
     if (result == L2VPN_DB_OK)
         get_all_fields<T>(stored.bytes, record);
     return result;
@@ -62,7 +62,7 @@ std::uint32_t get_next(L2vpnDbIter *iter, typename T::Record *record) {
 template <class T>
 std::uint32_t release_iter(L2vpnDbIter *iter) {
     if (!is_fast<T>(iter))
-        return DAL_VELD_ReleaseIterator(module_intf(), &T::descriptor().intf, iter);
+        return DAL_VELD_ReleaseIterator(L2VPN_DB_ModuleIntf(), &T::descriptor().intf, iter);
     L2vpnDbGlbCb &cb = T::control_block().cb;
     const SpinGuard guard(cb.spinLock);
     set_in_use(cb, 0);

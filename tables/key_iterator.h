@@ -12,7 +12,7 @@ L2vpnDbIter *create_key_iter(const typename T::Record *record) {
     if (record == nullptr)
         return nullptr;
     set_key<T, K>(record, key);
-    return DAL_VELD_CreateIteratorByKey(module_intf(), &T::descriptor().intf, &key.request);
+    return DAL_VELD_CreateIteratorByKey(L2VPN_DB_ModuleIntf(), &T::descriptor().intf, &key.request);
 }
 
 } // namespace l2vpn

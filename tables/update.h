@@ -43,7 +43,8 @@ std::uint32_t update_fields(const typename T::Record *record, const std::uint32_
     set_key<T, 0>(record, key);
     const L2vpnDbRecData caller{const_cast<typename T::Record *>(record), sizeof *record, 0};
     const L2vpnDbUpdData update{field_ids, field_count, 0, T::set_fields_function};
-    return DAL_VELD_Update(module_intf(), &T::descriptor().intf, &key.request, &caller, &update);
+    return DAL_VELD_Update(L2VPN_DB_ModuleIntf(), &T::descriptor().intf, &key.request, &caller,
+                           &update);
 }
 
 template <class T>
