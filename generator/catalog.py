@@ -15,6 +15,7 @@ import toml_lines
 
 INTEGERS = {"u8": 1, "u16": 2, "u32": 4, "u64": 8}
 QUIRKS = ("no_null_tests", "svc_fields_split", "trailing_separator")
+MAX_RECORD = 8192  # what straight-line copies and records on the stack are good for
 SERVICE_FIELDS = ("svcStatus", "svcErrcode", "glbSvcCtx", "svcCtx")
 RESERVED_NAME = re.compile(r"(resv|rsv|rev|res)\d*")
 # C11 and C++20 words that would pass for a field name in lower camel case.
@@ -24,7 +25,9 @@ KEYWORDS = frozenset(
     "export extern false float for friend goto if inline int long mutable namespace new noexcept "
     "not nullptr operator or private protected public register requires restrict return short "
     "signed sizeof static struct switch template this throw true try typedef typeid typename union "
-    "unsigned using virtual void volatile while xor".split()
+    "unsigned using virtual void volatile while xor "
+    # What GNU compilers and the C library define in lower case.
+    "complex errno linux typeof unix".split()
 )
 
 
@@ -181,6 +184,10 @@ class Reader:
         if not re.fullmatch(r"l2vpn(_[a-z0-9]+)+", table.name):
             self.refuse(1, "table name", describe(table.name),
                         'the file to be named l2vpn_<words in lower snake case>.toml')
+        elif table.name.split("_")[1] in ("db", "dal", "ast"):
+            # L2vpnDb..., L2vpnDal... and L2vpnAst... are the shared header's, and so is its file.
+            self.refuse(1, "table name", describe(table.name),
+                        "a name that does not begin with l2vpn_db, l2vpn_dal or l2vpn_ast")
         try:
             text = self.path.read_bytes().decode("utf-8").replace("\r\n", "\n")
             entries = tomllib.loads(text)
@@ -223,7 +230,8 @@ class Reader:
             self.refuse(self.line("access"), "access", describe(entries["access"]),
                         '"typed" or "format"')
         about = entries.get("about", "-")
-        if not isinstance(about, str) or not about.strip() or "\n" in about or "*/" in about:
+        if not isinstance(about, str) or not about.strip() or not about.isprintable() \
+                or "/*" in about or "*/" in about:
             self.refuse(self.line("about"), "about", describe(about), "one line that says what the table holds")
         else:
             table.about = about.strip()
@@ -288,8 +296,10 @@ class Reader:
             next_ids = self.readings(item.id, next_ids, item.ids)
             ends = self.readings(item.offset, offsets, item.width)
             stored += item.width
-            if ends[-1] > 0xFFFF:
-                self.refuse(line, what, f"an end at {ends[-1]}", "records of less than 65536 bytes")
+            if ends[-1] > MAX_RECORD:
+                self.refuse(line, what, f"an end at {ends[-1]}", f"records of at most {MAX_RECORD} bytes")
+        if not any(item.printed for item in self.table.fields):
+            self.refuse(self.line("fields"), "fields", "none to be printed", 'at least one with "print"')
         batch = self.table.field_named("batchVersion")
         if batch and self.table.typed and batch.kind and batch.type != "u32":
             self.refuse(batch.line, 'field "batchVersion", type', describe(batch.type), '"u32"')
@@ -413,11 +423,19 @@ def exported_objects(table: Table) -> list:
     return [f"g_l2vpn{table.camel}Intf", f"g_l2vpn{table.camel}GlbCb"] if table.typed else []
 
 
+def header_names(table: Table) -> list:
+    """Types and constants that a table's header declares."""
+    macro = table.name.upper()
+    types = [table.camel] + ([f"{table.camel}GlbCb"] if table.typed else [])
+    return types + [f"{macro}_FIELD_{item.name}" for item in table.fields] + [
+        f"{macro}_KEY_{key.name}" for key in table.keys]
+
+
 def check_exports(tables: list, shown: dict, errors: list) -> None:
-    """Two tables whose names differ only in underscores would export the same names."""
+    """Two tables whose names differ only in underscores, for one, would share names in C."""
     owners = {}
     for table in tables:
-        for name in (table.camel, *exported_functions(table), *exported_objects(table)):
+        for name in (*header_names(table), *exported_functions(table), *exported_objects(table)):
             owner = owners.setdefault(name, table)
             if owner is not table:
                 errors.append(f"{shown[table.name]}:1: table name: found {name}, which "

@@ -89,7 +89,7 @@ inline void run_step(char *to, const char *from, std::uint32_t &result) {
 template <Direction To, auto List>
 inline std::uint32_t run(void *to, const void *from) {
     std::uint32_t result = 0;
-    [&]<std::size_t... I>(std::index_sequence<I...>) {
+    [&]<std::size_t... I>(std::index_sequence<I...>) __attribute__((always_inline)) {
         (run_step<To, List.items[I]>(static_cast<char *>(to), static_cast<const char *>(from),
                                      result),
          ...);

@@ -2,46 +2,71 @@
 /**
  * @file memory_store.h
  * The in-memory table store of the embedded platform, libl2vpn_platform.so: what it promises
- * beyond platform.h, the result codes that it returns and the events that it counts.
+ * beyond platform.h, the result codes that it returns, the events that it counts and the services
+ * that it uses.
  *
- * The store keeps the records of a table for as long as the process runs. It finds the table by
- * the descriptor's name; neither the module interface block nor the descriptor's address matters
- * to it.
+ * The store keeps the records of a table until the process ends. It finds the table by the
+ * descriptor's name; descriptors with one name share one table.
  *
  * Records
  *  1. A table holds at most one record with a given primary key. Write inserts it, or replaces the
  *     one that is there; all secondary keys follow the record at once.
  *  2. Read takes any key of the table. By a secondary key it reads the record that an iterator
  *     over that key would deliver first.
- *  3. Update and Delete take a primary key. Update calls the setter once, on the calling thread,
- *     if the record exists; the change is kept if the setter returns 0 and dropped otherwise, and
- *     the setter's result is the result of Update. The setter must not call the store for the same
- *     table. A setter that gives the record another primary key changes nothing.
+ *  3. Update and Delete take a primary key. Update calls the setter that the request carries once,
+ *     on the calling thread, if the record exists: with the record request, a record object that
+ *     holds the record, the field ids and their count. The change is kept if the setter returns 0
+ *     and dropped otherwise, and the setter's result is the result of Update. A setter that gives
+ *     the record another primary key changes nothing (L2VPN_STORE_KEY_CHANGED).
  *  4. Each call takes effect as a whole, or not at all: other threads never see a part of it, and
- *     a call that returns another code than 0 has changed no record and no caller's buffer.
+ *     a call that returns another code than 0 has changed nothing. (One exception: a Read that
+ *     finds no record because another thread is deleting it may have used the caller's buffer.)
  *
  * Iterators
- *  5. An iterator delivers, exactly once, every record that is in the table under the iterator's
- *     key, its contents as they are when it is delivered, from the iterator's creation to its end.
- *     A record that comes or goes in between may or may not be delivered; one that is deleted is
- *     not delivered afterwards. The order is the store's own; while nothing changes, it is the
- *     same each time.
+ *  5. An iterator delivers, exactly once and whole, every record that is in the table under the
+ *     iterator's key from the iterator's creation until it is reached, with the contents that it
+ *     has then. Records that are deleted, or leave the key, before they are reached are not
+ *     delivered; nor are those that come later, even if a deleted record comes back. The order is
+ *     the store's own; while nothing changes, it is the same each time.
  *  6. An iterator over a key without records is an iterator that ends at once. Handle 0 means that
- *     the request was wrong or that there was no memory; the statistics tell which.
+ *     the request was wrong or that there was no memory; the log and the statistics tell which.
  *  7. Once an iterator has ended, it stays at its end, whatever is written. It lives until it is
- *     released. A handle that is 0, released, of another table or of no iterator at all is refused.
+ *     released. A handle that is 0, released, of another table or of no iterator at all is refused,
+ *     on any thread. Two threads may use one iterator; each record reaches one of them.
+ *
+ * Threads
+ *  8. Any number of threads may use one table or several. Reads and counts do not wait for one
+ *     another.
+ *  9. A setter and the memory service run inside the store. They may call what does not lead back
+ *     into it: the record-object functions for their object, memcpy_s, sprintf_s, ZAV_AtomicAdd,
+ *     the library's conversions, key builders and formatters. A call of a store operation, on any
+ *     table, returns L2VPN_STORE_REENTERED (or handle 0), has no effect and is not counted. The log
+ *     service and the statistics functions are called outside of the store's locks and may call
+ *     anything.
+ *
+ * Memory
+ * 10. The store gives the memory of records and indexes back only to itself: a table uses what
+ *     deleted records have left before it asks for more.
  *
  * Statistics
- *  8. Each call on a table that the store knows counts exactly one event, after it has taken
- *     effect and outside all of the store's locks. If the descriptor has no statistics function,
- *     nothing is counted.
- *
- * Counts are uint32_t.
+ * 11. Each call on a table that the store knows counts one event, through the descriptor's
+ *     statistics function, after it has taken effect. One thread at a time, the first that uses the
+ *     table, counts its events at once; another one takes over when that thread has ended. Events
+ *     are held back, L2VPN_STORE_EVENT_LOT of them at most, by a thread that uses the table beside
+ *     that one, and by a thread that has done nothing but the same on the table
+ *     L2VPN_STORE_EVENT_RUN times; they are counted when the lot is full, when the thread turns to
+ *     another table or (the first thread) to another kind of event, and when it ends.
  */
 #ifndef L2VPN_DB_MEMORY_STORE_H
 #define L2VPN_DB_MEMORY_STORE_H
 
-#include <stdint.h>
+#include <stddef.h>
+
+#include "l2vpn_db/l2vpn_db.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
 
 /* ---- Result codes ------------------------------------------------------------------------- */
 
@@ -51,22 +76,37 @@
 #define L2VPN_STORE_END UINT32_C(0x10001)
 /** The descriptor is null, or names no table of the store. */
 #define L2VPN_STORE_UNKNOWN_TABLE UINT32_C(0x10002)
-/** A pointer that the operation needs is null, or a record object is not of the table. */
-#define L2VPN_STORE_BAD_REQUEST UINT32_C(0x10003)
+/** A pointer that the operation needs is null. */
+#define L2VPN_STORE_NULL_POINTER UINT32_C(0x10003)
 /** A record's length is not the table's stored length. */
 #define L2VPN_STORE_BAD_LENGTH UINT32_C(0x10004)
-/**
- * The key request is not one of the table's: its identifier area is not 16 bytes long, it has an
- * unknown key index or other flags or another length than that key, or it is a secondary key where
- * the primary one is needed. Or a setter has changed the primary key.
- */
-#define L2VPN_STORE_BAD_KEY UINT32_C(0x10005)
+/** The key identifier area is not 16 bytes long. */
+#define L2VPN_STORE_BAD_KEY_AREA UINT32_C(0x10005)
+/** The table has no key with the index in the key identifier word. */
+#define L2VPN_STORE_UNKNOWN_KEY UINT32_C(0x10006)
+/** The flags in the key identifier word are not 1 for the primary key or 9 for a secondary one. */
+#define L2VPN_STORE_BAD_KEY_FLAGS UINT32_C(0x10007)
+/** The length in the key identifier word or in the key request is not that of the table's key. */
+#define L2VPN_STORE_BAD_KEY_LENGTH UINT32_C(0x10008)
+/** A secondary key in Update or Delete. */
+#define L2VPN_STORE_NOT_PRIMARY UINT32_C(0x10009)
+/** A setter has changed the primary key. */
+#define L2VPN_STORE_KEY_CHANGED UINT32_C(0x1000A)
+/** A record object is null or of another table. */
+#define L2VPN_STORE_BAD_OBJECT UINT32_C(0x1000B)
 /** The handle is not an open iterator of the table. */
-#define L2VPN_STORE_BAD_ITERATOR UINT32_C(0x10006)
+#define L2VPN_STORE_BAD_ITERATOR UINT32_C(0x1000C)
+/** The call came from within a setter or a memory service that the store has called. */
+#define L2VPN_STORE_REENTERED UINT32_C(0x1000D)
 /** There is not enough memory. */
-#define L2VPN_STORE_NO_MEMORY UINT32_C(0x10007)
+#define L2VPN_STORE_NO_MEMORY UINT32_C(0x1000E)
 
 /* ---- Statistics --------------------------------------------------------------------------- */
+
+/** How many events a thread may hold back. */
+#define L2VPN_STORE_EVENT_LOT UINT32_C(64)
+/** How often a thread repeats an event before it holds the next ones back. */
+#define L2VPN_STORE_EVENT_RUN UINT32_C(1024)
 
 /** Identifiers of a table's statistics counters. Each counts calls, modulo 2^32. */
 typedef enum L2vpnStoreStat {
@@ -79,7 +119,7 @@ typedef enum L2vpnStoreStat {
     L2VPN_STORE_STAT_DELETED = 6,          /**< Delete: done. */
     L2VPN_STORE_STAT_DELETE_MISSED = 7,    /**< Delete: no such record. */
     L2VPN_STORE_STAT_UPDATED = 8,          /**< Update: kept. */
-    L2VPN_STORE_STAT_UPDATE_REFUSED = 9,   /**< Update: dropped, as the setter returned non-zero. */
+    L2VPN_STORE_STAT_UPDATE_REFUSED = 9,   /**< Update: dropped, for the setter's sake. */
     L2VPN_STORE_STAT_UPDATE_MISSED = 10,   /**< Update: no such record. */
     L2VPN_STORE_STAT_ITER_OPENED = 11,     /**< Iterator over the whole table opened. */
     L2VPN_STORE_STAT_KEY_ITER_OPENED = 12, /**< Iterator over a key opened. */
@@ -88,10 +128,43 @@ typedef enum L2vpnStoreStat {
     L2VPN_STORE_STAT_ITER_ENDED = 15,      /**< Iterator: L2VPN_STORE_END returned. */
     L2VPN_STORE_STAT_COUNTED = 16,         /**< Records of the table counted. */
     L2VPN_STORE_STAT_KEY_COUNTED = 17,     /**< Records with a key counted. */
-    L2VPN_STORE_STAT_BAD_REQUEST = 18,     /**< L2VPN_STORE_BAD_REQUEST or ..._BAD_LENGTH. */
-    L2VPN_STORE_STAT_BAD_KEY = 19,         /**< L2VPN_STORE_BAD_KEY. */
+    L2VPN_STORE_STAT_BAD_REQUEST = 18,     /**< Refused: a null pointer, a wrong record length. */
+    L2VPN_STORE_STAT_BAD_KEY = 19,         /**< Refused: what is wrong is the key request. */
     L2VPN_STORE_STAT_BAD_ITERATOR = 20,    /**< L2VPN_STORE_BAD_ITERATOR. */
     L2VPN_STORE_STAT_NO_MEMORY = 21        /**< L2VPN_STORE_NO_MEMORY. */
 } L2vpnStoreStat;
+
+/* ---- Services ----------------------------------------------------------------------------- */
+
+/**
+ * Word 0 of the memory service: allocates like malloc, aligned for any type; null without memory.
+ * Both words must be registered, before the first table is used; otherwise the store uses malloc
+ * and free.
+ */
+typedef void *(*L2vpnStoreAllocateFn)(size_t size);
+/** Word 1 of the memory service: gives back what word 0 has allocated. */
+typedef void (*L2vpnStoreReleaseFn)(void *memory);
+/** The word of the log service: takes one line of text, which is its own until it returns. */
+typedef void (*L2vpnStoreLogFn)(const char *text);
+
+/** The memory service of two functions, to be registered with L2VPN_DB_MemIntfReg. */
+static inline L2vpnDbMemIntf l2vpn_store_memory_service(L2vpnStoreAllocateFn allocate,
+                                                        L2vpnStoreReleaseFn release) {
+    L2vpnDbMemIntf service;
+    service.words[0] = (uintptr_t)allocate;
+    service.words[1] = (uintptr_t)release;
+    return service;
+}
+
+/** The log service of one function, to be registered with L2VPN_DB_LogIntfReg. */
+static inline L2vpnDbLogIntf l2vpn_store_log_service(L2vpnStoreLogFn log) {
+    L2vpnDbLogIntf service;
+    service.word = (uintptr_t)log;
+    return service;
+}
+
+#ifdef __cplusplus
+}
+#endif
 
 #endif

@@ -39,7 +39,8 @@ extern "C" {
 uint32_t DAL_VELD_Write(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
                         const L2vpnDbRecData *record);
 
-/** Reads the record with the given key; fills exactly record->length bytes, or none on failure. */
+/** Reads the record with the given key; fills exactly record->length bytes. On failure the buffer's
+ *  contents do not matter. */
 uint32_t DAL_VELD_Read(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table, const L2vpnDbKeyData *key,
                        L2vpnDbRecData *record);
 

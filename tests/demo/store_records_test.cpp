@@ -109,7 +109,7 @@ std::uint32_t refuse_fourth(const void *record, std::uint32_t length) {
 }
 
 std::uint32_t refuse(const void *, std::uint32_t) {
-    return L2VPN_STORE_BAD_REQUEST;
+    return L2VPN_STORE_NULL_POINTER;
 }
 
 TEST_F(StoreRecords, RefusalRemovesWhatWasStored) {
@@ -118,7 +118,7 @@ TEST_F(StoreRecords, RefusalRemovesWhatWasStored) {
     file.tables.at(1).table.access->write = refuse_fourth;
     EXPECT_EQ(demo::store_records(file),
               path + ":4: table l2vpn_vll_inst, primary key vrIndex 6, instanceId 4: the store "
-                     "refused the record with result 0x10007; nothing of the file is stored");
+                     "refused the record with result 0x1000e; nothing of the file is stored");
     EXPECT_EQ(stored_counts(), before);
 }
 

@@ -179,6 +179,20 @@ class Refusal(unittest.TestCase):
         self.refused(TABLE, 1, "table name", name="vpls_thing")
         self.refused(TABLE, 1, "table name", name="l2vpn_Thing")
 
+    def test_names_that_the_shared_header_has(self):
+        for name in ("l2vpn_db", "l2vpn_db_iter", "l2vpn_dal_intf", "l2vpn_ast_field"):
+            self.refused(TABLE, 1, "table name", "does not begin with", name=name)
+
+    def test_words_that_compilers_define(self):
+        for word in ("linux", "unix", "typeof", "errno"):
+            self.changed('"last"', f'"{word}"', 16, "a word of C or C++")
+
+    def test_nothing_to_be_printed(self):
+        self.refused(TABLE.replace(', "print"', ""), 6, "fields", "none to be printed")
+
+    def test_a_record_that_is_too_long(self):
+        self.refused(TABLE.replace('"2x6"', '"2x5000"'), 13, "records of at most 8192 bytes")
+
     def test_several_errors_are_reported_together(self):
         text = TABLE.replace("record_size = 48", "record_size = 44").replace('"vlan_key"', '"vlan key"')
         self.assertEqual(len(self.refused(text, 3)), 2)
@@ -197,6 +211,12 @@ class Refusal(unittest.TestCase):
         result = project.run("headers")
         self.assertEqual(result.returncode, 1)
         self.assertIn("schema/catalog/l2vpn_a_1.toml:1: table name: found L2vpnA1", result.stderr)
+
+    def test_tables_whose_headers_share_a_name(self):
+        project = Project(self, {"l2vpn_x": TABLE, "l2vpn_x_glb_cb": TABLE})
+        result = project.run("headers")
+        self.assertEqual(result.returncode, 1)
+        self.assertIn("found L2vpnXGlbCb", result.stderr)
 
     def test_no_catalog(self):
         result = Project(self, {}).run("headers")

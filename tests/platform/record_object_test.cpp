@@ -19,14 +19,14 @@ TEST_P(RecordObject, TakesStoredRecordsOfTheTableOnly) {
     ASSERT_NE(object, nullptr);
     L2vpnDbRecData request{stored.data(), facts_.stored_size, 0};
     EXPECT_EQ(intf_.setAllFields(object, &request), 0U);
-    EXPECT_EQ(intf_.setAllFields(nullptr, &request), L2VPN_STORE_BAD_REQUEST);
-    EXPECT_EQ(intf_.setAllFields(object, nullptr), L2VPN_STORE_BAD_REQUEST);
+    EXPECT_EQ(intf_.setAllFields(nullptr, &request), L2VPN_STORE_BAD_OBJECT);
+    EXPECT_EQ(intf_.setAllFields(object, nullptr), L2VPN_STORE_NULL_POINTER);
     for (const std::uint32_t length : {0U, facts_.stored_size - 1, facts_.stored_size + 1}) {
         request.length = length;
         EXPECT_EQ(intf_.setAllFields(object, &request), L2VPN_STORE_BAD_LENGTH);
     }
     request = {nullptr, facts_.stored_size, 0};
-    EXPECT_EQ(intf_.setAllFields(object, &request), L2VPN_STORE_BAD_REQUEST);
+    EXPECT_EQ(intf_.setAllFields(object, &request), L2VPN_STORE_NULL_POINTER);
     intf_.releaseObject(nullptr, object);
 }
 
@@ -36,12 +36,12 @@ TEST_P(RecordObject, IsOfOneTable) {
     ASSERT_NE(object, nullptr);
     Bytes stored(facts_.stored_size);
     const L2vpnDbRecData request{stored.data(), facts_.stored_size, 0};
-    EXPECT_EQ(intf_.setAllFields(object, &request), L2VPN_STORE_BAD_REQUEST);
+    EXPECT_EQ(intf_.setAllFields(object, &request), L2VPN_STORE_BAD_OBJECT);
     if (const Field *const field = facts_.find("batchVersion")) {
         Bytes caller(facts_.record_size);
         const L2vpnDbRecData record{caller.data(), facts_.record_size, 0};
-        EXPECT_EQ(table_.set_fields(&record, object, &field->id, 1), L2VPN_STORE_BAD_REQUEST);
-        EXPECT_EQ(table_.set_fields(&record, nullptr, &field->id, 1), L2VPN_STORE_BAD_REQUEST);
+        EXPECT_EQ(table_.set_fields(&record, object, &field->id, 1), L2VPN_STORE_BAD_OBJECT);
+        EXPECT_EQ(table_.set_fields(&record, nullptr, &field->id, 1), L2VPN_STORE_BAD_OBJECT);
     }
     other.descriptor->releaseObject(nullptr, object);
 }

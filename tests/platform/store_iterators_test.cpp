@@ -198,5 +198,31 @@ TEST_P(StoreIterators, HandlesThatAreNoneOfTheTablesAreRefused) {
     EXPECT_EQ(DAL_VELD_ReleaseIterator(module_, other.descriptor, foreign), 0U);
 }
 
+// Whatever is done to a handle: it is the same one, or none.
+TEST_P(StoreIterators, HandlesThatLookLikeTheTablesAreRefused) {
+    L2vpnDbIter *const released = open();
+    EXPECT_EQ(release(released), 0U);
+    std::vector<L2vpnDbIter *> live;
+    for (int i = 0; i < 3; ++i) {
+        live.push_back(open());
+    }
+    EXPECT_EQ(release(live[1]), 0U);
+    for (L2vpnDbIter *const from : {released, live[0], live[1], live[2]}) {
+        const auto bits = reinterpret_cast<std::uintptr_t>(from);
+        for (int shift = 0; shift < 64; ++shift) {
+            const std::uintptr_t bit = std::uintptr_t{1} << shift;
+            for (const std::uintptr_t forged : {bits ^ bit, bits + bit, bits - bit}) {
+                L2vpnDbIter *const handle = reinterpret_cast<L2vpnDbIter *>(forged);
+                if (handle == live[0] || handle == live[2]) {
+                    continue;
+                }
+                EXPECT_EQ(release(handle), L2VPN_STORE_BAD_ITERATOR) << shift;
+            }
+        }
+    }
+    EXPECT_EQ(release(live[0]), 0U);
+    EXPECT_EQ(release(live[2]), 0U);
+}
+
 } // namespace
 } // namespace l2vpn::test

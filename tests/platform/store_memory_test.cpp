@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
-// Every allocation that a call makes fails once: the call says so and has changed nothing.
-#include "tests/platform/failing_memory.h"
+// Where the store's memory comes from, and what happens when it ends.
+#include <algorithm>
+#include <cstdlib>
+
+#include "tests/platform/memory_service.h"
 #include "tests/platform/store_test.h"
 
 namespace l2vpn::test {
@@ -8,92 +11,209 @@ namespace {
 
 class StoreMemory : public StoreTest {
 protected:
-    /// Calls until no allocation is left to fail. After each failure the table is as it was.
-    template <class Call>
-    void with_failures(Call call) {
-        const std::vector<Bytes> before = rest_of(open());
-        for (int allocations = 0;; ++allocations) {
-            ASSERT_LT(allocations, 1000) << "memory never suffices";
-            const Counters counted = counters();
-            fail_allocations_after(allocations);
-            const std::uint32_t code = call();
-            stop_failing_allocations();
-            if (code != L2VPN_STORE_NO_MEMORY) {
-                EXPECT_EQ(code, 0U);
-                return;
-            }
-            Counters expected = counted;
-            ++expected[L2VPN_STORE_STAT_NO_MEMORY];
-            EXPECT_EQ(counters(), expected);
-            EXPECT_EQ(rest_of(open()), before);
-            for (const Key &key : facts_.keys) {
-                std::uint32_t sharing = 0;
-                for (const Bytes &stored : before) {
-                    sharing += packed_key(key, unpacked(stored)) == packed_key(key, first_);
-                }
-                EXPECT_EQ(count(key, first_), sharing) << key.name;
-            }
-        }
+    void SetUp() override { register_memory_service(); }
+    void TearDown() override {
+        stop_failing_allocations();
+        StoreTest::TearDown();
     }
-
-    const Bytes first_ = record(1);
-    const Bytes second_ = with_primary_key_of(first_, record(2));
 };
 L2VPN_TEST_TYPED_TABLES(StoreMemory, any_table);
 
-TEST_P(StoreMemory, WriteUpdateDelete) {
-    Bytes stored = packed(first_);
-    const L2vpnDbRecData inserted = record_request(stored);
-    with_failures([&] { return DAL_VELD_Write(module_, intf_, &inserted); });
-
-    Bytes replacement = packed(second_);
-    const L2vpnDbRecData replaced = record_request(replacement);
-    with_failures([&] { return DAL_VELD_Write(module_, intf_, &replaced); });
-
-    const KeyRequest key(facts_.keys[0], first_);
-    if (const Field *const field = facts_.find("batchVersion")) {
-        Bytes caller = first_;
-        const L2vpnDbRecData record = record_request(caller);
-        const L2vpnDbUpdData update{&field->id, 1, 0, table_.set_fields};
-        with_failures(
-            [&] { return DAL_VELD_Update(module_, intf_, &key.request, &record, &update); });
-    }
-    with_failures([&] { return DAL_VELD_Delete(module_, intf_, &key.request); });
-    EXPECT_EQ(count(), 0U);
+TEST_P(StoreMemory, EveryAllocationMayFail) {
+    const Counters before = counters();
+    const RecordPool records(facts_, 1100, RecordPool::Spread::even);
+    RandomCalls calls(table_, records, {}, 5);
+    calls.let_allocations_fail();
+    calls.fill();
+    calls.play(60, 50);
+    calls.finish();
+    expect_events(before, calls);
+    // Record chunks and record objects at the least, each of them often.
+    EXPECT_GE(calls.failures(), 1000U);
 }
 
-TEST_P(StoreMemory, ReadAndIterate) {
-    ASSERT_EQ(write(first_), 0U);
-    const Bytes untouched(facts_.stored_size, 0xA5);
-    Bytes buffer = untouched;
-    L2vpnDbRecData request = record_request(buffer);
-    for (const Key &key : facts_.keys) {
-        const KeyRequest selected(key, first_);
-        L2vpnDbIter *iterator = nullptr;
-        const auto expect_filled_on_success = [&](std::uint32_t code) {
-            stop_failing_allocations();
-            EXPECT_EQ(buffer, code == 0 ? packed(first_) : untouched);
-            buffer.assign(untouched.begin(), untouched.end());
-            return code;
-        };
-        with_failures([&] {
-            return expect_filled_on_success(
-                DAL_VELD_Read(module_, intf_, &selected.request, &request));
-        });
-        with_failures([&] {
-            iterator = DAL_VELD_CreateIteratorByKey(module_, intf_, &selected.request);
-            return iterator == nullptr ? L2VPN_STORE_NO_MEMORY : 0U;
-        });
-        with_failures([&] {
-            return expect_filled_on_success(
-                DAL_VELD_GetNextEntry(module_, intf_, iterator, &request));
-        });
-        std::uint32_t matches = 0;
-        with_failures(
-            [&] { return DAL_VELD_CountByKey(module_, intf_, &selected.request, &matches); });
-        EXPECT_EQ(matches, 1U);
-        with_failures([&] { return DAL_VELD_ReleaseIterator(module_, intf_, iterator); });
+// One large group falls apart into a thousand, for which the indexes must grow.
+TEST_P(StoreMemory, EveryAllocationOfChangedKeysMayFail) {
+    const Counters before = counters();
+    const RecordPool together(facts_, 1000, RecordPool::Spread::skewed);
+    const RecordPool apart(facts_, 1000, RecordPool::Spread::apart);
+    RandomCalls calls(table_, together, {}, 6);
+    calls.change_all(together);
+    calls.let_allocations_fail();
+    calls.change_all(apart);
+    calls.check_everything();
+    calls.finish();
+    expect_events(before, calls);
+}
+
+TEST_P(StoreMemory, FirstUseMayFail) {
+    if (is_used(table_))
+        GTEST_SKIP() << "the table has been used before";
+    Bytes stored = packed(record(1));
+    L2vpnDbRecData request = record_request(stored);
+    const KeyRequest key(facts_.keys[0], record(1));
+    const L2vpnDbUpdData update{nullptr, 0, 0, table_.set_fields};
+    std::uint32_t count = 77;
+    std::uint32_t failures = 0;
+    const auto refused = [&](std::uint32_t code) {
+        EXPECT_EQ(code, L2VPN_STORE_NO_MEMORY);
+        Counters expected{};
+        expected[L2VPN_STORE_STAT_NO_MEMORY] = ++failures;
+        EXPECT_EQ(counters(), expected);
+    };
+    const auto refused_handle = [&](const L2vpnDbIter *handle) {
+        refused(handle == nullptr ? L2VPN_STORE_NO_MEMORY : 0);
+    };
+    const std::uint32_t attempts = 20;
+    for (std::uint32_t i = 0; i < attempts; ++i) {
+        // The first piece may be given; it comes back if there is no other.
+        const std::size_t held = bytes_held();
+        fail_allocations_after(i % 2);
+        refused(DAL_VELD_Write(module_, intf_, &request));
+        fail_allocations_after(i % 2);
+        refused(DAL_VELD_Read(module_, intf_, &key.request, &request));
+        fail_allocations_after(i % 2);
+        refused(DAL_VELD_Update(module_, intf_, &key.request, &request, &update));
+        fail_allocations_after(i % 2);
+        refused(DAL_VELD_Delete(module_, intf_, &key.request));
+        fail_allocations_after(i % 2);
+        refused(DAL_VELD_Count(module_, intf_, &count));
+        fail_allocations_after(i % 2);
+        refused(DAL_VELD_CountByKey(module_, intf_, &key.request, &count));
+        fail_allocations_after(i % 2);
+        refused_handle(DAL_VELD_CreateIterator(module_, intf_));
+        fail_allocations_after(i % 2);
+        refused_handle(DAL_VELD_CreateIteratorByKey(module_, intf_, &key.request));
+        fail_allocations_after(i % 2);
+        refused(DAL_VELD_GetNextEntry(module_, intf_, nullptr, &request));
+        fail_allocations_after(i % 2);
+        refused(DAL_VELD_ReleaseIterator(module_, intf_, nullptr));
+        EXPECT_EQ(bytes_held(), held);
     }
+    EXPECT_EQ(count, 77U);
+    EXPECT_EQ(stored, packed(record(1)));
+    stop_failing_allocations();
+    EXPECT_EQ(write(record(1)), 0U);
+    EXPECT_EQ(read(facts_.keys[0], record(1)), stored);
+}
+
+// ---- Enough records for the store to take memory in its largest pieces
+
+constexpr std::size_t plenty = std::size_t{28} << 20;
+
+/// One of the tables with the longest records.
+const TypedTable &long_table(std::size_t rank) {
+    std::vector<const TypedTable *> tables = tables_with(typed_tables, any_table);
+    std::sort(tables.begin(), tables.end(), [](const TypedTable *one, const TypedTable *other) {
+        return facts(one->name).stored_size > facts(other->name).stored_size;
+    });
+    return *tables[rank];
+}
+
+/// Calls `call` with the stored records of a long table, one after the other.
+template <class Call>
+void for_plenty_of_records(const TypedTable &table, Call call) {
+    const Facts &about = facts(table.name);
+    Bytes stored = RecordPool(about, 1, RecordPool::Spread::even).make(0, 0);
+    for (std::uint32_t i = 0; i < plenty / about.stored_size; ++i) {
+        std::memcpy(stored.data() + about.keys[0].members[0].stored_offset, &i, sizeof i);
+        const KeyRequest key(about.keys[0], RecordPool::key_value(about.keys[0], stored),
+                             KeyRequest::Value{});
+        L2vpnDbRecData request = record_request(stored);
+        call(key.request, request);
+    }
+}
+
+void remove_plenty_of_records(const TypedTable &table) {
+    for_plenty_of_records(table, [&](const L2vpnDbKeyData &key, const L2vpnDbRecData &) {
+        ASSERT_EQ(DAL_VELD_Delete(module(), table.descriptor, &key), 0U);
+    });
+}
+
+TEST(StoreMemoryService, GivesAllMemory) {
+    register_memory_service();
+    const TypedTable &table = long_table(0);
+    const L2vpnDbUpdData update{nullptr, 0, 0, table.set_fields};
+    // A thread's first call has the C library take a note of it, in memory of its own.
+    std::uint32_t count = 0;
+    EXPECT_EQ(DAL_VELD_Count(module(), table.descriptor, &count), 0U);
+    const std::size_t held = bytes_held();
+    std::uint32_t direct = 0;
+    const auto without_direct_allocations = [&](auto call) {
+        const std::uint32_t before = direct_allocations();
+        call();
+        direct += direct_allocations() - before;
+    };
+    for_plenty_of_records(table, [&](const L2vpnDbKeyData &key, L2vpnDbRecData &record) {
+        without_direct_allocations([&] {
+            DAL_VELD_Write(module(), table.descriptor, &record);
+            DAL_VELD_Read(module(), table.descriptor, &key, &record);
+        });
+    });
+    EXPECT_GE(bytes_held() - held, plenty);
+    const std::uint32_t returned = releases();
+    std::uint32_t calls = 0;
+    L2vpnDbIter *const iterator = DAL_VELD_CreateIterator(module(), table.descriptor);
+    for_plenty_of_records(table, [&](const L2vpnDbKeyData &key, L2vpnDbRecData &record) {
+        ++calls;
+        without_direct_allocations([&] {
+            DAL_VELD_Update(module(), table.descriptor, &key, &record, &update);
+            DAL_VELD_Count(module(), table.descriptor, &count);
+            DAL_VELD_CountByKey(module(), table.descriptor, &key, &count);
+            DAL_VELD_GetNextEntry(module(), table.descriptor, iterator, &record);
+            DAL_VELD_ReleaseIterator(
+                module(), table.descriptor,
+                DAL_VELD_CreateIteratorByKey(module(), table.descriptor, &key));
+        });
+    });
+    EXPECT_EQ(DAL_VELD_ReleaseIterator(module(), table.descriptor, iterator), 0U);
+    EXPECT_EQ(releases() - returned, calls) << "an update's record object goes back";
+    EXPECT_EQ(direct, 0U);
+    remove_plenty_of_records(table);
+}
+
+std::size_t given = 0;
+void *give(std::size_t size) {
+    given += size;
+    return std::malloc(size);
+}
+
+TEST(StoreMemoryService, GivesAllMemoryAlsoIfItReturnsMemoryToTheCLibrary) {
+    const L2vpnDbMemIntf service = l2vpn_store_memory_service(give, std::free);
+    L2VPN_DB_MemIntfReg(&service);
+    const TypedTable &table = long_table(1);
+    for_plenty_of_records(table, [&](const L2vpnDbKeyData &, const L2vpnDbRecData &record) {
+        ASSERT_EQ(DAL_VELD_Write(module(), table.descriptor, &record), 0U);
+    });
+    EXPECT_GE(given, plenty);
+    remove_plenty_of_records(table);
+}
+
+TEST(StoreMemoryService, OfOneWordIsNone) {
+    const TypedTable &table = long_table(2);
+    for (const L2vpnDbMemIntf service : {l2vpn_store_memory_service(give, nullptr),
+                                         l2vpn_store_memory_service(nullptr, std::free)}) {
+        given = 0;
+        L2VPN_DB_MemIntfReg(&service);
+        std::uint32_t count = 77;
+        EXPECT_EQ(DAL_VELD_Count(module(), table.descriptor, &count), 0U);
+        L2vpnDbRecObj *const object = table.descriptor->createObject(module());
+        ASSERT_NE(object, nullptr);
+        table.descriptor->releaseObject(module(), object);
+        EXPECT_EQ(given, 0U);
+    }
+}
+
+// An object goes back to where it came from.
+TEST(StoreMemoryService, TakesRecordObjectsBackAfterAnotherWasRegistered) {
+    register_memory_service();
+    const TypedTable &table = long_table(3);
+    const std::size_t held = bytes_held();
+    L2vpnDbRecObj *const object = table.descriptor->createObject(module());
+    EXPECT_GT(bytes_held(), held);
+    unregister_memory_service();
+    table.descriptor->releaseObject(module(), object);
+    EXPECT_EQ(bytes_held(), held);
 }
 
 } // namespace

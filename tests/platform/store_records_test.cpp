@@ -1,17 +1,11 @@
 // SPDX-License-Identifier: MIT
 // Writing, reading, deleting and counting, by every key.
-#include <algorithm>
-#include <map>
-
 #include "tests/platform/store_test.h"
 
 namespace l2vpn::test {
 namespace {
 
-class StoreRecords : public StoreTest {
-protected:
-    [[nodiscard]] bool can_be_shared(const Key &key) const;
-};
+class StoreRecords : public StoreTest {};
 L2VPN_TEST_TYPED_TABLES(StoreRecords, any_table);
 
 TEST_P(StoreRecords, WrittenRecordIsReadByEveryKey) {
@@ -64,60 +58,6 @@ TEST_P(StoreRecords, DeleteTakesTheRecordOutOfEveryKey) {
     for (const Key &key : facts_.keys) {
         EXPECT_EQ(read(key, gone), std::nullopt) << key.name;
         EXPECT_EQ(read(key, kept), packed(kept)) << key.name;
-    }
-}
-
-/// Records can share a key unless it has all members of the primary one.
-bool StoreRecords::can_be_shared(const Key &key) const {
-    const auto is_member = [&](const Field &wanted) {
-        return std::any_of(key.members.begin(), key.members.end(),
-                           [&](const Field &member) { return member.id == wanted.id; });
-    };
-    const std::vector<Field> &primary = facts_.keys[0].members;
-    return !std::all_of(primary.begin(), primary.end(), is_member);
-}
-
-// Random calls against the naive model: a map from primary key to record, searched from end to end.
-TEST_P(StoreRecords, AgreesWithTheModelOverRandomCalls) {
-    std::mt19937 random(7);
-    std::map<Bytes, Bytes> model;
-    std::size_t shared = 0;
-    for (int round = 0; round < 1000; ++round) {
-        const Bytes chosen = random_record(random);
-        const Bytes primary = packed_key(facts_.keys[0], chosen);
-        switch (random() % 3) {
-        case 0:
-            EXPECT_EQ(remove(chosen), model.erase(primary) == 1 ? 0U : L2VPN_STORE_NOT_FOUND);
-            break;
-        default:
-            EXPECT_EQ(write(chosen), 0U);
-            model[primary] = chosen;
-        }
-        EXPECT_EQ(count(), model.size());
-
-        const Key &key = facts_.keys[random() % facts_.keys.size()];
-        const Bytes wanted = random_record(random);
-        std::vector<Bytes> matches;
-        for (const auto &[ignored, held] : model) {
-            if (packed_key(key, held) == packed_key(key, wanted)) {
-                matches.push_back(packed(held));
-            }
-        }
-        shared += matches.size() > 1;
-        EXPECT_EQ(count(key, wanted), matches.size()) << key.name;
-        std::vector<Bytes> delivered = rest_of(open(key, wanted));
-        EXPECT_EQ(read(key, wanted),
-                  delivered.empty() ? std::nullopt : std::optional(delivered.front()));
-        std::sort(delivered.begin(), delivered.end());
-        std::sort(matches.begin(), matches.end());
-        EXPECT_EQ(delivered, matches) << key.name;
-        if (HasFailure()) {
-            FAIL() << "in round " << round;
-        }
-    }
-    if (std::any_of(facts_.keys.begin(), facts_.keys.end(),
-                    [&](const Key &key) { return can_be_shared(key); })) {
-        EXPECT_GT(shared, 0U) << "no two records shared a key";
     }
 }
 

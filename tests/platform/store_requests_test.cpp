@@ -7,51 +7,72 @@
 namespace l2vpn::test {
 namespace {
 
+int setter_calls = 0;
+
 std::uint32_t keep(const L2vpnDbRecData *, L2vpnDbRecObj *, const std::uint32_t *, std::uint32_t) {
+    ++setter_calls;
     return 0;
 }
 
 class StoreRequests : public StoreTest {
 protected:
-    void SetUp() override { ASSERT_EQ(write(held_), 0U); }
+    void SetUp() override {
+        setter_calls = 0;
+        ASSERT_EQ(write(held_), 0U);
+    }
 
     void TearDown() override {
         EXPECT_EQ(count(), 1U);
-        EXPECT_EQ(read(facts_.keys[0], held_), packed(held_));
+        for (const Key &key : facts_.keys) {
+            EXPECT_EQ(read(key, held_), packed(held_));
+            EXPECT_EQ(count(key, held_), 1U);
+        }
         StoreTest::TearDown();
     }
 
     /// Every operation that takes a key, with the given key request.
-    void expect_key_refused(const L2vpnDbKeyData *key, std::uint32_t code, bool one_record_only) {
-        const auto event =
-            code == L2VPN_STORE_BAD_KEY ? L2VPN_STORE_STAT_BAD_KEY : L2VPN_STORE_STAT_BAD_REQUEST;
+    void expect_key_refused(const L2vpnDbKeyData *key, std::uint32_t code) {
         Bytes buffer(facts_.stored_size);
         L2vpnDbRecData record = record_request(buffer);
         std::uint32_t count = 77;
-        const auto refused = [&](auto call) { EXPECT_EQ(counting(event, call), code); };
-        refused([&] { return DAL_VELD_Update(module_, intf_, key, &record, &update_); });
-        refused([&] { return DAL_VELD_Delete(module_, intf_, key); });
-        if (!one_record_only) {
-            refused([&] { return DAL_VELD_Read(module_, intf_, key, &record); });
-            refused([&] { return DAL_VELD_CountByKey(module_, intf_, key, &count); });
-            EXPECT_EQ(
-                counting(event, [&] { return DAL_VELD_CreateIteratorByKey(module_, intf_, key); }),
-                nullptr);
-        }
+        expect_refused(code, [&] { return DAL_VELD_Read(module_, intf_, key, &record); });
+        expect_refused(code, [&] { return DAL_VELD_CountByKey(module_, intf_, key, &count); });
+        EXPECT_EQ(counting(event(code),
+                           [&] { return DAL_VELD_CreateIteratorByKey(module_, intf_, key); }),
+                  nullptr);
         EXPECT_EQ(buffer, Bytes(facts_.stored_size));
         EXPECT_EQ(count, 77U);
+        expect_key_of_change_refused(key, code);
+    }
+
+    /// Those that take a primary key only.
+    void expect_key_of_change_refused(const L2vpnDbKeyData *key, std::uint32_t code) {
+        const L2vpnDbRecData record{nullptr, 0, 0};
+        expect_refused(code,
+                       [&] { return DAL_VELD_Update(module_, intf_, key, &record, &update_); });
+        expect_refused(code, [&] { return DAL_VELD_Delete(module_, intf_, key); });
+        EXPECT_EQ(setter_calls, 0);
+    }
+
+    template <class Call>
+    void expect_refused(std::uint32_t code, Call call) {
+        EXPECT_EQ(counting(event(code), call), code);
+    }
+
+    static L2vpnStoreStat event(std::uint32_t code) {
+        return code == L2VPN_STORE_NULL_POINTER || code == L2VPN_STORE_BAD_LENGTH
+                   ? L2VPN_STORE_STAT_BAD_REQUEST
+                   : L2VPN_STORE_STAT_BAD_KEY;
     }
 
     /// Every operation that takes a stored record, with the given record request.
     void expect_record_refused(L2vpnDbRecData *record, std::uint32_t code) {
         const KeyRequest key(facts_.keys[0], held_);
         L2vpnDbIter *const iterator = open();
-        const auto refused = [&](auto call) {
-            EXPECT_EQ(counting(L2VPN_STORE_STAT_BAD_REQUEST, call), code);
-        };
-        refused([&] { return DAL_VELD_Write(module_, intf_, record); });
-        refused([&] { return DAL_VELD_Read(module_, intf_, &key.request, record); });
-        refused([&] { return DAL_VELD_GetNextEntry(module_, intf_, iterator, record); });
+        expect_refused(code, [&] { return DAL_VELD_Write(module_, intf_, record); });
+        expect_refused(code, [&] { return DAL_VELD_Read(module_, intf_, &key.request, record); });
+        expect_refused(code,
+                       [&] { return DAL_VELD_GetNextEntry(module_, intf_, iterator, record); });
         EXPECT_EQ(rest_of(iterator).size(), 1U) << "the refused call has moved the iterator";
     }
 
@@ -61,37 +82,67 @@ protected:
 L2VPN_TEST_TYPED_TABLES(StoreRequests, any_table);
 
 TEST_P(StoreRequests, NullPointersInKeys) {
-    const KeyRequest good(facts_.keys[0], held_);
-    expect_key_refused(nullptr, L2VPN_STORE_BAD_REQUEST, false);
-    L2vpnDbKeyData bad = good.request;
-    bad.keyId = nullptr;
-    expect_key_refused(&bad, L2VPN_STORE_BAD_REQUEST, false);
-    bad = good.request;
-    bad.key = nullptr;
-    expect_key_refused(&bad, L2VPN_STORE_BAD_REQUEST, false);
+    expect_key_refused(nullptr, L2VPN_STORE_NULL_POINTER);
+    for (const Key &key : facts_.keys) {
+        const KeyRequest good(key, held_);
+        L2vpnDbKeyData bad = good.request;
+        bad.keyId = nullptr;
+        expect_key_refused(&bad, L2VPN_STORE_NULL_POINTER);
+        bad = good.request;
+        bad.key = nullptr;
+        expect_key_refused(&bad, L2VPN_STORE_NULL_POINTER);
+    }
 }
 
-TEST_P(StoreRequests, KeysThatAreNotTheTables) {
+TEST_P(StoreRequests, KeyAreasThatAreNot16BytesLong) {
     for (const Key &key : facts_.keys) {
-        KeyRequest good(key, held_);
-        for (const std::uint32_t length : {0U, 4U, 15U, 17U, 32U}) {
+        const KeyRequest good(key, held_);
+        for (const std::uint32_t length : {0U, 4U, 15U, 17U, 32U, UINT32_MAX}) {
             L2vpnDbKeyData bad = good.request;
             bad.keyIdLength = length;
-            expect_key_refused(&bad, L2VPN_STORE_BAD_KEY, false);
+            expect_key_refused(&bad, L2VPN_STORE_BAD_KEY_AREA);
         }
-        for (const std::uint32_t length : {0U, key.length - 1, key.length + 1, UINT32_MAX}) {
-            L2vpnDbKeyData bad = good.request;
-            bad.keyLength = length;
-            expect_key_refused(&bad, L2VPN_STORE_BAD_KEY, false);
+    }
+}
+
+TEST_P(StoreRequests, KeysThatTheTableDoesNotHave) {
+    KeyRequest request(facts_.keys[0], held_);
+    const auto keys = static_cast<std::uint32_t>(facts_.keys.size());
+    for (const std::uint32_t index : {keys, keys + 1, 0x7FU, 0x80U, 0xFFU}) {
+        request.id[0] = index << 24 | 9U << 16 | facts_.keys[0].length;
+        expect_key_refused(&request.request, L2VPN_STORE_UNKNOWN_KEY);
+    }
+}
+
+TEST_P(StoreRequests, FlagsThatAreNotTheKeys) {
+    for (const Key &key : facts_.keys) {
+        KeyRequest request(key, held_);
+        for (std::uint32_t flags = 0; flags < 0x100; ++flags) {
+            if (flags == (key.index == 0 ? 1U : 9U))
+                continue;
+            request.id[0] = key.index << 24 | flags << 16 | key.length;
+            expect_key_refused(&request.request, L2VPN_STORE_BAD_KEY_FLAGS);
+            EXPECT_EQ(count(), 1U); // or events would be held back, being always the same
         }
-        const auto keys = static_cast<std::uint32_t>(facts_.keys.size());
-        const std::uint32_t without_index = key.word & 0xFFFFFF;
-        for (const std::uint32_t word :
-             {key.word + 1, key.word - 1, key.word ^ 0x10000, key.word ^ 0x80000, key.word & 0xFFFF,
-              keys << 24 | 9U << 16 | key.length, 0xFFU << 24 | without_index, 0U}) {
-            good.id[0] = word;
-            expect_key_refused(&good.request, L2VPN_STORE_BAD_KEY, false);
+    }
+}
+
+TEST_P(StoreRequests, LengthsThatAreNotTheKeys) {
+    for (const Key &key : facts_.keys) {
+        for (const std::uint32_t length :
+             {0U, key.length - 1, key.length + 1, key.length + 8, 0xFFFFU}) {
+            KeyRequest in_word(key, held_);
+            in_word.id[0] = (key.word & 0xFFFF0000) | length;
+            expect_key_refused(&in_word.request, L2VPN_STORE_BAD_KEY_LENGTH);
+            KeyRequest in_request(key, held_);
+            in_request.request.keyLength = length;
+            expect_key_refused(&in_request.request, L2VPN_STORE_BAD_KEY_LENGTH);
+            in_request.id = in_word.id;
+            expect_key_refused(&in_request.request, L2VPN_STORE_BAD_KEY_LENGTH);
         }
+        KeyRequest beyond_16_bits(key, held_);
+        beyond_16_bits.request.keyLength |= 0x10000;
+        expect_key_refused(&beyond_16_bits.request, L2VPN_STORE_BAD_KEY_LENGTH);
     }
 }
 
@@ -99,16 +150,29 @@ TEST_P(StoreRequests, SecondaryKeysWhereThePrimaryOneIsNeeded) {
     for (const Key &key : facts_.keys) {
         if (key.index != 0) {
             const KeyRequest secondary(key, held_);
-            expect_key_refused(&secondary.request, L2VPN_STORE_BAD_KEY, true);
+            expect_key_of_change_refused(&secondary.request, L2VPN_STORE_NOT_PRIMARY);
         }
+    }
+}
+
+TEST_P(StoreRequests, WordsThatAreReservedAreNotLookedAt) {
+    for (const Key &key : facts_.keys) {
+        KeyRequest request(key, held_);
+        request.id = {key.word, 1, 2, 3};
+        request.request.reserved1 = 4;
+        request.request.reserved2 = 5;
+        Bytes buffer(facts_.stored_size);
+        L2vpnDbRecData record{buffer.data(), facts_.stored_size, 6};
+        EXPECT_EQ(DAL_VELD_Read(module_, intf_, &request.request, &record), 0U);
+        EXPECT_EQ(buffer, packed(held_));
     }
 }
 
 TEST_P(StoreRequests, RecordsThatAreNotTheTables) {
     Bytes buffer(facts_.stored_size + 8);
-    expect_record_refused(nullptr, L2VPN_STORE_BAD_REQUEST);
+    expect_record_refused(nullptr, L2VPN_STORE_NULL_POINTER);
     L2vpnDbRecData bad{nullptr, facts_.stored_size, 0};
-    expect_record_refused(&bad, L2VPN_STORE_BAD_REQUEST);
+    expect_record_refused(&bad, L2VPN_STORE_NULL_POINTER);
     for (const std::uint32_t length :
          {0U, facts_.stored_size - 1, facts_.stored_size + 1, UINT32_MAX}) {
         bad = {buffer.data(), length, 0};
@@ -119,28 +183,37 @@ TEST_P(StoreRequests, RecordsThatAreNotTheTables) {
 
 TEST_P(StoreRequests, UpdatesWithoutWhatTheyNeed) {
     const KeyRequest key(facts_.keys[0], held_);
-    Bytes caller = held_;
-    const L2vpnDbRecData record = record_request(caller);
+    const L2vpnDbRecData record{nullptr, 0, 0};
     const L2vpnDbUpdData no_setter{nullptr, 0, 0, nullptr};
-    const auto refused = [&](const L2vpnDbRecData *from, const L2vpnDbUpdData *update) {
-        EXPECT_EQ(
-            counting(L2VPN_STORE_STAT_BAD_REQUEST,
-                     [&] { return DAL_VELD_Update(module_, intf_, &key.request, from, update); }),
-            L2VPN_STORE_BAD_REQUEST);
+    const auto refused = [&](L2vpnDbTblIntf *table, const L2vpnDbRecData *from,
+                             const L2vpnDbUpdData *update) {
+        expect_refused(L2VPN_STORE_NULL_POINTER,
+                       [&] { return DAL_VELD_Update(module_, table, &key.request, from, update); });
     };
-    refused(nullptr, &update_);
-    refused(&record, nullptr);
-    refused(&record, &no_setter);
+    refused(intf_, nullptr, &update_);
+    refused(intf_, &record, nullptr);
+    refused(intf_, &record, &no_setter);
+    L2vpnDbTblIntf without_objects = *intf_;
+    without_objects.createObject = nullptr;
+    refused(&without_objects, &record, &update_);
+    without_objects = *intf_;
+    without_objects.releaseObject = nullptr;
+    refused(&without_objects, &record, &update_);
+    without_objects = *intf_;
+    without_objects.setAllFields = nullptr;
+    refused(&without_objects, &record, &update_);
+    EXPECT_EQ(setter_calls, 0);
 }
 
 TEST_P(StoreRequests, CountsWithoutAPlaceForThem) {
-    const KeyRequest key(facts_.keys[0], held_);
-    EXPECT_EQ(counting(L2VPN_STORE_STAT_BAD_REQUEST,
-                       [&] { return DAL_VELD_Count(module_, intf_, nullptr); }),
-              L2VPN_STORE_BAD_REQUEST);
-    EXPECT_EQ(counting(L2VPN_STORE_STAT_BAD_REQUEST,
-                       [&] { return DAL_VELD_CountByKey(module_, intf_, &key.request, nullptr); }),
-              L2VPN_STORE_BAD_REQUEST);
+    expect_refused(L2VPN_STORE_NULL_POINTER,
+                   [&] { return DAL_VELD_Count(module_, intf_, nullptr); });
+    for (const Key &key : facts_.keys) {
+        const KeyRequest request(key, held_);
+        expect_refused(L2VPN_STORE_NULL_POINTER, [&] {
+            return DAL_VELD_CountByKey(module_, intf_, &request.request, nullptr);
+        });
+    }
 }
 
 TEST_P(StoreRequests, TablesThatTheStoreDoesNotKnow) {
@@ -174,14 +247,33 @@ TEST_P(StoreRequests, TablesThatTheStoreDoesNotKnow) {
     EXPECT_EQ(count, 77U);
 }
 
-TEST_P(StoreRequests, TheModuleIsNotLookedAtAndTheDescriptorMayBeACopyWithoutStatistics) {
+TEST_P(StoreRequests, TheModuleMayBeNullAndTheDescriptorACopyWithoutStatistics) {
     L2vpnDbTblIntf copy = *intf_;
     copy.stat = nullptr;
+    const KeyRequest key(facts_.keys[0], held_);
     std::uint32_t count = 0;
     const Counters before = counters();
     EXPECT_EQ(DAL_VELD_Count(nullptr, &copy, &count), 0U);
     EXPECT_EQ(count, 1U);
+    EXPECT_EQ(DAL_VELD_CountByKey(nullptr, &copy, &key.request, nullptr), L2VPN_STORE_NULL_POINTER);
     EXPECT_EQ(counters(), before);
+}
+
+TEST_P(StoreRequests, TheNameTellsTheTableAtEachCall) {
+    const TypedTable &other = typed_tables[&table_ == &typed_tables[0] ? 1 : 0];
+    L2vpnDbTblIntf moving = *intf_;
+    std::uint32_t count = 77;
+    EXPECT_EQ(DAL_VELD_Count(module_, &moving, &count), 0U);
+    EXPECT_EQ(count, 1U);
+    moving.name = other.descriptor->name;
+    EXPECT_EQ(DAL_VELD_Count(module_, &moving, &count), 0U);
+    EXPECT_EQ(count, 0U);
+    moving.name = nullptr;
+    EXPECT_EQ(DAL_VELD_Count(module_, &moving, &count), L2VPN_STORE_UNKNOWN_TABLE);
+    const std::string same_name = table_.name;
+    moving.name = same_name.c_str();
+    EXPECT_EQ(DAL_VELD_Count(module_, &moving, &count), 0U);
+    EXPECT_EQ(count, 1U);
 }
 
 } // namespace

@@ -14,25 +14,12 @@
 
 #include "l2vpn_db/memory_store.h"
 #include "l2vpn_db/platform.h"
+#include "tests/platform/random_calls.h"
+#include "tests/platform/requests.h"
 #include "tests/support/facts.h"
 #include "tests/support/table_test.h"
 
 namespace l2vpn::test {
-
-/// A key request with the buffers that it points to.
-struct KeyRequest {
-    std::array<std::uint32_t, 4> id{};
-    Bytes value;
-    L2vpnDbKeyData request{};
-
-    KeyRequest(const Key &key, const Bytes &record) : id{key.word}, value(packed_key(key, record)) {
-        request = {id.data(), 16, 0, value.data(), key.length, 0};
-    }
-    KeyRequest(const KeyRequest &) = delete;
-    KeyRequest &operator=(const KeyRequest &) = delete;
-};
-
-using Counters = std::array<std::uint32_t, L2VPN_DB_STAT_COUNT>;
 
 class StoreTest : public testing::TestWithParam<const TypedTable *> {
 protected:
@@ -80,12 +67,23 @@ protected:
 
     // ---- Statistics
 
-    [[nodiscard]] Counters counters() const {
+    static Counters counters_of(const TypedTable &table) {
         Counters result{};
         for (std::uint32_t id = 0; id < L2VPN_DB_STAT_COUNT; ++id) {
-            result[id] = table_.get_stat(id);
+            result[id] = table.get_stat(id);
         }
         return result;
+    }
+    /// What some tests are about comes only with a table's first uses. It always does when each
+    /// test has a process of its own.
+    static bool is_used(const TypedTable &table) { return counters_of(table) != Counters{}; }
+    [[nodiscard]] Counters counters() const { return counters_of(table_); }
+
+    /// Whether the events of the calls have been counted, and no others.
+    void expect_events(const Counters &before, const RandomCalls &calls) const {
+        const Counters after = counters();
+        for (std::size_t event = 0; event < after.size(); ++event)
+            EXPECT_EQ(after[event] - before[event], calls.events()[event]) << "event " << event;
     }
 
     /// Makes the call, which must count one event.
@@ -194,14 +192,10 @@ protected:
         return records;
     }
 
-    static L2vpnDbRecData record_request(Bytes &stored) {
-        return {stored.data(), static_cast<std::uint32_t>(stored.size()), 0};
-    }
-
     const TypedTable &table_ = *GetParam();
     const Facts &facts_ = facts(table_.name);
     L2vpnDbTblIntf *const intf_ = table_.descriptor;
-    L2vpnDbModuleIntf *const module_ = L2VPN_DB_ModuleIntf();
+    L2vpnDbModuleIntf *const module_ = module();
 
 private:
     /// Exactly the stored record is filled on success, and nothing if there is none.

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Many threads on one table: no record is torn, lost or delivered twice.
+#include <algorithm>
 #include <atomic>
+#include <barrier>
+#include <mutex>
 #include <set>
 #include <thread>
 
@@ -22,27 +25,92 @@ protected:
         }
     }
 
+    /// Random calls from all threads, each in turn on all tables; then the events must add up.
+    static void play_random_calls(const std::vector<const TypedTable *> &tables,
+                                  RecordPool::Spread spread) {
+        std::vector<RecordPool> pools;
+        std::vector<Counters> events;
+        for (const TypedTable *table : tables) {
+            pools.emplace_back(facts(table->name), 1200, spread);
+            events.push_back(counters_of(*table));
+        }
+        std::mutex mutex;
+        in_threads([&](std::uint32_t thread) {
+            std::vector<RandomCalls> players;
+            for (std::size_t i = 0; i < tables.size(); ++i)
+                players.emplace_back(*tables[i], pools[i], Share{thread, thread_count}, thread);
+            for (RandomCalls &player : players)
+                player.fill();
+            for (const std::uint32_t growth : {50U, 20U, 80U})
+                for (std::uint32_t i = 0; i < 10; ++i)
+                    for (RandomCalls &player : players)
+                        player.play(50, growth);
+            for (RandomCalls &player : players) {
+                player.check_everything();
+                player.finish();
+            }
+            const std::lock_guard lock(mutex);
+            for (std::size_t i = 0; i < tables.size(); ++i)
+                for (std::size_t event = 0; event < L2VPN_DB_STAT_COUNT; ++event)
+                    events[i][event] += players[i].events()[event];
+        });
+        for (std::size_t i = 0; i < tables.size(); ++i) {
+            EXPECT_EQ(counters_of(*tables[i]), events[i]) << tables[i]->name;
+            std::uint32_t count = 77;
+            EXPECT_EQ(tables[i]->count(&count), 0U);
+            EXPECT_EQ(count, 0U);
+        }
+    }
+
     // The calls of the fixture look at the counters, which other threads move.
     std::uint32_t write_quietly(const Bytes &caller) const { return table_.write(caller.data()); }
 };
 L2VPN_TEST_TYPED_TABLES(StoreThreads, any_table);
 
+// One thread gives a record one contents after the other, as fast as it can; the others read it.
 TEST_P(StoreThreads, ReadersSeeWholeRecordsOnly) {
-    const Bytes key = record(1);
-    std::set<Bytes> versions;
-    for (std::uint32_t i = 1; i <= 4; ++i) {
-        versions.insert(packed(with_primary_key_of(key, record(i))));
-    }
-    ASSERT_EQ(write(key), 0U);
+    const RecordPool pool(facts_, 1, RecordPool::Spread::apart);
+    std::vector<Bytes> versions;
+    for (std::uint32_t version = 0; version < RecordPool::versions; ++version)
+        versions.push_back(pool.make(0, version));
+    const auto write_version = [&](std::uint32_t version) {
+        const L2vpnDbRecData request = record_request(versions[version % versions.size()]);
+        return DAL_VELD_Write(module_, intf_, &request);
+    };
+    ASSERT_EQ(write_version(0), 0U);
+    std::atomic<std::uint32_t> reading{thread_count - 1};
+    std::barrier start(thread_count);
     in_threads([&](std::uint32_t thread) {
-        const KeyRequest selected(facts_.keys[0], key);
+        start.arrive_and_wait();
+        if (thread == 0) {
+            for (std::uint32_t i = 0; reading != 0; ++i)
+                EXPECT_EQ(write_version(i), 0U);
+            return;
+        }
+        // By the primary key there is always a record; by another one, if it has that value.
+        const Key &key = facts_.keys[thread % 2 == 0 ? 0 : facts_.keys.size() - 1];
+        const KeyRequest selected(key, RecordPool::key_value(key, versions[0]),
+                                  KeyRequest::Value{});
         Bytes buffer(facts_.stored_size);
         L2vpnDbRecData request = record_request(buffer);
-        for (std::uint32_t i = 0; i < rounds; ++i) {
-            EXPECT_EQ(write_quietly(with_primary_key_of(key, record((thread + i) % 4 + 1))), 0U);
-            EXPECT_EQ(DAL_VELD_Read(module_, intf_, &selected.request, &request), 0U);
-            EXPECT_TRUE(versions.contains(buffer));
+        for (std::uint32_t i = 0; i < 200 * rounds && !HasFailure(); ++i) {
+            const std::uint32_t code = DAL_VELD_Read(module_, intf_, &selected.request, &request);
+            std::uint32_t count = 77;
+            EXPECT_EQ(DAL_VELD_CountByKey(module_, intf_, &selected.request, &count), 0U);
+            if (key.index == 0) {
+                EXPECT_EQ(code, 0U);
+                EXPECT_EQ(count, 1U);
+            }
+            EXPECT_LE(count, 1U);
+            if (code == 0) {
+                EXPECT_NE(std::find(versions.begin(), versions.end(), buffer), versions.end())
+                    << "half a record";
+                EXPECT_EQ(RecordPool::key_value(key, buffer), selected.value);
+            } else {
+                EXPECT_EQ(code, L2VPN_STORE_NOT_FOUND);
+            }
         }
+        --reading;
     });
     EXPECT_EQ(count(), 1U);
 }
@@ -104,6 +172,88 @@ TEST_P(StoreThreads, IteratorsLiveThroughWritesAndDeletes) {
         }
     });
     EXPECT_EQ(count(), 1U);
+}
+
+// Each thread has records of its own, about which its model is exact, and meets those of others.
+TEST_P(StoreThreads, RandomCallsOnOneTable) {
+    play_random_calls({&table_}, RecordPool::Spread::even);
+}
+
+TEST_P(StoreThreads, RandomCallsOnOneTableWithLargeGroups) {
+    play_random_calls({&table_}, RecordPool::Spread::skewed);
+}
+
+TEST_P(StoreThreads, RandomCallsOnSeveralTables) {
+    const std::size_t at = static_cast<std::size_t>(&table_ - typed_tables.data());
+    play_random_calls({&table_, &typed_tables[(at + 1) % typed_tables.size()]},
+                      RecordPool::Spread::even);
+}
+
+TEST_P(StoreThreads, MisusedHandlesAreRefused) {
+    for (std::uint32_t i = 0; i < 20; ++i)
+        ASSERT_EQ(write(record(i + 1)), 0U);
+    const TypedTable &other = typed_tables[&table_ == &typed_tables[0] ? 1 : 0];
+    std::array<std::atomic<L2vpnDbIter *>, 4> shared{};
+    std::atomic<std::uint32_t> opened{0};
+    std::atomic<std::uint32_t> released{0};
+    const std::uint32_t released_before = counters()[L2VPN_STORE_STAT_ITER_RELEASED];
+    in_threads([&](std::uint32_t thread) {
+        std::mt19937 random(thread);
+        Bytes buffer(facts_.stored_size);
+        L2vpnDbRecData request = record_request(buffer);
+        Bytes foreign(facts(other.name).stored_size);
+        L2vpnDbRecData foreign_request = record_request(foreign);
+        const KeyRequest key(facts_.keys.back(), record(1));
+        for (std::uint32_t i = 0; i < 20 * rounds; ++i) {
+            std::atomic<L2vpnDbIter *> &place = shared[random() % shared.size()];
+            L2vpnDbIter *const handle = place;
+            std::uint32_t code = 0;
+            switch (random() % 5) {
+            case 0: // whoever had the old one still has it
+                place = random() % 2 == 0
+                            ? DAL_VELD_CreateIterator(module_, intf_)
+                            : DAL_VELD_CreateIteratorByKey(module_, intf_, &key.request);
+                ++opened;
+                break;
+            case 1:
+                code = DAL_VELD_ReleaseIterator(module_, intf_, handle);
+                EXPECT_TRUE(code == 0 || code == L2VPN_STORE_BAD_ITERATOR) << code;
+                released += code == 0 ? 1 : 0;
+                break;
+            case 2:
+                EXPECT_EQ(DAL_VELD_ReleaseIterator(module_, other.descriptor, handle),
+                          L2VPN_STORE_BAD_ITERATOR);
+                break;
+            case 3:
+                EXPECT_EQ(
+                    DAL_VELD_GetNextEntry(module_, other.descriptor, handle, &foreign_request),
+                    L2VPN_STORE_BAD_ITERATOR);
+                break;
+            default:
+                code = DAL_VELD_GetNextEntry(module_, intf_, handle, &request);
+                EXPECT_TRUE(code == 0 || code == L2VPN_STORE_END ||
+                            code == L2VPN_STORE_BAD_ITERATOR)
+                    << code;
+            }
+        }
+    });
+    EXPECT_EQ(counters()[L2VPN_STORE_STAT_ITER_RELEASED] - released_before, released);
+    EXPECT_LE(released, opened);
+    EXPECT_EQ(count(), 20U);
+}
+
+// One handle, released by all threads at once, is released once.
+TEST_P(StoreThreads, OneReleaseOfManySucceeds) {
+    for (std::uint32_t i = 0; i < 20; ++i) {
+        L2vpnDbIter *const iterator = open();
+        std::atomic<std::uint32_t> released{0};
+        in_threads([&](std::uint32_t) {
+            const std::uint32_t code = DAL_VELD_ReleaseIterator(module_, intf_, iterator);
+            EXPECT_TRUE(code == 0 || code == L2VPN_STORE_BAD_ITERATOR);
+            released += code == 0 ? 1 : 0;
+        });
+        EXPECT_EQ(released, 1U);
+    }
 }
 
 } // namespace

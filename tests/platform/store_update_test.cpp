@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Partial updates: when the setter is called, and when its change is kept.
+#include "tests/platform/memory_service.h"
 #include "tests/platform/store_test.h"
 
 namespace l2vpn::test {
@@ -113,11 +114,30 @@ TEST_P(StoreUpdate, SetterCannotChangeThePrimaryKey) {
     const Bytes before = record(1);
     ASSERT_EQ(write(before), 0U);
     setter.new_contents = packed(record(2));
-    EXPECT_EQ(counting(L2VPN_STORE_STAT_BAD_KEY, [&] { return update(before); }),
-              L2VPN_STORE_BAD_KEY);
+    EXPECT_EQ(counting(L2VPN_STORE_STAT_UPDATE_REFUSED, [&] { return update(before); }),
+              L2VPN_STORE_KEY_CHANGED);
     EXPECT_EQ(count(), 1U);
     EXPECT_EQ(read(facts_.keys[0], before), packed(before));
     EXPECT_EQ(read(facts_.keys[0], record(2)), std::nullopt);
+}
+
+TEST_P(StoreUpdate, TheRecordObjectGoesBackToTheMemoryService) {
+    const Bytes before = record(1);
+    ASSERT_EQ(write(before), 0U);
+    register_memory_service();
+    const auto expect_returned = [&](std::uint32_t code) {
+        const std::size_t held = bytes_held();
+        const std::uint32_t given = allocations();
+        EXPECT_EQ(update(before), code);
+        EXPECT_EQ(allocations(), given + 1);
+        EXPECT_EQ(bytes_held(), held);
+    };
+    expect_returned(0);
+    setter.result = 7;
+    expect_returned(7);
+    setter.result = 0;
+    setter.new_contents = packed(record(2));
+    expect_returned(L2VPN_STORE_KEY_CHANGED);
 }
 
 TEST_P(StoreUpdate, LibrarySetterChangesBatchVersionOnly) {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstring>
+#include <fstream>
 #include <map>
 #include <sstream>
 #include <stdexcept>
@@ -160,7 +161,7 @@ void take_printed_names(Facts &table, const SchemaTable &functions) {
         }
         const Field field = named_field(table, item.substr(0, item.find(':')));
         ItemKind kind = ItemKind::number;
-        if (is_context(field.name) || (field.elements == 2 && field.width > 2)) {
+        if (item.find(":0x") != std::string::npos) {
             kind = ItemKind::words;
         } else if (field.elements == 2) {
             kind = ItemKind::pair;
@@ -169,6 +170,18 @@ void take_printed_names(Facts &table, const SchemaTable &functions) {
         }
         table.printed.push_back({field, kind});
     }
+}
+
+/// Whether the table's catalog file names the quirk, which no descriptor tells.
+bool names_quirk(const std::string &table, const std::string &quirk) {
+    std::ifstream file(L2VPN_TEST_CATALOG_DIR "/" + table + ".toml");
+    std::string line;
+    while (std::getline(file, line)) {
+        if (line.starts_with("quirks") && line.find('"' + quirk + '"') != std::string::npos) {
+            return true;
+        }
+    }
+    return false;
 }
 
 Facts derived(const SchemaTable &functions) {
@@ -181,6 +194,8 @@ Facts derived(const SchemaTable &functions) {
     table.fields = fields_of(module);
     place_stored_fields(table);
     table.keys = keys_of(table, module);
+    table.no_null_tests = names_quirk(table.name, "no_null_tests");
+    table.svc_fields_split = names_quirk(table.name, "svc_fields_split");
     take_printed_names(table, functions);
     return table;
 }

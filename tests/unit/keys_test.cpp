@@ -54,7 +54,7 @@ TEST_P(Keys, BuilderLeavesTheRestOfTheRequestAndOfTheArea) {
         request.reserved1 = 0x11111111;
         request.reserved2 = 0x22222222;
         std::array<std::uint32_t, 4> key_id{9, 8, 7, 6};
-        std::array<std::uint8_t, 24> value{};
+        std::array<std::uint8_t, 512> value{};
         key.set(record.data(), &request, key_id.data(), value.data());
         EXPECT_EQ(request.reserved1, 0x11111111U);
         EXPECT_EQ(request.reserved2, 0x22222222U);

@@ -126,7 +126,7 @@ TEST_P(ReadByKey, PassesTheCallersKeyRequest) {
     for (std::uint32_t k = 0; k < table.keys.size(); ++k) {
         L2vpnDbKeyData request{};
         std::array<std::uint32_t, 4> key_id{};
-        std::array<std::uint8_t, 24> key{};
+        std::array<std::uint8_t, 512> key{};
         table.keys[k].set(record.data(), &request, key_id.data(), key.data());
         platform().calls.clear();
         platform().delivered = sample_record(expected.stored_size, 7 + k);

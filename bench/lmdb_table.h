@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+// The pseudowires in LMDB: records by primary key, and one database of duplicates per secondary
+// key, from the key to the primary keys. The data lies in memory and is never flushed.
+#pragma once
+
+#include <lmdb.h>
+
+#include "bench/packed_record.h"
+
+namespace l2vpn::bench {
+
+class LmdbTable {
+public:
+    /// @param flags  of the environment, beyond those that do without flushing
+    explicit LmdbTable(unsigned flags);
+    ~LmdbTable();
+    LmdbTable(const LmdbTable &) = delete;
+    LmdbTable &operator=(const LmdbTable &) = delete;
+
+    /// A transaction for the insertions that follow, or for the reads.
+    void begin();
+    void commit();
+    void begin_reading();
+    void end_reading();
+
+    void insert(const PackedRecord &record);
+    /// Copies the record with the key.
+    void read(PackedKey key, char *record);
+
+private:
+    MDB_env *environment_ = nullptr;
+    MDB_dbi keys_[6] = {};
+    MDB_txn *writing_ = nullptr;
+    MDB_txn *reading_ = nullptr; ///< kept between reads, as the library advises
+};
+
+} // namespace l2vpn::bench

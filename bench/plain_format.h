@@ -1,0 +1,11 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "l2vpn_db/l2vpn_vpls_pw.h"
+
+namespace l2vpn::bench {
+
+/// What L2VPN_AST_L2vpnVplsPwFormat does, by vsnprintf.
+std::uint32_t plain_format(const L2vpnVplsPw &record, char *buffer, std::uint32_t length);
+
+} // namespace l2vpn::bench

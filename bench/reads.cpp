@@ -1,0 +1,189 @@
+// SPDX-License-Identifier: MIT
+// Reading by primary key, against finding a record in a hash map and copying it.
+#include <cstring>
+#include <memory>
+#include <memory_resource>
+#include <new>
+#include <unordered_map>
+
+#include <boost/unordered/unordered_flat_map.hpp>
+#include <sys/mman.h>
+
+#include "bench/records.h"
+#include "bench/sections.h"
+#include "bench/timed.h"
+#include "l2vpn_db/platform.h"
+
+namespace l2vpn::bench {
+
+namespace {
+
+struct StoredRecord {
+    char bytes[stored_length];
+};
+
+/// One multiplication for all maps: they shall not lose time by their hash function.
+struct KeyHash {
+    using is_avalanching = void;
+
+    std::size_t operator()(const PrimaryKey &key) const noexcept {
+        std::uint64_t head;
+        std::memcpy(&head, key.bytes, sizeof head);
+        const auto tail = static_cast<unsigned char>(key.bytes[8]);
+        __extension__ using Wide = unsigned __int128;
+        const Wide product =
+            Wide{head ^ 0x9E3779B97F4A7C15 ^ std::uint64_t{tail} << 32} * 0xD1B54A32D192ED03;
+        return static_cast<std::size_t>(product) ^ static_cast<std::size_t>(product >> 64);
+    }
+};
+
+struct SameKey {
+    bool operator()(const PrimaryKey &a, const PrimaryKey &b) const {
+        return std::memcmp(a.bytes, b.bytes, sizeof a.bytes) == 0;
+    }
+};
+
+using Map = std::unordered_map<PrimaryKey, StoredRecord, KeyHash, SameKey>;
+using HugePageMap = std::pmr::unordered_map<PrimaryKey, StoredRecord, KeyHash, SameKey>;
+using FlatMap = boost::unordered_flat_map<PrimaryKey, StoredRecord, KeyHash, SameKey>;
+
+/// Memory in huge pages, as the store's.
+class HugePages : public std::pmr::memory_resource {
+    static constexpr std::size_t page = std::size_t{2} << 20;
+
+    void *do_allocate(std::size_t size, std::size_t /*alignment*/) override {
+        const std::size_t whole = (size + page - 1) / page * page;
+        void *const memory = std::aligned_alloc(page, whole);
+        if (memory == nullptr)
+            throw std::bad_alloc();
+        madvise(memory, whole, MADV_HUGEPAGE);
+        return memory;
+    }
+    void do_deallocate(void *memory, std::size_t /*size*/, std::size_t /*alignment*/) override {
+        std::free(memory);
+    }
+    [[nodiscard]] bool do_is_equal(const memory_resource &other) const noexcept override {
+        return this == &other;
+    }
+};
+
+/// Everything that has the records, and a copy of the one that was last read.
+struct Subjects {
+    /// Crosses no more lines than it must, whoever fills it.
+    alignas(64) StoredRecord copy;
+    Map map;
+    HugePages pages;
+    std::pmr::monotonic_buffer_resource memory{std::size_t{64} << 20, &pages};
+    HugePageMap huge_page_map{&memory};
+    FlatMap flat_map;
+    std::vector<PrimaryKey> keys; ///< to be read, in random order
+    std::vector<std::uint32_t> numbers;
+
+    std::uint32_t key_id[4] = {0x0001'0009};
+    L2vpnDbKeyData request{key_id, sizeof key_id, 0, nullptr, sizeof(PrimaryKey), 0};
+    L2vpnDbRecData place{copy.bytes, stored_length, 0};
+};
+
+/// The C library's, even where the compiler could do better.
+void *(*volatile copy_bytes)(void *, const void *, std::size_t) = std::memcpy;
+
+/// 0, but nobody can know before the record has been read.
+std::size_t nothing(const StoredRecord &record) {
+    return static_cast<unsigned char>(record.bytes[stored_length - 1]) / 255;
+}
+
+constexpr std::size_t operations =
+    20'000; // enough for a variant to fill the caches with what it needs
+
+/// Reads one record after the other; in the chained round the next key depends on the last record.
+template <class Read>
+void add_rounds(Rounds &rounds, const std::string &name, const std::shared_ptr<Subjects> &subjects,
+                Read read) {
+    rounds[name] = repeated(operations, [read, s = subjects.get(), subjects](std::size_t n) {
+        read(*s, s->keys[n % order_length]);
+    });
+    rounds[name + " chained"] =
+        repeated(operations, [read, s = subjects.get(), subjects,
+                              more = std::size_t{0}](std::size_t n) mutable {
+            read(*s, s->keys[(n + more) % order_length]);
+            more = nothing(s->copy);
+        });
+}
+
+template <class AnyMap>
+void add_map(Rounds &rounds, const std::string &name, const std::shared_ptr<Subjects> &subjects,
+             AnyMap Subjects::*map) {
+    add_rounds(rounds, name, subjects, [map](Subjects &s, const PrimaryKey &key) {
+        copy_bytes(s.copy.bytes, (s.*map).find(key)->second.bytes, stored_length);
+    });
+}
+
+void add_store(Rounds &rounds, const std::string &name, const std::shared_ptr<Subjects> &subjects,
+               L2vpnDbTblIntf &table) {
+    add_rounds(rounds, name, subjects, [&table](Subjects &s, const PrimaryKey &key) {
+        s.request.key = key.bytes;
+        check(DAL_VELD_Read(&g_l2vpnDbModuleIntf, &table, &s.request, &s.place));
+    });
+}
+
+} // namespace
+
+Rounds read_rounds(std::uint32_t size) {
+    const auto subjects = std::make_shared<Subjects>();
+    subjects->map.reserve(size);
+    subjects->huge_page_map.reserve(size);
+    subjects->flat_map.reserve(size);
+    for (std::uint32_t i = 0; i < size; ++i) {
+        const L2vpnVplsPw record = pseudowire(i);
+        StoredRecord stored{};
+        L2VPN_DB_L2vpnVplsPwSetAllFields(&record, stored.bytes);
+        const PrimaryKey key = primary_key(i);
+        subjects->map.emplace(key, stored);
+        subjects->huge_page_map.emplace(key, stored);
+        subjects->flat_map.emplace(key, stored);
+    }
+    subjects->numbers = random_order(size);
+    for (const std::uint32_t i : subjects->numbers)
+        subjects->keys.push_back(primary_key(i));
+
+    Rounds rounds;
+    add_map(rounds, "read unordered_map", subjects, &Subjects::map);
+    add_map(rounds, "read unordered_map, huge pages", subjects, &Subjects::huge_page_map);
+    add_map(rounds, "read unordered_flat_map", subjects, &Subjects::flat_map);
+    add_store(rounds, "read store", subjects, g_l2vpnL2vpnVplsPwIntf);
+    static L2vpnDbTblIntf uncounted = g_l2vpnL2vpnVplsPwIntf;
+    uncounted.stat = nullptr;
+    add_store(rounds, "read store uncounted", subjects, uncounted);
+    rounds["read typed"] =
+        repeated(operations, [subjects, record = pseudowire(0)](std::size_t n) mutable {
+            record.pwTunnelId = subjects->numbers[n % order_length];
+            check(L2VPN_DB_L2vpnVplsPwRead(&record));
+        });
+    return rounds;
+}
+
+void measure_reads(const Scale &scale, Workers &workers, Report &report) {
+    for (const std::uint32_t size : scale.sizes) {
+        Worker &worker = workers.at(size);
+        const std::vector<double> times = medians({{&worker, "read store"},
+                                                   {&worker, "read typed"},
+                                                   {&worker, "read unordered_map"},
+                                                   {&worker, "read unordered_map, huge pages"},
+                                                   {&worker, "read unordered_flat_map"},
+                                                   {&worker, "read store chained"},
+                                                   {&worker, "read unordered_map chained"},
+                                                   {&worker, "read store uncounted"}},
+                                                  scale.rounds);
+        const auto add = [&](const char *what, std::size_t a, std::size_t b, Goal goal) {
+            report.add({what, size, times[a] / times[b], goal, {times[a], times[b]}});
+        };
+        add("read / find in unordered_map and copy", 0, 2, at_most(size < 100'000 ? 1.3 : 1.0));
+        add("the same, the map in huge pages", 0, 3, information);
+        add("read / find in unordered_flat_map and copy", 0, 4, information);
+        add("read without statistics / find in unordered_map and copy", 7, 2, information);
+        add("typed read / find in unordered_map and copy", 1, 2, information);
+        add("read / find and copy, each key known by the last record", 5, 6, information);
+    }
+}
+
+} // namespace l2vpn::bench

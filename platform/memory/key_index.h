@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: MIT
+// Finds a record by the hash of a key. An extendible hash table: the hash's upper bits choose a
+// segment, its lower bits a place in it, and a full segment is split in two. Growing thus moves
+// some hundred entries at a time and frees nothing that a reader might look at.
+#pragma once
+
+#include "platform/memory/arena.h"
+#include "platform/memory/key_plan.h"
+
+namespace l2vpn::platform {
+
+/// A record's number in its table.
+using RecordId = std::uint32_t;
+constexpr RecordId no_record = UINT32_MAX;
+
+class KeyIndex {
+public:
+    /// The record with the hash for which matches(id) is true, or no_record. Another thread may
+    /// be changing the index; then the result means nothing.
+    template <class Matches>
+    RecordId find(Hash hash, Matches matches) const {
+        const Slot *const slot = find_slot(hash, matches);
+        return slot == nullptr ? no_record : record(load(*slot));
+    }
+
+    // What follows is for the one thread that may change the index.
+
+    /// Makes room for one more record with the hash; false without memory.
+    [[nodiscard]] bool prepare(const Memory &memory, Arena &arena, Hash hash);
+    /// Adds a record that prepare() has made room for.
+    void insert(Hash hash, RecordId id);
+    /// Takes a record out that is there.
+    void erase(Hash hash, RecordId id);
+    /// Puts another record in the place of one that is there, under the same hash.
+    void replace(Hash hash, RecordId id, RecordId by);
+
+private:
+    /// hash << 32 | record + 1; 0 if free.
+    using Slot = Word;
+
+    static constexpr std::uint32_t segment_size = 512;
+    static constexpr std::uint32_t segment_limit = segment_size / 8 * 7;
+    static constexpr std::uint32_t max_depth = 24;
+
+    struct Segment {
+        Slot slots[segment_size];
+        std::uint32_t count;
+        std::uint32_t depth; ///< number of the hash's upper bits that all its entries share
+    };
+
+    /// 2^depth pointers follow.
+    struct alignas(Segment *) Directory {
+        std::uint32_t depth;
+
+        Segment **segments() { return reinterpret_cast<Segment **>(this + 1); }
+        [[nodiscard]] Segment *const *segments() const {
+            return reinterpret_cast<Segment *const *>(this + 1);
+        }
+    };
+    static_assert(sizeof(Word) == sizeof(Segment *));
+
+    static constexpr RecordId record(Slot slot) { return static_cast<RecordId>(slot) - 1; }
+    static constexpr Hash hash(Slot slot) { return static_cast<Hash>(slot >> 32); }
+    static constexpr Slot make_slot(Hash hash, RecordId id) { return Slot{hash} << 32 | (id + 1); }
+    static constexpr std::uint32_t home(Hash hash) { return hash % segment_size; }
+    static constexpr std::uint32_t next(std::uint32_t at) { return (at + 1) % segment_size; }
+    static constexpr std::size_t place(Hash hash, std::uint32_t depth) {
+        return depth == 0 ? 0 : hash >> (32 - depth);
+    }
+
+    [[nodiscard]] const Segment *segment(Hash hash) const {
+        const Directory *const directory = __atomic_load_n(&directory_, __ATOMIC_ACQUIRE);
+        if (directory == nullptr)
+            return nullptr;
+        return __atomic_load_n(&directory->segments()[place(hash, directory->depth)],
+                               __ATOMIC_ACQUIRE);
+    }
+    [[nodiscard]] Segment &own_segment(Hash hash) const {
+        return *directory_->segments()[place(hash, directory_->depth)];
+    }
+
+    template <class Matches>
+    const Slot *find_slot(Hash wanted, Matches matches) const {
+        const Segment *const in = segment(wanted);
+        if (in == nullptr)
+            return nullptr;
+        std::uint32_t at = home(wanted);
+        for (std::uint32_t n = 0; n < segment_size; ++n, at = next(at)) {
+            const Slot slot = load(in->slots[at]);
+            if (slot == 0)
+                return nullptr;
+            if (hash(slot) == wanted && matches(record(slot)))
+                return &in->slots[at];
+        }
+        return nullptr;
+    }
+
+    Slot &slot_of(Hash hash, RecordId id) const;
+    bool start(const Memory &memory, Arena &arena);
+    bool split(const Memory &memory, Arena &arena, Hash hash);
+    bool double_directory(const Memory &memory, Arena &arena);
+    static void add(Segment &segment, Slot slot);
+
+    Directory *directory_ = nullptr;
+};
+
+} // namespace l2vpn::platform

@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: MIT
+// What became of a call: its result and the event that it counts as.
+#pragma once
+
+#include "l2vpn_db/l2vpn_db.h"
+#include "l2vpn_db/memory_store.h"
+
+namespace l2vpn::platform {
+
+struct Outcome {
+    std::uint32_t code;
+    std::uint32_t event;
+};
+
+constexpr Outcome done(std::uint32_t event) {
+    return {L2VPN_DB_OK, event};
+}
+constexpr Outcome out_of_memory{L2VPN_STORE_NO_MEMORY, L2VPN_STORE_STAT_NO_MEMORY};
+
+} // namespace l2vpn::platform

@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: MIT
+// One table: its records, an index per key, its open iterators. Changes are made under a mutex;
+// reads and counts run beside them and start again when a change came in between.
+#pragma once
+
+#include <atomic>
+#include <mutex>
+
+#include "platform/memory/cursors.h"
+#include "platform/memory/outcome.h"
+#include "platform/memory/request.h"
+
+namespace l2vpn::platform {
+
+class Table {
+public:
+    /// A table that lives for ever; null without memory.
+    static Table *create(const Memory &memory, const TableLayout &layout, std::uint32_t number);
+
+    Table(const Table &) = delete;
+    Table &operator=(const Table &) = delete;
+
+    [[nodiscard]] const TableLayout &layout() const { return layout_; }
+
+    // Keys and record requests have been checked against the layout.
+
+    Outcome write(const Memory &memory, const char *record);
+    Outcome read(const Key &key, void *record);
+    Outcome update(L2vpnDbModuleIntf *module, const L2vpnDbTblIntf &descriptor, const Key &key,
+                   const L2vpnDbRecData &record, const L2vpnDbUpdData &update);
+    Outcome remove(const Key &key);
+    Outcome count(std::uint32_t &count) const;
+    Outcome count_by(const Key &key, std::uint32_t &count);
+
+    /// `key` is null for the whole table.
+    Outcome open(const Memory &memory, const Key *key, L2vpnDbIter *&handle);
+    Outcome next(L2vpnDbIter *handle, void *record);
+    Outcome release(L2vpnDbIter *handle);
+
+private:
+    class Change;
+    class Window;
+
+    /// What a record that is being written needs in the index of one key.
+    struct NewKey {
+        Hash hash;
+        RecordId group; ///< the first record of the group that it joins, or no_record
+        bool changes;
+    };
+
+    /// Arrays whose length depends on the layout.
+    struct Parts {
+        KeyPlan *plans;
+        KeyIndex *indexes;
+        NewKey *new_keys;
+        Cursor **newest;
+        char *key;
+        char *record;
+    };
+
+    Table(const TableLayout &layout, const Arena &arena, const Parts &parts, std::uint32_t number);
+
+    template <class Look>
+    void look(Look look);
+    [[nodiscard]] RecordId find(const Key &key, Hash hash) const;
+    [[nodiscard]] RecordId find_stored(std::size_t key, Hash hash) const;
+
+    bool insert(const Memory &memory, Hash primary, const char *record);
+    bool replace(const Memory &memory, RecordId id, const char *record);
+    bool prepare(const Memory &memory, std::size_t key, const char *record);
+    void join(RecordId id, std::size_t key);
+    void leave(RecordId id, std::size_t key);
+    void move_cursors(RecordId id, std::size_t key);
+
+    const TableLayout &layout_;
+    Arena arena_;
+    Records records_;
+    KeyPlan *plans_;
+    KeyIndex *indexes_;
+    NewKey *new_keys_;
+    char *key_;    ///< room for the longest key
+    char *record_; ///< room for a stored record
+    Cursors cursors_;
+    std::uint32_t count_ = 0;
+
+    std::mutex mutex_;
+    /// Odd while a change is being made. On a line of its own: all readers watch it.
+    alignas(64) std::atomic<Word> version_{0};
+};
+
+} // namespace l2vpn::platform

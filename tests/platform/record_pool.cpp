@@ -1,0 +1,116 @@
+// SPDX-License-Identifier: MIT
+#include "tests/platform/record_pool.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace l2vpn::test {
+namespace {
+
+/// A small generator that starts in no time.
+class Mixer {
+public:
+    explicit Mixer(std::uint64_t seed) : state_(seed) {}
+    std::uint64_t operator()() {
+        state_ += 0x9E3779B97F4A7C15;
+        std::uint64_t value = state_;
+        value = (value ^ value >> 30) * 0xBF58476D1CE4E5B9;
+        value = (value ^ value >> 27) * 0x94D049BB133111EB;
+        return value ^ value >> 31;
+    }
+
+private:
+    std::uint64_t state_;
+};
+
+/// How many values a member of a secondary key may take.
+std::uint64_t choices_of(RecordPool::Spread spread, std::uint64_t random) {
+    constexpr std::uint64_t many = 4000;
+    switch (spread) {
+    case RecordPool::Spread::skewed:
+        return random % 16 != 0 ? 1 : many;
+    case RecordPool::Spread::apart:
+        return std::uint64_t{1} << 32;
+    default:
+        return random % 2 != 0 ? 4 : many;
+    }
+}
+
+/// Different values stay different as long as the member is wide enough for them.
+void set_member(Bytes &stored, const Field &member, std::uint32_t value) {
+    const std::uint32_t spread = value * 0x9E3779B1;
+    for (std::uint32_t i = 0; i < member.width; ++i)
+        stored[member.stored_offset + i] =
+            i < 4 ? static_cast<std::uint8_t>(spread >> 8 * i) : std::uint8_t{0};
+}
+
+} // namespace
+
+RecordPool::RecordPool(const Facts &table, std::uint32_t records, Spread spread)
+    : table_(table), spread_(spread) {
+    const Key &key = table.keys[0];
+    const auto combinations = [&](std::uint64_t values) {
+        std::uint64_t product = 1;
+        for (std::size_t i = 0; i < key.members.size(); ++i)
+            product *= values;
+        return product;
+    };
+    std::uint32_t values = 1;
+    while (combinations(values) < records)
+        ++values;
+    for (std::uint32_t number = 0; number < records; ++number) {
+        Bytes stored(table.stored_size);
+        std::uint32_t rest = number;
+        for (const Field &member : key.members) {
+            set_member(stored, member, rest % values);
+            rest /= values;
+        }
+        primary_.push_back(key_value(key, stored));
+        numbers_[primary_.back()] = number;
+    }
+}
+
+Bytes RecordPool::make(std::uint32_t number, std::uint32_t version) const {
+    Bytes stored(table_.stored_size);
+    Mixer contents(std::uint64_t{number} << 8 | version);
+    for (std::size_t at = 0; at < stored.size(); at += 8) {
+        const std::uint64_t bytes = contents();
+        std::memcpy(stored.data() + at, &bytes, std::min<std::size_t>(8, stored.size() - at));
+    }
+    Mixer values(~(std::uint64_t{number} << 8 | version / 2));
+    for (const Key &key : table_.keys)
+        for (const Field &member : key.members) {
+            const std::uint64_t random = values();
+            const std::uint64_t choices = choices_of(spread_, random);
+            set_member(stored, member, static_cast<std::uint32_t>((random >> 32) % choices));
+        }
+    std::size_t at = 0;
+    for (const Field &member : table_.keys[0].members) {
+        std::copy_n(primary_[number].begin() + static_cast<std::ptrdiff_t>(at), member.width,
+                    stored.begin() + member.stored_offset);
+        at += member.width;
+    }
+    return stored;
+}
+
+std::optional<std::uint32_t> RecordPool::number(const Bytes &stored) const {
+    const auto found = numbers_.find(key_value(table_.keys[0], stored));
+    return found == numbers_.end() ? std::nullopt : std::optional(found->second);
+}
+
+bool RecordPool::is_whole(std::uint32_t number, const Bytes &stored) const {
+    for (std::uint32_t version = 0; version < versions; ++version)
+        if (make(number, version) == stored)
+            return true;
+    return false;
+}
+
+Bytes RecordPool::key_value(const Key &key, const Bytes &stored) {
+    Bytes value;
+    for (const Field &member : key.members)
+        value.insert(value.end(), stored.begin() + member.stored_offset,
+                     stored.begin() + member.stored_offset + member.width);
+    return value;
+}
+
+} // namespace l2vpn::test

@@ -1,0 +1,247 @@
+// SPDX-License-Identifier: MIT
+// Calls of the store from within what the store calls.
+#include <atomic>
+#include <functional>
+#include <thread>
+#include <utility>
+
+#include "tests/platform/log_service.h"
+#include "tests/platform/memory_service.h"
+#include "tests/platform/store_test.h"
+
+namespace l2vpn::test {
+namespace {
+
+/// What the functions that the store calls shall do; they have no argument of their own for it.
+std::function<void()> intrude;
+
+void intrude_once() {
+    if (const auto call = std::exchange(intrude, nullptr))
+        call();
+}
+
+std::uint32_t intruding_setter(const L2vpnDbRecData *, L2vpnDbRecObj *, const std::uint32_t *,
+                               std::uint32_t) {
+    intrude_once();
+    return 0;
+}
+
+class StoreReentry : public StoreTest {
+protected:
+    void SetUp() override { register_log_service(); }
+    void TearDown() override {
+        intrude = nullptr;
+        set_intruder(nullptr);
+        set_log_intruder(nullptr);
+        StoreTest::TearDown();
+        take_log();
+    }
+
+    /// Calls every operation on a table; each must be refused and leave its arguments alone.
+    static void expect_all_refused(const TypedTable &table) {
+        const Facts &about = facts(table.name);
+        const Bytes caller = sample_record(about.record_size, 9);
+        const KeyRequest key(about.keys[0], caller);
+        Bytes stored = packed_record(about, caller);
+        const Bytes untouched = stored;
+        L2vpnDbRecData record = record_request(stored);
+        const L2vpnDbUpdData update{nullptr, 0, 0, intruding_setter};
+        std::uint32_t count = 77;
+        L2vpnDbTblIntf *const intf = table.descriptor;
+        const auto refused = [](std::uint32_t code) { EXPECT_EQ(code, L2VPN_STORE_REENTERED); };
+        refused(DAL_VELD_Write(module(), intf, &record));
+        refused(DAL_VELD_Read(module(), intf, &key.request, &record));
+        refused(DAL_VELD_Update(module(), intf, &key.request, &record, &update));
+        refused(DAL_VELD_Delete(module(), intf, &key.request));
+        EXPECT_EQ(DAL_VELD_CreateIterator(module(), intf), nullptr);
+        EXPECT_EQ(DAL_VELD_CreateIteratorByKey(module(), intf, &key.request), nullptr);
+        refused(DAL_VELD_GetNextEntry(module(), intf, nullptr, &record));
+        refused(DAL_VELD_ReleaseIterator(module(), intf, nullptr));
+        refused(DAL_VELD_Count(module(), intf, &count));
+        refused(DAL_VELD_CountByKey(module(), intf, &key.request, &count));
+        EXPECT_EQ(stored, untouched);
+        EXPECT_EQ(count, 77U);
+    }
+
+    /// What must work inside: the functions that do not lead back.
+    void expect_others_work(L2vpnDbRecObj *object) const {
+        L2vpnDbRecObj *const another = intf_->createObject(module_);
+        ASSERT_NE(another, nullptr);
+        Bytes stored = packed(record(3));
+        const L2vpnDbRecData request = record_request(stored);
+        EXPECT_EQ(intf_->setAllFields(another, &request), 0U);
+        intf_->resetObject(module_, another);
+        intf_->releaseObject(module_, another);
+        if (object != nullptr) {
+            EXPECT_EQ(intf_->setAllFields(object, &request), 0U);
+        }
+        Bytes caller(facts_.record_size);
+        EXPECT_EQ(table_.get_all_fields(stored.data(), caller.data()), 0U);
+    }
+
+    void expect_all_tables_refused() const {
+        const Counters before = counters();
+        expect_all_refused(table_);
+        expect_all_refused(other_);
+        EXPECT_EQ(counters(), before);
+        EXPECT_EQ(take_log(), std::vector<std::string>{});
+    }
+
+    const TypedTable &other_ = typed_tables[&table_ == &typed_tables[0] ? 1 : 0];
+};
+L2VPN_TEST_TYPED_TABLES(StoreReentry, any_table);
+
+TEST_P(StoreReentry, FromASetterIsRefused) {
+    ASSERT_EQ(write(record(1)), 0U);
+    std::uint32_t others = 0;
+    ASSERT_EQ(other_.count(&others), 0U);
+    const KeyRequest key(facts_.keys[0], record(1));
+    const L2vpnDbRecData request{nullptr, 0, 0};
+    const L2vpnDbUpdData update{nullptr, 0, 0, intruding_setter};
+    bool called = false;
+    intrude = [&] {
+        expect_all_tables_refused();
+        expect_others_work(nullptr);
+        called = true;
+    };
+    EXPECT_EQ(
+        counting(L2VPN_STORE_STAT_UPDATED,
+                 [&] { return DAL_VELD_Update(module_, intf_, &key.request, &request, &update); }),
+        0U);
+    EXPECT_TRUE(called);
+    EXPECT_EQ(count(), 1U);
+    EXPECT_EQ(read(facts_.keys[0], record(1)), packed(record(1)));
+    std::uint32_t others_after = 77;
+    EXPECT_EQ(other_.count(&others_after), 0U);
+    EXPECT_EQ(others_after, others);
+}
+
+TEST_P(StoreReentry, FromTheMemoryServiceIsRefused) {
+    if (is_used(table_)) {
+        GTEST_SKIP() << "the table may have memory in store";
+    }
+    register_memory_service();
+    // Writes, and then iterators, until both have needed memory.
+    const auto call_until_called = [&](auto call) {
+        bool called = false;
+        intrude = [&] {
+            expect_all_tables_refused();
+            called = true;
+        };
+        for (std::uint32_t i = 0; !called; ++i) {
+            ASSERT_LT(i, 5000U) << "no memory is needed";
+            set_intruder(intrude_once);
+            call(i);
+            set_intruder(nullptr);
+        }
+    };
+    std::uint32_t written = 0;
+    call_until_called([&](std::uint32_t i) {
+        EXPECT_EQ(write(record(i + 1)), 0U);
+        written = i + 1;
+    });
+    EXPECT_EQ(count(), written);
+    for (std::uint32_t i = 0; i < written; ++i)
+        EXPECT_EQ(read(facts_.keys[0], record(i + 1)), packed(record(i + 1)));
+    std::vector<L2vpnDbIter *> iterators;
+    call_until_called([&](std::uint32_t) { iterators.push_back(open()); });
+    for (L2vpnDbIter *const iterator : iterators)
+        EXPECT_EQ(rest_of(iterator).size(), written);
+}
+
+TEST_P(StoreReentry, EndsWithTheCall) {
+    ASSERT_EQ(write(record(1)), 0U);
+    const KeyRequest key(facts_.keys[0], record(1));
+    const L2vpnDbRecData request{nullptr, 0, 0};
+    const L2vpnDbUpdData update{nullptr, 0, 0, intruding_setter};
+    // Other threads are not inside; their reads do not wait for the setter.
+    intrude = [&] {
+        std::jthread([&] {
+            std::uint32_t count = 0;
+            EXPECT_EQ(DAL_VELD_Count(module_, intf_, &count), 0U);
+            EXPECT_EQ(count, 1U);
+            Bytes stored(facts_.stored_size);
+            L2vpnDbRecData to_read = record_request(stored);
+            EXPECT_EQ(DAL_VELD_Read(module_, intf_, &key.request, &to_read), 0U);
+            EXPECT_EQ(stored, packed(record(1)));
+            EXPECT_EQ(DAL_VELD_CountByKey(module_, intf_, &key.request, &count), 0U);
+            EXPECT_EQ(count, 1U);
+        });
+    };
+    EXPECT_EQ(DAL_VELD_Update(module_, intf_, &key.request, &request, &update), 0U);
+    EXPECT_EQ(count(), 1U);
+}
+
+TEST_P(StoreReentry, FromTheLogServiceIsAllowed) {
+    ASSERT_EQ(write(record(1)), 0U);
+    bool called = false;
+    intrude = [&] {
+        called = true;
+        EXPECT_EQ(write(record(2)), 0U);
+        EXPECT_EQ(count(), 2U);
+        EXPECT_EQ(rest_of(open()).size(), 2U);
+        EXPECT_EQ(remove(record(2)), 0U);
+    };
+    set_log_intruder(intrude_once);
+    EXPECT_EQ(DAL_VELD_Count(module_, intf_, nullptr), L2VPN_STORE_NULL_POINTER);
+    EXPECT_TRUE(called);
+    EXPECT_EQ(count(), 1U);
+}
+
+// ---- The statistics function --------------------------------------------------------------------
+
+/// Events by a descriptor of the test's own, and what its statistics function calls.
+std::array<std::atomic<std::uint32_t>, L2VPN_DB_STAT_COUNT> own_events;
+std::atomic<std::uint32_t> calls_from_events;
+L2vpnDbTblIntf *called_from_events = nullptr;
+
+void calling_stat(std::uint32_t event, std::uint32_t amount) {
+    static thread_local bool inside = false;
+    own_events.at(event) += amount;
+    if (inside)
+        return;
+    inside = true;
+    std::uint32_t count = 0;
+    EXPECT_EQ(DAL_VELD_Count(module(), called_from_events, &count), 0U);
+    ++calls_from_events;
+    inside = false;
+}
+
+TEST_P(StoreReentry, FromTheStatisticsFunctionIsAllowed) {
+    L2vpnDbTblIntf calling = *intf_;
+    calling.stat = calling_stat;
+    for (L2vpnDbTblIntf *const called : {intf_, &calling, other_.descriptor}) {
+        for (auto &events : own_events)
+            events = 0;
+        calls_from_events = 0;
+        called_from_events = called;
+        const std::uint32_t before =
+            table_.get_stat(L2VPN_STORE_STAT_COUNTED) + other_.get_stat(L2VPN_STORE_STAT_COUNTED);
+        constexpr std::uint32_t rounds = 500;
+        const auto use = [&] {
+            const KeyRequest key(facts_.keys[0], record(1));
+            for (std::uint32_t i = 0; i < rounds; ++i) {
+                std::uint32_t count = 0;
+                EXPECT_EQ(DAL_VELD_Count(module_, &calling, &count), 0U);
+                EXPECT_EQ(DAL_VELD_CountByKey(module_, &calling, &key.request, &count), 0U);
+                EXPECT_EQ(DAL_VELD_Delete(module_, &calling, &key.request), L2VPN_STORE_NOT_FOUND);
+            }
+        };
+        use();
+        std::jthread{use}.join();
+        const std::uint32_t nested = called == &calling
+                                         ? own_events[L2VPN_STORE_STAT_COUNTED] - 2 * rounds
+                                         : table_.get_stat(L2VPN_STORE_STAT_COUNTED) +
+                                               other_.get_stat(L2VPN_STORE_STAT_COUNTED) - before;
+        EXPECT_EQ(nested, calls_from_events);
+        EXPECT_GE(nested, 3 * rounds);
+        if (called != &calling) {
+            EXPECT_EQ(own_events[L2VPN_STORE_STAT_COUNTED], 2 * rounds);
+        }
+        EXPECT_EQ(own_events[L2VPN_STORE_STAT_KEY_COUNTED], 2 * rounds);
+        EXPECT_EQ(own_events[L2VPN_STORE_STAT_DELETE_MISSED], 2 * rounds);
+    }
+}
+
+} // namespace
+} // namespace l2vpn::test

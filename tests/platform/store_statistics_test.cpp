@@ -1,0 +1,177 @@
+// SPDX-License-Identifier: MIT
+// When the events of several threads arrive at the table's counters.
+#include <atomic>
+#include <memory>
+#include <thread>
+
+#include "tests/platform/store_test.h"
+
+namespace l2vpn::test {
+namespace {
+
+class StoreStatistics : public StoreTest {
+protected:
+    // This thread counts at once: it has used the table before others do.
+    void SetUp() override { EXPECT_EQ(count(), 0U); }
+
+    static void use(const TypedTable &table, std::uint32_t calls) {
+        std::uint32_t count = 0;
+        for (std::uint32_t i = 0; i < calls; ++i)
+            EXPECT_EQ(DAL_VELD_Count(module(), table.descriptor, &count), 0U);
+    }
+
+    static std::uint32_t counted(const TypedTable &table) {
+        return table.get_stat(L2VPN_STORE_STAT_COUNTED);
+    }
+
+    const TypedTable &other_ = typed_tables[&table_ == &typed_tables[0] ? 1 : 0];
+};
+L2VPN_TEST_TYPED_TABLES(StoreStatistics, any_table);
+
+TEST_P(StoreStatistics, OtherThreadsReportInLots) {
+    const std::uint32_t before = counted(table_);
+    std::jthread([&] {
+        use(table_, L2VPN_STORE_EVENT_LOT - 1);
+        EXPECT_EQ(counted(table_), before);
+        use(table_, 1);
+        EXPECT_EQ(counted(table_), before + L2VPN_STORE_EVENT_LOT);
+    }).join();
+    EXPECT_EQ(counted(table_), before + L2VPN_STORE_EVENT_LOT);
+}
+
+TEST_P(StoreStatistics, OtherThreadsDoNotTakeOverFromOneThatLives) {
+    std::jthread([&] {
+        use(table_, 3 * L2VPN_STORE_EVENT_LOT);
+        const std::uint32_t before = counted(table_);
+        use(table_, 5);
+        EXPECT_EQ(counted(table_), before);
+    }).join();
+    EXPECT_EQ(remove(record(1)), L2VPN_STORE_NOT_FOUND);
+    EXPECT_EQ(count(), 0U);
+}
+
+TEST_P(StoreStatistics, TheFirstThreadHoldsBackWhatItRepeatsForLong) {
+    EXPECT_EQ(remove(record(1)), L2VPN_STORE_NOT_FOUND); // begins anew
+    std::uint32_t before = counted(table_);
+    for (std::uint32_t i = 0; i < L2VPN_STORE_EVENT_RUN; ++i) {
+        use(table_, 1);
+        EXPECT_EQ(counted(table_), ++before);
+    }
+    for (int lot = 0; lot < 2; ++lot) {
+        use(table_, L2VPN_STORE_EVENT_LOT - 1);
+        EXPECT_EQ(counted(table_), before);
+        use(table_, 1);
+        EXPECT_EQ(counted(table_), before += L2VPN_STORE_EVENT_LOT);
+    }
+    // Until it does something else, here or on another table.
+    use(table_, 5);
+    EXPECT_EQ(counted(table_), before);
+    const KeyRequest key(facts_.keys[0], record(1));
+    const std::uint32_t missed = table_.get_stat(L2VPN_STORE_STAT_DELETE_MISSED);
+    EXPECT_EQ(DAL_VELD_Delete(module_, intf_, &key.request), L2VPN_STORE_NOT_FOUND);
+    EXPECT_EQ(counted(table_), before += 5);
+    EXPECT_EQ(table_.get_stat(L2VPN_STORE_STAT_DELETE_MISSED), missed + 1);
+    use(table_, 1);
+    EXPECT_EQ(counted(table_), ++before);
+    use(table_, L2VPN_STORE_EVENT_RUN + 4);
+    EXPECT_EQ(counted(table_), before += L2VPN_STORE_EVENT_RUN - 1);
+    use(other_, 1);
+    EXPECT_EQ(counted(table_), before + 5);
+}
+
+TEST_P(StoreStatistics, OtherThreadsReportWhenTheyEnd) {
+    const std::uint32_t before = counted(table_);
+    std::jthread([&] {
+        use(table_, 5);
+        EXPECT_EQ(counted(table_), before);
+    }).join();
+    EXPECT_EQ(counted(table_), before + 5);
+}
+
+TEST_P(StoreStatistics, OtherThreadsReportWhenTheyTurnToATableThatIsAlsoInUse) {
+    use(other_, 1);
+    const std::uint32_t before = counted(table_);
+    std::jthread([&] {
+        use(table_, 5);
+        EXPECT_EQ(counted(table_), before);
+        use(other_, 1);
+        EXPECT_EQ(counted(table_), before + 5);
+    }).join();
+}
+
+TEST_P(StoreStatistics, OtherThreadsReportWhenTheyTurnToATableOfTheirOwn) {
+    if (is_used(other_)) {
+        GTEST_SKIP() << "the other table has been used before";
+    }
+    const std::uint32_t before = counted(table_);
+    std::jthread([&] {
+        use(other_, 1);
+        use(table_, 5);
+        EXPECT_EQ(counted(table_), before);
+        use(other_, 1);
+        EXPECT_EQ(counted(table_), before + 5);
+    }).join();
+}
+
+TEST_P(StoreStatistics, AnotherThreadTakesOverFromOneThatHasEnded) {
+    if (is_used(other_)) {
+        GTEST_SKIP() << "the other table has been used before";
+    }
+    std::jthread([&] { use(other_, 1); }).join();
+    const std::uint32_t before = counted(other_);
+    std::jthread([&] {
+        use(other_, 1);
+        EXPECT_EQ(counted(other_), before + 1);
+        // What comes from further threads still waits.
+        std::jthread([&] {
+            use(other_, 1);
+            EXPECT_EQ(counted(other_), before + 1);
+        }).join();
+        EXPECT_EQ(counted(other_), before + 2);
+        use(other_, 1);
+        EXPECT_EQ(counted(other_), before + 3);
+    }).join();
+}
+
+// A thread that has held events back and then becomes the one that counts at once.
+TEST_P(StoreStatistics, TakingOverReportsWhatWasHeldBack) {
+    if (is_used(other_)) {
+        GTEST_SKIP() << "the other table has been used before";
+    }
+    std::atomic<int> step = 0;
+    const auto wait_for = [&](int wanted) {
+        while (step != wanted)
+            std::this_thread::yield();
+    };
+    const std::uint32_t before = counted(other_);
+    std::jthread owner([&] {
+        use(other_, 1);
+        step = 1;
+        wait_for(2);
+    });
+    std::jthread second([&] {
+        wait_for(1);
+        use(other_, 5);
+        EXPECT_EQ(counted(other_), before + 1);
+        step = 2;
+        owner.join();
+        use(other_, 1);
+        EXPECT_EQ(counted(other_), before + 7);
+    });
+}
+
+// A descriptor may be gone before its events are reported.
+TEST_P(StoreStatistics, DescriptorsNeedNotOutliveTheirCalls) {
+    const std::uint32_t before = counted(table_);
+    std::jthread([&] {
+        auto copy = std::make_unique<L2vpnDbTblIntf>(*intf_);
+        std::uint32_t count = 0;
+        EXPECT_EQ(DAL_VELD_Count(module(), copy.get(), &count), 0U);
+        std::memset(copy.get(), 0, sizeof *copy);
+        copy.reset();
+    }).join();
+    EXPECT_EQ(counted(table_), before + 1);
+}
+
+} // namespace
+} // namespace l2vpn::test
