@@ -61,6 +61,7 @@
 #define L2VPN_DB_MEMORY_STORE_H
 
 #include <stddef.h>
+#include <string.h>
 
 #include "l2vpn_db/l2vpn_db.h"
 
@@ -151,15 +152,15 @@ typedef void (*L2vpnStoreLogFn)(const char *text);
 static inline L2vpnDbMemIntf l2vpn_store_memory_service(L2vpnStoreAllocateFn allocate,
                                                         L2vpnStoreReleaseFn release) {
     L2vpnDbMemIntf service;
-    service.words[0] = (uintptr_t)allocate;
-    service.words[1] = (uintptr_t)release;
+    memcpy(&service.words[0], &allocate, sizeof allocate);
+    memcpy(&service.words[1], &release, sizeof release);
     return service;
 }
 
 /** The log service of one function, to be registered with L2VPN_DB_LogIntfReg. */
 static inline L2vpnDbLogIntf l2vpn_store_log_service(L2vpnStoreLogFn log) {
     L2vpnDbLogIntf service;
-    service.word = (uintptr_t)log;
+    memcpy(&service.word, &log, sizeof log);
     return service;
 }
 

@@ -19,6 +19,7 @@ constexpr std::uint64_t field(std::uint64_t handle, unsigned from, unsigned bits
 Cursor *Cursors::at(std::uint32_t slot) const {
     const std::uint32_t scaled = slot / first_chunk + 1;
     const auto chunk = static_cast<std::uint32_t>(std::bit_width(scaled) - 1);
+    // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult): scaled is not 0
     return chunks_[chunk] + (slot - first_chunk * ((1U << chunk) - 1));
 }
 
@@ -26,6 +27,7 @@ Cursor *Cursors::open(const Memory &memory, Arena &arena, std::size_t key) {
     if (free_ == nullptr) {
         const std::uint32_t chunk =
             static_cast<std::uint32_t>(std::bit_width(used_ / first_chunk + 1) - 1);
+        // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult): nor is this
         const bool starts = used_ == first_chunk * ((1U << chunk) - 1);
         if (starts) {
             if (chunk == chunk_count)

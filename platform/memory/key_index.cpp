@@ -57,7 +57,7 @@ void KeyIndex::add(Segment &segment, Slot slot) {
 }
 
 bool KeyIndex::start(const Memory &memory, Arena &arena) {
-    if (!arena.reserve(memory, sizeof(Segment) + 3 * 64))
+    if (!arena.reserve(memory, sizeof(Segment) + std::size_t{3} * 64))
         return false;
     auto *const segment = static_cast<Segment *>(arena.take(memory, sizeof(Segment)));
     auto *const directory =

@@ -25,7 +25,7 @@ struct KeyPiece {
         const Word *const at = stored + record / sizeof(Word);
         const std::size_t shift = record % sizeof(Word) * 8;
         Word value = load(at[0]) >> shift;
-        if (shift + count * 8 > 64)
+        if (shift + std::size_t{count} * 8 > 64)
             value |= load(at[1]) << (64 - shift);
         return value & mask;
     }

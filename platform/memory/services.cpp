@@ -44,7 +44,7 @@ void log(const L2vpnDbModuleIntf *module, const char *format, ...) {
     char text[201];
     std::va_list arguments;
     va_start(arguments, format);
-    std::vsnprintf(text, sizeof text, format, arguments);
+    (void)std::vsnprintf(text, sizeof text, format, arguments);
     va_end(arguments);
     function<L2vpnStoreLogFn>(word)(text);
 }

@@ -92,7 +92,7 @@ Table *Table::create(const Memory &memory, const TableLayout &layout, std::uint3
         longest = std::max<std::size_t>(longest, key.length);
         pieces += max_pieces(key);
     }
-    const std::size_t rounding = 8 * 64;
+    const std::size_t rounding = std::size_t{8} * 64;
     Arena arena;
     if (!arena.reserve(
             memory,
