@@ -197,7 +197,8 @@ class Header:
         self.db(f"Opens an iterator over the records with one key's values.\n"
                 f"@param keyIndex {self.macro}_KEY_...\n"
                 "@param record holds the key's fields; null with the primary key means the whole table\n"
-                "@return a handle to release with ReleaseIter; 0 for an unknown key index, for a null "
+                "@return a handle to release with ReleaseIter, for a primary key perhaps the fast "
+                "iterator, which only its owner may use; 0 for an unknown key index, for a null "
                 "record with a secondary key, or if the store opens none",
                 "L2vpnDbIter *", "CreateIter", f"uint32_t keyIndex, const {record} *record")
         self.db("Counts the records with one key's values.\n"

@@ -175,7 +175,7 @@ typedef struct L2vpnDbGlbCb {
     uint8_t delivered;         /**< At 33: GetNext calls since then, modulo 256. */
     uint8_t spinLockReady;     /**< At 34: 1 once the spin lock has been initialised. */
     uint8_t reserved;          /**< At 35: alignment. */
-    uint32_t spinLock;         /**< At 36: guards the fast iterator's slot. */
+    uint32_t spinLock;         /**< At 36: guards the fast iterator's slot; 0 if unlocked. */
     uint64_t mutex[6];         /**< At 40: guards the initialisation of the spin lock. */
     uint32_t stat[22];         /**< At 88: counters; their meanings are the store's. */
 } L2vpnDbGlbCb;

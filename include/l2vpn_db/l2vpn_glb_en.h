@@ -113,8 +113,9 @@ uint32_t L2VPN_DB_L2vpnGlbEnUpdateField(const L2vpnGlbEn *record, uint32_t field
  * Opens an iterator over the records with one key's values.
  * @param keyIndex L2VPN_GLB_EN_KEY_...
  * @param record holds the key's fields; null with the primary key means the whole table
- * @return a handle to release with ReleaseIter; 0 for an unknown key index, for a null record with
- *         a secondary key, or if the store opens none
+ * @return a handle to release with ReleaseIter, for a primary key perhaps the fast iterator, which
+ *         only its owner may use; 0 for an unknown key index, for a null record with a secondary
+ *         key, or if the store opens none
  */
 L2vpnDbIter *L2VPN_DB_L2vpnGlbEnCreateIter(uint32_t keyIndex, const L2vpnGlbEn *record);
 

@@ -130,8 +130,9 @@ uint32_t L2VPN_DB_L2vpnVplsInstInfoUpdateField(const L2vpnVplsInstInfo *record, 
  * Opens an iterator over the records with one key's values.
  * @param keyIndex L2VPN_VPLS_INST_INFO_KEY_...
  * @param record holds the key's fields; null with the primary key means the whole table
- * @return a handle to release with ReleaseIter; 0 for an unknown key index, for a null record with
- *         a secondary key, or if the store opens none
+ * @return a handle to release with ReleaseIter, for a primary key perhaps the fast iterator, which
+ *         only its owner may use; 0 for an unknown key index, for a null record with a secondary
+ *         key, or if the store opens none
  */
 L2vpnDbIter *L2VPN_DB_L2vpnVplsInstInfoCreateIter(uint32_t keyIndex,
                                                   const L2vpnVplsInstInfo *record);

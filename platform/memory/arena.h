@@ -20,15 +20,12 @@ public:
         return size <= left_ || grow(memory, size);
     }
 
-    /// What the arena has taken from the memory service.
-    [[nodiscard]] std::size_t size() const { return size_; }
-
 private:
     bool grow(const Memory &memory, std::size_t size);
 
     char *free_ = nullptr;
     std::size_t left_ = 0;
-    std::size_t size_ = 0;
+    std::size_t size_ = 0; ///< taken from the memory service
 };
 
 } // namespace l2vpn::platform

@@ -48,8 +48,6 @@ const char *explain(std::uint32_t code) {
         return "the record object is null or of another table";
     case L2VPN_STORE_BAD_ITERATOR:
         return "the handle is no open iterator of the table";
-    case L2VPN_STORE_REENTERED:
-        return "it came from within a setter or a memory service that the store has called";
     case L2VPN_STORE_NO_MEMORY:
         return "there is not enough memory";
     default:
