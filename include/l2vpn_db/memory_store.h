@@ -51,11 +51,10 @@
  * Statistics
  * 11. Each call on a table that the store knows counts one event, through the descriptor's
  *     statistics function, after it has taken effect. One thread at a time, the first that uses the
- *     table, counts its events at once; another one takes over when that thread has ended. Events
- *     are held back, L2VPN_STORE_EVENT_LOT of them at most, by a thread that uses the table beside
- *     that one, and by a thread that has done nothing but the same on the table
- *     L2VPN_STORE_EVENT_RUN times; they are counted when the lot is full, when the thread turns to
- *     another table or (the first thread) to another kind of event, and when it ends.
+ *     table, counts its events at once; another one takes over when that thread has ended. A thread
+ *     that uses the table beside it holds its events back, L2VPN_STORE_EVENT_LOT of them at most;
+ *     they are counted when the lot is full, when the thread turns to another table, and when it
+ *     ends. In a program with one thread, every event is counted at once.
  */
 #ifndef L2VPN_DB_MEMORY_STORE_H
 #define L2VPN_DB_MEMORY_STORE_H
@@ -106,8 +105,6 @@ extern "C" {
 
 /** How many events a thread may hold back. */
 #define L2VPN_STORE_EVENT_LOT UINT32_C(64)
-/** How often a thread repeats an event before it holds the next ones back. */
-#define L2VPN_STORE_EVENT_RUN UINT32_C(1024)
 
 /** Identifiers of a table's statistics counters. Each counts calls, modulo 2^32. */
 typedef enum L2vpnStoreStat {

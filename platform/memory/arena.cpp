@@ -34,19 +34,20 @@ void *Arena::take(const Memory &memory, std::size_t size) {
 }
 
 // Blocks grow with the arena, so that a small table stays small and a large one gets huge pages.
+// They have room for a number of pieces like the one that is wanted: most are followed by such.
 bool Arena::grow(const Memory &memory, std::size_t size) {
-    const std::size_t step = std::min(round_up(size_ / 8 + 1, page), huge_page);
-    const std::size_t wanted = std::max(size, step);
-    if (wanted == huge_page && memory.own()) {
-        if (void *const block = std::aligned_alloc(huge_page, huge_page)) {
-            madvise(block, huge_page, MADV_HUGEPAGE); // a hint: nothing depends on it
-            free_ = static_cast<char *>(block);
-            left_ = huge_page;
-            size_ += huge_page;
-            return true;
-        }
-        return false;
+    const std::size_t step = std::min(round_up(size_ / 16 + 1, page), huge_page);
+    if (step == huge_page && size <= huge_page && memory.own()) {
+        void *const block = std::aligned_alloc(huge_page, huge_page);
+        if (block == nullptr)
+            return false;
+        madvise(block, huge_page, MADV_HUGEPAGE); // a hint: nothing depends on it
+        free_ = static_cast<char *>(block);
+        left_ = huge_page;
+        size_ += huge_page;
+        return true;
     }
+    const std::size_t wanted = std::max(size, step - step % size);
     void *const block = memory.allocate(wanted + line);
     if (block == nullptr)
         return false;

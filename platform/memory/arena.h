@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Memory that is never given back: what readers may look at while it changes its meaning must stay
-// mapped. A table frees nothing; it uses again what its deleted records leave.
+// mapped. A table frees nothing; it uses again what its deleted records leave. Pieces of one size
+// fill an arena well; a large piece after small ones may leave a gap.
 #pragma once
 
 #include <cstddef>

@@ -16,7 +16,7 @@ constexpr std::uint32_t max_threads = 4096;
 constinit std::atomic<bool> taken[max_threads] = {};
 
 bool alive(std::uint32_t number) {
-    return number != 0 && taken[number - 1].load(std::memory_order_relaxed);
+    return number <= max_threads && taken[number - 1].load(std::memory_order_relaxed);
 }
 
 /// Events of one table that have been counted but not yet reported. By the function and not the
@@ -37,47 +37,44 @@ struct Lot {
     }
 };
 
-/// True once the thread's Thread is gone: what it counts from then on is not held back.
+/// True once the thread's EventThread is gone: what it counts from then on is not held back.
 constinit thread_local bool ended = false;
 
+} // namespace
+
 /// A thread's number and lot. A statistics function may call the store, which counts here again:
-/// the lot is put in order before it is called.
-class Thread {
+/// everything is put in order before it is called.
+class EventThread {
 public:
-    Thread() {
+    EventThread() {
         for (std::uint32_t i = 0; i < max_threads && number_ == 0; ++i)
             if (!taken[i].exchange(true, std::memory_order_relaxed))
                 number_ = i + 1;
     }
-    ~Thread() {
+    ~EventThread() {
         ended = true;
         report();
+        Events::idle_thread = 0;
         if (number_ != 0)
             taken[number_ - 1].store(false, std::memory_order_relaxed);
     }
-    Thread(const Thread &) = delete;
-    Thread &operator=(const Thread &) = delete;
+    EventThread(const EventThread &) = delete;
+    EventThread &operator=(const EventThread &) = delete;
 
-    /// 0 for a thread beyond the first few thousand, which never owns a table.
-    [[nodiscard]] std::uint32_t number() const { return number_; }
-
-    /// Counts an event of a table that the thread owns.
-    void count(L2vpnDbStatFn stat, std::uint32_t event) {
-        if (stat != run_stat_ || event != run_event_) {
-            run_stat_ = stat;
-            run_event_ = event;
-            run_ = 0;
-        }
-        if (run_ == L2VPN_STORE_EVENT_RUN) {
+    void count(Events &events, L2vpnDbStatFn stat, std::uint32_t event) {
+        const std::uint32_t owner = load(events.owner_);
+        if (number_ == 0 || (owner != number_ && alive(owner))) {
             hold_back(stat, event);
             return;
         }
-        ++run_;
+        store(events.owner_, number_);
         report();
         stat(event, 1);
     }
 
+private:
     void hold_back(L2vpnDbStatFn stat, std::uint32_t event) {
+        Events::idle_thread = 0;
         if (lot_.stat != stat) {
             const Lot other = std::exchange(lot_, Lot{stat});
             lot_.add(event);
@@ -90,39 +87,23 @@ public:
     }
 
     void report() {
-        if (lot_.total != 0)
-            std::exchange(lot_, Lot{}).report();
+        const Lot lot = std::exchange(lot_, Lot{});
+        Events::idle_thread = number_;
+        lot.report();
     }
 
-private:
+    /// 0 for a thread beyond the first few thousand, which never owns a table.
     std::uint32_t number_ = 0;
     Lot lot_;
-    /// How often the thread, as an owner, has counted the same event without another in between.
-    std::uint32_t run_ = 0;
-    std::uint32_t run_event_ = 0;
-    L2vpnDbStatFn run_stat_ = nullptr;
 };
 
-} // namespace
-
-void Events::count(const L2vpnDbTblIntf &descriptor, std::uint32_t event) {
-    const L2vpnDbStatFn stat = descriptor.stat;
-    if (stat == nullptr)
-        return;
+void Events::count_with_care(L2vpnDbStatFn stat, std::uint32_t event) {
     if (ended) {
         stat(event, 1);
         return;
     }
-    thread_local Thread me;
-    std::uint32_t owner = load(owner_);
-    if (owner != me.number() && !alive(owner)) {
-        owner = me.number();
-        store(owner_, owner);
-    }
-    if (owner == me.number() && owner != 0)
-        me.count(stat, event);
-    else
-        me.hold_back(stat, event);
+    thread_local EventThread me;
+    me.count(*this, stat, event);
 }
 
 } // namespace l2vpn::platform

@@ -15,12 +15,11 @@ constexpr RecordId no_record = UINT32_MAX;
 
 class KeyIndex {
 public:
-    /// The record with the hash for which matches(id) is true, or no_record. Another thread may
-    /// be changing the index; then the result means nothing.
+    /// Looks for the record with the hash for which matches(id) is true. Another thread may be
+    /// changing the index; then the result means nothing.
     template <class Matches>
-    RecordId find(Hash hash, Matches matches) const {
-        const Slot *const slot = find_slot(hash, matches);
-        return slot == nullptr ? no_record : record(load(*slot));
+    bool find(Hash hash, Matches matches) const {
+        return find_slot(hash, matches) != nullptr;
     }
 
     // What follows is for the one thread that may change the index.
@@ -65,7 +64,7 @@ private:
     static constexpr std::uint32_t home(Hash hash) { return hash % segment_size; }
     static constexpr std::uint32_t next(std::uint32_t at) { return (at + 1) % segment_size; }
     static constexpr std::size_t place(Hash hash, std::uint32_t depth) {
-        return depth == 0 ? 0 : hash >> (32 - depth);
+        return Word{hash} >> (32 - depth);
     }
 
     [[nodiscard]] const Segment *segment(Hash hash) const {

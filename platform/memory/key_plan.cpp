@@ -3,6 +3,17 @@
 
 namespace l2vpn::platform {
 
+namespace {
+
+Spot spot(std::uint32_t offset, std::uint32_t whole) {
+    const std::uint32_t bytes = std::min<std::uint32_t>(whole, sizeof(Word));
+    const std::uint32_t at = std::min(offset, whole - bytes);
+    return {static_cast<std::uint16_t>(at), static_cast<std::uint8_t>(bytes),
+            static_cast<std::uint8_t>((offset - at) * 8)};
+}
+
+} // namespace
+
 std::size_t max_pieces(const KeyLayout &key) {
     std::size_t count = 0;
     for (const KeyMember &member : key.members)
@@ -10,46 +21,38 @@ std::size_t max_pieces(const KeyLayout &key) {
     return count;
 }
 
-std::size_t make_pieces(const KeyLayout &key, KeyPiece *pieces) {
+KeyPlan make_plan(const TableLayout &table, std::size_t index, KeyPiece *pieces) {
+    const KeyLayout &key = table.keys[index];
     std::size_t count = 0;
+    bool wide = true;
+    constexpr std::uint32_t word = sizeof(Word);
+    const auto add = [&](std::uint32_t at, std::uint32_t stored, std::uint32_t bytes) {
+        pieces[count++] = {~Word{0} >> (64 - 8 * bytes), spot(at, key.length),
+                           spot(stored, table.stored_length), static_cast<std::uint16_t>(stored)};
+        wide = wide && bytes == word;
+    };
     std::uint32_t at = 0;
-    for (const KeyMember &member : key.members)
-        for (std::uint32_t done = 0; done < member.width; ++done, ++at) {
-            const std::uint32_t offset = member.offset + done;
-            KeyPiece *const last = count == 0 ? nullptr : &pieces[count - 1];
-            if (last != nullptr && last->record + last->count == offset &&
-                last->count < sizeof(Word))
-                ++last->count;
-            else
-                pieces[count++] = {0, offset, at, 1};
-        }
-    for (std::size_t i = 0; i < count; ++i)
-        pieces[i].mask = ~Word{0} >> (64 - 8 * pieces[i].count);
-    return count;
-}
-
-namespace {
-
-/// Multiplies to 128 bits and folds, so that every input bit reaches every output bit.
-Word mix(Word a, Word b) {
-    __extension__ using Wide = unsigned __int128;
-    const Wide product = Wide{a} * b;
-    return static_cast<Word>(product) ^ static_cast<Word>(product >> 64);
-}
-
-} // namespace
-
-Hash hash_key(const void *key, std::size_t length) {
-    constexpr Word odd1 = 0x9E3779B97F4A7C15, odd2 = 0xD1B54A32D192ED03; // from the golden ratio
-    const char *at = static_cast<const char *>(key);
-    Word hash = odd1 ^ length;
-    std::size_t left = length;
-    for (; left > sizeof(Word); left -= sizeof(Word), at += sizeof(Word))
-        hash = mix(hash ^ load_bytes(at, sizeof(Word)), odd2);
-    // The last piece may overlap the one before it.
-    const Word last = length >= sizeof(Word) ? load_bytes(at + left - sizeof(Word), sizeof(Word))
-                                             : load_bytes(at, left);
-    return static_cast<Hash>(mix(hash ^ last, odd1) >> 32);
+    for (std::size_t member = 0; member < key.members.size();) {
+        // Members that follow one another in the record, too, are as good as one.
+        const std::uint32_t stored = key.members[member].offset;
+        std::uint32_t run = 0;
+        while (member < key.members.size() && key.members[member].offset == stored + run)
+            run += key.members[member++].width;
+        std::uint32_t done = 0;
+        for (; done + word <= run; done += word)
+            add(at + done, stored + done, word);
+        // The last piece may overlap the one before it.
+        if (done < run && run > word)
+            add(at + run - word, stored + run - word, word);
+        else if (done < run)
+            add(at, stored, run);
+        at += run;
+    }
+    const std::uint32_t flags = index == 0 ? 1 : 9;
+    return {{pieces, count},
+            wide,
+            static_cast<std::uint32_t>(index << 24) | flags << 16 | key.length,
+            key.length};
 }
 
 } // namespace l2vpn::platform

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// How a key is taken from a stored record, hashed and compared.
+// How a key is taken from a packed key or a record, hashed and compared: in pieces of up to 8 bytes
+// that stand together in both.
 #pragma once
 
 #include <span>
@@ -11,63 +12,95 @@ namespace l2vpn::platform {
 
 using Hash = std::uint32_t;
 
-Hash hash_key(const void *key, std::size_t length);
+/// A key as a request carries it.
+struct PackedKey {
+    const char *bytes;
+};
 
-/// At most 8 bytes of a key that stand together in the record.
-struct KeyPiece {
-    Word mask;            ///< of its bytes
-    std::uint32_t record; ///< offset in the stored record
-    std::uint32_t key;    ///< offset in the key
-    std::uint32_t count;  ///< of its bytes
+/// Where to find a piece in a packed key or a record: in the 8 bytes (fewer if the whole is
+/// shorter) at an offset that keeps them within the whole.
+struct Spot {
+    std::uint16_t at;
+    std::uint8_t bytes;
+    std::uint8_t shift; ///< by how many bits the piece lies above the lowest
 
-    /// The piece of a record that is stored. May look at the word behind it.
-    [[nodiscard]] Word of(const Word *stored) const {
-        const Word *const at = stored + record / sizeof(Word);
-        const std::size_t shift = record % sizeof(Word) * 8;
-        Word value = load(at[0]) >> shift;
-        if (shift + std::size_t{count} * 8 > 64)
-            value |= load(at[1]) << (64 - shift);
-        return value & mask;
+    [[nodiscard]] Word in(const char *whole) const {
+        return load_bytes(whole + at, bytes) >> shift;
     }
-    [[nodiscard]] Word of(const char *from) const { return load_bytes(from + record, count); }
-    [[nodiscard]] Word of_key(const char *packed) const { return load_bytes(packed + key, count); }
+};
+
+/// Each value is taken in one of two ways: of<true> if the piece has 8 bytes, of<false> always.
+struct KeyPiece {
+    Word mask; ///< of its bytes
+    Spot key;
+    Spot record;
+    std::uint16_t stored; ///< offset in the stored record
+
+    template <bool Wide>
+    [[nodiscard]] Word of(PackedKey from) const {
+        return Wide ? load_bytes(from.bytes + key.at, 8) : key.in(from.bytes) & mask;
+    }
+    /// Of a record that is not stored.
+    template <bool Wide>
+    [[nodiscard]] Word of(const char *from) const {
+        return Wide ? load_bytes(from + record.at, 8) : record.in(from)&mask;
+    }
+    /// Of a stored record, behind which more words of the store's stand.
+    template <bool Wide>
+    [[nodiscard]] Word of(const Word *from) const {
+        const Word word = load_within(from, stored);
+        return Wide ? word : word & mask;
+    }
+};
+
+/// Multiplies to 128 bits and folds, so that every input bit reaches every output bit.
+inline Word mix(Word a, Word b) {
+    __extension__ using Wide = unsigned __int128;
+    const Wide product = Wide{a} * b;
+    return static_cast<Word>(product) ^ static_cast<Word>(product >> 64);
+}
+
+/// One key of a table.
+struct KeyPlan {
+    std::span<const KeyPiece> pieces;
+    bool wide;            ///< all pieces have 8 bytes
+    std::uint32_t id;     ///< the key identifier word: index, flags and length
+    std::uint32_t length; ///< in bytes
+
+    template <class Source>
+    [[nodiscard]] Hash hash(Source from) const {
+        return wide ? hash<true>(from) : hash<false>(from);
+    }
+
+    /// Whether a stored record has the key.
+    template <class Source>
+    [[nodiscard]] bool same(Source from, const Word *stored) const {
+        return wide ? same<true>(from, stored) : same<false>(from, stored);
+    }
+
+private:
+    template <bool Wide, class Source>
+    [[nodiscard]] Hash hash(Source from) const {
+        constexpr Word odd1 = 0x9E3779B97F4A7C15, odd2 = 0xD1B54A32D192ED03; // golden ratio
+        Word hash = odd1;
+        for (const KeyPiece &piece : pieces)
+            hash = mix(hash ^ piece.of<Wide>(from), odd2);
+        return static_cast<Hash>(hash >> 32);
+    }
+
+    template <bool Wide, class Source>
+    [[nodiscard]] bool same(Source from, const Word *stored) const {
+        for (const KeyPiece &piece : pieces)
+            if (piece.of<Wide>(stored) != piece.of<Wide>(from))
+                return false;
+        return true;
+    }
 };
 
 /// The most pieces that a key of the layout can have.
 std::size_t max_pieces(const KeyLayout &key);
 
-/// Writes a key's pieces to `pieces`; their number.
-std::size_t make_pieces(const KeyLayout &key, KeyPiece *pieces);
-
-/// One key of a table.
-struct KeyPlan {
-    std::span<const KeyPiece> pieces;
-    std::uint32_t length = 0;
-
-    /// Packs the key of a record, stored (words) or not (bytes).
-    template <class Record>
-    void gather(char *key, const Record *record) const {
-        for (const KeyPiece &piece : pieces) {
-            const Word value = piece.of(record);
-            std::memcpy(key + piece.key, &value, piece.count);
-        }
-    }
-
-    /// Whether a stored record has the key.
-    [[nodiscard]] bool matches(const char *key, const Word *stored) const {
-        for (const KeyPiece &piece : pieces)
-            if (piece.of(stored) != piece.of_key(key))
-                return false;
-        return true;
-    }
-
-    /// Whether a record and a stored one have the same key.
-    [[nodiscard]] bool same(const char *record, const Word *stored) const {
-        for (const KeyPiece &piece : pieces)
-            if (piece.of(stored) != piece.of(record))
-                return false;
-        return true;
-    }
-};
+/// The plan for key `index` of a table, with its pieces written to `pieces`.
+KeyPlan make_plan(const TableLayout &table, std::size_t index, KeyPiece *pieces);
 
 } // namespace l2vpn::platform

@@ -35,7 +35,7 @@ std::uint32_t set_all_fields(const TableLayout &table, L2vpnDbRecObj *object,
                              const L2vpnDbRecData *record) {
     if (object == nullptr || object->table != &table)
         return L2VPN_STORE_BAD_OBJECT;
-    const std::uint32_t code = check_record(table, record);
+    const std::uint32_t code = check_record(table.stored_length, record);
     if (code == L2VPN_DB_OK)
         std::memcpy(object->bytes(), record->data, record->length);
     return code;

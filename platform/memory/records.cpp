@@ -5,7 +5,7 @@
 
 namespace l2vpn::platform {
 
-bool Records::prepare(const Memory &memory, Arena &arena) {
+bool Records::prepare(const Memory &memory, Arena &table) {
     const std::size_t chunks = chunks_ == nullptr ? 0 : chunks_->count;
     if (free_ != no_record || end_ < chunks * chunk_size)
         return true;
@@ -14,7 +14,7 @@ bool Records::prepare(const Memory &memory, Arena &arena) {
     if (chunks_ == nullptr || chunks == chunks_->room) {
         const std::size_t room = std::max<std::size_t>(8, 2 * chunks);
         auto *const longer =
-            static_cast<Chunks *>(arena.take(memory, sizeof(Chunks) + room * sizeof(Word *)));
+            static_cast<Chunks *>(table.take(memory, sizeof(Chunks) + room * sizeof(Word *)));
         if (longer == nullptr)
             return false;
         longer->room = room;
@@ -24,7 +24,7 @@ bool Records::prepare(const Memory &memory, Arena &arena) {
         __atomic_store_n(&chunks_, longer, __ATOMIC_RELEASE);
     }
     auto *const chunk =
-        static_cast<Word *>(arena.take(memory, chunk_size * stride_ * sizeof(Word)));
+        static_cast<Word *>(arena_.take(memory, chunk_size * stride_ * sizeof(Word)));
     if (chunk == nullptr)
         return false;
     chunks_->at(chunks) = chunk;

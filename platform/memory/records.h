@@ -22,8 +22,9 @@ public:
         : record_words_(words_for(stored_length)),
           stride_(record_words_ + words_for(secondary_keys * sizeof(Link)) + 1) {}
 
-    /// Makes sure that there is a free number; false without memory.
-    [[nodiscard]] bool prepare(const Memory &memory, Arena &arena);
+    /// Makes sure that there is a free number; false without memory. The table's arena holds the
+    /// directory.
+    [[nodiscard]] bool prepare(const Memory &memory, Arena &table);
 
     /// Takes a number that prepare() has made sure of. Its record is born but without contents.
     RecordId take();
@@ -62,13 +63,8 @@ public:
     /// One more than the highest number ever used.
     [[nodiscard]] RecordId end() const { return end_; }
 
-    void prefetch(const Word *record) const {
-        for (std::size_t i = 0; i < record_words_; i += 8)
-            __builtin_prefetch(record + i);
-    }
-
 private:
-    static constexpr std::size_t chunk_size = 256;
+    static constexpr std::size_t chunk_size = 64;
     static constexpr RecordId max_records = RecordId{1} << 31;
 
     /// `room` pointers follow, `count` of them are set.
@@ -85,6 +81,7 @@ private:
     std::size_t record_words_ = 0;
     std::size_t stride_ = 0;
     Chunks *chunks_ = nullptr;
+    Arena arena_; ///< of chunks only
     RecordId end_ = 0;
     RecordId free_ = no_record; ///< a free record's first word is the next free number
     Word births_ = 0;

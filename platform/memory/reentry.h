@@ -6,13 +6,13 @@
 namespace l2vpn::platform {
 
 /// Whether this thread is inside the store, in something that the store has called.
-bool inside_store();
+inline constinit thread_local bool inside_store = false;
 
 /// Marks this thread as inside for a scope.
 class InsideStore {
 public:
-    InsideStore();
-    ~InsideStore();
+    InsideStore() { inside_store = true; }
+    ~InsideStore() { inside_store = false; }
     InsideStore(const InsideStore &) = delete;
     InsideStore &operator=(const InsideStore &) = delete;
 };

@@ -68,20 +68,20 @@ void report(const L2vpnDbModuleIntf *module, const char *operation,
 template <class Work>
 inline std::uint32_t perform(const char *operation, L2vpnDbModuleIntf *module,
                              const L2vpnDbTblIntf *descriptor, Work work) {
-    if (inside_store()) [[unlikely]] {
+    if (inside_store) [[unlikely]] {
         // Nothing more than this: the log service might call the store, too.
         return L2VPN_STORE_REENTERED;
     }
     std::uint32_t code = L2VPN_DB_OK;
-    const Registered found = find_table(module, descriptor, code);
-    if (found.table == nullptr) [[unlikely]] {
+    Table *const table = find_table(module, descriptor, code);
+    if (table == nullptr) [[unlikely]] {
         if (code == L2VPN_STORE_NO_MEMORY && descriptor->stat != nullptr)
             descriptor->stat(L2VPN_STORE_STAT_NO_MEMORY, 1);
         report(module, operation, descriptor, code);
         return code;
     }
-    const Outcome outcome = work(*found.table);
-    found.events->count(*descriptor, outcome.event);
+    const Outcome outcome = work(*table);
+    table->events().count(descriptor->stat, outcome.event);
     if (outcome.code != L2VPN_DB_OK) [[unlikely]]
         report(module, operation, descriptor, outcome.code);
     return outcome.code;
@@ -100,7 +100,7 @@ using namespace l2vpn::platform;
 std::uint32_t DAL_VELD_Write(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
                              const L2vpnDbRecData *record) {
     return perform("write to", module, table, [&](Table &target) {
-        const std::uint32_t code = check_record(target.layout(), record);
+        const std::uint32_t code = check_record(target.stored_length(), record);
         return code == L2VPN_DB_OK
                    ? target.write(Memory(module), static_cast<const char *>(record->data))
                    : refused(code);
@@ -111,9 +111,9 @@ std::uint32_t DAL_VELD_Read(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
                             const L2vpnDbKeyData *key, L2vpnDbRecData *record) {
     return perform("read from", module, table, [&](Table &target) {
         Key checked{};
-        std::uint32_t code = check_key(target.layout(), key, checked);
+        std::uint32_t code = check_key(target.keys(), key, checked);
         if (code == L2VPN_DB_OK)
-            code = check_record(target.layout(), record);
+            code = check_record(target.stored_length(), record);
         return code == L2VPN_DB_OK ? target.read(checked, record->data) : refused(code);
     });
 }
@@ -123,7 +123,7 @@ std::uint32_t DAL_VELD_Update(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
                               const L2vpnDbUpdData *update) {
     return perform("update of", module, table, [&](Table &target) {
         Key checked{};
-        std::uint32_t code = check_primary_key(target.layout(), key, checked);
+        std::uint32_t code = check_primary_key(target.keys(), key, checked);
         // The caller record and the field ids are the setter's to judge.
         if (code == L2VPN_DB_OK &&
             (record == nullptr || update == nullptr || update->setFields == nullptr ||
@@ -139,7 +139,7 @@ std::uint32_t DAL_VELD_Delete(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
                               const L2vpnDbKeyData *key) {
     return perform("delete from", module, table, [&](Table &target) {
         Key checked{};
-        const std::uint32_t code = check_primary_key(target.layout(), key, checked);
+        const std::uint32_t code = check_primary_key(target.keys(), key, checked);
         return code == L2VPN_DB_OK ? target.remove(checked) : refused(code);
     });
 }
@@ -156,7 +156,7 @@ L2vpnDbIter *DAL_VELD_CreateIteratorByKey(L2vpnDbModuleIntf *module, L2vpnDbTblI
     L2vpnDbIter *handle = nullptr;
     perform("iterator over a key of", module, table, [&](Table &target) {
         Key checked{};
-        const std::uint32_t code = check_key(target.layout(), key, checked);
+        const std::uint32_t code = check_key(target.keys(), key, checked);
         return code == L2VPN_DB_OK ? target.open(Memory(module), &checked, handle) : refused(code);
     });
     return handle;
@@ -165,7 +165,7 @@ L2vpnDbIter *DAL_VELD_CreateIteratorByKey(L2vpnDbModuleIntf *module, L2vpnDbTblI
 std::uint32_t DAL_VELD_GetNextEntry(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
                                     L2vpnDbIter *iter, L2vpnDbRecData *record) {
     return perform("next record of", module, table, [&](Table &target) {
-        const std::uint32_t code = check_record(target.layout(), record);
+        const std::uint32_t code = check_record(target.stored_length(), record);
         return code == L2VPN_DB_OK ? target.next(iter, record->data) : refused(code);
     });
 }
@@ -187,7 +187,7 @@ std::uint32_t DAL_VELD_CountByKey(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *tab
                                   const L2vpnDbKeyData *key, std::uint32_t *count) {
     return perform("count by a key of", module, table, [&](Table &target) {
         Key checked{};
-        std::uint32_t code = check_key(target.layout(), key, checked);
+        std::uint32_t code = check_key(target.keys(), key, checked);
         if (code == L2VPN_DB_OK && count == nullptr)
             code = L2VPN_STORE_NULL_POINTER;
         return code == L2VPN_DB_OK ? target.count_by(checked, *count) : refused(code);

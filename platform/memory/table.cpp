@@ -80,25 +80,22 @@ void Table::look(Look look) {
 
 Table::Table(const TableLayout &layout, const Arena &arena, const Parts &parts,
              std::uint32_t number)
-    : layout_(layout), arena_(arena), records_(layout.stored_length, layout.keys.size() - 1),
-      plans_(parts.plans), indexes_(parts.indexes), new_keys_(parts.new_keys), key_(parts.key),
-      record_(parts.record), cursors_(number, parts.newest) {}
+    : layout_(layout), keys_(parts.plans, layout.keys.size()), indexes_(parts.indexes),
+      records_(layout.stored_length, layout.keys.size() - 1), stored_length_(layout.stored_length),
+      arena_(arena), cursors_(number, parts.newest), new_keys_(parts.new_keys),
+      record_(parts.record) {}
 
 Table *Table::create(const Memory &memory, const TableLayout &layout, std::uint32_t number) {
     const std::size_t keys = layout.keys.size();
-    std::size_t longest = 0;
     std::size_t pieces = 0;
-    for (const KeyLayout &key : layout.keys) {
-        longest = std::max<std::size_t>(longest, key.length);
+    for (const KeyLayout &key : layout.keys)
         pieces += max_pieces(key);
-    }
-    const std::size_t rounding = std::size_t{8} * 64;
+    const std::size_t rounding = std::size_t{7} * 64;
     Arena arena;
-    if (!arena.reserve(
-            memory,
-            sizeof(Table) + layout.stored_length + longest + pieces * sizeof(KeyPiece) +
-                keys * (sizeof(KeyPlan) + sizeof(KeyIndex) + sizeof(NewKey) + sizeof(Cursor *)) +
-                rounding))
+    if (!arena.reserve(memory, sizeof(Table) + layout.stored_length + pieces * sizeof(KeyPiece) +
+                                   keys * (sizeof(KeyPlan) + sizeof(KeyIndex) + sizeof(NewKey) +
+                                           sizeof(Cursor *)) +
+                                   rounding))
         return nullptr;
     const auto take = [&](std::size_t size) { return arena.take(memory, size); };
     void *const place = take(sizeof(Table));
@@ -106,47 +103,38 @@ Table *Table::create(const Memory &memory, const TableLayout &layout, std::uint3
                       static_cast<KeyIndex *>(take(keys * sizeof(KeyIndex))),
                       static_cast<NewKey *>(take(keys * sizeof(NewKey))),
                       static_cast<Cursor **>(take(keys * sizeof(Cursor *))),
-                      static_cast<char *>(take(longest)),
                       static_cast<char *>(take(layout.stored_length))};
     auto *next = static_cast<KeyPiece *>(take(pieces * sizeof(KeyPiece)));
     for (std::size_t k = 0; k < keys; ++k) {
-        const std::size_t count = make_pieces(layout.keys[k], next);
-        new (&parts.plans[k]) KeyPlan{{next, count}, layout.keys[k].length};
+        new (&parts.plans[k]) KeyPlan(make_plan(layout, k, next));
         new (&parts.indexes[k]) KeyIndex;
-        next += count;
+        next += parts.plans[k].pieces.size();
     }
     return new (place) Table(layout, arena, parts, number);
 }
 
-/// The first record with the key.
-RecordId Table::find(const Key &key, Hash hash) const {
-    return indexes_[key.index].find(hash, [&](RecordId id) {
-        const Word *const record = records_.find(id);
-        return record != nullptr && plans_[key.index].matches(key.value, record);
+/// The first record with the key that the source has.
+template <class Source>
+Table::Found Table::find(std::size_t key, Hash hash, Source source) const {
+    Found found{no_record, nullptr};
+    indexes_[key].find(hash, [&](RecordId id) {
+        const Word *const words = records_.find(id);
+        if (words == nullptr || !keys_[key].same(source, words))
+            return false;
+        found = {id, words};
+        return true;
     });
+    return found;
 }
 
-/// The same for the key in key_.
-RecordId Table::find_stored(std::size_t key, Hash hash) const {
-    return find({key, key_}, hash);
-}
-
-Outcome Table::read(const Key &key, void *record) {
-    const Hash hash = hash_key(key.value, plans_[key.index].length);
-    const KeyPlan &plan = plans_[key.index];
+[[gnu::flatten]] Outcome Table::read(const Key &key, void *record) {
+    const Hash hash = keys_[key.index].hash(key.value);
     bool found = false;
     look([&] {
-        const Word *words = nullptr;
-        const RecordId id = indexes_[key.index].find(hash, [&](RecordId candidate) {
-            words = records_.find(candidate);
-            if (words == nullptr)
-                return false;
-            records_.prefetch(words);
-            return plan.matches(key.value, words);
-        });
-        found = id != no_record;
+        const Word *const words = find(key.index, hash, key.value).words;
+        found = words != nullptr;
         if (found)
-            copy_out(record, words, layout_.stored_length);
+            copy_out(record, words, stored_length_);
     });
     if (key.index == 0)
         return found ? done(L2VPN_STORE_STAT_READ)
@@ -161,10 +149,10 @@ Outcome Table::count(std::uint32_t &count) const {
 }
 
 Outcome Table::count_by(const Key &key, std::uint32_t &count) {
-    const Hash hash = hash_key(key.value, plans_[key.index].length);
+    const Hash hash = keys_[key.index].hash(key.value);
     std::uint32_t found = 0;
     look([&] {
-        const RecordId id = find(key, hash);
+        const RecordId id = find(key.index, hash, key.value).id;
         const Link *const link =
             id == no_record || key.index == 0 ? nullptr : records_.find_link(id, key.index);
         found = link != nullptr ? load(link->count) : (id != no_record ? 1U : 0U);
@@ -175,9 +163,8 @@ Outcome Table::count_by(const Key &key, std::uint32_t &count) {
 
 Outcome Table::write(const Memory &memory, const char *record) {
     const Change change(*this);
-    plans_[0].gather(key_, record);
-    const Hash hash = hash_key(key_, plans_[0].length);
-    const RecordId id = find_stored(0, hash);
+    const Hash hash = keys_[0].hash(record);
+    const RecordId id = find(0, hash, record).id;
     if (id != no_record)
         return replace(memory, id, record) ? done(L2VPN_STORE_STAT_REPLACED) : out_of_memory;
     return insert(memory, hash, record) ? done(L2VPN_STORE_STAT_INSERTED) : out_of_memory;
@@ -185,10 +172,9 @@ Outcome Table::write(const Memory &memory, const char *record) {
 
 /// Finds the group that a record joins under a secondary key, or makes room for a new one.
 bool Table::prepare(const Memory &memory, std::size_t key, const char *record) {
-    plans_[key].gather(key_, record);
     NewKey &wanted = new_keys_[key];
-    wanted.hash = hash_key(key_, plans_[key].length);
-    wanted.group = find_stored(key, wanted.hash);
+    wanted.hash = keys_[key].hash(record);
+    wanted.group = find(key, wanted.hash, record).id;
     return wanted.group != no_record || indexes_[key].prepare(memory, arena_, wanted.hash);
 }
 
@@ -196,13 +182,13 @@ bool Table::insert(const Memory &memory, Hash primary, const char *record) {
     const Window window(*this);
     if (!records_.prepare(memory, arena_) || !indexes_[0].prepare(memory, arena_, primary))
         return false;
-    for (std::size_t k = 1; k < layout_.keys.size(); ++k)
+    for (std::size_t k = 1; k < keys_.size(); ++k)
         if (!prepare(memory, k, record))
             return false;
     const RecordId id = records_.take();
-    copy_in(records_.words(id), record, layout_.stored_length);
+    copy_in(records_.words(id), record, stored_length_);
     indexes_[0].insert(primary, id);
-    for (std::size_t k = 1; k < layout_.keys.size(); ++k)
+    for (std::size_t k = 1; k < keys_.size(); ++k)
         join(id, k);
     store(count_, count_ + 1);
     return true;
@@ -212,22 +198,22 @@ bool Table::insert(const Memory &memory, Hash primary, const char *record) {
 bool Table::replace(const Memory &memory, RecordId id, const char *record) {
     Word *const words = records_.words(id);
     bool moves = false;
-    for (std::size_t k = 1; k < layout_.keys.size(); ++k) {
-        new_keys_[k].changes = !plans_[k].same(record, words);
+    for (std::size_t k = 1; k < keys_.size(); ++k) {
+        new_keys_[k].changes = !keys_[k].same(record, words);
         moves = moves || new_keys_[k].changes;
     }
     const Window window(*this);
     if (moves) {
-        for (std::size_t k = 1; k < layout_.keys.size(); ++k)
+        for (std::size_t k = 1; k < keys_.size(); ++k)
             if (new_keys_[k].changes && !prepare(memory, k, record))
                 return false;
-        for (std::size_t k = 1; k < layout_.keys.size(); ++k)
+        for (std::size_t k = 1; k < keys_.size(); ++k)
             if (new_keys_[k].changes)
                 leave(id, k);
     }
-    copy_in(words, record, layout_.stored_length);
+    copy_in(words, record, stored_length_);
     if (moves)
-        for (std::size_t k = 1; k < layout_.keys.size(); ++k)
+        for (std::size_t k = 1; k < keys_.size(); ++k)
             if (new_keys_[k].changes)
                 join(id, k);
     return true;
@@ -256,8 +242,8 @@ void Table::join(RecordId id, std::size_t key) {
 /// Takes a record, whose contents are still the old ones, out of its group.
 void Table::leave(RecordId id, std::size_t key) {
     move_cursors(id, key);
-    plans_[key].gather(key_, records_.words(id));
-    const Hash hash = hash_key(key_, plans_[key].length);
+    const Word *const record = records_.words(id);
+    const Hash hash = keys_[key].hash(record);
     const Link &link = records_.link(id, key);
     if (link.count == 1) {
         indexes_[key].erase(hash, id);
@@ -267,7 +253,7 @@ void Table::leave(RecordId id, std::size_t key) {
         store(records_.link(link.next, key).count, link.count - 1);
         indexes_[key].replace(hash, id, link.next);
     } else {
-        Link &first = records_.link(find_stored(key, hash), key);
+        Link &first = records_.link(find(key, hash, record).id, key);
         store(first.count, first.count - 1);
     }
     store(records_.link(link.previous, key).next, link.next);
@@ -286,13 +272,13 @@ void Table::move_cursors(RecordId id, std::size_t key) {
 
 Outcome Table::remove(const Key &key) {
     const Change change(*this);
-    const Hash hash = hash_key(key.value, plans_[0].length);
-    const RecordId id = find(key, hash);
+    const Hash hash = keys_[0].hash(key.value);
+    const RecordId id = find(0, hash, key.value).id;
     if (id == no_record)
         return {L2VPN_STORE_NOT_FOUND, L2VPN_STORE_STAT_DELETE_MISSED};
     const Window window(*this);
     move_cursors(id, 0);
-    for (std::size_t k = 1; k < layout_.keys.size(); ++k)
+    for (std::size_t k = 1; k < keys_.size(); ++k)
         leave(id, k);
     indexes_[0].erase(hash, id);
     records_.give_back(id);
@@ -303,20 +289,20 @@ Outcome Table::remove(const Key &key) {
 Outcome Table::update(L2vpnDbModuleIntf *module, const L2vpnDbTblIntf &descriptor, const Key &key,
                       const L2vpnDbRecData &record, const L2vpnDbUpdData &update) {
     const Change change(*this);
-    const RecordId id = find(key, hash_key(key.value, plans_[0].length));
+    const RecordId id = find(0, keys_[0].hash(key.value), key.value).id;
     if (id == no_record)
         return {L2VPN_STORE_NOT_FOUND, L2VPN_STORE_STAT_UPDATE_MISSED};
     L2vpnDbRecObj *const object = descriptor.createObject(module);
     if (object == nullptr)
         return out_of_memory;
-    copy_out(record_, records_.words(id), layout_.stored_length);
-    const L2vpnDbRecData stored{record_, layout_.stored_length, 0};
+    copy_out(record_, records_.words(id), stored_length_);
+    const L2vpnDbRecData stored{record_, stored_length_, 0};
     Outcome outcome{descriptor.setAllFields(object, &stored), L2VPN_STORE_STAT_BAD_REQUEST};
     if (outcome.code == L2VPN_DB_OK) {
         outcome = {update.setFields(&record, object, update.fieldIds, update.fieldCount),
                    L2VPN_STORE_STAT_UPDATE_REFUSED};
         if (outcome.code == L2VPN_DB_OK) {
-            if (!plans_[0].same(object->bytes(), records_.words(id)))
+            if (!keys_[0].same(static_cast<const char *>(object->bytes()), records_.words(id)))
                 outcome = {L2VPN_STORE_KEY_CHANGED, L2VPN_STORE_STAT_UPDATE_REFUSED};
             else if (replace(Memory(module), id, object->bytes()))
                 outcome = done(L2VPN_STORE_STAT_UPDATED);
@@ -341,7 +327,7 @@ Outcome Table::open(const Memory &memory, const Key *key, L2vpnDbIter *&handle) 
         cursor->births = records_.births();
         return done(L2VPN_STORE_STAT_ITER_OPENED);
     }
-    const RecordId first = find(*key, hash_key(key->value, plans_[key->index].length));
+    const RecordId first = find(key->index, keys_[key->index].hash(key->value), key->value).id;
     cursor->next = first;
     cursor->last =
         first == no_record || key->index == 0 ? first : records_.link(first, key->index).previous;
@@ -369,7 +355,7 @@ Outcome Table::next(L2vpnDbIter *handle, void *record) {
     }
     if (id == no_record)
         return {L2VPN_STORE_END, L2VPN_STORE_STAT_ITER_ENDED};
-    copy_out(record, records_.words(id), layout_.stored_length);
+    copy_out(record, records_.words(id), stored_length_);
     return done(L2VPN_STORE_STAT_DELIVERED);
 }
 

@@ -7,6 +7,7 @@
 #include <mutex>
 
 #include "platform/memory/cursors.h"
+#include "platform/memory/events.h"
 #include "platform/memory/outcome.h"
 #include "platform/memory/request.h"
 
@@ -21,8 +22,14 @@ public:
     Table &operator=(const Table &) = delete;
 
     [[nodiscard]] const TableLayout &layout() const { return layout_; }
+    [[nodiscard]] std::span<const KeyPlan> keys() const { return keys_; }
+    [[nodiscard]] std::uint32_t stored_length() const { return stored_length_; }
+    [[nodiscard]] Events &events() { return events_; }
 
-    // Keys and record requests have been checked against the layout.
+    /// The table that was created before this one.
+    Table *older = nullptr;
+
+    // Keys and record requests have been checked against keys() and stored_length().
 
     Outcome write(const Memory &memory, const char *record);
     Outcome read(const Key &key, void *record);
@@ -54,16 +61,20 @@ private:
         KeyIndex *indexes;
         NewKey *new_keys;
         Cursor **newest;
-        char *key;
         char *record;
     };
 
     Table(const TableLayout &layout, const Arena &arena, const Parts &parts, std::uint32_t number);
 
+    struct Found {
+        RecordId id;
+        const Word *words;
+    };
+
     template <class Look>
     void look(Look look);
-    [[nodiscard]] RecordId find(const Key &key, Hash hash) const;
-    [[nodiscard]] RecordId find_stored(std::size_t key, Hash hash) const;
+    template <class Source>
+    [[nodiscard]] Found find(std::size_t key, Hash hash, Source source) const;
 
     bool insert(const Memory &memory, Hash primary, const char *record);
     bool replace(const Memory &memory, RecordId id, const char *record);
@@ -73,15 +84,16 @@ private:
     void move_cursors(RecordId id, std::size_t key);
 
     const TableLayout &layout_;
-    Arena arena_;
+    std::span<const KeyPlan> keys_;
+    KeyIndex *indexes_; ///< one per key
     Records records_;
-    KeyPlan *plans_;
-    KeyIndex *indexes_;
-    NewKey *new_keys_;
-    char *key_;    ///< room for the longest key
-    char *record_; ///< room for a stored record
-    Cursors cursors_;
+    std::uint32_t stored_length_;
     std::uint32_t count_ = 0;
+    Events events_;
+    Arena arena_;
+    Cursors cursors_;
+    NewKey *new_keys_; ///< one per key
+    char *record_;     ///< room for a stored record
 
     std::mutex mutex_;
     /// Odd while a change is being made. On a line of its own: all readers watch it.

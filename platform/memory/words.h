@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: MIT
-// Records are read while they may be written (the reader finds out afterwards and starts again), so
-// that what both touch is accessed in atomic words.
+// Records are read while they may be written: the reader finds out afterwards, throws away what it
+// has read and starts again. What both touch is therefore read and written by means that the
+// compiler must take at their word.
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <utility>
 
 namespace l2vpn::platform {
 
@@ -50,56 +51,60 @@ inline Word load_bytes(const char *from, std::size_t count) {
     return count == 0 ? 0 : load_unaligned<std::uint8_t>(from);
 }
 
-/// Writes the first `count` bytes of a word, fewer than 8.
-inline void store_bytes(char *to, Word word, std::size_t count) {
-    if ((count & 4) != 0) {
-        std::memcpy(to, &word, 4);
-        to += 4;
-        word >>= 32;
-    }
-    if ((count & 2) != 0) {
-        std::memcpy(to, &word, 2);
-        to += 2;
-        word >>= 16;
-    }
-    if ((count & 1) != 0)
-        std::memcpy(to, &word, 1);
-}
+#if defined(__SANITIZE_THREAD__)
+#define L2VPN_ATOMIC_WORDS 1
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define L2VPN_ATOMIC_WORDS 1
+#endif
+#endif
 
-/// Calls use(i) for i from 0 to count - 1, without a loop for each eight of them.
-template <class Use>
-inline void for_each_word(std::size_t count, Use use) {
-    std::size_t i = 0;
-    for (; i + 8 <= count; i += 8)
-        [&]<std::size_t... N>(std::index_sequence<N...>) {
-            (use(i + N), ...);
-        }
-    (std::make_index_sequence<8>{});
-    for (; i < count; ++i)
-        use(i);
+#ifdef L2VPN_ATOMIC_WORDS
+
+// ThreadSanitizer believes in atomic accesses only. They take several times as long.
+
+/// The 8 bytes that begin `offset` bytes behind `words`. May look at 8 bytes more.
+inline Word load_within(const Word *words, std::size_t offset) {
+    const Word *const at = words + offset / sizeof(Word);
+    const std::size_t shift = offset % sizeof(Word) * 8;
+    return shift == 0 ? load(at[0]) : load(at[0]) >> shift | load(at[1]) << (64 - shift);
 }
 
 /// Copies a record out of its words.
 inline void copy_out(void *to, const Word *words, std::size_t length) {
     char *const at = static_cast<char *>(to);
-    const std::size_t whole = length / sizeof(Word);
-    for_each_word(whole, [&](std::size_t i) {
-        const Word word = load(words[i]);
-        std::memcpy(at + i * sizeof word, &word, sizeof word);
-    });
-    if (length % sizeof(Word) != 0)
-        store_bytes(at + whole * sizeof(Word), load(words[whole]), length % sizeof(Word));
+    for (std::size_t done = 0; done < length; done += sizeof(Word)) {
+        const Word word = load(words[done / sizeof word]);
+        std::memcpy(at + done, &word, std::min(sizeof word, length - done));
+    }
 }
 
 /// Copies a record into its words; the bytes behind it in the last one become 0.
 inline void copy_in(Word *words, const void *from, std::size_t length) {
     const char *const at = static_cast<const char *>(from);
-    const std::size_t whole = length / sizeof(Word);
-    for_each_word(whole, [&](std::size_t i) {
-        store(words[i], load_unaligned<Word>(at + i * sizeof(Word)));
-    });
-    if (length % sizeof(Word) != 0)
-        store(words[whole], load_bytes(at + whole * sizeof(Word), length % sizeof(Word)));
+    for (std::size_t done = 0; done < length; done += sizeof(Word))
+        store(words[done / sizeof(Word)],
+              load_bytes(at + done, std::min(sizeof(Word), length - done)));
 }
+
+#else
+
+inline Word load_within(const Word *words, std::size_t offset) {
+    struct [[gnu::packed, gnu::may_alias]] Unaligned {
+        Word word;
+    };
+    const char *const at = reinterpret_cast<const char *>(words) + offset;
+    return reinterpret_cast<const volatile Unaligned *>(at)->word;
+}
+
+inline void copy_out(void *to, const Word *words, std::size_t length) {
+    std::memcpy(to, words, length);
+}
+
+inline void copy_in(Word *words, const void *from, std::size_t length) {
+    std::memcpy(words, from, length);
+}
+
+#endif
 
 } // namespace l2vpn::platform
