@@ -10,6 +10,7 @@
 #include "bench/sections.h"
 #include "bench/sqlite_table.h"
 #include "bench/timed.h"
+#include "l2vpn_db/platform.h"
 
 namespace l2vpn::bench {
 
@@ -71,15 +72,29 @@ Round enclosed(Begin begin, const Round &round, End end) {
 }
 
 void add_store(Rounds &rounds, const Shared &all) {
+    static std::uint32_t key_id[4] = {0x0001'0009};
+    rounds["read ours"] = repeated(reads, [all](std::size_t n) {
+        const PackedKey &key = all->keys[n % order_length];
+        const L2vpnDbKeyData request{key_id, sizeof key_id, 0, key.bytes, key.length, 0};
+        L2vpnDbRecData place{all->record, stored_length, 0};
+        check(DAL_VELD_Read(&g_l2vpnDbModuleIntf, &g_l2vpnL2vpnVplsPwIntf, &request, &place));
+    });
     rounds["read typed, database"] =
         repeated(reads, [all, record = pseudowire(0)](std::size_t n) mutable {
             record.pwTunnelId = all->numbers[n % order_length];
             check(L2VPN_DB_L2vpnVplsPwRead(&record));
         });
-    rounds["insert typed"] = insertion(0, [all](std::size_t n, std::size_t end) {
-        for (; n < end; ++n)
-            check(L2VPN_DB_L2vpnVplsPwWrite(&all->added[n]));
+    rounds["insert ours"] = insertion(0, [all](std::size_t n, std::size_t end) {
+        for (; n < end; ++n) {
+            const L2vpnDbRecData record{all->added_packed[n].bytes, stored_length, 0};
+            check(DAL_VELD_Write(&g_l2vpnDbModuleIntf, &g_l2vpnL2vpnVplsPwIntf, &record));
+        }
     });
+    rounds["insert typed, database"] =
+        insertion(all->added.size() / 2, [all](std::size_t n, std::size_t end) {
+            for (; n < end; ++n)
+                check(L2VPN_DB_L2vpnVplsPwWrite(&all->added[n]));
+        });
 }
 
 void add_lmdb(Rounds &rounds, const Shared &all, LmdbTable &table, const std::string &name) {
@@ -147,20 +162,18 @@ Rounds database_rounds(std::uint32_t size) {
 void measure_databases(const Scale &scale, Workers &workers, Report &report) {
     struct Case {
         std::string operation;
-        std::string store; ///< its round
         int rounds;
         double lmdb; ///< the goals
         double sqlite;
     };
-    const Case cases[] = {{"read", "read typed, database", scale.rounds / 3, 4, 10},
-                          {"insert", "insert typed", insert_rounds, 10, 10}};
+    const Case cases[] = {{"read", scale.rounds / 3, 4, 10}, {"insert", insert_rounds, 10, 10}};
     for (const Case &one : cases)
         for (const std::uint32_t size : scale.sizes) {
             Worker &worker = workers.at(size);
-            std::vector<Variant> variants{{&worker, one.store}};
-            for (const char *other :
-                 {" LMDB", " SQLite", " LMDB, together", " SQLite, together", " LMDB, WRITEMAP"})
-                variants.push_back({&worker, one.operation + other});
+            std::vector<Variant> variants;
+            for (const char *who : {" ours", " LMDB", " SQLite", " LMDB, together",
+                                    " SQLite, together", " LMDB, WRITEMAP", " typed, database"})
+                variants.push_back({&worker, one.operation + who});
             const std::vector<double> times = medians(variants, one.rounds);
             const auto add = [&](const std::string &what, std::size_t other, Goal goal) {
                 report.add({what, size, times[other] / times[0], goal, {times[other], times[0]}});
@@ -170,6 +183,7 @@ void measure_databases(const Scale &scale, Workers &workers, Report &report) {
             add("LMDB's with MDB_WRITEMAP / ours", 5, information);
             add("LMDB's, many in a transaction / ours", 3, information);
             add("SQLite's, many in a transaction / ours", 4, information);
+            add("typed " + one.operation + " / ours", 6, information);
         }
 }
 

@@ -18,7 +18,6 @@ Rounds set_up(std::uint32_t size) {
     fill_table(size);
     Rounds rounds = read_rounds(size);
     rounds.merge(growth_rounds(size));
-    rounds.merge(thread_rounds(size));
     rounds.merge(database_rounds(size));
     return rounds;
 }
@@ -28,12 +27,12 @@ void run(const Scale &scale, const std::string &json) {
     measure_memory(scale, report);
     measure_format(scale, report);
     measure_groups(scale, report);
+    measure_threads(scale, report);
     Workers workers;
     for (const std::uint32_t size : scale.sizes)
         workers.try_emplace(size, [size] { return set_up(size); });
     measure_reads(scale, workers, report);
     measure_growth(scale, workers, report);
-    measure_threads(scale, workers, report);
     measure_databases(scale, workers, report);
     if (scale.quick)
         fmt::print("A quick run: nothing is judged.\n");

@@ -28,9 +28,6 @@ void measure_reads(const Scale &scale, Workers &workers, Report &report);
 Rounds growth_rounds(std::uint32_t size);
 void measure_growth(const Scale &scale, Workers &workers, Report &report);
 
-Rounds thread_rounds(std::uint32_t size);
-void measure_threads(const Scale &scale, Workers &workers, Report &report);
-
 /// Its insertions make the table grow, and so come last.
 Rounds database_rounds(std::uint32_t size);
 void measure_databases(const Scale &scale, Workers &workers, Report &report);
@@ -38,6 +35,7 @@ void measure_databases(const Scale &scale, Workers &workers, Report &report);
 // These have tables of their own.
 void measure_memory(const Scale &scale, Report &report);
 void measure_groups(const Scale &scale, Report &report);
+void measure_threads(const Scale &scale, Report &report);
 void measure_format(const Scale &scale, Report &report);
 
 } // namespace l2vpn::bench

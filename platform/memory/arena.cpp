@@ -36,8 +36,7 @@ void *Arena::take(const Memory &memory, std::size_t size) {
 // Blocks grow with the arena, so that a small table stays small and a large one gets huge pages.
 // They have room for a number of pieces like the one that is wanted: most are followed by such.
 bool Arena::grow(const Memory &memory, std::size_t size) {
-    const std::size_t step = std::min(round_up(size_ / 16 + 1, page), huge_page);
-    if (step == huge_page && size <= huge_page && memory.own()) {
+    if (size_ >= 4 * huge_page && size <= huge_page && memory.own()) {
         void *const block = std::aligned_alloc(huge_page, huge_page);
         if (block == nullptr)
             return false;
@@ -47,6 +46,7 @@ bool Arena::grow(const Memory &memory, std::size_t size) {
         size_ += huge_page;
         return true;
     }
+    const std::size_t step = std::min(round_up(size_ / 16 + 1, page), huge_page);
     const std::size_t wanted = std::max(size, step - step % size);
     void *const block = memory.allocate(wanted + line);
     if (block == nullptr)

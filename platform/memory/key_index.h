@@ -67,22 +67,17 @@ private:
         return Word{hash} >> (32 - depth);
     }
 
-    [[nodiscard]] const Segment *segment(Hash hash) const {
-        const Directory *const directory = __atomic_load_n(&directory_, __ATOMIC_ACQUIRE);
-        if (directory == nullptr)
-            return nullptr;
-        return __atomic_load_n(&directory->segments()[place(hash, directory->depth)],
-                               __ATOMIC_ACQUIRE);
-    }
     [[nodiscard]] Segment &own_segment(Hash hash) const {
         return *directory_->segments()[place(hash, directory_->depth)];
     }
 
     template <class Matches>
     const Slot *find_slot(Hash wanted, Matches matches) const {
-        const Segment *const in = segment(wanted);
-        if (in == nullptr)
+        const Directory *const directory = __atomic_load_n(&directory_, __ATOMIC_ACQUIRE);
+        if (directory == nullptr)
             return nullptr;
+        const Segment *const in = __atomic_load_n(
+            &directory->segments()[place(wanted, directory->depth)], __ATOMIC_ACQUIRE);
         std::uint32_t at = home(wanted);
         for (std::uint32_t n = 0; n < segment_size; ++n, at = next(at)) {
             const Slot slot = load(in->slots[at]);

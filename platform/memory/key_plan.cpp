@@ -4,55 +4,38 @@
 namespace l2vpn::platform {
 
 namespace {
-
-Spot spot(std::uint32_t offset, std::uint32_t whole) {
-    const std::uint32_t bytes = std::min<std::uint32_t>(whole, sizeof(Word));
-    const std::uint32_t at = std::min(offset, whole - bytes);
-    return {static_cast<std::uint16_t>(at), static_cast<std::uint8_t>(bytes),
-            static_cast<std::uint8_t>((offset - at) * 8)};
+constexpr std::size_t longest_piece = 2 * sizeof(Word);
 }
 
-} // namespace
-
 std::size_t max_pieces(const KeyLayout &key) {
-    std::size_t count = 0;
-    for (const KeyMember &member : key.members)
-        count += words_for(member.width);
-    return count;
+    return key.members.size() + key.length / longest_piece;
 }
 
 KeyPlan make_plan(const TableLayout &table, std::size_t index, KeyPiece *pieces) {
     const KeyLayout &key = table.keys[index];
-    std::size_t count = 0;
-    bool wide = true;
-    constexpr std::uint32_t word = sizeof(Word);
-    const auto add = [&](std::uint32_t at, std::uint32_t stored, std::uint32_t bytes) {
-        pieces[count++] = {~Word{0} >> (64 - 8 * bytes), spot(at, key.length),
-                           spot(stored, table.stored_length), static_cast<std::uint16_t>(stored)};
-        wide = wide && bytes == word;
-    };
-    std::uint32_t at = 0;
-    for (std::size_t member = 0; member < key.members.size();) {
-        // Members that follow one another in the record, too, are as good as one.
-        const std::uint32_t stored = key.members[member].offset;
-        std::uint32_t run = 0;
-        while (member < key.members.size() && key.members[member].offset == stored + run)
-            run += key.members[member++].width;
-        std::uint32_t done = 0;
-        for (; done + word <= run; done += word)
-            add(at + done, stored + done, word);
-        // The last piece may overlap the one before it.
-        if (done < run && run > word)
-            add(at + run - word, stored + run - word, word);
-        else if (done < run)
-            add(at, stored, run);
-        at += run;
-    }
     const std::uint32_t flags = index == 0 ? 1 : 9;
-    return {{pieces, count},
-            wide,
-            static_cast<std::uint32_t>(index << 24) | flags << 16 | key.length,
-            key.length};
+    KeyPlan plan{
+        static_cast<std::uint32_t>(index << 24) | flags << 16 | key.length, key.length, {}, {}};
+    KeyPiece *last = nullptr;
+    std::size_t at = 0;
+    const auto add = [&](std::size_t record, std::size_t bytes) {
+        // A member that follows the one before in the record, too, lengthens its piece.
+        if (last != nullptr && last->record + last->bytes == record &&
+            last->bytes + bytes <= longest_piece) {
+            last->bytes = static_cast<std::uint16_t>(last->bytes + bytes);
+        } else {
+            last = last == nullptr ? &plan.head : pieces++;
+            *last = {static_cast<std::uint16_t>(at), static_cast<std::uint16_t>(record),
+                     static_cast<std::uint16_t>(bytes)};
+        }
+        at += bytes;
+    };
+    const KeyPiece *const rest = pieces;
+    for (const KeyMember &member : key.members)
+        for (std::size_t done = 0; done < member.width; done += longest_piece)
+            add(member.offset + done, std::min(member.width - done, longest_piece));
+    plan.rest = {rest, pieces};
+    return plan;
 }
 
 } // namespace l2vpn::platform

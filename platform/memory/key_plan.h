@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// How a key is taken from a packed key or a record, hashed and compared: in pieces of up to 8 bytes
-// that stand together in both.
+// How a key is taken from a packed key or a record, hashed and compared.
 #pragma once
 
 #include <span>
@@ -17,39 +16,35 @@ struct PackedKey {
     const char *bytes;
 };
 
-/// Where to find a piece in a packed key or a record: in the 8 bytes (fewer if the whole is
-/// shorter) at an offset that keeps them within the whole.
-struct Spot {
-    std::uint16_t at;
-    std::uint8_t bytes;
-    std::uint8_t shift; ///< by how many bits the piece lies above the lowest
+/// Some bytes of a key that stand together in the record, at most 16, as two numbers.
+struct Piece {
+    Word first;
+    Word last; ///< overlaps `first` if the piece has fewer than 16 bytes
 
-    [[nodiscard]] Word in(const char *whole) const {
-        return load_bytes(whole + at, bytes) >> shift;
-    }
+    bool operator==(const Piece &) const = default;
 };
 
-/// Each value is taken in one of two ways: of<true> if the piece has 8 bytes, of<false> always.
 struct KeyPiece {
-    Word mask; ///< of its bytes
-    Spot key;
-    Spot record;
-    std::uint16_t stored; ///< offset in the stored record
+    std::uint16_t key;    ///< offset in the packed key
+    std::uint16_t record; ///< offset in the record
+    std::uint16_t bytes;
 
-    template <bool Wide>
-    [[nodiscard]] Word of(PackedKey from) const {
-        return Wide ? load_bytes(from.bytes + key.at, 8) : key.in(from.bytes) & mask;
-    }
+    [[nodiscard]] Piece of(PackedKey from) const { return at(from.bytes + key); }
     /// Of a record that is not stored.
-    template <bool Wide>
-    [[nodiscard]] Word of(const char *from) const {
-        return Wide ? load_bytes(from + record.at, 8) : record.in(from)&mask;
-    }
+    [[nodiscard]] Piece of(const char *from) const { return at(from + record); }
     /// Of a stored record, behind which more words of the store's stand.
-    template <bool Wide>
-    [[nodiscard]] Word of(const Word *from) const {
-        const Word word = load_within(from, stored);
-        return Wide ? word : word & mask;
+    [[nodiscard]] Piece of(const Word *from) const {
+        if (bytes >= sizeof(Word)) [[likely]]
+            return {load_within(from, record), load_within(from, record + bytes - sizeof(Word))};
+        return {load_within(from, record) & ~Word{0} >> (64 - 8 * bytes), 0};
+    }
+
+private:
+    [[nodiscard]] Piece at(const char *from) const {
+        if (bytes >= sizeof(Word)) [[likely]]
+            return {load_bytes(from, sizeof(Word)),
+                    load_bytes(from + bytes - sizeof(Word), sizeof(Word))};
+        return {load_bytes(from, bytes), 0};
     }
 };
 
@@ -62,36 +57,42 @@ inline Word mix(Word a, Word b) {
 
 /// One key of a table.
 struct KeyPlan {
-    std::span<const KeyPiece> pieces;
-    bool wide;            ///< all pieces have 8 bytes
     std::uint32_t id;     ///< the key identifier word: index, flags and length
     std::uint32_t length; ///< in bytes
+    KeyPiece head;        ///< its first piece: of most primary keys, the only one
+    std::span<const KeyPiece> rest;
 
     template <class Source>
     [[nodiscard]] Hash hash(Source from) const {
-        return wide ? hash<true>(from) : hash<false>(from);
+        Word hash = add(0x9E3779B97F4A7C15, head.of(from));
+        if (!rest.empty()) [[unlikely]]
+            hash = rest_hash(hash, from);
+        return static_cast<Hash>(hash ^ hash >> 32);
     }
 
     /// Whether a stored record has the key.
     template <class Source>
     [[nodiscard]] bool same(Source from, const Word *stored) const {
-        return wide ? same<true>(from, stored) : same<false>(from, stored);
+        return head.of(stored) == head.of(from) && (rest.empty() || rest_same(from, stored));
     }
 
 private:
-    template <bool Wide, class Source>
-    [[nodiscard]] Hash hash(Source from) const {
-        constexpr Word odd1 = 0x9E3779B97F4A7C15, odd2 = 0xD1B54A32D192ED03; // golden ratio
-        Word hash = odd1;
-        for (const KeyPiece &piece : pieces)
-            hash = mix(hash ^ piece.of<Wide>(from), odd2);
-        return static_cast<Hash>(hash >> 32);
+    static Word add(Word hash, Piece piece) {
+        return mix(hash ^ piece.first, 0xD1B54A32D192ED03 ^ piece.last);
     }
 
-    template <bool Wide, class Source>
-    [[nodiscard]] bool same(Source from, const Word *stored) const {
-        for (const KeyPiece &piece : pieces)
-            if (piece.of<Wide>(stored) != piece.of<Wide>(from))
+    // Not inline: most searches would lose by it.
+
+    template <class Source>
+    [[nodiscard, gnu::noinline]] Word rest_hash(Word hash, Source from) const {
+        for (const KeyPiece &piece : rest)
+            hash = add(hash, piece.of(from));
+        return hash;
+    }
+    template <class Source>
+    [[nodiscard, gnu::noinline]] bool rest_same(Source from, const Word *stored) const {
+        for (const KeyPiece &piece : rest)
+            if (piece.of(stored) != piece.of(from))
                 return false;
         return true;
     }
@@ -100,7 +101,7 @@ private:
 /// The most pieces that a key of the layout can have.
 std::size_t max_pieces(const KeyLayout &key);
 
-/// The plan for key `index` of a table, with its pieces written to `pieces`.
+/// The plan for key `index` of a table; pieces but the first are written to `pieces`.
 KeyPlan make_plan(const TableLayout &table, std::size_t index, KeyPiece *pieces);
 
 } // namespace l2vpn::platform

@@ -7,7 +7,7 @@
 namespace l2vpn::platform {
 
 /// A descriptor that has been used before, and its name then: another may have taken its place.
-struct Known {
+struct alignas(32) Known {
     const L2vpnDbTblIntf *descriptor;
     const char *name;
     Table *table;
@@ -34,11 +34,11 @@ Table *find_or_create_table(L2vpnDbModuleIntf *module, const L2vpnDbTblIntf *des
 inline Table *find_table(L2vpnDbModuleIntf *module, const L2vpnDbTblIntf *descriptor,
                          std::uint32_t &code) {
     const Known &known = KnownTables::at[KnownTables::place(descriptor)];
-    if (descriptor != nullptr &&
-        __atomic_load_n(&known.descriptor, __ATOMIC_ACQUIRE) == descriptor &&
-        load(known.name) == descriptor->name) [[likely]]
-        return load(known.table);
-    return find_or_create_table(module, descriptor, code);
+    if (descriptor == nullptr ||
+        __atomic_load_n(&known.descriptor, __ATOMIC_ACQUIRE) != descriptor ||
+        load(known.name) != descriptor->name) [[unlikely]]
+        return find_or_create_table(module, descriptor, code);
+    return load(known.table);
 }
 
 } // namespace l2vpn::platform

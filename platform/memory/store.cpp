@@ -24,6 +24,10 @@ std::uint32_t refusal_event(std::uint32_t code) {
     }
 }
 
+Outcome refused(std::uint32_t code) {
+    return {code, refusal_event(code)};
+}
+
 const char *explain(std::uint32_t code) {
     switch (code) {
     case L2VPN_STORE_UNKNOWN_TABLE:
@@ -55,9 +59,13 @@ const char *explain(std::uint32_t code) {
     }
 }
 
-/// The log tells what the program did wrong or what ran out, not what became of good calls.
+/// The log tells what the program did wrong or what ran out, not what became of good calls. A code
+/// that a setter has chosen means what the setter says.
 void report(const L2vpnDbModuleIntf *module, const char *operation,
-            const L2vpnDbTblIntf *descriptor, std::uint32_t code) {
+            const L2vpnDbTblIntf *descriptor, Outcome outcome) {
+    const std::uint32_t code = outcome.code;
+    if (outcome.event == L2VPN_STORE_STAT_UPDATE_REFUSED && code != L2VPN_STORE_KEY_CHANGED)
+        return;
     if (const char *const reason = explain(code))
         log(module, "%s %s: refused with 0x%X: %s", operation,
             descriptor != nullptr && descriptor->name != nullptr ? descriptor->name : "?", code,
@@ -77,18 +85,14 @@ inline std::uint32_t perform(const char *operation, L2vpnDbModuleIntf *module,
     if (table == nullptr) [[unlikely]] {
         if (code == L2VPN_STORE_NO_MEMORY && descriptor->stat != nullptr)
             descriptor->stat(L2VPN_STORE_STAT_NO_MEMORY, 1);
-        report(module, operation, descriptor, code);
+        report(module, operation, descriptor, refused(code));
         return code;
     }
     const Outcome outcome = work(*table);
     table->events().count(descriptor->stat, outcome.event);
     if (outcome.code != L2VPN_DB_OK) [[unlikely]]
-        report(module, operation, descriptor, outcome.code);
+        report(module, operation, descriptor, outcome);
     return outcome.code;
-}
-
-Outcome refused(std::uint32_t code) {
-    return {code, refusal_event(code)};
 }
 
 } // namespace

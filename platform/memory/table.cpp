@@ -60,22 +60,34 @@ private:
     std::atomic<Word> &version_;
 };
 
-/// Runs `look`, which only reads, until no change came in between; under the mutex if one always
-/// does.
-template <class Look>
-void Table::look(Look look) {
-    for (int attempt = 0; attempt < 4; ++attempt) {
-        const Word before = version_.load(std::memory_order_acquire);
-        if (before % 2 == 0) {
-            look();
-            Window::fence(std::memory_order_acquire);
-            if (version_.load(std::memory_order_relaxed) == before)
-                return;
-        }
+/// Calls `look`, which only reads, once; false if a change came in between.
+template <auto Look, class Result, class... Arguments>
+bool Table::looked(Result &result, Arguments... arguments) const {
+    const Word before = version_.load(std::memory_order_acquire);
+    if (before % 2 != 0) [[unlikely]]
+        return false;
+    result = (this->*Look)(arguments...);
+    Window::fence(std::memory_order_acquire);
+    return version_.load(std::memory_order_relaxed) == before;
+}
+
+/// Calls `look` until no change came in between; under the mutex if one always does.
+template <auto Look, class... Arguments>
+auto Table::look(Arguments... arguments) {
+    decltype((this->*Look)(arguments...)) result{};
+    return looked<Look>(result, arguments...) ? result : look_again<Look>(arguments...);
+}
+
+template <auto Look, class... Arguments>
+[[gnu::noinline, gnu::cold]] auto Table::look_again(Arguments... arguments) {
+    decltype((this->*Look)(arguments...)) result{};
+    for (int attempt = 1; attempt < 4; ++attempt) {
         pause();
+        if (looked<Look>(result, arguments...))
+            return result;
     }
     const Change change(*this);
-    look();
+    return (this->*Look)(arguments...);
 }
 
 Table::Table(const TableLayout &layout, const Arena &arena, const Parts &parts,
@@ -108,18 +120,19 @@ Table *Table::create(const Memory &memory, const TableLayout &layout, std::uint3
     for (std::size_t k = 0; k < keys; ++k) {
         new (&parts.plans[k]) KeyPlan(make_plan(layout, k, next));
         new (&parts.indexes[k]) KeyIndex;
-        next += parts.plans[k].pieces.size();
+        next += parts.plans[k].rest.size();
     }
     return new (place) Table(layout, arena, parts, number);
 }
 
 /// The first record with the key that the source has.
 template <class Source>
-Table::Found Table::find(std::size_t key, Hash hash, Source source) const {
+Table::Found Table::find(const KeyPlan &plan, const KeyIndex &index, Hash hash,
+                         Source source) const {
     Found found{no_record, nullptr};
-    indexes_[key].find(hash, [&](RecordId id) {
+    index.find(hash, [&](RecordId id) {
         const Word *const words = records_.find(id);
-        if (words == nullptr || !keys_[key].same(source, words))
+        if (words == nullptr || !plan.same(source, words))
             return false;
         found = {id, words};
         return true;
@@ -127,15 +140,23 @@ Table::Found Table::find(std::size_t key, Hash hash, Source source) const {
     return found;
 }
 
+template <class Source>
+RecordId Table::find(std::size_t key, Hash hash, Source source) const {
+    return find(keys_[key], indexes_[key], hash, source).id;
+}
+
+bool Table::copy_found(const KeyPlan *plan, const KeyIndex *index, Hash hash, PackedKey key,
+                       void *record) const {
+    const Word *const words = find(*plan, *index, hash, key).words;
+    if (words != nullptr)
+        copy_out(record, words, stored_length_);
+    return words != nullptr;
+}
+
 [[gnu::flatten]] Outcome Table::read(const Key &key, void *record) {
-    const Hash hash = keys_[key.index].hash(key.value);
-    bool found = false;
-    look([&] {
-        const Word *const words = find(key.index, hash, key.value).words;
-        found = words != nullptr;
-        if (found)
-            copy_out(record, words, stored_length_);
-    });
+    const KeyPlan *const plan = &keys_[key.index];
+    const bool found = look<&Table::copy_found>(plan, &indexes_[key.index], plan->hash(key.value),
+                                                key.value, record);
     if (key.index == 0)
         return found ? done(L2VPN_STORE_STAT_READ)
                      : Outcome{L2VPN_STORE_NOT_FOUND, L2VPN_STORE_STAT_READ_MISSED};
@@ -148,23 +169,23 @@ Outcome Table::count(std::uint32_t &count) const {
     return done(L2VPN_STORE_STAT_COUNTED);
 }
 
+std::uint32_t Table::count_found(Key key, Hash hash) const {
+    const RecordId id = find(key.index, hash, key.value);
+    if (id == no_record || key.index == 0)
+        return id == no_record ? 0 : 1;
+    const Link *const link = records_.find_link(id, key.index);
+    return link == nullptr ? 0 : load(link->count);
+}
+
 Outcome Table::count_by(const Key &key, std::uint32_t &count) {
-    const Hash hash = keys_[key.index].hash(key.value);
-    std::uint32_t found = 0;
-    look([&] {
-        const RecordId id = find(key.index, hash, key.value).id;
-        const Link *const link =
-            id == no_record || key.index == 0 ? nullptr : records_.find_link(id, key.index);
-        found = link != nullptr ? load(link->count) : (id != no_record ? 1U : 0U);
-    });
-    count = found;
+    count = look<&Table::count_found>(key, keys_[key.index].hash(key.value));
     return done(L2VPN_STORE_STAT_KEY_COUNTED);
 }
 
 Outcome Table::write(const Memory &memory, const char *record) {
     const Change change(*this);
     const Hash hash = keys_[0].hash(record);
-    const RecordId id = find(0, hash, record).id;
+    const RecordId id = find(0, hash, record);
     if (id != no_record)
         return replace(memory, id, record) ? done(L2VPN_STORE_STAT_REPLACED) : out_of_memory;
     return insert(memory, hash, record) ? done(L2VPN_STORE_STAT_INSERTED) : out_of_memory;
@@ -174,7 +195,7 @@ Outcome Table::write(const Memory &memory, const char *record) {
 bool Table::prepare(const Memory &memory, std::size_t key, const char *record) {
     NewKey &wanted = new_keys_[key];
     wanted.hash = keys_[key].hash(record);
-    wanted.group = find(key, wanted.hash, record).id;
+    wanted.group = find(key, wanted.hash, record);
     return wanted.group != no_record || indexes_[key].prepare(memory, arena_, wanted.hash);
 }
 
@@ -253,7 +274,7 @@ void Table::leave(RecordId id, std::size_t key) {
         store(records_.link(link.next, key).count, link.count - 1);
         indexes_[key].replace(hash, id, link.next);
     } else {
-        Link &first = records_.link(find(key, hash, record).id, key);
+        Link &first = records_.link(find(key, hash, record), key);
         store(first.count, first.count - 1);
     }
     store(records_.link(link.previous, key).next, link.next);
@@ -273,7 +294,7 @@ void Table::move_cursors(RecordId id, std::size_t key) {
 Outcome Table::remove(const Key &key) {
     const Change change(*this);
     const Hash hash = keys_[0].hash(key.value);
-    const RecordId id = find(0, hash, key.value).id;
+    const RecordId id = find(0, hash, key.value);
     if (id == no_record)
         return {L2VPN_STORE_NOT_FOUND, L2VPN_STORE_STAT_DELETE_MISSED};
     const Window window(*this);
@@ -289,7 +310,7 @@ Outcome Table::remove(const Key &key) {
 Outcome Table::update(L2vpnDbModuleIntf *module, const L2vpnDbTblIntf &descriptor, const Key &key,
                       const L2vpnDbRecData &record, const L2vpnDbUpdData &update) {
     const Change change(*this);
-    const RecordId id = find(0, keys_[0].hash(key.value), key.value).id;
+    const RecordId id = find(0, keys_[0].hash(key.value), key.value);
     if (id == no_record)
         return {L2VPN_STORE_NOT_FOUND, L2VPN_STORE_STAT_UPDATE_MISSED};
     L2vpnDbRecObj *const object = descriptor.createObject(module);
@@ -327,7 +348,7 @@ Outcome Table::open(const Memory &memory, const Key *key, L2vpnDbIter *&handle) 
         cursor->births = records_.births();
         return done(L2VPN_STORE_STAT_ITER_OPENED);
     }
-    const RecordId first = find(key->index, keys_[key->index].hash(key->value), key->value).id;
+    const RecordId first = find(key->index, keys_[key->index].hash(key->value), key->value);
     cursor->next = first;
     cursor->last =
         first == no_record || key->index == 0 ? first : records_.link(first, key->index).previous;

@@ -71,10 +71,23 @@ private:
         const Word *words;
     };
 
-    template <class Look>
-    void look(Look look);
+    template <auto Look, class Result, class... Arguments>
+    bool looked(Result &result, Arguments... arguments) const;
+    template <auto Look, class... Arguments>
+    auto look(Arguments... arguments);
+    template <auto Look, class... Arguments>
+    auto look_again(Arguments... arguments);
+
+    // What may be looked at while it changes.
+
+    bool copy_found(const KeyPlan *plan, const KeyIndex *index, Hash hash, PackedKey key,
+                    void *record) const;
+    [[nodiscard]] std::uint32_t count_found(Key key, Hash hash) const;
     template <class Source>
-    [[nodiscard]] Found find(std::size_t key, Hash hash, Source source) const;
+    [[nodiscard]] Found find(const KeyPlan &plan, const KeyIndex &index, Hash hash,
+                             Source source) const;
+    template <class Source>
+    [[nodiscard]] RecordId find(std::size_t key, Hash hash, Source source) const;
 
     bool insert(const Memory &memory, Hash primary, const char *record);
     bool replace(const Memory &memory, RecordId id, const char *record);

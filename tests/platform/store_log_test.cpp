@@ -41,6 +41,11 @@ std::uint32_t refuse(const L2vpnDbRecData *, L2vpnDbRecObj *, const std::uint32_
     return 7;
 }
 
+std::uint32_t refuse_with_a_code_of_the_stores(const L2vpnDbRecData *, L2vpnDbRecObj *,
+                                               const std::uint32_t *, std::uint32_t) {
+    return L2VPN_STORE_BAD_KEY_AREA;
+}
+
 TEST_P(StoreLog, IsSilentAboutWhatBefallsGoodCalls) {
     EXPECT_EQ(read(facts_.keys[0], record(1)), std::nullopt);
     EXPECT_EQ(remove(record(1)), L2VPN_STORE_NOT_FOUND);
@@ -49,6 +54,9 @@ TEST_P(StoreLog, IsSilentAboutWhatBefallsGoodCalls) {
     EXPECT_EQ(rest_of(open()).size(), 1U);
     const L2vpnDbUpdData update{nullptr, 0, 0, refuse};
     EXPECT_EQ(DAL_VELD_Update(module_, intf_, &key_.request, &request_, &update), 7U);
+    const L2vpnDbUpdData misleading{nullptr, 0, 0, refuse_with_a_code_of_the_stores};
+    EXPECT_EQ(DAL_VELD_Update(module_, intf_, &key_.request, &request_, &misleading),
+              L2VPN_STORE_BAD_KEY_AREA);
 }
 
 TEST_P(StoreLog, HasOneLineForEachRefusedCall) {
