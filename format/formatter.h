@@ -2,6 +2,7 @@
 // A record as one line of text: "name:value" items joined by the caller's separator.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -14,7 +15,7 @@ namespace [[gnu::visibility("hidden")]] l2vpn {
 /// the same place.
 class Line {
 public:
-    Line(char *buffer, std::uint32_t size) : buffer_(buffer), size_(size) {}
+    Line(char *buffer, std::uint32_t size) : at_(buffer), left_(size) {}
 
     // The formats are made from field names at compile time, which the compiler's check of literals
     // cannot follow.
@@ -23,20 +24,20 @@ public:
 #pragma GCC diagnostic ignored "-Wformat-security"
     template <class... Values>
     void print(const char *format, Values... values) {
-        const int written = sprintf_s(buffer_ + used_, size_ - used_, format, values...);
+        const int written = sprintf_s(at_, left_, format, values...);
 #pragma GCC diagnostic pop
-        if (written > 0)
-            used_ += static_cast<std::uint32_t>(written);
+        const auto used = static_cast<std::uint32_t>(std::max(written, 0));
+        at_ += used;
+        left_ -= used;
     }
 
-    [[nodiscard]] std::uint32_t used() const {
-        return used_;
+    [[nodiscard]] std::uint32_t left() const {
+        return left_;
     }
 
 private:
-    char *buffer_;
-    std::uint32_t size_;
-    std::uint32_t used_ = 0;
+    char *at_;
+    std::uint32_t left_;
 };
 
 /// The field's name followed by the given text, as one terminated string.
@@ -86,7 +87,9 @@ inline void print_item(Line &line, const char *record, const char *separator) {
     constexpr Field field = T::fields[I];
     constexpr bool separated = I != last_printed<T>() || T::trailing_separator;
     const char *at = record + field.offset;
-    if constexpr (field.kind == Kind::context || field.kind == Kind::bytes) {
+    if constexpr (!field.printed) {
+        return;
+    } else if constexpr (field.kind == Kind::context || field.kind == Kind::bytes) {
         static constexpr auto head = item_format<T, I>(":0x");
         line.print(head.data());
         for (std::size_t i = 0; i < field.width; i += sizeof(std::uint32_t))
@@ -112,20 +115,21 @@ inline void print_item(Line &line, const char *record, const char *separator) {
     }
 }
 
+/// The line goes by value, so that it stays in registers from one print to the next.
+template <class T, std::size_t... I>
+std::uint32_t print_items(Line line, const char *record, const char *separator,
+                          std::index_sequence<I...>) {
+    (print_item<T, I>(line, record, separator), ...);
+    return line.left();
+}
+
 /// Checks nothing; the number of characters written, without the terminator.
 template <class T>
 std::uint32_t format_table(const void *record, char *buffer, std::uint32_t buffer_length,
                            const char *separator) {
-    Line line(buffer, buffer_length);
-    const auto item = [&]<std::size_t I>(std::integral_constant<std::size_t, I>) {
-        if constexpr (T::fields[I].printed)
-            print_item<T, I>(line, static_cast<const char *>(record), separator);
-    };
-    [&]<std::size_t... I>(std::index_sequence<I...>) {
-        (item(std::integral_constant<std::size_t, I>{}), ...);
-    }
-    (std::make_index_sequence<field_count<T>>{});
-    return line.used();
+    return buffer_length - print_items<T>(Line(buffer, buffer_length),
+                                          static_cast<const char *>(record), separator,
+                                          std::make_index_sequence<field_count<T>>{});
 }
 
 template <class T>

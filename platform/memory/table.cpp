@@ -36,25 +36,13 @@ class Table::Window {
 public:
     explicit Window(Table &table) : version_(table.version_) {
         version_.store(version_.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
-        fence(std::memory_order_release);
+        std::atomic_thread_fence(std::memory_order_release);
     }
     ~Window() {
         version_.store(version_.load(std::memory_order_relaxed) + 1, std::memory_order_release);
     }
     Window(const Window &) = delete;
     Window &operator=(const Window &) = delete;
-
-    // ThreadSanitizer does not model fences; it needs none, as all shared words are atomic.
-#ifndef __clang__
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wtsan"
-#endif
-    static void fence(std::memory_order order) {
-        std::atomic_thread_fence(order);
-    }
-#ifndef __clang__
-#pragma GCC diagnostic pop
-#endif
 
 private:
     std::atomic<Word> &version_;
@@ -67,7 +55,7 @@ bool Table::looked(Result &result, Arguments... arguments) const {
     if (before % 2 != 0) [[unlikely]]
         return false;
     result = (this->*Look)(arguments...);
-    Window::fence(std::memory_order_acquire);
+    std::atomic_thread_fence(std::memory_order_acquire);
     return version_.load(std::memory_order_relaxed) == before;
 }
 

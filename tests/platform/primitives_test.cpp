@@ -2,6 +2,9 @@
 // The platform's small functions: bounded copy, bounded print, atomic add.
 #include <gtest/gtest.h>
 
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <climits>
@@ -210,6 +213,7 @@ TEST(BoundedPrintAsInC, Strings) {
     }
     const char *volatile null = nullptr;
     EXPECT_PRINTS_AS_IN_C("<%s>", null);
+    EXPECT_PRINTS_AS_IN_C("%x%s%u%s", 1U, null, 2U, "behind");
 }
 
 TEST(BoundedPrintAsInC, LiteralText) {
@@ -235,6 +239,8 @@ TEST(BoundedPrintAsInC, FlagsWidthsAndPrecisions) {
         EXPECT_PRINTS_AS_IN_C("%-5u|%05u|%-15u|", number, number, number);
         EXPECT_PRINTS_AS_IN_C("%.0u|%.3u|%8.3u|%-8.3u|", number, number, number, number);
         EXPECT_PRINTS_AS_IN_C("%#x|%#10x|%-10x|%010x|%.4x", number, number, number, number, number);
+        EXPECT_PRINTS_AS_IN_C("%X", number);
+        EXPECT_PRINTS_AS_IN_C("%o", number);
         EXPECT_PRINTS_AS_IN_C("%X|%#X|%o|%#o", number, number, number, number);
         EXPECT_PRINTS_AS_IN_C("%*u|%.*u|%-*x|", 9, number, 6, number, 7, number);
     }
@@ -244,6 +250,8 @@ TEST(BoundedPrintAsInC, FlagsWidthsAndPrecisions) {
 
 TEST(BoundedPrintAsInC, OtherConversions) {
     for (const int number : {0, 1, -1, 42, INT_MAX, INT_MIN}) {
+        EXPECT_PRINTS_AS_IN_C("%d", number);
+        EXPECT_PRINTS_AS_IN_C("%i", number);
         EXPECT_PRINTS_AS_IN_C("%d %i %+d % d %5d %-5d| %05d", number, number, number, number,
                               number, number, number);
     }
@@ -279,19 +287,98 @@ TEST(BoundedPrintAsInC, MixedConversions) {
     EXPECT_PRINTS_AS_IN_C("%lu%u%lx%x%d%s%u", ULONG_MAX, 1U, ULONG_MAX, 2U, -1, "s", UINT32_MAX);
 }
 
-// What cannot be printed is refused as the C library refuses it.
-TEST(BoundedPrintAsInC, EmptyFormat) {
-    Text to = untouched;
-    const char *volatile empty = "";
+// What the compiler would not let through as a literal.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 #pragma GCC diagnostic ignored "-Wformat-security"
+TEST(BoundedPrintAsInC, EmptyFormat) {
+    Text to = untouched;
+    const char *volatile empty = "";
     EXPECT_EQ(sprintf_s(to.data(), to.size(), empty), 0);
     EXPECT_STREQ(to.data(), "");
     to = untouched;
     EXPECT_EQ(sprintf_s(to.data(), 1, empty), 0);
-#pragma GCC diagnostic pop
     EXPECT_EQ(std::string_view(to.data(), to.size()), std::string_view("\0#######", 8));
+}
+
+TEST(BoundedPrintAsInC, FormatsThatEndTooEarly) {
+    for (const char *volatile format : {"%", "abc%", "%5", "%l", "%u%"}) {
+        Text to = untouched;
+        EXPECT_LT(std::snprintf(to.data(), to.size(), format, 7U), 0) << format;
+        EXPECT_LT(sprintf_s(to.data(), to.size(), format, 7U), 0) << format;
+        EXPECT_STREQ(to.data(), "") << format;
+    }
+}
+#pragma GCC diagnostic pop
+
+TEST(BoundedPrintAsInC, BuffersOfAnyAlignment) {
+    for (std::size_t offset = 0; offset < 16; ++offset) {
+        alignas(16) std::array<char, 64> to{};
+        EXPECT_EQ(sprintf_s(to.data() + offset, to.size() - offset, "%s:%u %x,", "mtu", 1234567U,
+                            0xABCDEU),
+                  18);
+        EXPECT_STREQ(to.data() + offset, "mtu:1234567 abcde,");
+    }
+}
+
+// A size that no int can tell is a size like others, as long as the text's length is not one.
+TEST(BoundedPrintAsInC, SizesBeyondInt) {
+    for (const std::size_t size :
+         {std::size_t{INT_MAX}, std::size_t{INT_MAX} + 1, std::size_t{UINT32_MAX} + 1, SIZE_MAX}) {
+        Text to = untouched;
+        EXPECT_EQ(sprintf_s(to.data(), size, "%u,%x", 12U, 0xFFU), 5) << size;
+        EXPECT_EQ(std::string_view(to.data(), to.size()), std::string_view("12,ff\0##", 8));
+    }
+}
+
+/// A page with one behind it that nothing may touch.
+class LastPage {
+public:
+    LastPage() {
+        EXPECT_NE(pages_, MAP_FAILED);
+        EXPECT_EQ(mprotect(end(), size, PROT_NONE), 0);
+    }
+    LastPage(const LastPage &) = delete;
+    LastPage &operator=(const LastPage &) = delete;
+    ~LastPage() { munmap(pages_, 2 * size); }
+
+    [[nodiscard]] char *end() const { return static_cast<char *>(pages_) + size; }
+
+    /// The text, so that its terminator is the page's last byte.
+    [[nodiscard]] const char *text(std::string_view text) const {
+        char *const at = end() - text.size() - 1;
+        std::copy(text.begin(), text.end(), at);
+        end()[-1] = '\0';
+        return at;
+    }
+
+private:
+    const std::size_t size = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    void *const pages_ =
+        mmap(nullptr, 2 * size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+};
+
+// Without a sanitizer, too: not even a byte may be read or written behind what the caller has.
+TEST(BoundedPrint, StaysInsideItsBufferAndItsTexts) {
+    const LastPage format_page;
+    const LastPage text_page;
+    const LastPage buffer_page;
+    const std::string whole = "a:4294967295 ffffffff";
+    const std::string name = "pwTunnelId";
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+    for (std::size_t length = 0; length <= name.size(); ++length) {
+        const char *const text = text_page.text(std::string_view(name).substr(0, length));
+        const char *const format = format_page.text("a:%u %x%s");
+        const std::size_t needed = whole.size() + length + 1;
+        for (std::size_t size = 1; size <= needed; ++size) {
+            char *const to = buffer_page.end() - size;
+            const int printed = sprintf_s(to, size, format, UINT32_MAX, UINT32_MAX, text);
+            ASSERT_EQ(printed, size == needed ? static_cast<int>(needed) - 1 : -1) << size;
+            ASSERT_EQ(std::string(to), size == needed ? whole + text : "") << size;
+        }
+    }
+#pragma GCC diagnostic pop
 }
 
 TEST(AtomicAdd, ReturnsTheSumModulo32Bits) {

@@ -4,8 +4,8 @@
 #pragma once
 
 #include <array>
-#include <map>
 #include <random>
+#include <unordered_set>
 
 #include "l2vpn_db/memory_store.h"
 #include "tests/platform/record_pool.h"
@@ -51,7 +51,7 @@ private:
     static constexpr std::size_t whole_table = SIZE_MAX;
     static constexpr std::size_t max_open = 12;
 
-    using Numbers = std::vector<std::uint32_t>;
+    using Numbers = std::unordered_set<std::uint32_t>;
 
     struct Open {
         L2vpnDbIter *handle;
@@ -97,7 +97,9 @@ private:
     void put(std::uint32_t number, Bytes stored);
     void leave(std::uint32_t number, std::size_t key);
     void no_longer_due(std::uint32_t number, std::size_t key);
-    void expect_delivered(const Bytes &stored, std::size_t key, const Bytes &value);
+    /// The record's number, if it has one.
+    std::optional<std::uint32_t> expect_delivered(const Bytes &stored, std::size_t key,
+                                                  const Bytes &value);
 
     const TypedTable &table_;
     const RecordPool &pool_;
@@ -109,7 +111,7 @@ private:
 
     std::vector<Bytes> held_; ///< by number; empty if there is none
     std::size_t count_ = 0;
-    std::vector<std::map<Bytes, Numbers>> groups_; ///< by key
+    std::vector<ByBytes<Numbers>> groups_; ///< by key
     std::vector<Open> open_;
     Counters events_{};
     std::size_t most_ = 0;

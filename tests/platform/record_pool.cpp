@@ -48,6 +48,15 @@ void set_member(Bytes &stored, const Field &member, std::uint32_t value) {
 
 RecordPool::RecordPool(const Facts &table, std::uint32_t records, Spread spread)
     : table_(table), spread_(spread) {
+    const auto in_a_key = [&](std::size_t at) {
+        return std::ranges::any_of(table.keys, [at](const Key &key) {
+            return std::ranges::any_of(key.members, [at](const Field &member) {
+                return at - member.stored_offset < member.width;
+            });
+        });
+    };
+    while (in_a_key(version_at_))
+        ++version_at_;
     const Key &key = table.keys[0];
     const auto combinations = [&](std::uint64_t values) {
         std::uint64_t product = 1;
@@ -77,6 +86,7 @@ Bytes RecordPool::make(std::uint32_t number, std::uint32_t version) const {
         const std::uint64_t bytes = contents();
         std::memcpy(stored.data() + at, &bytes, std::min<std::size_t>(8, stored.size() - at));
     }
+    stored.at(version_at_) = static_cast<std::uint8_t>(version);
     Mixer values(~(std::uint64_t{number} << 8 | version / 2));
     for (const Key &key : table_.keys)
         for (const Field &member : key.members) {
@@ -99,17 +109,15 @@ std::optional<std::uint32_t> RecordPool::number(const Bytes &stored) const {
 }
 
 bool RecordPool::is_whole(std::uint32_t number, const Bytes &stored) const {
-    for (std::uint32_t version = 0; version < versions; ++version)
-        if (make(number, version) == stored)
-            return true;
-    return false;
+    const std::uint32_t version = stored[version_at_];
+    return version < versions && make(number, version) == stored;
 }
 
 Bytes RecordPool::key_value(const Key &key, const Bytes &stored) {
-    Bytes value;
+    Bytes value(key.length);
+    auto at = value.begin();
     for (const Field &member : key.members)
-        value.insert(value.end(), stored.begin() + member.stored_offset,
-                     stored.begin() + member.stored_offset + member.width);
+        at = std::copy_n(stored.begin() + member.stored_offset, member.width, at);
     return value;
 }
 

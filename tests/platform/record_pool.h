@@ -4,12 +4,22 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <optional>
+#include <string_view>
+#include <unordered_map>
 
 #include "tests/support/facts.h"
 
 namespace l2vpn::test {
+
+struct HashOfBytes {
+    std::size_t operator()(const Bytes &bytes) const {
+        return std::hash<std::string_view>{}(
+            {reinterpret_cast<const char *>(bytes.data()), bytes.size()});
+    }
+};
+template <class Value>
+using ByBytes = std::unordered_map<Bytes, Value, HashOfBytes>;
 
 class RecordPool {
 public:
@@ -41,7 +51,8 @@ private:
     const Facts &table_;
     const Spread spread_;
     std::vector<Bytes> primary_;
-    std::map<Bytes, std::uint32_t> numbers_;
+    ByBytes<std::uint32_t> numbers_;
+    std::size_t version_at_ = 0; ///< a byte that is in no key
 };
 
 } // namespace l2vpn::test
