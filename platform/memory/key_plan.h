@@ -49,9 +49,9 @@ private:
 };
 
 /// Multiplies to 128 bits and folds, so that every input bit reaches every output bit.
-inline Word mix(Word a, Word b) {
+inline Word mix(Word value) {
     __extension__ using Wide = unsigned __int128;
-    const Wide product = Wide{a} * b;
+    const Wide product = Wide{value} * 0xD1B54A32D192ED03;
     return static_cast<Word>(product) ^ static_cast<Word>(product >> 64);
 }
 
@@ -77,8 +77,10 @@ struct KeyPlan {
     }
 
 private:
+    // The two words are not multiplied by one another: a word that makes a factor 0 or all ones
+    // would give all keys with it one hash.
     static Word add(Word hash, Piece piece) {
-        return mix(hash ^ piece.first, 0xD1B54A32D192ED03 ^ piece.last);
+        return mix(hash ^ piece.first ^ std::rotl(piece.last * 0x8CB92BA72F3D8DD7, 32));
     }
 
     // Not inline: most searches would lose by it.
