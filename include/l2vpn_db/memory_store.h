@@ -6,7 +6,7 @@
  * that it uses.
  *
  * The store keeps the records of a table until the process ends. It finds the table by the
- * descriptor's name; descriptors with one name share one table.
+ * descriptor's name, which must not be written over; descriptors with one name share one table.
  *
  * Records
  *  1. A table holds at most one record with a given primary key. Write inserts it, or replaces the
