@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: MIT
-"""Checks the built library as a file: what it exports, imports, needs and runs at load time.
+"""Checks the built libraries and the demo as files: what they export, import, need and run at load
+time, and how they are hardened.
 
 All names are computed here from the tables (headers), the keys and their widths (tests/expected,
 or the catalog for a table that is not listed there); nothing is taken from the generator.
@@ -22,7 +23,11 @@ STORE = {"DAL_VELD_" + name for name in (
 HELPERS = {"ZAV_AtomicAdd", "memcpy_s", "sprintf_s"}
 LIBC = {"pthread_mutex_lock", "pthread_mutex_unlock"}
 SPIN_LOCK = {"pthread_spin_init", "pthread_spin_lock", "pthread_spin_unlock"}
-HARDENING = {"__stack_chk_fail"}
+# The embedded platform may do without some of them, but may not have others.
+PLATFORM_LIBC = LIBC | {
+    "__libc_single_threaded", "__vsnprintf_chk", "aligned_alloc", "free", "madvise", "malloc",
+    "memcmp", "memcpy", "memset", "strchr", "strlen"}
+PLATFORM_LIBSTDCXX = {"__cxa_thread_atexit", "_ZSt20__throw_system_errori"}
 MODULE = {"L2VPN_DB_ModuleIntf", "L2VPN_DB_MemIntfReg", "L2VPN_DB_LogIntfReg",
           "g_l2vpnDbModuleIntf"}
 DB_FUNCTIONS = (
@@ -124,49 +129,140 @@ def table_from_catalog(name):
                  "svc_fields_split" in entry.get("quirks", ()))
 
 
-def readelf(*arguments):
-    return subprocess.run([options.readelf, "--wide", *arguments, options.library], check=True,
-                          capture_output=True, text=True, env={"LC_ALL": "C"}).stdout
+def all_tables(listed):
+    headers = {path.stem for path in options.include.glob("l2vpn_db/l2vpn_*.h")}
+    return [listed.get(name) or table_from_catalog(name) for name in sorted(headers - {"l2vpn_db"})]
+
+
+def platform_interface(tables):
+    """What a platform provides, and the library imports from it."""
+    return (STORE | HELPERS).union(*(table.imports() for table in tables))
 
 
 class Symbol:
     def __init__(self, columns):
+        self.address = int(columns[1], 16)
         self.size = int(columns[2], 0)
         self.type = columns[3]
         self.binding = columns[4]
         self.section = columns[6]
 
 
-def dynamic_symbols():
-    symbols = {}
-    for line in readelf("--dyn-syms").splitlines():
-        columns = line.split()
-        if len(columns) >= 8 and re.fullmatch(r"\d+:", columns[0]):
-            symbols[columns[7].split("@")[0]] = Symbol(columns)
-    # Local entries (sections, on ARM) are neither exports nor imports.
-    return {name: symbol for name, symbol in symbols.items() if symbol.binding != "LOCAL"}
+class ElfFile:
+    def __init__(self, path):
+        self.path = path
+        symbols = self.dynamic_symbols()
+        self.exports = {name: symbol for name, symbol in symbols.items()
+                        if symbol.section != "UND"}
+        self.imports = {name for name, symbol in symbols.items() if symbol.section == "UND"}
+        self.dynamic = self.readelf("--dynamic")
+        self.header = self.readelf("--file-header")
+        self.arm = re.search(r"Machine:\s+(.*)", self.header)[1] == "AArch64"
+        # Type and rights of each segment.
+        self.segments = re.findall(r"^ +([A-Z_]+) +(?:0x\w+ +){5}([RWE ]{3})",
+                                   self.readelf("--segments"), re.MULTILINE)
 
+    def run(self, tool, *arguments):
+        return subprocess.run([tool, "--wide", *arguments, self.path], check=True,
+                              capture_output=True, text=True, env={"LC_ALL": "C"}).stdout
 
-class SharedObject(unittest.TestCase):
-    maxDiff = None
+    def readelf(self, *arguments):
+        return self.run(options.readelf, *arguments)
 
-    @classmethod
-    def setUpClass(cls):
-        headers = {path.stem for path in options.include.glob("l2vpn_db/l2vpn_*.h")}
-        cls.listed = listed_tables()
-        cls.tables = [cls.listed.get(name) or table_from_catalog(name)
-                      for name in sorted(headers - {"l2vpn_db"})]
-        cls.typed = [table for table in cls.tables if table.typed]
-        symbols = dynamic_symbols()
-        cls.exports = {name: symbol for name, symbol in symbols.items()
-                       if symbol.section != "UND"}
-        cls.imports = {name: symbol for name, symbol in symbols.items()
-                       if symbol.section == "UND"}
-        cls.dynamic = readelf("--dynamic")
-        cls.machine = re.search(r"Machine:\s+(.*)", readelf("--file-header"))[1]
+    def dynamic_symbols(self):
+        symbols = {}
+        for line in self.readelf("--dyn-syms").splitlines():
+            columns = line.split()
+            if len(columns) >= 8 and re.fullmatch(r"\d+:", columns[0]):
+                symbols[columns[7].split("@")[0]] = Symbol(columns)
+        # Local entries (sections, on ARM) are neither exports nor imports.
+        return {name: symbol for name, symbol in symbols.items() if symbol.binding != "LOCAL"}
 
     def entries(self, tag):
         return re.findall(rf"\({tag}\)\s+(.*)", self.dynamic)
+
+    def names(self, tag):
+        return [re.search(r"\[(.*)\]", entry)[1] for entry in self.entries(tag)]
+
+    def instructions(self):
+        """The instruction at each address."""
+        text = self.run(options.objdump, "--disassemble", "--no-show-raw-insn")
+        return {int(address, 16): instruction.strip() for address, instruction
+                in re.findall(r"^ +([0-9a-f]+):\t(.*)", text, re.MULTILINE)}
+
+    def stack_protector(self):
+        return {"__stack_chk_fail"} | ({"__stack_chk_guard"} if self.arm else set())
+
+    def libc(self):
+        return {"libc.so.6"} | ({"ld-linux-aarch64.so.1"} if self.arm else set())
+
+
+class Hardened:
+    """What holds for every file."""
+
+    maxDiff = None
+
+    def test_has_no_text_relocations_and_no_search_path(self):
+        for tag in self.forbidden:
+            self.assertEqual(self.file.entries(tag), [], tag)
+        self.assertNotIn("TEXTREL", " ".join(self.file.entries("FLAGS")))
+
+    def test_is_bound_at_load_and_read_only_from_then_on(self):
+        self.assertIn(("GNU_RELRO", "R  "), self.file.segments)
+        self.assertIn("BIND_NOW", " ".join(self.file.entries("FLAGS")))
+        self.assertIn("NOW", " ".join(self.file.entries("FLAGS_1")))
+
+    def test_nothing_is_both_writable_and_executable(self):
+        self.assertIn(("GNU_STACK", "RW "), self.file.segments)
+        self.assertIn(("LOAD", "R E"), self.file.segments)
+        for kind, rights in self.file.segments:
+            self.assertFalse("W" in rights and "E" in rights, kind)
+
+    def test_has_a_stack_protector(self):
+        self.assertLessEqual(self.file.stack_protector(), self.file.imports)
+
+    def test_runs_at_any_address(self):
+        self.assertRegex(self.file.header, r"Type:\s+DYN ")
+
+
+class HardenedLibrary(Hardened):
+    """What holds for both libraries."""
+
+    forbidden = ("TEXTREL", "RPATH", "RUNPATH")
+
+    def test_runs_nothing_at_load_or_unload(self):
+        for tag in ("INIT", "FINI", "INIT_ARRAY", "FINI_ARRAY", "PREINIT_ARRAY"):
+            self.assertEqual(self.file.entries(tag), [], tag)
+        sections = re.findall(r"\[ *\d+\] (\S+)", self.file.readelf("--sections"))
+        for section in (".init", ".fini", ".init_array", ".fini_array", ".ctors", ".dtors"):
+            self.assertNotIn(section, sections)
+        self.assertIn(".text", sections)
+        symbols = re.findall(r"(\S+)$", self.file.readelf("--syms"), re.MULTILINE)
+        self.assertNotIn("_init", symbols)
+        self.assertNotIn("_fini", symbols)
+
+    def test_says_that_branch_targets_are_marked_and_returns_are_checked(self):
+        said = re.search(r"feature: (.*)", self.file.readelf("--notes"))
+        self.assertIsNotNone(said)
+        self.assertEqual(said[1].split(", "),
+                         ["BTI", "PAC"] if self.file.arm else ["IBT", "SHSTK"])
+
+    def test_functions_begin_with_a_mark(self):
+        marks = ("bti\tc", "paciasp") if self.file.arm else ("endbr64",)
+        instructions = self.file.instructions()
+        for name, symbol in self.file.exports.items():
+            if symbol.type == "FUNC":
+                self.assertIn(instructions[symbol.address], marks, name)
+
+
+class Library(HardenedLibrary, unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.listed = listed_tables()
+        cls.tables = all_tables(cls.listed)
+        cls.typed = [table for table in cls.tables if table.typed]
+        cls.file = ElfFile(options.library)
+        cls.exports = cls.file.exports
 
     def test_every_listed_table_has_a_header(self):
         self.assertLessEqual(set(self.listed), {table.name for table in self.tables})
@@ -183,53 +279,21 @@ class SharedObject(unittest.TestCase):
             self.assertEqual((symbol.type, symbol.binding), (kind, "GLOBAL"), name)
 
     def test_imports_exactly_the_platform(self):
-        platform = STORE | HELPERS
-        platform = platform.union(*(table.imports() for table in self.typed))
-        libc = LIBC | (SPIN_LOCK if self.machine == "AArch64" else set())
-        imports = set(self.imports)
-        self.assertLessEqual(platform | libc, imports)
-        self.assertLessEqual(imports - platform - libc, HARDENING)
+        libc = LIBC | self.file.stack_protector() | (SPIN_LOCK if self.file.arm else set())
+        self.assertEqual(sorted(self.file.imports), sorted(platform_interface(self.tables) | libc))
 
     def test_needs_libc_only(self):
-        needed = {re.search(r"\[(.*)\]", entry)[1] for entry in self.entries("NEEDED")}
-        allowed = {"libc.so.6"}
-        if self.machine == "AArch64":
-            allowed.add("ld-linux-aarch64.so.1")
-        self.assertIn("libc.so.6", needed)
-        self.assertLessEqual(needed, allowed)
+        self.assertEqual(set(self.file.names("NEEDED")), self.file.libc())
 
     def test_soname(self):
-        self.assertEqual([re.search(r"\[(.*)\]", entry)[1] for entry in self.entries("SONAME")],
-                         ["libl2vpn_db.so.0"])
-
-    def test_runs_nothing_at_load_or_unload(self):
-        for tag in ("INIT", "FINI", "INIT_ARRAY", "FINI_ARRAY", "PREINIT_ARRAY"):
-            self.assertEqual(self.entries(tag), [], tag)
-        sections = re.findall(r"\[ *\d+\] (\S+)", readelf("--sections"))
-        for section in (".init", ".fini", ".init_array", ".fini_array", ".ctors", ".dtors"):
-            self.assertNotIn(section, sections)
-        self.assertIn(".text", sections)
-        symbols = re.findall(r"(\S+)$", readelf("--syms"), re.MULTILINE)
-        self.assertNotIn("_init", symbols)
-        self.assertNotIn("_fini", symbols)
-
-    def test_has_no_text_relocations_and_no_search_path(self):
-        for tag in ("TEXTREL", "RPATH", "RUNPATH"):
-            self.assertEqual(self.entries(tag), [], tag)
-        flags = " ".join(self.entries("FLAGS"))
-        self.assertNotIn("TEXTREL", flags)
+        self.assertEqual(self.file.names("SONAME"), ["libl2vpn_db.so.0"])
 
     def test_is_not_bound_to_its_own_symbols(self):
-        flags = " ".join(self.entries("FLAGS") + self.entries("FLAGS_1"))
+        flags = " ".join(self.file.entries("FLAGS") + self.file.entries("FLAGS_1"))
         self.assertNotIn("SYMBOLIC", flags)
-        self.assertEqual(self.entries("SYMBOLIC"), [])
-        for line in readelf("--dyn-syms").splitlines():
+        self.assertEqual(self.file.entries("SYMBOLIC"), [])
+        for line in self.file.readelf("--dyn-syms").splitlines():
             self.assertNotIn("PROTECTED", line)
-
-    def test_stack_is_not_executable(self):
-        stack = re.search(r"GNU_STACK\s.*", readelf("--segments"))
-        self.assertIsNotNone(stack)
-        self.assertNotIn("E", stack[0].split()[-2])
 
     def test_objects_have_their_sizes(self):
         self.assertEqual(self.exports["g_l2vpnDbModuleIntf"].size, 24)
@@ -241,7 +305,7 @@ class SharedObject(unittest.TestCase):
 
     def test_objects_are_writable_and_blocks_zero_filled(self):
         sections = {}
-        for line in readelf("--sections").splitlines():
+        for line in self.file.readelf("--sections").splitlines():
             match = re.match(r"\s+\[ *(\d+)\] (\S+)\s+(\S+)\s+(.*)", line)
             if match:
                 flags = match[4].split()[4]
@@ -255,10 +319,45 @@ class SharedObject(unittest.TestCase):
         self.assertEqual(sections[self.exports["g_l2vpnDbModuleIntf"].section][1], "NOBITS")
 
 
+class EmbeddedPlatform(HardenedLibrary, unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.file = ElfFile(options.platform)
+
+    def test_exports_exactly_what_the_library_imports(self):
+        self.assertEqual(sorted(self.file.exports),
+                         sorted(platform_interface(all_tables(listed_tables()))))
+        for name, symbol in self.file.exports.items():
+            self.assertEqual((symbol.type, symbol.binding), ("FUNC", "GLOBAL"), name)
+
+    def test_imports_nothing_unexpected(self):
+        self.assertLessEqual(
+            self.file.imports, PLATFORM_LIBC | PLATFORM_LIBSTDCXX | self.file.stack_protector())
+
+    def test_prints_with_a_checked_function(self):
+        self.assertIn("__vsnprintf_chk", self.file.imports)
+
+    def test_needs_the_run_time_libraries_only(self):
+        self.assertEqual(set(self.file.names("NEEDED")), self.file.libc() | {"libstdc++.so.6"})
+
+    def test_soname(self):
+        self.assertEqual(self.file.names("SONAME"), ["libl2vpn_platform.so.0"])
+
+
+class Demo(Hardened, unittest.TestCase):
+    forbidden = ("TEXTREL",) # it finds the libraries where they were built
+
+    @classmethod
+    def setUpClass(cls):
+        cls.file = ElfFile(options.demo)
+
+
 if __name__ == "__main__":
     parser = argparse.ArgumentParser()
-    parser.add_argument("--library", required=True)
-    parser.add_argument("--readelf", required=True)
+    for file in ("library", "platform", "demo"):
+        parser.add_argument("--" + file, required=True)
+    for tool in ("readelf", "objdump"):
+        parser.add_argument("--" + tool, required=True)
     for folder in ("include", "catalog", "expected"):
         parser.add_argument("--" + folder, type=pathlib.Path, required=True)
     _, rest = parser.parse_known_args(namespace=options)

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/table_test.h"
 
+#include <pthread.h>
+
 #include <algorithm>
+#include <cerrno>
 
 namespace l2vpn::test {
 namespace {
@@ -67,6 +70,28 @@ TEST_P(ControlBlockLayout, OperationsOtherThanTheFastIteratorLeaveItAlone) {
     EXPECT_EQ(Bytes(block().bytes, block().bytes + table.control_block_size),
               Bytes(table.control_block_size));
 }
+
+#ifdef __aarch64__
+
+// The block is laid out for this processor's locks, and relies on what zeros mean to them.
+
+TEST_P(ControlBlockLayout, SpinLockIsThePosixOneWhichIsUnlockedWhenZero) {
+    static_assert(sizeof(pthread_spinlock_t) == 4);
+    auto *const lock = reinterpret_cast<pthread_spinlock_t *>(block().spin_lock());
+    EXPECT_EQ(pthread_spin_trylock(lock), 0);
+    EXPECT_EQ(pthread_spin_trylock(lock), EBUSY);
+    EXPECT_EQ(pthread_spin_unlock(lock), 0);
+    EXPECT_EQ(load<std::uint32_t>(block().spin_lock()), 0U);
+}
+
+TEST_P(ControlBlockLayout, MutexFillsItsSlotAndIsTheDefaultOneWhenZero) {
+    static_assert(sizeof(pthread_mutex_t) == 48);
+    const pthread_mutex_t initial = PTHREAD_MUTEX_INITIALIZER;
+    EXPECT_EQ(std::memcmp(block().mutex(), &initial, sizeof initial), 0);
+    EXPECT_EQ(block().mutex() + sizeof initial, block().counter(0));
+}
+
+#endif
 
 L2VPN_TEST_TYPED_TABLES(ControlBlockLayout, any_table);
 

@@ -28,8 +28,8 @@ std::string gap_list(const Facts &table) {
         while (last + 1 < bytes.size() && bytes[last + 1] == bytes[last] + 1) {
             ++last;
         }
-        text += (text.empty() ? "" : ",") + std::to_string(bytes[i]) + "-" +
-                std::to_string(bytes[last]);
+        text += text.empty() ? "" : ",";
+        text += std::to_string(bytes[i]) + "-" + std::to_string(bytes[last]);
         i = last + 1;
     }
     return text.empty() ? "-" : text;
@@ -83,11 +83,12 @@ TEST(ExpectedFiles, AgreeOnConversions) {
         std::string arrays;
         for (const Field &field : table.fields) {
             if (field.elements == 2) {
-                arrays += (arrays.empty() ? "" : ",") + field.name + ":2x" +
-                          std::to_string(field.width / 2) + (field.width > 2 ? "*" : "");
+                arrays += arrays.empty() ? "" : ",";
+                arrays += field.name + ":2x" + std::to_string(field.width / 2) +
+                          (field.width > 2 ? "*" : "");
             } else if (field.elements != 1) {
-                strings +=
-                    (strings.empty() ? "" : ",") + field.name + ":" + std::to_string(field.width);
+                strings += strings.empty() ? "" : ",";
+                strings += field.name + ":" + std::to_string(field.width);
             }
         }
         EXPECT_EQ(strings.empty() ? "-" : strings, row.at("byte_strings"));

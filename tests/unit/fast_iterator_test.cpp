@@ -254,17 +254,8 @@ TEST_P(FastIteratorNullTest, NullRecordIsRefusedWithoutTakingTheLock) {
 
 L2VPN_TEST_TYPED_TABLES(FastIteratorNullTest, has_null_tests);
 
-// A fault would end the emulator and not only the program in it.
-#ifndef L2VPN_TEST_EMULATED
-
 /// What a table without null tests does with a null record where nothing catches it.
-class MissingNullTestDeathTest : public TypedTableTest {
-protected:
-    void SetUp() override {
-        TypedTableTest::SetUp();
-        GTEST_FLAG_SET(death_test_style, "threadsafe");
-    }
-};
+class MissingNullTestDeathTest : public TypedTableTest {};
 
 TEST_P(MissingNullTestDeathTest, CreateFastPriIterFaultsWhileTheSlotIsFree) {
     EXPECT_DEATH(table.create_fast_pri_iter(nullptr), "");
@@ -283,8 +274,6 @@ TEST_P(MissingNullTestDeathTest, SetterFaultsWithoutRecord) {
 }
 
 L2VPN_TEST_TYPED_TABLES(MissingNullTestDeathTest, lacks_null_tests);
-
-#endif
 
 } // namespace
 } // namespace l2vpn::test
