@@ -4,18 +4,21 @@ Derives from the catalog everything that must be spelled out.
 
   python3 generator headers [--root DIR]          writes include/l2vpn_db/l2vpn_<table>.h
   python3 generator sources OUTPUT [--root DIR]   writes the sources that are built, not committed
-  python3 generator check [--new-ok] [--root DIR] compares the committed headers with the catalog
+  python3 generator check [--new-ok] [--root DIR] compares the catalog with what has been released
+                                                  and with the committed headers
+  python3 generator release [--root DIR]          writes schema/released/<VERSION>.toml
 
-Exit codes: 0 fine, 1 the catalog is wrong or the headers differ, 2 wrong usage.
+Exit codes: 0 fine, 1 the catalog is wrong or something differs, 2 wrong usage.
 """
 
 import argparse
 import sys
-import tomllib
 from pathlib import Path
 
 import catalog
+import glossary
 import headers
+import history
 import sources
 
 
@@ -28,11 +31,10 @@ def write(path: Path, text: str) -> bool:
     return True
 
 
-def make_headers(tables: list, root: Path) -> dict:
-    with open(root / "schema/glossary.toml", "rb") as file:
-        glossary = headers.Glossary(tomllib.load(file))
+def make_headers(tables: list, root: Path, errors: list) -> dict:
+    words = glossary.load(root, tables, errors)
     folder = root / "include/l2vpn_db"
-    return {folder / f"{table.name}.h": headers.header(table, glossary) for table in tables}
+    return {folder / f"{table.name}.h": headers.header(table, words) for table in tables}
 
 
 def left_over(wanted: dict, root: Path) -> list:
@@ -41,19 +43,21 @@ def left_over(wanted: dict, root: Path) -> list:
     return sorted(present - set(wanted))
 
 
-def write_headers(tables: list, root: Path) -> int:
-    wanted = make_headers(tables, root)
+def write_headers(tables: list, root: Path, errors: list) -> None:
+    wanted = make_headers(tables, root, errors)
+    if errors:
+        return
     for path, text in wanted.items():
         if write(path, text):
             print(f"wrote {path.relative_to(root)}")
     for path in left_over(wanted, root):
         path.unlink()
         print(f"removed {path.relative_to(root)}: no catalog file")
-    return 0
 
 
-def check_headers(tables: list, root: Path, new_ok: bool) -> int:
-    wanted, failed = make_headers(tables, root), False
+def check(tables: list, root: Path, new_ok: bool, errors: list) -> None:
+    history.check(tables, history.load(root, errors), errors)
+    wanted = make_headers(tables, root, errors)
     for path, text in wanted.items():
         shown = path.relative_to(root)
         if not path.exists():
@@ -64,17 +68,21 @@ def check_headers(tables: list, root: Path, new_ok: bool) -> int:
             problem = "found other text than expected"
         else:
             continue
-        failed = True
-        print(f"{shown}:1: {problem} from schema/catalog/{path.stem}.toml: run ./dev generate, "
-              "review the difference and commit it", file=sys.stderr)
+        errors.append(f"{shown}:1: {problem} from schema/catalog/{path.stem}.toml: run ./dev generate, "
+                      "review the difference and commit it")
     for path in left_over(wanted, root):
-        failed = True
-        print(f"{path.relative_to(root)}:1: found a header, expected none without "
-              f"schema/catalog/{path.stem}.toml: run ./dev generate", file=sys.stderr)
-    return 1 if failed else 0
+        errors.append(f"{path.relative_to(root)}:1: found a header, expected none without "
+                      f"schema/catalog/{path.stem}.toml: run ./dev generate")
 
 
-def write_sources(tables: list, output: Path) -> int:
+def release(tables: list, root: Path, errors: list) -> None:
+    releases = history.load(root, errors)
+    history.check(tables, releases, errors)
+    if not errors:
+        history.record(tables, releases, root, errors)
+
+
+def write_sources(tables: list, output: Path) -> None:
     texts = {
         "schemas.cpp": sources.schemas(tables),
         "interface_rows.cpp": sources.interface_rows(tables),
@@ -93,10 +101,9 @@ def write_sources(tables: list, output: Path) -> int:
         for path in (output / folder).iterdir():
             if f"{folder}/{path.name}" not in texts:
                 path.unlink()
-    return 0
 
 
-def main() -> int:
+def main(arguments: list) -> int:
     root_option = argparse.ArgumentParser(add_help=False)
     root_option.add_argument("--root", type=Path, default=Path(__file__).resolve().parent.parent)
     parser = argparse.ArgumentParser(prog="generator", description="Derives code from the catalog.")
@@ -104,19 +111,25 @@ def main() -> int:
     commands.add_parser("headers", parents=[root_option])
     commands.add_parser("sources", parents=[root_option]).add_argument("output", type=Path)
     commands.add_parser("check", parents=[root_option]).add_argument("--new-ok", action="store_true")
-    options = parser.parse_args()
+    commands.add_parser("release", parents=[root_option])
+    options = parser.parse_args(arguments)
     root = options.root.resolve()
 
-    tables, errors = catalog.load(root / "schema/catalog", root)
+    errors = []
+    tables = catalog.load(root, errors)
+    if not errors:
+        if options.command == "headers":
+            write_headers(tables, root, errors)
+        elif options.command == "check":
+            check(tables, root, options.new_ok, errors)
+        elif options.command == "release":
+            release(tables, root, errors)
+        else:
+            write_sources(tables, options.output)
     if errors:
         print("\n".join(errors), file=sys.stderr)
-        return 1
-    if options.command == "headers":
-        return write_headers(tables, root)
-    if options.command == "check":
-        return check_headers(tables, root, options.new_ok)
-    return write_sources(tables, options.output)
+    return 1 if errors else 0
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(main(sys.argv[1:]))

@@ -5,6 +5,7 @@ number that is interface is an error with a line and not a silent change of layo
 """
 
 import difflib
+import json
 import re
 import tomllib
 from dataclasses import dataclass, field
@@ -87,13 +88,16 @@ class Key:
 class Table:
     name: str
     path: Path
+    shown: str  # the path as messages show it
     about: str = ""
+    version: int = 1
     typed: bool = False
     record_size: int = 0
     stored_size: int = 0
     quirks: list = field(default_factory=list)
     fields: list = field(default_factory=list)
     keys: list = field(default_factory=list)
+    lines: dict = field(default_factory=dict)  # of the catalog file's entries
 
     @property
     def camel(self) -> str:
@@ -124,8 +128,32 @@ class Table:
             gaps.append((end, self.record_size - 1))
         return gaps
 
+    @property
+    def schema_hash(self) -> int:
+        """What l2vpn_schema_hash (l2vpn_db.h) makes of the table's schema descriptor."""
+        def text(word: str) -> bytes:
+            return word.encode("ascii") + b"\0"
+
+        def word(value: int) -> bytes:
+            return value.to_bytes(8, "little")
+
+        data = text(self.name) + word(self.record_size << 32 | len(self.keys) << 16 | len(self.fields))
+        for item in self.fields:
+            data += text(item.name) + word(item.offset << 32 | item.width << 16 | item.id)
+        for key in self.keys:
+            data += text(key.name) + word(key.index) + word(len(key.members))
+            data += b"".join(text(item.name) for item in key.members)
+        value = 0xCBF29CE484222325
+        for byte in data:
+            value = (value ^ byte) * 0x100000001B3 % 2**64
+        return value
+
     def field_named(self, name: str):
         return next((item for item in self.fields if item.name == name), None)
+
+    def line(self, *where) -> int:
+        """Of an entry, or of row i of an entry's list."""
+        return self.lines.get(where if len(where) > 1 else where[0], 1)
 
 
 def align_up(value: int, alignment: int) -> int:
@@ -136,7 +164,7 @@ def describe(value) -> str:
     """A value as the catalog's author wrote it, or nearly."""
     if isinstance(value, bool):
         return str(value).lower()
-    return f'"{value}"' if isinstance(value, str) else str(value)
+    return json.dumps(value, ensure_ascii=False) if isinstance(value, str) else str(value)
 
 
 def nearest(word: str, known) -> str:
@@ -166,21 +194,50 @@ def parse_type(text: str):
     return None
 
 
-class Reader:
-    """Reads one catalog file and collects what is wrong with it."""
+def read_toml(path: Path, refuse):
+    """The entries of a TOML file and their lines, or None after refusing the file."""
+    try:
+        text = path.read_bytes().decode("utf-8").replace("\r\n", "\n")
+        return tomllib.loads(text), toml_lines.locate(text)
+    except OSError as error:
+        refuse(1, "file", describe(error.strerror), "a file that can be read")
+    except UnicodeDecodeError as error:
+        refuse(1, "encoding", str(error), "UTF-8")
+    except tomllib.TOMLDecodeError as error:
+        match = re.fullmatch(r"(.*) \(at (?:line (\d+), column \d+|end of document)\)", str(error))
+        line = int(match[2]) if match and match[2] else text.count("\n") + 1
+        refuse(line, "syntax", match[1] if match else str(error), "valid TOML")
+    return None
 
-    ENTRIES = ("about", "access", "record_size", "stored_size", "quirks", "fields", "keys")
 
-    def __init__(self, path: Path, shown: str, errors: list):
-        self.path, self.shown, self.errors = path, shown, errors
-        self.lines = {}
-        self.table = Table(path.stem, path)
+class Refusals:
+    """Collects what is wrong with one file."""
+
+    def __init__(self, shown: str, errors: list):
+        self.shown, self.errors = shown, errors
 
     def refuse(self, line: int, what: str, found, expected: str) -> None:
         self.errors.append(f"{self.shown}:{line}: {what}: found {found}, expected {expected}")
 
+
+class Reader(Refusals):
+    """Reads one catalog file."""
+
+    ENTRIES = ("about", "version", "access", "record_size", "stored_size", "quirks", "fields", "keys")
+
+    def __init__(self, path: Path, root: Path, errors: list):
+        super().__init__(str(path.relative_to(root)), errors)
+        self.table = Table(path.stem, path, self.shown)
+        self.line = self.table.line
+        # Whether every row of "fields" could be read; what follows from a wrong one is not reported.
+        self.fields_known = False
+
     def read(self) -> Table:
         table = self.table
+        document = read_toml(table.path, self.refuse)
+        if document is None:
+            return table
+        entries, table.lines = document
         if not re.fullmatch(r"l2vpn(_[a-z0-9]+)+", table.name):
             self.refuse(1, "table name", describe(table.name),
                         'the file to be named l2vpn_<words in lower snake case>.toml')
@@ -188,18 +245,6 @@ class Reader:
             # L2vpnDb..., L2vpnDal... and L2vpnAst... are the shared header's, and so is its file.
             self.refuse(1, "table name", describe(table.name),
                         "a name that does not begin with l2vpn_db, l2vpn_dal or l2vpn_ast")
-        try:
-            text = self.path.read_bytes().decode("utf-8").replace("\r\n", "\n")
-            entries = tomllib.loads(text)
-        except UnicodeDecodeError as error:
-            self.refuse(1, "encoding", str(error), "UTF-8")
-            return table
-        except tomllib.TOMLDecodeError as error:
-            match = re.fullmatch(r"(.*) \(at (?:line (\d+), column \d+|end of document)\)", str(error))
-            line = int(match[2]) if match and match[2] else text.count("\n") + 1
-            self.refuse(line, "syntax", match[1] if match else str(error), "valid TOML")
-            return table
-        self.lines = toml_lines.locate(text)
         self.check_entries(entries)
         self.read_fields(entries.get("fields"))
         self.read_keys(entries.get("keys"))
@@ -207,12 +252,11 @@ class Reader:
         self.check_sizes(entries)
         return table
 
-    def line(self, *where) -> int:
-        return self.lines.get(where if len(where) > 1 else where[0], 1)
-
     def check_entries(self, entries: dict) -> None:
         table = self.table
-        table.typed = entries.get("access") == "typed"
+        access = entries.get("access")
+        # After a wrong access, what the other entries suggest is not wrong too.
+        table.typed = access == "typed" or access != "format" and "stored_size" in entries
         for name in entries:
             if name not in self.ENTRIES:
                 self.refuse(self.line(name), "unknown entry", describe(name),
@@ -226,9 +270,13 @@ class Reader:
         for name in wanted:
             if name not in entries:
                 self.refuse(1, f"entry {name}", "none", f"an entry {name} = ...")
-        if "access" in entries and entries["access"] not in ("typed", "format"):
-            self.refuse(self.line("access"), "access", describe(entries["access"]),
-                        '"typed" or "format"')
+        if "access" in entries and access not in ("typed", "format"):
+            self.refuse(self.line("access"), "access", describe(access), '"typed" or "format"')
+        version = entries.get("version", 1)
+        if not is_integer(version) or not 0 < version < 0x10000:
+            self.refuse(self.line("version"), "version", describe(version), "a number from 1 to 65535")
+        else:
+            table.version = version
         about = entries.get("about", "-")
         if not isinstance(about, str) or not about.strip() or not about.isprintable() \
                 or "/*" in about or "*/" in about:
@@ -238,7 +286,7 @@ class Reader:
 
     def check_sizes(self, entries: dict) -> None:
         table = self.table
-        if not table.fields or not all(item.kind for item in table.fields):
+        if not self.fields_known:
             return
         last = table.fields[-1]
         sizes = {
@@ -261,6 +309,7 @@ class Reader:
         # is wrong and that everything behind it is shifted: one slip is one message.
         next_ids, ends, stored = [0], [0], 0
         seen = {}
+        self.fields_known = True
         for number, row in enumerate(rows):
             line = self.line("fields", number)
             if (not isinstance(row, list) or len(row) not in (4, 5)
@@ -268,13 +317,12 @@ class Reader:
                     or not isinstance(row[2], str) or not isinstance(row[3], str)):
                 self.refuse(line, f"field row {number}", describe(row),
                             '[id, offset, "type", "name"] or [id, offset, "type", "name", "print"]')
+                next_ids, ends, self.fields_known = [], [], False
                 continue
             item = Field(*row[:4], len(row) == 5, line)
             what = f'field "{item.name}"'
             self.check_field_name(item, what, seen)
-            if item.printed and row[4] != "print":
-                self.refuse(line, what, describe(row[4]), '"print" or nothing after the name')
-            if item.id not in next_ids:
+            if item.id not in (next_ids or [item.id]):
                 self.refuse(line, f"{what}, id", item.id,
                             f"{next_ids[0]} (ids count up from 0; a service array takes two)")
             item.stored_offset = stored
@@ -286,19 +334,22 @@ class Reader:
                             "one of u8, u16, u32, u64, pair (two bytes), mac, 2xN (two elements of N"
                             " bytes, N > 1), bytesN (N opaque bytes, not 1, 2, 4 or 8)"
                             + nearest(item.type, known))
-                next_ids, ends = [item.id + 1, item.id + 2], []
+                next_ids, ends, self.fields_known = [item.id + 1, item.id + 2], [], False
                 continue
             item.width, item.alignment, item.kind, item.elements = shape
             offsets = [align_up(end, item.alignment) for end in ends] or [item.offset]
             if item.offset not in offsets:
                 self.refuse(line, f"{what}, offset", item.offset, str(offsets[0]))
-            self.check_printable(item, what)
+            if item.printed and row[4] != "print":
+                self.refuse(line, what, describe(row[4]), '"print" or nothing after the name')
+            else:
+                self.check_printable(item, what)
             next_ids = self.readings(item.id, next_ids, item.ids)
             ends = self.readings(item.offset, offsets, item.width)
             stored += item.width
             if ends[-1] > MAX_RECORD:
                 self.refuse(line, what, f"an end at {ends[-1]}", f"records of at most {MAX_RECORD} bytes")
-        if not any(item.printed for item in self.table.fields):
+        if self.fields_known and not any(item.printed for item in self.table.fields):
             self.refuse(self.line("fields"), "fields", "none to be printed", 'at least one with "print"')
         batch = self.table.field_named("batchVersion")
         if batch and self.table.typed and batch.kind and batch.type != "u32":
@@ -307,7 +358,7 @@ class Reader:
     @staticmethod
     def readings(found: int, expected: list, step: int) -> list:
         """What comes after a row: from what was expected, if the row differs, and from what it holds."""
-        return [found + step] if found in expected else [expected[0] + step, found + step]
+        return [found + step] if found in (expected or [found]) else [expected[0] + step, found + step]
 
     def check_field_name(self, item: Field, what: str, seen: dict) -> None:
         if not re.fullmatch(r"[a-z][A-Za-z0-9]*", item.name):
@@ -349,6 +400,8 @@ class Reader:
             members = []
             for name in row[1:]:
                 member = by_name.get(name)
+                if member is None and not self.fields_known:
+                    continue
                 if member is None:
                     self.refuse(line, f"{what}, member", describe(name),
                                 "a field of the table" + nearest(name, by_name))
@@ -391,7 +444,7 @@ class Reader:
                 self.refuse(line, "quirk", f'"{quirk}" twice', "each quirk once")
             elif quirk != "trailing_separator" and not self.table.typed:
                 self.refuse(line, "quirk", describe(quirk), 'it in tables with access = "typed" only')
-        if "svc_fields_split" in quirks and not any(
+        if "svc_fields_split" in quirks and self.fields_known and not any(
                 self.table.field_named(name) for name in SERVICE_FIELDS):
             self.refuse(line, "quirk", '"svc_fields_split" without service fields',
                         "at least one of " + ", ".join(SERVICE_FIELDS))
@@ -427,34 +480,30 @@ def header_names(table: Table) -> list:
     """Types and constants that a table's header declares."""
     macro = table.name.upper()
     types = [table.camel] + ([f"{table.camel}GlbCb"] if table.typed else [])
-    return types + [f"{macro}_FIELD_{item.name}" for item in table.fields] + [
+    return types + [f"{macro}_SCHEMA_VERSION", f"{macro}_SCHEMA_HASH"] + [
+        f"{macro}_FIELD_{item.name}" for item in table.fields] + [
         f"{macro}_KEY_{key.name}" for key in table.keys]
 
 
-def check_exports(tables: list, shown: dict, errors: list) -> None:
+def check_exports(tables: list, errors: list) -> None:
     """Two tables whose names differ only in underscores, for one, would share names in C."""
     owners = {}
     for table in tables:
         for name in (*header_names(table), *exported_functions(table), *exported_objects(table)):
             owner = owners.setdefault(name, table)
             if owner is not table:
-                errors.append(f"{shown[table.name]}:1: table name: found {name}, which "
-                              f"{shown[owner.name]} gives too, expected names of its own")
+                errors.append(f"{table.shown}:1: table name: found {name}, which {owner.shown} gives "
+                              "too, expected names of its own")
                 break
 
 
-def load(folder: Path, root: Path):
-    """All tables in alphabetical order, and the list of what is wrong with them."""
-    errors, tables, shown = [], [], {}
+def load(root: Path, errors: list) -> list:
+    """All tables in alphabetical order."""
+    folder = root / "schema/catalog"
     paths = sorted(folder.glob("*.toml"), key=lambda path: path.stem)
     if not paths:
         errors.append(f"{folder}: found no catalog files, expected one l2vpn_<table>.toml per table")
-    for path in paths:
-        try:
-            shown[path.stem] = str(path.relative_to(root))
-        except ValueError:
-            shown[path.stem] = str(path)
-        tables.append(Reader(path, shown[path.stem], errors).read())
+    tables = [Reader(path, root, errors).read() for path in paths]
     if not errors:
-        check_exports(tables, shown, errors)
-    return tables, errors
+        check_exports(tables, errors)
+    return tables

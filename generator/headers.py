@@ -1,26 +1,13 @@
 # SPDX-License-Identifier: MIT
 """A table's public header: records, constants and functions, spelled out and documented."""
 
-import re
 import textwrap
 
-from catalog import RESERVED_NAME, Field, Key, Table
+from catalog import Field, Key, Table
+from glossary import Glossary
 
 WIDTH = 100
 C_INTEGERS = {1: "uint8_t", 2: "uint16_t", 4: "uint32_t", 8: "uint64_t"}
-
-
-class Glossary:
-    """What field names mean; a name without an entry is explained by its own words."""
-
-    def __init__(self, entries: dict):
-        self.entries = entries
-
-    def __getitem__(self, item: Field) -> str:
-        if RESERVED_NAME.fullmatch(item.name):
-            return "reserved"
-        words = re.sub(r"([a-z0-9])([A-Z])", r"\1 \2", item.name).lower()
-        return self.entries.get(item.name, words)
 
 
 def comment(text: str, indent: str = "") -> str:
@@ -139,6 +126,11 @@ class Header:
         self.enum("FIELD", [(item.name, item.id) for item in table.fields])
         self.add(comment("Key indexes."))
         self.enum("KEY", [(key.name, key.index) for key in table.keys])
+        self.add(comment("Version of the schema, raised when a release appends fields or keys."))
+        self.add(f"#define {self.macro}_SCHEMA_VERSION {table.version}\n\n")
+        self.add(comment(f"Equal to l2vpn_schema_hash(L2VPN_AST_{self.record}Module()) if the library "
+                         "has the schema that is declared here."))
+        self.add(f"#define {self.macro}_SCHEMA_HASH UINT64_C(0x{table.schema_hash:016X})\n\n")
 
     def enum(self, what: str, pairs: list) -> None:
         rows = ",\n".join(f"    {self.macro}_{what}_{name} = {value}" for name, value in pairs)

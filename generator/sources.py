@@ -208,7 +208,8 @@ def record_objects(tables: list) -> str:
             f"constexpr TableLayout layouts[] = {{\n{rows}}};\n\n}} // namespace\n\n"
             "extern constinit const std::span<const TableLayout> table_layouts;\n"
             "constinit const std::span<const TableLayout> table_layouts{layouts};\n\n"
-            f'extern "C" {{\n\n{functions_out}\n}} // extern "C"\n\n}} // namespace l2vpn::platform\n')
+            "} // namespace l2vpn::platform\n\nusing namespace l2vpn::platform;\n\n"
+            f'extern "C" {{\n\n{functions_out}\n}} // extern "C"\n')
 
 
 def test_table_list(tables: list) -> str:
@@ -219,7 +220,8 @@ def test_table_list(tables: list) -> str:
         f'        {{"{t.name}", "{t.camel}", sizeof({t.camel}), L2VPN_AST_{t.camel}Format,\n'
         f"         [](const void *record, char *buffer, uint32_t length, const char *separator) {{\n"
         f"             return L2VPN_AST_{t.camel}FormatTable(static_cast<const {t.camel} *>(record), buffer, "
-        f"length, separator);\n         }},\n         L2VPN_AST_{t.camel}Module}},\n" for t in tables)
+        f"length, separator);\n         }},\n         L2VPN_AST_{t.camel}Module, "
+        f"{t.name.upper()}_SCHEMA_VERSION, {t.name.upper()}_SCHEMA_HASH}},\n" for t in tables)
     return (f'{NOTICE}{includes}#include "tests/support/table_list.h"\n\nnamespace l2vpn::test {{\n\n'
             f"const std::vector<TypedTable> typed_tables = {{\n{typed}}};\n\n"
             f"const std::vector<SchemaTable> schema_tables = {{\n{schema}}};\n\n"

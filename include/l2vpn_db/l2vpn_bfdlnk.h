@@ -47,6 +47,15 @@ enum {
     L2VPN_BFDLNK_KEY_primary_key = 0
 };
 
+/** Version of the schema, raised when a release appends fields or keys. */
+#define L2VPN_BFDLNK_SCHEMA_VERSION 1
+
+/**
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnBfdlnkModule()) if the library has the schema that is
+ * declared here.
+ */
+#define L2VPN_BFDLNK_SCHEMA_HASH UINT64_C(0x001446C10D7DAB0E)
+
 /* ---- Formatting and schema ------------------------------------------------------------------- */
 
 /**

@@ -20,6 +20,7 @@
 
 #include <assert.h>
 #include <stdint.h>
+#include <string.h>
 
 #ifdef __cplusplus
 extern "C" {
@@ -240,6 +241,50 @@ typedef struct L2vpnAstModule {
     L2vpnAstFormatFn format; /**< Word 4: the table's formatter; 0 would mean none. */
     uint64_t reserved[2];    /**< Words 5 and 6: 0. */
 } L2vpnAstModule;
+
+/** One step of l2vpn_schema_hash: 64-bit FNV-1a over the text and its terminator. */
+static inline uint64_t l2vpn_hash_text(uint64_t hash, const char *text) {
+    uint8_t byte;
+    do {
+        memcpy(&byte, text++, sizeof byte);
+        hash = (hash ^ byte) * UINT64_C(0x100000001B3);
+    } while (byte != 0);
+    return hash;
+}
+
+/** One step of l2vpn_schema_hash: 64-bit FNV-1a over the word's bytes, the lowest one first. */
+static inline uint64_t l2vpn_hash_word(uint64_t hash, uint64_t word) {
+    for (int shift = 0; shift < 64; shift += 8)
+        hash = (hash ^ (word >> shift & 0xFFU)) * UINT64_C(0x100000001B3);
+    return hash;
+}
+
+/**
+ * Hash of a table's schema as the descriptor states it: name and sizes; per field name and
+ * position; per key name, index, memberCount and the members' names. Each table's header holds the
+ * value that its program was compiled with, so that a program can tell at run time whether the
+ * library that was loaded has the same schema:
+ *
+ *     l2vpn_schema_hash(L2VPN_AST_L2vpnVplsPwModule()) == L2VPN_VPLS_PW_SCHEMA_HASH
+ */
+static inline uint64_t l2vpn_schema_hash(const L2vpnAstModule *module) {
+    const uint64_t keys = module->sizes >> 16 & 0xFFFFU, fields = module->sizes & 0xFFFFU;
+    uint64_t hash = l2vpn_hash_text(UINT64_C(0xCBF29CE484222325), module->name);
+    hash = l2vpn_hash_word(hash, module->sizes);
+    for (uint64_t i = 0; i < fields; ++i) {
+        hash = l2vpn_hash_text(hash, module->fields[i].name);
+        hash = l2vpn_hash_word(hash, module->fields[i].position);
+    }
+    for (uint64_t i = 0; i < keys; ++i) {
+        const L2vpnAstKey *key = &module->keys[i];
+        hash = l2vpn_hash_text(hash, key->name);
+        hash = l2vpn_hash_word(hash, key->index);
+        hash = l2vpn_hash_word(hash, key->memberCount);
+        for (uint64_t m = 0; m < key->memberCount; ++m)
+            hash = l2vpn_hash_text(hash, key->members[m]);
+    }
+    return hash;
+}
 
 #ifdef __cplusplus
 }

@@ -45,6 +45,15 @@ enum {
     L2VPN_ETH_KEY_stp_key = 0
 };
 
+/** Version of the schema, raised when a release appends fields or keys. */
+#define L2VPN_ETH_SCHEMA_VERSION 1
+
+/**
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnEthModule()) if the library has the schema that is
+ * declared here.
+ */
+#define L2VPN_ETH_SCHEMA_HASH UINT64_C(0x7C55E8AD6E6BC7E1)
+
 /* ---- Formatting and schema ------------------------------------------------------------------- */
 
 /**

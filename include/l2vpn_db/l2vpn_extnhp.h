@@ -69,6 +69,15 @@ enum {
     L2VPN_EXTNHP_KEY_tunnel_key = 3
 };
 
+/** Version of the schema, raised when a release appends fields or keys. */
+#define L2VPN_EXTNHP_SCHEMA_VERSION 1
+
+/**
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnExtnhpModule()) if the library has the schema that is
+ * declared here.
+ */
+#define L2VPN_EXTNHP_SCHEMA_HASH UINT64_C(0x4D7EE3475E06947C)
+
 /* ---- Single records -------------------------------------------------------------------------- */
 
 /**

@@ -65,6 +65,15 @@ enum {
     L2VPN_IFM_KEY_primary_key = 0
 };
 
+/** Version of the schema, raised when a release appends fields or keys. */
+#define L2VPN_IFM_SCHEMA_VERSION 1
+
+/**
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnIfmModule()) if the library has the schema that is
+ * declared here.
+ */
+#define L2VPN_IFM_SCHEMA_HASH UINT64_C(0x891FA8EDCF41B590)
+
 /* ---- Formatting and schema ------------------------------------------------------------------- */
 
 /**

@@ -60,6 +60,15 @@ enum {
     L2VPN_IFVLAN_KEY_primary_key = 0
 };
 
+/** Version of the schema, raised when a release appends fields or keys. */
+#define L2VPN_IFVLAN_SCHEMA_VERSION 1
+
+/**
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnIfvlanModule()) if the library has the schema that is
+ * declared here.
+ */
+#define L2VPN_IFVLAN_SCHEMA_HASH UINT64_C(0xB8D9337ECDCD3217)
+
 /* ---- Single records -------------------------------------------------------------------------- */
 
 /**

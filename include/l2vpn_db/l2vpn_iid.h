@@ -53,6 +53,15 @@ enum {
     L2VPN_IID_KEY_primary_key = 0
 };
 
+/** Version of the schema, raised when a release appends fields or keys. */
+#define L2VPN_IID_SCHEMA_VERSION 1
+
+/**
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnIidModule()) if the library has the schema that is
+ * declared here.
+ */
+#define L2VPN_IID_SCHEMA_HASH UINT64_C(0xD5F849D9B74A8927)
+
 /* ---- Formatting and schema ------------------------------------------------------------------- */
 
 /**

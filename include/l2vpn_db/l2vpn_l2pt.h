@@ -44,6 +44,15 @@ enum {
     L2VPN_L2PT_KEY_mainIfIns_ker = 1
 };
 
+/** Version of the schema, raised when a release appends fields or keys. */
+#define L2VPN_L2PT_SCHEMA_VERSION 1
+
+/**
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnL2ptModule()) if the library has the schema that is
+ * declared here.
+ */
+#define L2VPN_L2PT_SCHEMA_HASH UINT64_C(0x83582B84C5C93804)
+
 /* ---- Formatting and schema ------------------------------------------------------------------- */
 
 /**

@@ -55,6 +55,15 @@ enum {
     L2VPN_MPLS_TUNNEL_KEY_primary_key = 0
 };
 
+/** Version of the schema, raised when a release appends fields or keys. */
+#define L2VPN_MPLS_TUNNEL_SCHEMA_VERSION 1
+
+/**
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnMplsTunnelModule()) if the library has the schema that
+ * is declared here.
+ */
+#define L2VPN_MPLS_TUNNEL_SCHEMA_HASH UINT64_C(0x2220D14B8C64FBA4)
+
 /* ---- Formatting and schema ------------------------------------------------------------------- */
 
 /**

@@ -72,6 +72,15 @@ enum {
     L2VPN_OAM_STATICMAC_KEY_inst_key = 3
 };
 
+/** Version of the schema, raised when a release appends fields or keys. */
+#define L2VPN_OAM_STATICMAC_SCHEMA_VERSION 1
+
+/**
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnOamStaticmacModule()) if the library has the schema
+ * that is declared here.
+ */
+#define L2VPN_OAM_STATICMAC_SCHEMA_HASH UINT64_C(0x09D75FA29B7A79E2)
+
 /* ---- Single records -------------------------------------------------------------------------- */
 
 /**

@@ -63,6 +63,15 @@ enum {
     L2VPN_PW_PMO_KEY_vrIndex_key = 2
 };
 
+/** Version of the schema, raised when a release appends fields or keys. */
+#define L2VPN_PW_PMO_SCHEMA_VERSION 1
+
+/**
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnPwPmoModule()) if the library has the schema that is
+ * declared here.
+ */
+#define L2VPN_PW_PMO_SCHEMA_HASH UINT64_C(0x58217E586193E5D9)
+
 /* ---- Single records -------------------------------------------------------------------------- */
 
 /**

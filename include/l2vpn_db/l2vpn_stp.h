@@ -57,6 +57,15 @@ enum {
     L2VPN_STP_KEY_stp_src_if_key = 1
 };
 
+/** Version of the schema, raised when a release appends fields or keys. */
+#define L2VPN_STP_SCHEMA_VERSION 1
+
+/**
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnStpModule()) if the library has the schema that is
+ * declared here.
+ */
+#define L2VPN_STP_SCHEMA_HASH UINT64_C(0x624D7BE391DDA313)
+
 /* ---- Single records -------------------------------------------------------------------------- */
 
 /**

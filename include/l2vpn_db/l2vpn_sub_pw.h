@@ -61,6 +61,15 @@ enum {
     L2VPN_SUB_PW_KEY_primary_key = 0
 };
 
+/** Version of the schema, raised when a release appends fields or keys. */
+#define L2VPN_SUB_PW_SCHEMA_VERSION 1
+
+/**
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnSubPwModule()) if the library has the schema that is
+ * declared here.
+ */
+#define L2VPN_SUB_PW_SCHEMA_HASH UINT64_C(0xDF940136A9742451)
+
 /* ---- Single records -------------------------------------------------------------------------- */
 
 /**

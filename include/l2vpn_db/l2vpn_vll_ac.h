@@ -92,6 +92,15 @@ enum {
     L2VPN_VLL_AC_KEY_instance_key = 2
 };
 
+/** Version of the schema, raised when a release appends fields or keys. */
+#define L2VPN_VLL_AC_SCHEMA_VERSION 1
+
+/**
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnVllAcModule()) if the library has the schema that is
+ * declared here.
+ */
+#define L2VPN_VLL_AC_SCHEMA_HASH UINT64_C(0x4A8988E0FFB63C2B)
+
 /* ---- Single records -------------------------------------------------------------------------- */
 
 /**

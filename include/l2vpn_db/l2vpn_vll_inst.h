@@ -68,6 +68,15 @@ enum {
     L2VPN_VLL_INST_KEY_instance_key = 2
 };
 
+/** Version of the schema, raised when a release appends fields or keys. */
+#define L2VPN_VLL_INST_SCHEMA_VERSION 1
+
+/**
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnVllInstModule()) if the library has the schema that is
+ * declared here.
+ */
+#define L2VPN_VLL_INST_SCHEMA_HASH UINT64_C(0x892D659A33C6901E)
+
 /* ---- Single records -------------------------------------------------------------------------- */
 
 /**

@@ -104,6 +104,15 @@ enum {
     L2VPN_VLL_PW_KEY_vrIndex_key = 3
 };
 
+/** Version of the schema, raised when a release appends fields or keys. */
+#define L2VPN_VLL_PW_SCHEMA_VERSION 1
+
+/**
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnVllPwModule()) if the library has the schema that is
+ * declared here.
+ */
+#define L2VPN_VLL_PW_SCHEMA_HASH UINT64_C(0x47969DF19B01B2C2)
+
 /* ---- Single records -------------------------------------------------------------------------- */
 
 /**

@@ -62,6 +62,15 @@ enum {
     L2VPN_VLLEXP_KEY_primary_key = 0
 };
 
+/** Version of the schema, raised when a release appends fields or keys. */
+#define L2VPN_VLLEXP_SCHEMA_VERSION 1
+
+/**
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnVllexpModule()) if the library has the schema that is
+ * declared here.
+ */
+#define L2VPN_VLLEXP_SCHEMA_HASH UINT64_C(0x5F465380668E1E44)
+
 /* ---- Single records -------------------------------------------------------------------------- */
 
 /**

@@ -103,6 +103,15 @@ enum {
     L2VPN_VPLS_AC_KEY_if_inst = 7
 };
 
+/** Version of the schema, raised when a release appends fields or keys. */
+#define L2VPN_VPLS_AC_SCHEMA_VERSION 1
+
+/**
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnVplsAcModule()) if the library has the schema that is
+ * declared here.
+ */
+#define L2VPN_VPLS_AC_SCHEMA_HASH UINT64_C(0x58BF2BE24956C123)
+
 /* ---- Single records -------------------------------------------------------------------------- */
 
 /**

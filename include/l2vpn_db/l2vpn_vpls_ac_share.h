@@ -86,6 +86,15 @@ enum {
     L2VPN_VPLS_AC_SHARE_KEY_ifinstance_key = 4
 };
 
+/** Version of the schema, raised when a release appends fields or keys. */
+#define L2VPN_VPLS_AC_SHARE_SCHEMA_VERSION 1
+
+/**
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnVplsAcShareModule()) if the library has the schema that
+ * is declared here.
+ */
+#define L2VPN_VPLS_AC_SHARE_SCHEMA_HASH UINT64_C(0x85EFB46307265747)
+
 /* ---- Single records -------------------------------------------------------------------------- */
 
 /**

@@ -104,6 +104,15 @@ enum {
     L2VPN_VPLS_AC_SUB_KEY_stp_key = 9
 };
 
+/** Version of the schema, raised when a release appends fields or keys. */
+#define L2VPN_VPLS_AC_SUB_SCHEMA_VERSION 1
+
+/**
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnVplsAcSubModule()) if the library has the schema that
+ * is declared here.
+ */
+#define L2VPN_VPLS_AC_SUB_SCHEMA_HASH UINT64_C(0xB476F06EA3966C3C)
+
 /* ---- Single records -------------------------------------------------------------------------- */
 
 /**

@@ -62,6 +62,15 @@ enum {
     L2VPN_VPLS_EXP_KEY_primary_key = 0
 };
 
+/** Version of the schema, raised when a release appends fields or keys. */
+#define L2VPN_VPLS_EXP_SCHEMA_VERSION 1
+
+/**
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnVplsExpModule()) if the library has the schema that is
+ * declared here.
+ */
+#define L2VPN_VPLS_EXP_SCHEMA_HASH UINT64_C(0x8968060D08E90BE6)
+
 /* ---- Single records -------------------------------------------------------------------------- */
 
 /**

@@ -75,6 +75,15 @@ enum {
     L2VPN_VPLS_INST_KEY_encap_key = 3
 };
 
+/** Version of the schema, raised when a release appends fields or keys. */
+#define L2VPN_VPLS_INST_SCHEMA_VERSION 1
+
+/**
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnVplsInstModule()) if the library has the schema that is
+ * declared here.
+ */
+#define L2VPN_VPLS_INST_SCHEMA_HASH UINT64_C(0xBC0E521C5DB0E2AB)
+
 /* ---- Single records -------------------------------------------------------------------------- */
 
 /**

@@ -71,6 +71,15 @@ enum {
     L2VPN_VPLS_INST_INFO_KEY_smooth_hash_key = 1
 };
 
+/** Version of the schema, raised when a release appends fields or keys. */
+#define L2VPN_VPLS_INST_INFO_SCHEMA_VERSION 1
+
+/**
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnVplsInstInfoModule()) if the library has the schema
+ * that is declared here.
+ */
+#define L2VPN_VPLS_INST_INFO_SCHEMA_HASH UINT64_C(0xE6AF58FA3B569D0C)
+
 /* ---- Single records -------------------------------------------------------------------------- */
 
 /**

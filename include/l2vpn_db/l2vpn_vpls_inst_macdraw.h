@@ -61,6 +61,15 @@ enum {
     L2VPN_VPLS_INST_MACDRAW_KEY_instance_key = 2
 };
 
+/** Version of the schema, raised when a release appends fields or keys. */
+#define L2VPN_VPLS_INST_MACDRAW_SCHEMA_VERSION 1
+
+/**
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnVplsInstMacdrawModule()) if the library has the schema
+ * that is declared here.
+ */
+#define L2VPN_VPLS_INST_MACDRAW_SCHEMA_HASH UINT64_C(0xD87B71125269EB24)
+
 /* ---- Single records -------------------------------------------------------------------------- */
 
 /**

@@ -59,6 +59,15 @@ enum {
     L2VPN_VPLS_MACPINGUP_KEY_primary_key = 0
 };
 
+/** Version of the schema, raised when a release appends fields or keys. */
+#define L2VPN_VPLS_MACPINGUP_SCHEMA_VERSION 1
+
+/**
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnVplsMacpingupModule()) if the library has the schema
+ * that is declared here.
+ */
+#define L2VPN_VPLS_MACPINGUP_SCHEMA_HASH UINT64_C(0x3D13626E33A5CD7C)
+
 /* ---- Single records -------------------------------------------------------------------------- */
 
 /**

@@ -127,6 +127,15 @@ enum {
     L2VPN_VPLS_PW_KEY_group_key = 5
 };
 
+/** Version of the schema, raised when a release appends fields or keys. */
+#define L2VPN_VPLS_PW_SCHEMA_VERSION 1
+
+/**
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnVplsPwModule()) if the library has the schema that is
+ * declared here.
+ */
+#define L2VPN_VPLS_PW_SCHEMA_HASH UINT64_C(0x0790CAAAA8B048AF)
+
 /* ---- Single records -------------------------------------------------------------------------- */
 
 /**

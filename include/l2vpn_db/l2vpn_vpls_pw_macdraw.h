@@ -67,6 +67,15 @@ enum {
     L2VPN_VPLS_PW_MACDRAW_KEY_smooth_hash_key = 1
 };
 
+/** Version of the schema, raised when a release appends fields or keys. */
+#define L2VPN_VPLS_PW_MACDRAW_SCHEMA_VERSION 1
+
+/**
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnVplsPwMacdrawModule()) if the library has the schema
+ * that is declared here.
+ */
+#define L2VPN_VPLS_PW_MACDRAW_SCHEMA_HASH UINT64_C(0x0ECAEC524DA3D9B0)
+
 /* ---- Single records -------------------------------------------------------------------------- */
 
 /**

@@ -67,6 +67,15 @@ enum {
     L2VPN_VPLS_PWRED_PG_KEY_instance_key = 2
 };
 
+/** Version of the schema, raised when a release appends fields or keys. */
+#define L2VPN_VPLS_PWRED_PG_SCHEMA_VERSION 1
+
+/**
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnVplsPwredPgModule()) if the library has the schema that
+ * is declared here.
+ */
+#define L2VPN_VPLS_PWRED_PG_SCHEMA_HASH UINT64_C(0x3C3715D1192EF67F)
+
 /* ---- Single records -------------------------------------------------------------------------- */
 
 /**

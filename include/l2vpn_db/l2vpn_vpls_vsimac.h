@@ -95,6 +95,15 @@ enum {
     L2VPN_VPLS_VSIMAC_KEY_if_inst = 9
 };
 
+/** Version of the schema, raised when a release appends fields or keys. */
+#define L2VPN_VPLS_VSIMAC_SCHEMA_VERSION 1
+
+/**
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnVplsVsimacModule()) if the library has the schema that
+ * is declared here.
+ */
+#define L2VPN_VPLS_VSIMAC_SCHEMA_HASH UINT64_C(0xADCDD87209C9695B)
+
 /* ---- Single records -------------------------------------------------------------------------- */
 
 /**

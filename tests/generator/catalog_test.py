@@ -1,6 +1,9 @@
 # SPDX-License-Identifier: MIT
 """A wrong catalog entry is refused with its place, what was found and what was expected."""
 
+import contextlib
+import importlib.util
+import io
 import shutil
 import subprocess
 import sys
@@ -9,6 +12,10 @@ import unittest
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(ROOT / "generator"))
+spec = importlib.util.spec_from_file_location("generator", ROOT / "generator/__main__.py")
+generator = importlib.util.module_from_spec(spec)
+spec.loader.exec_module(generator)
 
 TABLE = """\
 about       = "A table for tests."
@@ -39,31 +46,37 @@ keys = [
 class Project:
     """A copy of what the generator reads and writes, with a catalog of the test's own."""
 
-    def __init__(self, test: unittest.TestCase, tables: dict):
+    def __init__(self, test: unittest.TestCase, tables: dict, glossary: str = ""):
         self.root = Path(tempfile.mkdtemp())
         test.addCleanup(shutil.rmtree, self.root)
         (self.root / "schema/catalog").mkdir(parents=True)
         (self.root / "include/l2vpn_db").mkdir(parents=True)
-        shutil.copy(ROOT / "schema/glossary.toml", self.root / "schema")
+        (self.root / "schema/glossary.toml").write_text(glossary, encoding="utf-8")
         for name, text in tables.items():
-            (self.root / "schema/catalog" / f"{name}.toml").write_text(text, encoding="utf-8")
+            self.table(name).write_text(text, encoding="utf-8")
+
+    def table(self, name: str) -> Path:
+        return self.root / f"schema/catalog/{name}.toml"
 
     def run(self, *arguments: str) -> subprocess.CompletedProcess:
-        return subprocess.run(
-            [sys.executable, "-B", str(ROOT / "generator"), *arguments, "--root", str(self.root)],
-            capture_output=True, text=True, check=False)
+        """In this process, which is much faster than one of its own."""
+        out, err = io.StringIO(), io.StringIO()
+        with contextlib.redirect_stdout(out), contextlib.redirect_stderr(err):
+            code = generator.main([*arguments, "--root", str(self.root)])
+        return subprocess.CompletedProcess(arguments, code, out.getvalue(), err.getvalue())
 
     def header(self, name: str) -> Path:
         return self.root / f"include/l2vpn_db/{name}.h"
 
 
 class Refusal(unittest.TestCase):
-    def refused(self, text: str, line: int, *words: str, name: str = "l2vpn_test") -> list:
-        project = Project(self, {name: text})
+    def refused(self, text: str, line: int, *words: str, name: str = "l2vpn_test", glossary=None) -> list:
+        """The messages, one of which has the words and the place in the table or in the glossary."""
+        project = Project(self, {name: text}, glossary or "")
         result = project.run("headers")
         self.assertEqual(result.returncode, 1, result.stdout)
         lines = result.stderr.strip().split("\n")
-        place = f"schema/catalog/{name}.toml:{line}: "
+        place = f"schema/catalog/{name}.toml:{line}: " if glossary is None else f"schema/glossary.toml:{line}: "
         found = [message for message in lines
                  if message.startswith(place) and all(word in message for word in words)]
         self.assertTrue(found, f"wanted {place}...{words} in\n{result.stderr}")
@@ -151,7 +164,8 @@ class Refusal(unittest.TestCase):
         self.refused(TABLE.replace("stored_size = 41\n", ""), 1, "stored_size", "found none")
 
     def test_wrong_access(self):
-        self.refused(TABLE.replace('"typed"', '"typd"'), 2, 'found "typd"')
+        self.changed('"typed"', '"typd"', 2, 'found "typd"')
+        self.changed('access      = "typed"', 'access      = 1', 2, "found 1")
 
     def test_repeated_field_name(self):
         self.changed('"rsv1"', '"vlanId"', 11, "second field", "line 10")
@@ -161,9 +175,23 @@ class Refusal(unittest.TestCase):
         self.changed('"last"', '"Last"', 16, "lower camel case")
 
     def test_a_row_of_the_wrong_shape(self):
-        self.refused(TABLE.replace('[ 10,  40, "u16",  "last"]', '[ 10,  40, "u16"]'), 16, "field row 8")
-        self.refused(TABLE.replace('["vlan_key", "vlanId"]', '["vlan_key"]'), 20, "key row 1")
-        self.refused(TABLE.replace('"vlanId"],\n  [  3', '"vlanId", "prnt"],\n  [  3'), 10, '"print"')
+        self.changed('[ 10,  40, "u16",  "last"]', '[ 10,  40, "u16"]', 16, "field row 8")
+        self.changed('["vlan_key", "vlanId"]', '["vlan_key"]', 20, "key row 1")
+        self.changed('"vlanId"],\n  [  3', '"vlanId", "prnt"],\n  [  3', 10, '"print"')
+
+    def test_what_follows_from_a_wrong_row_is_not_reported(self):
+        """Neither the rows behind it, nor key members, sizes, quirks or printed fields."""
+        text = TABLE.replace("trailing_separator", "svc_fields_split").replace(', "print"', "")
+        for row in ('[  0,   0, "u32",  "vrIndex"]', '[  1,   4, "mac",  "macAddr"]',
+                    '[  4,  13, "pair", "svcStatus"]', '[  6,  15, "2x6",  "svcCtx"]'):
+            for wrong in (row.replace('"]', '", "print", 1]'), row.replace(",", ", true,", 1), "7"):
+                self.assertEqual(len(self.refused(text.replace(row, wrong), 8 + text[:text.index(row)]
+                                                  .count("\n") - 7, "field row")), 1, wrong)
+        self.assertEqual(len(self.refused(text.replace("fields = [", "fields = 7\nquirk = ["), 6, "fields")), 2)
+
+    def test_a_wrong_number_behind_a_wrong_row_is_reported(self):
+        text = TABLE.replace('"u16",  "vlanId"]', '"u16"]')
+        self.assertEqual(len(self.refused(text.replace("[  8,  28", "[  8,  29"), 14, '"batchVersion", offset')), 2)
 
     def test_syntax_error(self):
         self.refused(TABLE.replace('"if_inst", "vlanId"', '"if_inst" "vlanId"'), 21, "syntax")
@@ -222,6 +250,214 @@ class Refusal(unittest.TestCase):
         result = Project(self, {}).run("headers")
         self.assertEqual(result.returncode, 1)
         self.assertIn("found no catalog files", result.stderr)
+
+
+    def test_wrong_versions(self):
+        for version in ("0", "-1", "1.0", "true", '"1"', "65536"):
+            self.changed("quirks  ", f"version = {version}\nquirks  ", 5, f"version: found {version}")
+
+    def test_a_folder_in_place_of_a_file(self):
+        project = Project(self, {"l2vpn_test": TABLE})
+        project.table("x").mkdir()
+        result = project.run("headers")
+        self.assertEqual((result.returncode, result.stderr), (
+            1, 'schema/catalog/x.toml:1: file: found "Is a directory", expected a file that can be read\n'))
+
+    def test_glossary_entries_that_explain_no_field(self):
+        for name, *words in (("vlanid", 'did you mean "vlanId"'), ("rsv1", "not reserved"), ("frob",)):
+            found = self.refused(TABLE, 2, f'name: found "{name}"', *words, glossary=f'last = "x"\n{name} = "y"\n')
+            self.assertEqual(len(found), 1, found)
+
+    def test_glossary_entries_that_cannot_stand_in_a_comment(self):
+        for text in ("7", '""', '"a\\nb"', '"*/"', '["a"]'):
+            found = self.refused(TABLE, 3, 'name "last": found', glossary=f'# words\n\nlast = {text}\n')
+            self.assertEqual(len(found), 1, found)
+
+    def test_glossary_entries_twice(self):
+        found = self.refused(TABLE, 3, "syntax", glossary='last = "x"\nvlanId = "y"\nlast = "z"\n')
+        self.assertEqual(len(found), 1, found)
+
+
+class History(unittest.TestCase):
+    """What has been released stays; one message says what has changed, where and for whom."""
+
+    TABLE = """\
+about       = "A table that has been released."
+access      = "format"
+record_size = 20
+fields = [
+  [0,  0, "u32",  "vrIndex", "print"],
+  [1,  4, "u8",   "kind"],
+  [2,  8, "u32",  "wide"],
+  [3, 12, "pair", "status"],
+  [5, 14, "u16",  "mtu"],
+  [6, 16, "u32",  "last"],
+]
+keys = [
+  ["primary_key", "vrIndex", "kind"],
+  ["mtu_key", "mtu"],
+  ["kind_key", "kind"],
+]
+"""
+    FIELD = (("record_size = 20", "record_size = 24"), ('"last"],\n', '"last"],\n  [7, 20, "u16",  "more"],\n'))
+    KEY = (('["kind_key", "kind"],\n', '["kind_key", "kind"],\n  ["last_key", "last"],\n'),)
+    VERSION_2 = (("access", "version = 2\naccess"),)
+    USERS = "programs built against l2vpn_db 0.1.0 "
+
+    def released(self) -> Project:
+        project = Project(self, {"l2vpn_test": self.TABLE, "l2vpn_other": TABLE})
+        self.release(project, "0.1.0")
+        project.run("headers")
+        return project
+
+    def release(self, project: Project, version: str, *words: str) -> None:
+        (project.root / "VERSION").write_text(version + "\n", encoding="utf-8")
+        self.answers(project.run("release"), *words)
+
+    def answers(self, result: subprocess.CompletedProcess, *words: str) -> None:
+        """With one message that has the words, or, if there are none, with none."""
+        self.assertEqual((result.returncode, result.stderr.count("\n")), (1, 1) if words else (0, 0), result.stderr)
+        for word in words:
+            self.assertIn(word, result.stderr)
+            self.assertRegex(result.stderr, r"^[\w/.]+:\d+: .+: found .+, expected ")
+
+    def change(self, project: Project, *changes: tuple) -> None:
+        text = project.table("l2vpn_test").read_text(encoding="utf-8")
+        for old, new in changes:
+            self.assertIn(old, text)
+            text = text.replace(old, new, 1)
+        project.table("l2vpn_test").write_text(text, encoding="utf-8")
+        self.answers(project.run("headers"))
+
+    def accepted(self, *changes: tuple) -> Project:
+        project = self.released()
+        self.change(project, *changes)
+        self.answers(project.run("check"))
+        return project
+
+    def refused(self, line: int, message: str, *changes: tuple) -> None:
+        project = self.released()
+        self.change(project, *changes)
+        self.answers(project.run("check"), f"schema/catalog/l2vpn_test.toml:{line}: {message}", self.USERS)
+
+    def test_what_is_no_schema_may_change(self):
+        self.accepted(("A table", "The table"), ('"kind"]', '"kind", "print"]'), ("fields =", "quirks = []\nfields ="))
+
+    def test_a_field_of_another_offset(self):
+        self.refused(7, 'field "wide", offset: found 5, expected 8: ', ('2,  8, "u32"', '2,  5, "2x2"'),
+                     ("3, 12", "4,  9"), ("5, 14", "6, 12"), ("6, 16", "7, 16"))
+
+    def test_a_field_of_another_width(self):
+        self.refused(10, 'field "last", width: found 8, expected 4: ', ('"u32",  "last"', '"u64",  "last"'),
+                     ("record_size = 20", "record_size = 24"))
+
+    def test_a_field_of_another_id(self):
+        self.refused(9, 'field "mtu", id: found 4, expected 5: ', ('"pair"', '"u16"'), ("5, 14", "4, 14"),
+                     ("6, 16", "5, 16"))
+
+    def test_a_field_of_another_name(self):
+        self.refused(7, 'field row 2: found "broad", expected "wide" (id 2, 4 bytes at 8; ', ('"wide"', '"broad"'))
+
+    def test_a_field_that_is_gone(self):
+        self.refused(4, 'field row 5: found none, expected "last" (id 6, 4 bytes at 16; ',
+                     ('  [6, 16, "u32",  "last"],\n', ""), ("record_size = 20", "record_size = 16"))
+
+    def test_a_field_in_front_of_others(self):
+        self.refused(8, 'field row 3: found "more", expected "status" (id 3, 2 bytes at 12; new fields go to the end): ',
+                     ("  [3, 12", '  [3, 12, "u16",  "more"],\n  [4, 14'), ("6, 16", "7, 20"), ("5, 14", "6, 16"),
+                     ("record_size = 20", "record_size = 24"))
+
+    def test_a_key_of_another_name(self):
+        self.refused(14, 'key row 1: found "mru_key", expected "mtu_key" (index 1; ', ("mtu_key", "mru_key"))
+
+    def test_keys_in_another_order(self):
+        self.refused(14, 'key row 1: found "kind_key", expected "mtu_key" (index 1; ',
+                     ('["mtu_key", "mtu"],\n  ["kind_key", "kind"]', '["kind_key", "kind"],\n  ["mtu_key", "mtu"]'))
+
+    def test_a_key_that_is_gone(self):
+        self.refused(12, 'key row 2: found none, expected "kind_key" (index 2; ', ('  ["kind_key", "kind"],\n', ""))
+
+    def test_a_key_of_other_members(self):
+        self.refused(13, 'key "primary_key", members: found kind, vrIndex, expected vrIndex, kind: ',
+                     ('"vrIndex", "kind"]', '"kind", "vrIndex"]'))
+        self.refused(15, 'key "kind_key", members: found kind, mtu, expected kind: ',
+                     ('["kind_key", "kind"]', '["kind_key", "kind", "mtu"]'))
+
+    def test_a_table_that_is_gone(self):
+        project = self.released()
+        project.table("l2vpn_test").unlink()
+        project.run("headers")
+        self.answers(project.run("check"), "schema/catalog/l2vpn_test.toml:1: table: found no file", self.USERS)
+
+    def test_appending_raises_the_version(self):
+        for changes, what in ((self.FIELD, 'field "more"'), (self.KEY, 'key "last_key"')):
+            self.accepted(*changes, *self.VERSION_2)
+            self.refused(1, "version: found 1, expected 2: " + self.USERS + "take version 1 for a schema without " + what,
+                         *changes)
+        self.accepted(*self.FIELD, *self.KEY, *self.VERSION_2)
+        self.refused(2, "version: found 3, expected 2: ", *self.KEY, ("access", "version = 3\naccess"))
+
+    def test_nothing_else_raises_the_version(self):
+        self.refused(2, "version: found 2, expected 1: ", *self.VERSION_2)
+
+    def test_a_new_table_is_free(self):
+        project = self.released()
+        for text in (TABLE, TABLE.replace('"last"', '"other"'), TABLE.replace("quirks  ", "version = 7\nquirks  ")):
+            project.table("l2vpn_new").write_text(text, encoding="utf-8")
+            project.run("headers")
+            self.answers(project.run("check"))
+        project.table("l2vpn_new").unlink()
+        project.run("headers")
+        self.answers(project.run("check"))
+
+    def test_what_several_releases_brought(self):
+        project = self.accepted(*self.KEY, *self.VERSION_2)
+        self.release(project, "0.2.0")
+        text = (project.root / "schema/released/0.2.0.toml").read_text(encoding="utf-8")
+        self.assertIn("[l2vpn_test]", text)
+        self.assertNotIn("[l2vpn_other]", text)
+        self.answers(project.run("check"))
+        self.change(project, *self.FIELD)
+        self.answers(project.run("check"), "l2vpn_test.toml:2: version: found 2, expected 3", "l2vpn_db 0.2.0 ")
+        self.change(project, ("version = 2", "version = 3"))
+        self.release(project, "1.0.0")
+        self.answers(project.run("check"))
+        self.change(project, ("more", "moreover"))
+        self.answers(project.run("check"), 'found "moreover", expected "more"', "against l2vpn_db 1.0.0 ")
+        self.change(project, ("moreover", "more"), ("mtu_key", "mru_key"))
+        self.answers(project.run("check"), 'found "mru_key", expected "mtu_key"', self.USERS)
+
+    def test_a_longer_record_needs_another_soname(self):
+        project = self.accepted(*self.FIELD, *self.VERSION_2)
+        self.release(project, "0.2.0", 'l2vpn_test.toml:12: field "more": found it in version 0.2.0, expected it in '
+                     "version 1.0.0: " + self.USERS + "hand over records of 20 bytes")
+        self.assertFalse((project.root / "schema/released/0.2.0.toml").exists())
+        self.release(project, "1.0.0")
+
+    def test_a_version_is_released_once(self):
+        project = self.released()
+        self.release(project, "0.1.0")  # which changes nothing
+        self.change(project, *self.KEY, *self.VERSION_2)
+        for version in ("0.1.0", "0.0.9"):
+            self.release(project, version, f"VERSION:1: version: found {version}, expected more than 0.1.0")
+        for version in ("0.2", "next", ""):
+            self.release(project, version, f'VERSION:1: version: found "{version}", expected <major>.<minor>.<patch>')
+
+    def test_what_is_incompatible_is_not_released(self):
+        project = self.released()
+        self.change(project, ("mtu_key", "mru_key"))
+        self.release(project, "1.0.0", 'found "mru_key", expected "mtu_key"')
+
+    def test_damaged_records_of_releases(self):
+        project = self.released()
+        file = project.root / "schema/released/0.1.0.toml"
+        text = file.read_text(encoding="utf-8")
+        for damaged, line in ((text.replace("fields = [", "fields = ["  "<<<", 1), 8), (text + "[x]\n", 1),
+                              (text.replace('"mtu"]', '"mtu", 1]', 1), 1), ("x = 1", 1)):
+            file.write_text(damaged, encoding="utf-8")
+            self.answers(project.run("check"), f"schema/released/0.1.0.toml:{line}: ")
+        file.rename(file.with_name("first.toml"))
+        self.answers(project.run("check"), 'schema/released/first.toml:1: file name: found "first.toml"')
 
 
 class Drift(unittest.TestCase):

@@ -71,6 +71,8 @@ struct SchemaTable {
     std::uint32_t (*format_table)(const void *record, char *buffer, std::uint32_t buffer_length,
                                   const char *separator);
     L2vpnAstModule *(*module)();
+    std::uint32_t schema_version; ///< as the header states it
+    std::uint64_t schema_hash;    ///< as the header states it
 };
 
 /// In alphabetical order.

@@ -1,0 +1,34 @@
+# SPDX-License-Identifier: MIT
+"""What field names mean: the texts behind the fields in the headers."""
+
+import re
+from pathlib import Path
+
+from catalog import Field, Refusals, describe, nearest, read_toml
+
+
+class Glossary:
+    """A name without an entry is explained by its own words."""
+
+    def __init__(self, entries: dict):
+        self.entries = entries
+
+    def __getitem__(self, item: Field) -> str:
+        if item.reserved:
+            return "reserved"
+        words = re.sub(r"([a-z0-9])([A-Z])", r"\1 \2", item.name).lower()
+        return self.entries.get(item.name, words)
+
+
+def load(root: Path, tables: list, errors: list) -> Glossary:
+    path = root / "schema/glossary.toml"
+    file = Refusals(str(path.relative_to(root)), errors)
+    entries, lines = read_toml(path, file.refuse) or ({}, {})
+    fields = {item.name for table in tables for item in table.fields if not item.reserved}
+    for name, text in entries.items():
+        if name not in fields:
+            file.refuse(lines.get(name, 1), "name", describe(name),
+                        "a field of a table that is not reserved" + nearest(name, fields))
+        elif not isinstance(text, str) or not text.strip() or not text.isprintable() or "*/" in text:
+            file.refuse(lines.get(name, 1), f'name "{name}"', describe(text), "a few words in one line")
+    return Glossary(entries)
