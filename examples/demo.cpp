@@ -94,7 +94,7 @@ int main(int argc, char **argv) {
     try {
         return l2vpn::demo::run({argv, static_cast<std::size_t>(argc)});
     } catch (const std::exception &failure) {
-        fmt::print(stderr, "l2vpn_demo: {}\n", failure.what());
+        (void)std::fprintf(stderr, "l2vpn_demo: %s\n", failure.what());
         return l2vpn::demo::runtime_failure;
     }
 }
