@@ -27,6 +27,14 @@ bool is_context(const std::string &field) {
     return field == "svcCtx" || field == "glbSvcCtx" || field == "nhpSvcCtx";
 }
 
+void add_copies(std::vector<Copy> &calls, const Field &field) {
+    const std::uint32_t pieces = field.elements == 2 ? 2 : 1;
+    const std::uint32_t size = field.width / pieces;
+    for (std::uint32_t i = 0; i < pieces && !field.assigned(); ++i) {
+        calls.push_back({field.offset + i * size, field.stored_offset + i * size, size});
+    }
+}
+
 void place_stored_fields(Facts &table) {
     std::uint32_t end = 0;
     for (Field &field : table.fields) {
@@ -217,6 +225,10 @@ std::vector<std::string> listed_names(bool typed_only) {
 
 } // namespace
 
+bool Field::service() const {
+    return name == "svcStatus" || name == "svcErrcode" || name == "glbSvcCtx" || name == "svcCtx";
+}
+
 const Field *Facts::find(std::string_view field) const {
     const auto found =
         std::ranges::find_if(fields, [&](const Field &each) { return each.name == field; });
@@ -237,13 +249,22 @@ std::vector<std::uint32_t> Facts::gap_bytes() const {
 std::vector<Copy> Facts::copies() const {
     std::vector<Copy> calls;
     for (const Field &field : fields) {
-        const std::uint32_t pieces = field.elements == 2 ? 2 : 1;
-        const std::uint32_t size = field.width / pieces;
-        if (field.elements == 1 || size == 1) {
-            continue;
+        if (!svc_fields_split || !field.service()) {
+            add_copies(calls, field);
         }
-        for (std::uint32_t i = 0; i < pieces; ++i) {
-            calls.push_back({field.offset + i * size, field.stored_offset + i * size, size});
+    }
+    if (svc_fields_split) {
+        const std::vector<Copy> last = service_copies();
+        calls.insert(calls.end(), last.begin(), last.end());
+    }
+    return calls;
+}
+
+std::vector<Copy> Facts::service_copies() const {
+    std::vector<Copy> calls;
+    for (const Field &field : fields) {
+        if (field.service()) {
+            add_copies(calls, field);
         }
     }
     return calls;

@@ -21,6 +21,11 @@ struct Field {
     std::uint32_t width = 0;
     std::uint32_t elements = 1; ///< 2: a two-element array; more: a byte string
     std::uint32_t stored_offset = 0;
+
+    /// Integers and one-byte elements are; everything else goes through memcpy_s.
+    [[nodiscard]] bool assigned() const { return elements == 1 || (elements == 2 && width == 2); }
+    /// One of those that svc_fields_split is about.
+    [[nodiscard]] bool service() const;
 };
 
 struct Key {
@@ -65,8 +70,11 @@ struct Facts {
     [[nodiscard]] const Field *find(std::string_view field) const;
     /// The caller record's bytes that belong to no field.
     [[nodiscard]] std::vector<std::uint32_t> gap_bytes() const;
-    /// The calls of memcpy_s of one conversion, in order.
+    /// The calls of memcpy_s of one conversion, in order. Service fields with conversions of their
+    /// own come last.
     [[nodiscard]] std::vector<Copy> copies() const;
+    /// Those of the service fields alone.
+    [[nodiscard]] std::vector<Copy> service_copies() const;
     [[nodiscard]] std::uint32_t key_buffer() const { return (keys.front().length + 7) / 8 * 8; }
 };
 

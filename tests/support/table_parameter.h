@@ -42,6 +42,9 @@ inline bool is_updatable(const Facts &table) {
 inline bool has_null_tests(const Facts &table) {
     return !table.no_null_tests;
 }
+inline bool splits_svc_fields(const Facts &table) {
+    return table.svc_fields_split;
+}
 inline bool lacks_null_tests(const Facts &table) {
     return table.no_null_tests;
 }

@@ -35,16 +35,6 @@ std::string gap_list(const Facts &table) {
     return text.empty() ? "-" : text;
 }
 
-TEST(ExpectedFiles, ListThirtyOneTablesOfWhichTwentyFiveHaveTypedAccess) {
-    EXPECT_EQ(listed_tables().size(), 31U);
-    EXPECT_EQ(listed_typed_tables().size(), 25U);
-    std::size_t keys = 0;
-    for (const std::string &name : listed_typed_tables()) {
-        keys += facts(name).keys.size();
-    }
-    EXPECT_EQ(keys, 86U);
-}
-
 TEST(ExpectedFiles, ListOnlyTablesThatTheLibraryHas) {
     const auto schema_names = names_of(schema_tables);
     const auto typed_names = names_of(typed_tables);

@@ -104,10 +104,10 @@ TEST_P(Read, NullRecordIsRefusedWithoutStoreCall) {
 }
 
 TEST_P(Read, KeyBytesThatNoCopyFilledAreZero) {
-    platform().copy_failures = {{0, 1}};
     Bytes zero_strings = record;
     for (const Field &member : expected.keys.front().members) {
         if (member.elements != 1) {
+            platform().copy_failures[platform().copy_failures.size()] = 1;
             std::fill_n(zero_strings.begin() + member.offset, member.width, std::uint8_t{0});
         }
     }
@@ -126,7 +126,7 @@ TEST_P(ReadByKey, PassesTheCallersKeyRequest) {
     for (std::uint32_t k = 0; k < table.keys.size(); ++k) {
         L2vpnDbKeyData request{};
         std::array<std::uint32_t, 4> key_id{};
-        std::array<std::uint8_t, 512> key{};
+        Bytes key(expected.keys[k].length);
         table.keys[k].set(record.data(), &request, key_id.data(), key.data());
         platform().calls.clear();
         platform().delivered = sample_record(expected.stored_size, 7 + k);

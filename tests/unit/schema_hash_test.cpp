@@ -114,17 +114,6 @@ TEST_P(SchemaHash, DoesNotDependOnTheFormatterOrReservedWords) {
 
 L2VPN_TEST_TABLES(SchemaHash, any_table);
 
-// Computed by hand from tests/expected: programs that were built hold these numbers.
-TEST(SchemaHashes, OfThreeTables) {
-    const auto hash_of = [](std::string_view name) {
-        const auto table = std::ranges::find(schema_tables, name, &SchemaTable::name);
-        return table != schema_tables.end() ? l2vpn_schema_hash(table->module()) : 0;
-    };
-    EXPECT_EQ(hash_of("l2vpn_bfdlnk"), 0x001446C10D7DAB0EU);
-    EXPECT_EQ(hash_of("l2vpn_eth"), 0x7C55E8AD6E6BC7E1U);
-    EXPECT_EQ(hash_of("l2vpn_vpls_pw"), 0x0790CAAAA8B048AFU);
-}
-
 // A published value of 64-bit FNV-1a, and bytes that are negative where char is signed.
 TEST(SchemaHashes, AreFnv1aOverTextsAndWords) {
     constexpr std::uint64_t basis = 0xCBF29CE484222325;

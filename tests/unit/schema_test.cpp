@@ -116,13 +116,5 @@ TEST_P(Schema, PartsLieInOrderWithoutGaps) {
 
 L2VPN_TEST_TABLES(Schema, any_table);
 
-TEST(SchemaExamples, PackedWordsOfTheFirstTable) {
-    const auto first = std::ranges::find(schema_tables, "l2vpn_bfdlnk", &SchemaTable::name);
-    ASSERT_NE(first, schema_tables.end());
-    EXPECT_EQ(first->module()->sizes, 0x0000001000010006U);
-    EXPECT_STREQ(first->module()->fields[1].name, "pwTunnelId");
-    EXPECT_EQ(first->module()->fields[1].position, 0x0000000400040001U);
-}
-
 } // namespace
 } // namespace l2vpn::test

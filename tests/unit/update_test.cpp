@@ -244,26 +244,5 @@ TEST_P(MapUpdateFieldId, KnowsOnlyBatchVersion) {
 
 L2VPN_TEST_TYPED_TABLES(MapUpdateFieldId, any_table);
 
-TEST(UpdateOfPingResults, AlwaysReachesTheStoreAndFailsInTheSetter) {
-    const auto table = std::ranges::find(typed_tables, "l2vpn_vpls_macpingup", &TypedTable::name);
-    ASSERT_NE(table, typed_tables.end());
-    reset_platform();
-    platform().table = table->descriptor;
-    std::uint32_t setter_result = 0;
-    platform().during_update = [&](const L2vpnDbRecData *request, const L2vpnDbUpdData *update) {
-        setter_result = update->setFields(request, nullptr, update->fieldIds, update->fieldCount);
-        return 77U; // what the store makes of it is the store's business
-    };
-    const Bytes record(40);
-    for (std::uint32_t id = 0; id < 16; ++id) {
-        setter_result = 0;
-        EXPECT_EQ(table->update_field(record.data(), id), 77U);
-        EXPECT_EQ(setter_result, 1U);
-        EXPECT_EQ(platform().calls.back().record->request.length, 40U);
-    }
-    EXPECT_EQ(platform().calls.size(), 16U);
-    EXPECT_EQ(table->set_fields(nullptr, nullptr, nullptr, 0), 1U);
-}
-
 } // namespace
 } // namespace l2vpn::test
