@@ -41,7 +41,7 @@ def facts(table: Table, row: int) -> str:
             f'#include "l2vpn_db/{table.name}.h"\n\n{checks}\n'
             "namespace [[gnu::visibility(\"hidden\")]] l2vpn {\n\n"
             f"struct {name} {{\n"
-            f"    using Record = {record};\n"
+            f"    using Record = ::{record};\n"
             f'    static constexpr char name[] = "{table.name}";\n'
             f"    static constexpr Field fields[] = {{\n{fields}    }};\n"
             f"    static constexpr std::uint16_t key_members[] = {{{', '.join(members)}}};\n"
