@@ -167,13 +167,23 @@ def describe(value) -> str:
     return json.dumps(value, ensure_ascii=False) if isinstance(value, str) else str(value)
 
 
+def meant(word: str, known) -> str | None:
+    return next(iter(difflib.get_close_matches(word, list(known), 1, 0.5)), None)
+
+
 def nearest(word: str, known) -> str:
-    close = difflib.get_close_matches(word, list(known), 1, 0.5)
-    return f'; did you mean "{close[0]}"?' if close else ""
+    close = meant(word, known)
+    return f'; did you mean "{close}"?' if close else ""
 
 
 def is_integer(value) -> bool:
     return isinstance(value, int) and not isinstance(value, bool)
+
+
+def is_comment(text) -> bool:
+    """Whether it is a line that can stand in a comment of C."""
+    return isinstance(text, str) and text.strip() != "" and text.isprintable() \
+        and "/*" not in text and "*/" not in text
 
 
 def parse_type(text: str):
@@ -231,6 +241,7 @@ class Reader(Refusals):
         self.line = self.table.line
         # Whether every row of "fields" could be read; what follows from a wrong one is not reported.
         self.fields_known = False
+        self.ends = []  # where the last field may end
 
     def read(self) -> Table:
         table = self.table
@@ -267,8 +278,9 @@ class Reader(Refusals):
         elif "stored_size" in entries:
             self.refuse(self.line("stored_size"), "stored_size", "a stored size",
                         'none in a table without access = "typed"')
+        misspelt = {meant(name, self.ENTRIES) for name in entries if name not in self.ENTRIES}
         for name in wanted:
-            if name not in entries:
+            if name not in entries and name not in misspelt:
                 self.refuse(1, f"entry {name}", "none", f"an entry {name} = ...")
         if "access" in entries and access not in ("typed", "format"):
             self.refuse(self.line("access"), "access", describe(access), '"typed" or "format"')
@@ -278,8 +290,7 @@ class Reader(Refusals):
         else:
             table.version = version
         about = entries.get("about", "-")
-        if not isinstance(about, str) or not about.strip() or not about.isprintable() \
-                or "/*" in about or "*/" in about:
+        if not is_comment(about):
             self.refuse(self.line("about"), "about", describe(about), "one line that says what the table holds")
         else:
             table.about = about.strip()
@@ -288,16 +299,16 @@ class Reader(Refusals):
         table = self.table
         if not self.fields_known:
             return
-        last = table.fields[-1]
+        alignment = max(item.alignment for item in table.fields)
         sizes = {
-            "record_size": align_up(last.offset + last.width, max(f.alignment for f in table.fields)),
-            "stored_size": sum(item.width for item in table.fields),
+            "record_size": [align_up(end, alignment) for end in self.ends],
+            "stored_size": [sum(item.width for item in table.fields)],
         }
-        table.record_size, table.stored_size = sizes.values()
-        for name, size in sizes.items():
-            found = entries.get(name, size)
-            if not is_integer(found) or found != size:
-                self.refuse(self.line(name), name, describe(found), str(size))
+        (table.record_size, *_), (table.stored_size,) = sizes.values()
+        for name, readings in sizes.items():
+            found = entries.get(name, readings[0])
+            if not is_integer(found) or found not in readings:
+                self.refuse(self.line(name), name, describe(found), str(readings[0]))
 
     def read_fields(self, rows) -> None:
         if rows is None:
@@ -308,7 +319,7 @@ class Reader(Refusals):
         # What the next row may hold. After a wrong number both readings are allowed, that it alone
         # is wrong and that everything behind it is shifted: one slip is one message.
         next_ids, ends, stored = [0], [0], 0
-        seen = {}
+        seen, too_long = {}, False
         self.fields_known = True
         for number, row in enumerate(rows):
             line = self.line("fields", number)
@@ -347,8 +358,10 @@ class Reader(Refusals):
             next_ids = self.readings(item.id, next_ids, item.ids)
             ends = self.readings(item.offset, offsets, item.width)
             stored += item.width
-            if ends[-1] > MAX_RECORD:
-                self.refuse(line, what, f"an end at {ends[-1]}", f"records of at most {MAX_RECORD} bytes")
+            if ends[0] > MAX_RECORD and not too_long:
+                self.refuse(line, what, f"an end at {ends[0]}", f"records of at most {MAX_RECORD} bytes")
+            too_long = too_long or ends[0] > MAX_RECORD
+        self.ends = ends
         if self.fields_known and not any(item.printed for item in self.table.fields):
             self.refuse(self.line("fields"), "fields", "none to be printed", 'at least one with "print"')
         batch = self.table.field_named("batchVersion")
@@ -388,8 +401,8 @@ class Reader(Refusals):
         if not isinstance(rows, list) or not 0 < len(rows) <= 256:
             self.refuse(self.line("keys"), "keys", describe(rows), "a list with 1 to 256 rows, one per key")
             return
-        infixes = {}
-        by_name = {item.name: item for item in self.table.fields}
+        lines, infixes = {}, {}
+        by_name = {item.name: item for item in reversed(self.table.fields)}
         for index, row in enumerate(rows):
             line = self.line("keys", index)
             if (not isinstance(row, list) or len(row) < 2
@@ -413,14 +426,15 @@ class Reader(Refusals):
                 else:
                     members.append(member)
             key = Key(row[0], index, members, line)
-            if key.length > 0xFFFF:
-                self.refuse(line, f"{what}, length", key.length, "at most 65535 bytes")
-            self.check_infix(key, what, infixes)
+            self.check_key_name(key, what, lines, infixes)
             self.table.keys.append(key)
 
-    def check_infix(self, key: Key, what: str, infixes: dict) -> None:
+    def check_key_name(self, key: Key, what: str, lines: dict, infixes: dict) -> None:
         if not re.fullmatch(r"[A-Za-z][A-Za-z0-9]*(_[A-Za-z0-9]+)*", key.name):
             self.refuse(key.line, what, describe(key.name), "words joined by underscores")
+        elif key.name in lines:
+            self.refuse(key.line, what, f"a second key of that name (first in line {lines[key.name]})",
+                        "each key once")
         elif not key.infix:
             self.refuse(key.line, what, "no word besides key", "a name that functions can be named after")
         elif key.infix in infixes:
@@ -429,6 +443,7 @@ class Reader(Refusals):
         elif key.infix == "FastPri":
             self.refuse(key.line, what, 'the function infix "FastPri" of the fast primary iterator',
                         "an infix of its own")
+        lines.setdefault(key.name, key.line)
         infixes.setdefault(key.infix, key.name)
 
     def read_quirks(self, quirks) -> None:
@@ -444,7 +459,7 @@ class Reader(Refusals):
                 self.refuse(line, "quirk", f'"{quirk}" twice', "each quirk once")
             elif quirk != "trailing_separator" and not self.table.typed:
                 self.refuse(line, "quirk", describe(quirk), 'it in tables with access = "typed" only')
-        if "svc_fields_split" in quirks and self.fields_known and not any(
+        if "svc_fields_split" in quirks and self.table.typed and self.fields_known and not any(
                 self.table.field_named(name) for name in SERVICE_FIELDS):
             self.refuse(line, "quirk", '"svc_fields_split" without service fields',
                         "at least one of " + ", ".join(SERVICE_FIELDS))

@@ -4,7 +4,7 @@
 import re
 from pathlib import Path
 
-from catalog import Field, Refusals, describe, nearest, read_toml
+from catalog import Field, Refusals, describe, is_comment, nearest, read_toml
 
 
 class Glossary:
@@ -29,6 +29,6 @@ def load(root: Path, tables: list, errors: list) -> Glossary:
         if name not in fields:
             file.refuse(lines.get(name, 1), "name", describe(name),
                         "a field of a table that is not reserved" + nearest(name, fields))
-        elif not isinstance(text, str) or not text.strip() or not text.isprintable() or "*/" in text:
+        elif not is_comment(text):
             file.refuse(lines.get(name, 1), f'name "{name}"', describe(text), "a few words in one line")
     return Glossary(entries)
