@@ -270,6 +270,8 @@ class Library(HardenedLibrary, unittest.TestCase):
     def test_exports_exactly_the_interface(self):
         names = MODULE.union(*(table.exports() for table in self.tables))
         self.assertEqual(sorted(self.exports), sorted(names))
+
+    def test_exports_all_of_what_has_been_there(self):
         if set(self.listed) == {table.name for table in self.tables}:
             self.assertEqual(len(self.exports), 1132)
 
