@@ -44,35 +44,51 @@ void set_member(Bytes &stored, const Field &member, std::uint32_t value) {
             i < 4 ? static_cast<std::uint8_t>(spread >> 8 * i) : std::uint8_t{0};
 }
 
+/// Whether the byte of a stored record belongs to a key.
+bool in_a_key(const Facts &table, std::size_t at) {
+    return std::ranges::any_of(table.keys, [at](const Key &key) {
+        return std::ranges::any_of(key.members, [at](const Field &member) {
+            return at - member.stored_offset < member.width;
+        });
+    });
+}
+
+/// How many of so many values a member of the primary key can take.
+std::uint64_t choices_of(const Field &member, std::uint64_t values) {
+    return member.width < 4 ? std::min(values, std::uint64_t{1} << 8 * member.width) : values;
+}
+
+std::uint64_t primary_keys(const Facts &table, std::uint64_t values) {
+    std::uint64_t product = 1;
+    for (const Field &member : table.keys[0].members)
+        product = std::min(product * choices_of(member, values), std::uint64_t{1} << 32);
+    return product;
+}
+
 } // namespace
+
+bool RecordPool::fits(const Facts &table, std::uint32_t records) {
+    std::size_t at = 0;
+    while (at < table.stored_size && in_a_key(table, at))
+        ++at;
+    return at < table.stored_size && primary_keys(table, records) >= records;
+}
 
 RecordPool::RecordPool(const Facts &table, std::uint32_t records, Spread spread)
     : table_(table), spread_(spread) {
-    const auto in_a_key = [&](std::size_t at) {
-        return std::ranges::any_of(table.keys, [at](const Key &key) {
-            return std::ranges::any_of(key.members, [at](const Field &member) {
-                return at - member.stored_offset < member.width;
-            });
-        });
-    };
-    while (in_a_key(version_at_))
+    while (in_a_key(table, version_at_))
         ++version_at_;
     const Key &key = table.keys[0];
-    const auto combinations = [&](std::uint64_t values) {
-        std::uint64_t product = 1;
-        for (std::size_t i = 0; i < key.members.size(); ++i)
-            product *= values;
-        return product;
-    };
-    std::uint32_t values = 1;
-    while (combinations(values) < records)
+    std::uint64_t values = 1;
+    while (primary_keys(table, values) < records)
         ++values;
     for (std::uint32_t number = 0; number < records; ++number) {
         Bytes stored(table.stored_size);
-        std::uint32_t rest = number;
+        std::uint64_t rest = number;
         for (const Field &member : key.members) {
-            set_member(stored, member, rest % values);
-            rest /= values;
+            const std::uint64_t choices = choices_of(member, values);
+            set_member(stored, member, static_cast<std::uint32_t>(rest % choices));
+            rest /= choices;
         }
         primary_.push_back(key_value(key, stored));
         numbers_[primary_.back()] = number;

@@ -29,6 +29,9 @@ public:
     /// one large group, or so that hardly two records share a value.
     enum class Spread { even, skewed, apart };
 
+    /// Whether the table has so many primary keys, and a byte that is in no key.
+    static bool fits(const Facts &table, std::uint32_t records);
+
     RecordPool(const Facts &table, std::uint32_t records, Spread spread);
 
     [[nodiscard]] std::uint32_t size() const { return static_cast<std::uint32_t>(primary_.size()); }

@@ -24,7 +24,8 @@ protected:
         });
     }
 };
-L2VPN_TEST_TYPED_TABLES(StoreModel, any_table);
+L2VPN_TEST_TYPED_TABLES(StoreModel,
+                        [](const Facts &table) { return RecordPool::fits(table, 6000); });
 
 TEST_P(StoreModel, PoolMakesWhatTheLibraryPacks) {
     const RecordPool records = pool(500, RecordPool::Spread::even);
