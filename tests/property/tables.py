@@ -186,7 +186,7 @@ def random_type(rng: random.Random) -> str:
     if kind == "2x":
         return f"2x{rng.choice((2, 3, 4, 5, 6, 7, 9, 12, 16, 28, 33))}"
     if kind == "bytes":
-        return f"bytes{rng.choice((3, 5, 6, 7, 9, 11, 12, 13, 15, 16, 17, 24, 31, 32, 60, 101, 1021))}"
+        return f"bytes{rng.choice((3, 5, 6, 7, 9, 11, 12, 13, 15, 16, 17, 24, 31, 32, 60, 101, 1021, 4001))}"
     return kind
 
 
