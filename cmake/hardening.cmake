@@ -23,5 +23,8 @@ else()
   target_compile_options(l2vpn_hardened INTERFACE -fcf-protection=full)
   set(all_marked -Wl,-z,cet-report=error)
 endif()
+if(L2VPN_COVERAGE)
+  return() # what counts is not, and needs the start-up files
+endif()
 target_link_options(l2vpn_hardened INTERFACE
   "$<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,SHARED_LIBRARY>:-nostartfiles;${all_marked}>")
