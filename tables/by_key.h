@@ -19,14 +19,13 @@ std::uint32_t count_by(const typename T::Record *record, std::uint32_t *count) {
     return DAL_VELD_CountByKey(L2VPN_DB_ModuleIntf(), &T::descriptor().intf, &key.request, count);
 }
 
-/// Calls use(std::integral_constant<std::size_t, K>) for the secondary key with the code;
-/// false if there is none.
+/// Calls use(std::integral_constant<std::size_t, K>) for the secondary key with the code, if there
+/// is one.
 template <class T, class Use>
-inline bool with_secondary_key(std::uint32_t code, Use use) {
-    return [&]<std::size_t... I>(std::index_sequence<I...>) {
-        return ((code == key_code(I + 1) &&
-                 (use(std::integral_constant<std::size_t, I + 1>{}), true)) ||
-                ...);
+inline void with_secondary_key(std::uint32_t code, Use use) {
+    [&]<std::size_t... I>(std::index_sequence<I...>) {
+        ((code == key_code(I + 1) ? use(std::integral_constant<std::size_t, I + 1>{}) : void()),
+         ...);
     }
     (std::make_index_sequence<key_count<T> - 1>{});
 }

@@ -9,7 +9,7 @@ bool Records::prepare(const Memory &memory, Arena &table) {
     const std::size_t chunks = chunks_ == nullptr ? 0 : chunks_->count;
     if (free_ != no_record || end_ < chunks * chunk_size)
         return true;
-    if (end_ >= max_records)
+    if (end_ >= limit_)
         return false;
     if (chunks_ == nullptr || chunks == chunks_->room) {
         const std::size_t room = std::max<std::size_t>(8, 2 * chunks);

@@ -18,8 +18,10 @@ struct Link {
 class Records {
 public:
     Records() = default;
-    Records(std::size_t stored_length, std::size_t secondary_keys)
-        : record_words_(words_for(stored_length)),
+    /// Of at most `limit` records, a multiple of 64.
+    Records(std::size_t stored_length, std::size_t secondary_keys,
+            RecordId limit = RecordId{1} << 31)
+        : limit_(limit), record_words_(words_for(stored_length)),
           stride_(record_words_ + words_for(secondary_keys * sizeof(Link)) + 1) {}
 
     /// Makes sure that there is a free number; false without memory. The table's arena holds the
@@ -65,7 +67,6 @@ public:
 
 private:
     static constexpr std::size_t chunk_size = 64;
-    static constexpr RecordId max_records = RecordId{1} << 31;
 
     /// `room` pointers follow, `count` of them are set.
     struct Chunks {
@@ -78,6 +79,7 @@ private:
         }
     };
 
+    RecordId limit_ = 0;
     std::size_t record_words_ = 0;
     std::size_t stride_ = 0;
     Chunks *chunks_ = nullptr;

@@ -1,0 +1,259 @@
+// SPDX-License-Identifier: MIT
+// What the library derives from a table's facts at compile time, here at run time, where it can be
+// looked at step by step.
+#include <gtest/gtest.h>
+
+#include <tuple>
+#include <vector>
+
+#include "dal/interface_table.h"
+#include "format/formatter.h"
+#include "frame/control_block.h"
+#include "schema/descriptor.h"
+#include "tables/conversion.h"
+#include "tables/key_builder.h"
+#include "tests/parts/sample_table.h"
+
+namespace l2vpn {
+namespace {
+
+TEST(Pieces, AreTheWidestMovesThatFit) {
+    const std::size_t expected[] = {0, 1, 2, 2, 4, 4, 4, 4, 8, 8, 8, 8, 8, 8, 8, 8, 16, 16, 16};
+    for (std::size_t length = 0; length < std::size(expected); ++length)
+        EXPECT_EQ(piece(length), expected[length]) << length;
+    EXPECT_EQ(piece(1000), 16U);
+}
+
+TEST(Pieces, OverlapWhereOneMoreMoveDoesForARestThatIsNoMove) {
+    std::vector<std::size_t> overlapping;
+    for (std::size_t length = 1; length <= 40; ++length)
+        if (overlaps(length))
+            overlapping.push_back(length);
+    // 7 is 4 and 3, 11 is 8 and 3, ... and 19 is 16 and 3.
+    EXPECT_EQ(overlapping, (std::vector<std::size_t>{7, 11, 13, 14, 15, 19, 21, 22, 23, 25, 26, 27,
+                                                     28, 29, 30, 31}));
+}
+
+TEST(Facts, OfStoredRecords) {
+    const std::size_t offsets[] = {0, 4, 5, 7, 13, 15, 17, 27, 31, 35, 38};
+    for (std::size_t field = 0; field < std::size(offsets); ++field)
+        EXPECT_EQ(stored_offset<SampleTable>(field), offsets[field]) << field;
+    EXPECT_EQ(stored_size<SampleTable>, 38U);
+    EXPECT_EQ(stored_size<OneFieldTable>, 1U);
+}
+
+TEST(Facts, OfFields) {
+    EXPECT_EQ(field_named<SampleTable>("vrId"), 0U);
+    EXPECT_EQ(field_named<SampleTable>("token"), 9U);
+    EXPECT_EQ(field_named<SampleTable>("tok"), no_field);
+    EXPECT_EQ(field_named<OneFieldTable>("batchVersion"), no_field);
+    EXPECT_TRUE(has_batch_version<SampleTable>);
+    EXPECT_EQ(batch_version<SampleTable>, 7U);
+    EXPECT_FALSE(has_batch_version<OneFieldTable>);
+    std::vector<bool> plain;
+    for (const Field &field : SampleTable::fields)
+        plain.push_back(field.plain());
+    EXPECT_EQ(plain, (std::vector<bool>{true, true, true, false, true, true, false, true, true,
+                                        false}));
+}
+
+TEST(Facts, OfKeys) {
+    EXPECT_STREQ(key_member<SampleTable>(0, 2).name, "macAddr");
+    EXPECT_STREQ(key_member<SampleTable>(1, 0).name, "batchVersion");
+    EXPECT_STREQ(key_member<SampleTable>(1, 2).name, "vrId");
+    EXPECT_EQ(key_length<SampleTable>(0), 12U);
+    EXPECT_EQ(key_length<SampleTable>(1), 12U);
+    EXPECT_EQ(key_length<OneFieldTable>(0), 1U);
+    EXPECT_EQ(key_id_word<SampleTable>(0), 0x0001000CU);
+    EXPECT_EQ(key_id_word<SampleTable>(1), 0x0109000CU);
+    EXPECT_EQ(key_flags(0), 1U);
+    EXPECT_EQ(key_flags(1), 9U);
+    EXPECT_EQ(key_code(0), 0x001U);
+    EXPECT_EQ(key_code(1), 0x109U);
+    EXPECT_EQ(key_code(9), 0x909U);
+}
+
+using Seen = std::vector<std::tuple<std::size_t, std::size_t, std::size_t, bool>>;
+
+template <class List>
+Seen moves_of(const List &list) {
+    Seen seen;
+    for (std::size_t i = 0; i < list.count; ++i)
+        seen.emplace_back(list.items[i].caller, list.items[i].stored, list.items[i].width,
+                          list.items[i].plain);
+    return seen;
+}
+
+TEST(Moves, JoinPlainBytesThatGoOnInBothLayouts) {
+    Moves<6> moves;
+    moves.add({0, 0, 4, true});
+    moves.add({4, 4, 1, true});
+    EXPECT_EQ(moves_of(moves), (Seen{{0, 0, 5, true}}));
+    moves.add({6, 5, 2, true}); // padding before it
+    moves.add({8, 8, 2, true}); // not in the stored record
+    moves.add({10, 10, 2, false});
+    moves.add({12, 12, 2, true}); // after bytes that are not plain
+    moves.add({14, 14, 2, false});
+    EXPECT_EQ(moves_of(moves),
+              (Seen{{0, 0, 5, true},
+                    {6, 5, 2, true},
+                    {8, 8, 2, true},
+                    {10, 10, 2, false},
+                    {12, 12, 2, true},
+                    {14, 14, 2, false}}));
+}
+
+TEST(Moves, OfAWholeRecordFollowTheSchema) {
+    EXPECT_EQ(moves_of(record_moves<SampleTable>()), (Seen{{0, 0, 5, true},
+                                                           {6, 5, 2, true},
+                                                           {8, 7, 6, false},
+                                                           {14, 13, 4, true},
+                                                           {18, 17, 5, false},
+                                                           {23, 22, 5, false},
+                                                           {28, 27, 8, true},
+                                                           {36, 35, 3, false}}));
+}
+
+TEST(Moves, LeaveServiceFieldsToTheirOwnConversion) {
+    EXPECT_EQ(moves_of(record_moves<SplitTable>()), (Seen{{0, 0, 5, true},
+                                                          {6, 5, 2, true},
+                                                          {8, 7, 6, false},
+                                                          {28, 27, 8, true},
+                                                          {36, 35, 3, false}}));
+    EXPECT_EQ(moves_of(service_moves<SplitTable, Direction::to_stored>()),
+              (Seen{{18, 17, 5, false}, {23, 22, 5, false}, {14, 13, 4, true}}));
+    EXPECT_EQ(moves_of(service_moves<SplitTable, Direction::to_caller>()),
+              (Seen{{14, 13, 4, true}, {18, 17, 5, false}, {23, 22, 5, false}}));
+}
+
+TEST(Moves, KnowTheServiceFieldsByName) {
+    for (const char *name : {"svcStatus", "svcErrcode", "glbSvcCtx", "svcCtx"})
+        EXPECT_TRUE(is_service_field(name)) << name;
+    for (const char *name : {"svcStatu", "svcCtx2", "batchVersion", ""})
+        EXPECT_FALSE(is_service_field(name)) << name;
+}
+
+template <class List>
+Seen runs_of(const List &list) {
+    Seen seen;
+    for (std::size_t i = 0; i < list.count; ++i)
+        seen.emplace_back(list.items[i].record, list.items[i].key, list.items[i].width,
+                          list.items[i].plain);
+    return seen;
+}
+
+TEST(KeyRuns, JoinMembersThatStandTogetherInTheRecord) {
+    EXPECT_EQ(runs_of(key_runs<SampleTable, 0>()),
+              (Seen{{0, 0, 4, true}, {6, 4, 2, true}, {8, 6, 6, false}}));
+    EXPECT_EQ(runs_of(key_runs<SampleTable, 1>()), (Seen{{28, 0, 8, true}, {0, 8, 4, true}}));
+}
+
+/// Two MAC addresses that stand together, and a number behind them.
+struct TwoMacs {
+    static constexpr Field fields[] = {{"source", 0, 0, 6, Kind::mac, true},
+                                       {"target", 1, 6, 6, Kind::mac, true},
+                                       {"vlan", 2, 12, 2, Kind::integer, true}};
+    static constexpr std::uint16_t key_members[] = {0, 1, 2};
+    static constexpr Key keys[] = {{"primary_key", 0, 3}};
+};
+
+TEST(KeyRuns, NeverJoinMacAddresses) {
+    EXPECT_EQ(runs_of(key_runs<TwoMacs, 0>()),
+              (Seen{{0, 0, 6, false}, {6, 6, 6, false}, {12, 12, 2, true}}));
+}
+
+TEST(Lines, NameTheirItems) {
+    EXPECT_STREQ((item_format<SampleTable, 0>(":%u%s").data()), "vrId:%u%s");
+    EXPECT_STREQ((item_format<SampleTable, 6>(":0x").data()), "svcCtx:0x");
+    EXPECT_EQ((item_format<SampleTable, 0>(":%u%s").size()), 10U);
+    EXPECT_EQ(last_printed<SampleTable>(), 7U);
+    EXPECT_EQ(last_printed<OneFieldTable>(), 0U);
+}
+
+TEST(Descriptors, GoOnWithTheirMaps) {
+    const L2vpnDbTblIntf intf{SampleTable::name, nullptr, nullptr, nullptr, nullptr, nullptr, {}};
+    const auto descriptor = make_descriptor<SampleTable>(intf);
+    EXPECT_EQ(descriptor.intf.name, SampleTable::name);
+    EXPECT_EQ(descriptor.updates[0].id, 10U);
+    EXPECT_EQ(descriptor.updates[0].mapped, 10U);
+    ASSERT_EQ(std::size(descriptor.keys), 2U);
+    EXPECT_EQ(descriptor.keys[0].id, 0U);
+    EXPECT_EQ(descriptor.keys[0].mapped, 0x001U);
+    EXPECT_EQ(descriptor.keys[1].id, 1U);
+    EXPECT_EQ(descriptor.keys[1].mapped, 0x109U);
+    static_assert(sizeof descriptor == 80 + 8 + 16);
+
+    const auto short_one = make_descriptor<OneFieldTable>(intf);
+    EXPECT_EQ(short_one.keys[0].mapped, 0x001U);
+    static_assert(sizeof short_one == 80 + 8);
+}
+
+TEST(Schemas, DescribeTheTable) {
+    static Schema<SampleTable> self;
+    const L2vpnAstFormatFn format = [](std::uint32_t, const void *, char *, std::uint32_t,
+                                       const char *) { return 7U; };
+    const Schema<SampleTable> made = make_schema<SampleTable>(self, format);
+    EXPECT_EQ(made.module.name, SampleTable::name);
+    EXPECT_EQ(made.module.fields, self.fields);
+    EXPECT_EQ(made.module.keys, self.keys);
+    EXPECT_EQ(made.module.sizes, 0x00000028'0002'000AU);
+    EXPECT_EQ(made.module.format, format);
+    EXPECT_STREQ(made.fields[6].name, "svcCtx");
+    EXPECT_EQ(made.fields[6].position, 0x00000012'000A'0008U);
+    EXPECT_EQ(made.fields[9].position, 0x00000024'0003'000CU);
+    EXPECT_STREQ(made.members[3], "batchVersion");
+    EXPECT_STREQ(made.members[5], "vrId");
+    EXPECT_STREQ(made.keys[1].name, "batch_key");
+    EXPECT_EQ(made.keys[1].index, 1U);
+    EXPECT_EQ(made.keys[1].members, &self.members[3]);
+    EXPECT_EQ(made.keys[1].memberCount, 3U);
+}
+
+/// Each is wrong in one place.
+struct KeyTooShort : SampleTable {
+    struct ControlBlock {
+        std::uint32_t keyId[4];
+        std::uint8_t key[8];
+        L2vpnDbGlbCb cb;
+    };
+};
+struct KeyTooLate : SampleTable {
+    struct ControlBlock {
+        std::uint32_t keyId[6];
+        std::uint8_t key[16];
+        L2vpnDbGlbCb cb;
+    };
+};
+struct BlockTooLate : SampleTable {
+    struct ControlBlock {
+        std::uint32_t keyId[4];
+        std::uint8_t key[16];
+        std::uint64_t more;
+        L2vpnDbGlbCb cb;
+    };
+};
+struct BlockTooLong : SampleTable {
+    struct ControlBlock {
+        std::uint32_t keyId[4];
+        std::uint8_t key[16];
+        L2vpnDbGlbCb cb;
+        std::uint64_t more;
+    };
+};
+
+TEST(ControlBlocks, AreCheckedInEveryPlace) {
+    EXPECT_TRUE(control_block_laid_out<SampleTable>());
+    EXPECT_FALSE(control_block_laid_out<KeyTooShort>());
+    EXPECT_FALSE(control_block_laid_out<KeyTooLate>());
+    EXPECT_FALSE(control_block_laid_out<BlockTooLate>());
+    EXPECT_FALSE(control_block_laid_out<BlockTooLong>());
+}
+
+TEST(GenericInterface, KnowsTheRecordsLength) {
+    EXPECT_TRUE(length_matches<SampleTable>(40));
+    EXPECT_FALSE(length_matches<SampleTable>(39));
+    EXPECT_FALSE(length_matches<SampleTable>(41));
+}
+
+} // namespace
+} // namespace l2vpn

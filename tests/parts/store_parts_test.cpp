@@ -1,0 +1,298 @@
+// SPDX-License-Identifier: MIT
+// The store's parts by themselves, in states that a whole store comes to late or by bad luck only.
+#include <gtest/gtest.h>
+
+#include <barrier>
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <set>
+#include <vector>
+
+#include <pthread.h>
+
+#include "platform/memory/cursors.h"
+#include "platform/memory/events.h"
+
+namespace {
+
+bool refuse_aligned = false;
+std::uint32_t allocations_left = UINT32_MAX;
+std::vector<std::unique_ptr<char[]>> given; // an arena gives nothing back
+
+void *allocate(std::size_t size) {
+    if (allocations_left == 0)
+        return nullptr;
+    --allocations_left;
+    given.push_back(std::make_unique<char[]>(size));
+    return given.back().get();
+}
+
+void release(void *) {}
+
+} // namespace
+
+/// In the place of the C library's, which cannot be made to fail.
+extern "C" void *aligned_alloc(std::size_t alignment, std::size_t size) noexcept {
+    void *block = nullptr;
+    return refuse_aligned || posix_memalign(&block, alignment, size) != 0 ? nullptr : block;
+}
+
+namespace l2vpn::platform {
+namespace {
+
+L2vpnDbModuleIntf services(L2vpnStoreAllocateFn allocating, L2vpnStoreReleaseFn releasing) {
+    return {{reinterpret_cast<std::uintptr_t>(allocating),
+             reinterpret_cast<std::uintptr_t>(releasing)},
+            0};
+}
+
+class StoreParts : public testing::Test {
+protected:
+    StoreParts() { allocations_left = UINT32_MAX; }
+    ~StoreParts() override {
+        given.clear();
+        refuse_aligned = false;
+    }
+    StoreParts(const StoreParts &) = delete;
+    StoreParts &operator=(const StoreParts &) = delete;
+
+    const L2vpnDbModuleIntf module_ = services(allocate, release);
+    const Memory memory_{&module_};
+    Arena arena_;
+};
+
+TEST(StoreMemoryOwner, IsTheLibraryOnlyIfBothFunctionsAre) {
+    EXPECT_TRUE(Memory(nullptr).own());
+    for (const auto &[module, own] :
+         {std::pair{services(std::malloc, std::free), true},
+          std::pair{services(allocate, std::free), false},
+          std::pair{services(std::malloc, release), false},
+          std::pair{services(allocate, release), false},
+          // One without the other is no service.
+          std::pair{services(allocate, nullptr), true}, std::pair{services(nullptr, release), true}})
+        EXPECT_EQ(Memory(&module).own(), own);
+}
+
+TEST_F(StoreParts, ArenaGivesZeroedLines) {
+    char *last = nullptr;
+    for (const std::size_t size : {1U, 64U, 65U, 5000U, 3U}) {
+        auto *const piece = static_cast<char *>(arena_.take(memory_, size));
+        ASSERT_NE(piece, nullptr);
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(piece) % 64, 0U);
+        EXPECT_EQ(std::count(piece, piece + size, '\0'), static_cast<std::ptrdiff_t>(size));
+        std::memset(piece, 0xA5, (size + 63) / 64 * 64);
+        EXPECT_NE(piece, last);
+        last = piece;
+    }
+}
+
+TEST_F(StoreParts, ArenaTakesNothingFromAReserveThatSuffices) {
+    ASSERT_TRUE(arena_.reserve(memory_, 1000));
+    allocations_left = 0;
+    EXPECT_TRUE(arena_.reserve(memory_, 1000));
+    EXPECT_NE(arena_.take(memory_, 500), nullptr);
+    EXPECT_FALSE(arena_.reserve(memory_, 10'000));
+    EXPECT_NE(arena_.take(memory_, 300), nullptr) << "a failed reserve must lose nothing";
+}
+
+/// Takes pieces until `total` bytes are taken, each from the memory given.
+void fill(Arena &arena, const Memory &memory, std::size_t total) {
+    constexpr std::size_t piece = std::size_t{1} << 20;
+    for (std::size_t taken = 0; taken < total; taken += piece)
+        ASSERT_NE(arena.take(memory, piece), nullptr);
+}
+
+TEST_F(StoreParts, LargeArenaTakesHugePagesOfItsOwnMemory) {
+    const Memory own(nullptr);
+    fill(arena_, own, std::size_t{12} << 20);
+    void *const piece = arena_.take(own, std::size_t{2} << 20);
+    ASSERT_NE(piece, nullptr);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(piece) % (std::size_t{2} << 20), 0U);
+    refuse_aligned = true;
+    EXPECT_EQ(arena_.take(own, std::size_t{2} << 20), nullptr);
+    refuse_aligned = false;
+    EXPECT_NE(arena_.take(own, std::size_t{2} << 20), nullptr);
+    // Larger pieces than a huge page come from malloc.
+    refuse_aligned = true;
+    EXPECT_NE(arena_.take(own, std::size_t{3} << 20), nullptr);
+}
+
+TEST_F(StoreParts, LargeArenaStaysWithARegisteredService) {
+    fill(arena_, memory_, std::size_t{12} << 20);
+    refuse_aligned = true;
+    EXPECT_NE(arena_.take(memory_, std::size_t{1} << 20), nullptr);
+    allocations_left = 0;
+    EXPECT_EQ(arena_.take(memory_, std::size_t{2} << 20), nullptr);
+}
+
+TEST_F(StoreParts, IndexFindsRecordsOfOneHash) {
+    KeyIndex index;
+    EXPECT_FALSE(index.find(7, [](RecordId) { return true; }));
+    // 511 fit under one hash: a free place must end every search.
+    for (RecordId id = 0; id < 511; ++id) {
+        ASSERT_TRUE(index.prepare(memory_, arena_, 7)) << id;
+        index.insert(7, id);
+    }
+    EXPECT_FALSE(index.prepare(memory_, arena_, 7));
+    for (RecordId id = 0; id < 511; ++id)
+        EXPECT_TRUE(index.find(7, [id](RecordId found) { return found == id; })) << id;
+    EXPECT_FALSE(index.find(7, [](RecordId found) { return found == 511; }));
+    for (RecordId id = 0; id < 511; id += 2)
+        index.erase(7, id);
+    for (RecordId id = 0; id < 511; ++id)
+        EXPECT_EQ(index.find(7, [id](RecordId found) { return found == id; }), id % 2 == 1) << id;
+    EXPECT_TRUE(index.prepare(memory_, arena_, 7));
+}
+
+TEST_F(StoreParts, IndexLosesNothingWhenMemoryRunsOut) {
+    // Each number of allocations in turn, until all records find room.
+    for (std::uint32_t successes = 0;; ++successes) {
+        Arena arena;
+        KeyIndex index;
+        allocations_left = successes;
+        RecordId id = 0;
+        const auto hash = [](RecordId of) { return of * 0x9E3779B1U; };
+        while (id < 5000 && index.prepare(memory_, arena, hash(id))) {
+            index.insert(hash(id), id);
+            ++id;
+        }
+        for (RecordId there = 0; there < id; ++there)
+            ASSERT_TRUE(index.find(hash(there), [&](RecordId found) { return found == there; }));
+        if (id == 5000)
+            break;
+        allocations_left = UINT32_MAX;
+        EXPECT_TRUE(index.prepare(memory_, arena, hash(id)));
+    }
+}
+
+TEST_F(StoreParts, RecordsThatNeverWereAreNotFound) {
+    Records records(10, 1);
+    EXPECT_EQ(records.find(0), nullptr);
+    EXPECT_EQ(records.find_link(0, 1), nullptr);
+    ASSERT_TRUE(records.prepare(memory_, arena_));
+    EXPECT_EQ(records.take(), 0U);
+    EXPECT_EQ(records.find(0), records.words(0));
+    EXPECT_EQ(records.find_link(0, 1), &records.link(0, 1));
+    EXPECT_EQ(records.find(63), records.words(63));
+    EXPECT_EQ(records.find(64), nullptr);
+    EXPECT_EQ(records.find(no_record), nullptr);
+    EXPECT_EQ(records.find_link(64, 1), nullptr);
+}
+
+TEST_F(StoreParts, RecordsEndAtTheirLimit) {
+    Records records(8, 0, 128);
+    for (RecordId id = 0; id < 128; ++id) {
+        ASSERT_TRUE(records.prepare(memory_, arena_));
+        EXPECT_EQ(records.take(), id);
+    }
+    EXPECT_FALSE(records.prepare(memory_, arena_));
+    records.give_back(3);
+    ASSERT_TRUE(records.prepare(memory_, arena_));
+    EXPECT_EQ(records.take(), 3U);
+}
+
+TEST_F(StoreParts, CursorsEndAtTheirLimit) {
+    Cursor *newest[1] = {};
+    Cursors cursors(5, newest);
+    std::vector<const L2vpnDbIter *> handles;
+    while (const Cursor *const cursor = cursors.open(memory_, arena_, Cursor::whole_table))
+        handles.push_back(cursors.handle(*cursor));
+    // 16, then twice as many each time.
+    ASSERT_EQ(handles.size(), 16U * ((1U << 16) - 1));
+    EXPECT_EQ(std::set(handles.begin(), handles.end()).size(), handles.size());
+    Cursor *const last = cursors.find(handles.back());
+    ASSERT_NE(last, nullptr);
+    EXPECT_EQ(last->slot, handles.size() - 1);
+    cursors.release(*last);
+    EXPECT_EQ(cursors.find(handles.back()), nullptr);
+    EXPECT_EQ(cursors.open(memory_, arena_, 0), last);
+    EXPECT_EQ(cursors.open(memory_, arena_, 0), nullptr);
+}
+
+TEST_F(StoreParts, CursorWithoutMemoryComesWhenThereIsSome) {
+    Cursor *newest[1] = {};
+    Cursors cursors(5, newest);
+    allocations_left = 0;
+    EXPECT_EQ(cursors.open(memory_, arena_, 0), nullptr);
+    EXPECT_EQ(cursors.over(0), nullptr);
+    allocations_left = 1;
+    EXPECT_NE(cursors.open(memory_, arena_, 0), nullptr);
+}
+
+TEST(StoreWords, OfBytes) {
+    const char bytes[] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
+    Word expected = 0;
+    for (std::size_t count = 0; count <= 8; ++count) {
+        EXPECT_EQ(load_bytes(bytes, count), expected) << count;
+        expected |= Word{count + 1} << 8 * count;
+    }
+}
+
+std::uint32_t counted_events;
+
+void count_event(std::uint32_t event, std::uint32_t amount) {
+    EXPECT_EQ(event, 3U);
+    __atomic_fetch_add(&counted_events, amount, __ATOMIC_RELAXED);
+}
+
+/// Threads have numbers up to 4,096; those beyond count, too, but never at once.
+TEST(StoreEvents, OfMoreThreadsThanHaveNumbers) {
+    constexpr std::size_t numbered = 4096;
+    struct Threads {
+        pthread_barrier_t ready, done;
+        Events own[numbered];
+    };
+    const auto threads = std::make_unique<Threads>();
+    pthread_barrier_init(&threads->ready, nullptr, numbered + 1);
+    pthread_barrier_init(&threads->done, nullptr, numbered + 1);
+    pthread_attr_t small;
+    pthread_attr_init(&small);
+    pthread_attr_setstacksize(&small, std::size_t{64} << 10);
+    counted_events = 0;
+    std::vector<pthread_t> handles(numbered);
+    for (pthread_t &handle : handles)
+        ASSERT_EQ(pthread_create(
+                      &handle, &small,
+                      [](void *given_threads) -> void * {
+                          auto &all = *static_cast<Threads *>(given_threads);
+                          Events events;
+                          events.count(count_event, 3); // a number for this thread
+                          pthread_barrier_wait(&all.ready);
+                          pthread_barrier_wait(&all.done);
+                          return nullptr;
+                      },
+                      threads.get()),
+                  0);
+    pthread_barrier_wait(&threads->ready);
+    EXPECT_EQ(counted_events, numbered);
+    // This thread came last, and no number is left.
+    Events events;
+    for (std::uint32_t i = 1; i < L2VPN_STORE_EVENT_LOT; ++i)
+        events.count(count_event, 3);
+    EXPECT_EQ(counted_events, numbered);
+    events.count(count_event, 3);
+    EXPECT_EQ(counted_events, numbered + L2VPN_STORE_EVENT_LOT);
+    pthread_barrier_wait(&threads->done);
+    for (const pthread_t handle : handles)
+        pthread_join(handle, nullptr);
+    // Numbers are free again, for threads that start now.
+    pthread_t late = 0;
+    ASSERT_EQ(pthread_create(
+                  &late, nullptr,
+                  [](void *) -> void * {
+                      Events own;
+                      own.count(count_event, 3);
+                      EXPECT_EQ(counted_events, numbered + L2VPN_STORE_EVENT_LOT + 1);
+                      return nullptr;
+                  },
+                  nullptr),
+              0);
+    pthread_join(late, nullptr);
+    pthread_attr_destroy(&small);
+    pthread_barrier_destroy(&threads->ready);
+    pthread_barrier_destroy(&threads->done);
+}
+
+} // namespace
+} // namespace l2vpn::platform

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: MIT
+// Descriptors are the program's: there may be many of a table, anywhere, and odd ones.
+#include "tests/platform/memory_service.h"
+#include "tests/platform/store_test.h"
+
+namespace l2vpn::test {
+namespace {
+
+/// In a process of its own: the store remembers descriptors for good.
+class FreshStoreDescriptors : public StoreTest {
+protected:
+    void TearDown() override {
+        stop_failing_allocations();
+        StoreTest::TearDown();
+    }
+
+    [[nodiscard]] const TypedTable &other_table() const {
+        for (const TypedTable &table : typed_tables)
+            if (find_facts(table.name).stored_size != facts_.stored_size)
+                return table;
+        ADD_FAILURE() << "all tables have records of one size";
+        return table_;
+    }
+
+    std::uint32_t count_with(L2vpnDbTblIntf &descriptor) const {
+        std::uint32_t result = 0;
+        EXPECT_EQ(DAL_VELD_Count(module_, &descriptor, &result), 0U);
+        return result;
+    }
+};
+L2VPN_TEST_TYPED_TABLES(FreshStoreDescriptors, any_table);
+
+// More than the store remembers; those that it does not remember work like the others.
+TEST_P(FreshStoreDescriptors, AllOfATableWork) {
+    static L2vpnDbTblIntf descriptors[1100];
+    ASSERT_EQ(write(record(1)), 0U);
+    for (L2vpnDbTblIntf &descriptor : descriptors)
+        descriptor = *intf_;
+    for (int time = 0; time < 2; ++time)
+        for (L2vpnDbTblIntf &descriptor : descriptors)
+            ASSERT_EQ(count_with(descriptor), 1U) << &descriptor - descriptors;
+}
+
+// At one address, as on a stack: it is the name that counts.
+TEST_P(FreshStoreDescriptors, MayGiveWayToThoseOfOtherTables) {
+    ASSERT_EQ(write(record(1)), 0U);
+    L2vpnDbTblIntf descriptor = *intf_;
+    EXPECT_EQ(count_with(descriptor), 1U);
+    descriptor = *other_table().descriptor;
+    EXPECT_EQ(count_with(descriptor), 0U);
+    EXPECT_EQ(count_with(descriptor), 0U);
+    descriptor = *intf_;
+    EXPECT_EQ(count_with(descriptor), 1U);
+}
+
+TEST_P(FreshStoreDescriptors, NeedNoStatisticsEvenWhenMemoryRunsOut) {
+    if (is_used(table_))
+        GTEST_SKIP() << "the table has been used before";
+    register_memory_service();
+    static L2vpnDbTblIntf descriptor;
+    descriptor = *intf_;
+    descriptor.stat = nullptr;
+    std::uint32_t result = 7;
+    fail_allocations_after(0);
+    EXPECT_EQ(DAL_VELD_Count(module_, &descriptor, &result), L2VPN_STORE_NO_MEMORY);
+    EXPECT_EQ(result, 7U);
+    EXPECT_EQ(counters(), Counters{});
+}
+
+} // namespace
+} // namespace l2vpn::test
