@@ -16,7 +16,7 @@ protected:
 
     [[nodiscard]] const TypedTable &other_table() const {
         for (const TypedTable &table : typed_tables)
-            if (find_facts(table.name).stored_size != facts_.stored_size)
+            if (facts(table.name).stored_size != facts_.stored_size)
                 return table;
         ADD_FAILURE() << "all tables have records of one size";
         return table_;
