@@ -82,10 +82,16 @@ constexpr std::size_t last_printed() {
     return last;
 }
 
+/// The last item is not followed by the separator, but in some tables.
+template <class T>
+constexpr bool separated_after(std::size_t i) {
+    return i != last_printed<T>() || T::trailing_separator;
+}
+
 template <class T, std::size_t I>
 inline void print_item(Line &line, const char *record, const char *separator) {
     constexpr Field field = T::fields[I];
-    constexpr bool separated = I != last_printed<T>() || T::trailing_separator;
+    constexpr bool separated = separated_after<T>(I);
     const char *at = record + field.offset;
     if constexpr (!field.printed) {
         return;

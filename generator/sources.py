@@ -120,13 +120,13 @@ def functions(table: Table) -> str:
         symbol = f"g_l2vpn{record}Intf"
         objects = (
             "// Users see the descriptor alone; the object goes on with the two maps.\n"
-            f'extern constinit l2vpn::TableDescriptor<l2vpn::{tag}> descriptor __asm__("{symbol}")\n    __attribute__((visibility("default")));\n'
-            f"constinit l2vpn::TableDescriptor<l2vpn::{tag}> descriptor =\n"
+            f'extern constinit l2vpn::TableDescriptor<l2vpn::{tag}> {table.name}_descriptor __asm__("{symbol}")\n    __attribute__((visibility("default")));\n'
+            f"constinit l2vpn::TableDescriptor<l2vpn::{tag}> {table.name}_descriptor =\n"
             f"    l2vpn::make_descriptor<l2vpn::{tag}>({{l2vpn::{tag}::name, db_create_{table.name}_obj,\n"
             f"        db_release_{table.name}_object, db_reset_{table.name}_object,\n"
             f"        db_set_{table.name}_all_fields, L2VPN_DB_{record}Stat, {{0, 0, 0, 0}}}});\n"
             f"constinit {record}GlbCb g_l2vpn{record}GlbCb{{}};\n")
-        accessor = (f"namespace l2vpn {{\n\ninline TableDescriptor<{tag}> &{tag}::descriptor() {{ return ::descriptor; }}"
+        accessor = (f"namespace l2vpn {{\n\ninline TableDescriptor<{tag}> &{tag}::descriptor() {{ return {table.name}_descriptor; }}"
                     "\n\n} // namespace l2vpn\n\n")
     includes = ('#include "dal/interface_table.h"\n' if table.typed else "")
     body = "".join(out).replace(f"<{tag}", f"<l2vpn::{tag}")

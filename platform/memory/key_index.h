@@ -79,14 +79,17 @@ private:
         const Segment *const in = __atomic_load_n(
             &directory->segments()[place(wanted, directory->depth)], __ATOMIC_ACQUIRE);
         std::uint32_t at = home(wanted);
-        for (std::uint32_t n = 0; n < segment_size; ++n, at = next(at)) {
+        // A free slot ends the search, but for a reader to whom a change shows others each time.
+        std::uint32_t n = 0;
+        do {
             const Slot slot = load(in->slots[at]);
             if (slot == 0)
                 return nullptr;
             if (hash(slot) == wanted && matches(record(slot)))
                 return &in->slots[at];
-        }
-        return nullptr;
+            at = next(at);
+        } while (++n < segment_size); // unreachable: the other way, but in the middle of a change
+        return nullptr; // unreachable: as the line above
     }
 
     Slot &slot_of(Hash hash, RecordId id) const;

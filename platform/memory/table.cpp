@@ -120,7 +120,9 @@ Table::Found Table::find(const KeyPlan &plan, const KeyIndex &index, Hash hash,
     Found found{no_record, nullptr};
     index.find(hash, [&](RecordId id) {
         const Word *const words = records_.find(id);
-        if (words == nullptr || !plan.same(source, words))
+        if (words == nullptr) // unreachable: but in the middle of a change
+            return false;     // unreachable: as the line above
+        if (!plan.same(source, words))
             return false;
         found = {id, words};
         return true;
@@ -162,7 +164,9 @@ std::uint32_t Table::count_found(Key key, Hash hash) const {
     if (id == no_record || key.index == 0)
         return id == no_record ? 0 : 1;
     const Link *const link = records_.find_link(id, key.index);
-    return link == nullptr ? 0 : load(link->count);
+    if (link == nullptr) // unreachable: but in the middle of a change
+        return 0;        // unreachable: as the line above
+    return load(link->count);
 }
 
 Outcome Table::count_by(const Key &key, std::uint32_t &count) {

@@ -25,7 +25,7 @@ class Source:
         self.path = path
         self.lines = {}
         self.branches = defaultdict(lambda: [0, 0])
-        self.conditions = defaultdict(bool)
+        self.conditions = defaultdict(set)
         self.excused = {number for number, line in enumerate(path.read_text().splitlines(), 1)
                         if UNREACHABLE.search(line)}
 
@@ -47,23 +47,28 @@ class Source:
                 current = here[-1]
 
     def add_function(self, function: dict, file_id: int) -> None:
-        folded = set()
         times = defaultdict(int)
         for branch in function["branches"]:
-            if branch[6] != file_id:
-                continue
-            place = tuple(branch[:4])
-            # A fold expression has one place for all its operands.
-            times[place] += 1
-            key = (*place, times[place])
-            if len(branch) > 8 and branch[8] == 4 and branch[4] == branch[5] == 0:
-                folded.add(place)
-            self.branches[key][0] += branch[4]
-            self.branches[key][1] += branch[5]
+            if branch[6] == file_id:
+                place = tuple(branch[:4])
+                times[place] += 1  # a fold expression has one place for all its operands
+                self.branches[(*place, times[place])][0] += branch[4]
+                self.branches[(*place, times[place])][1] += branch[5]
         for record in function.get("mcdc_records", ()):
-            for number, shown in enumerate(record[-1]):
-                key = (*record[:4], len(record[-1]), number)
-                self.conditions[key] |= shown
+            if record[4] == file_id:
+                shown = self.conditions[tuple(record[:4])]
+                shown |= {number for number, alone in enumerate(record[-1]) if alone}
+
+    def conditions_shown(self) -> dict:
+        """For each decision, as often as it has conditions: whether one was shown to matter alone.
+        Conditions that the compiler knows have no branch and cannot be."""
+        found = {}
+        for decision, shown in self.conditions.items():
+            first, last = decision[:2], decision[2:]
+            free = {place[:4] for place in self.branches if first <= place[:2] and place[2:4] <= last}
+            for number in range(len(free)):
+                found[(*decision, number)] = number < len(shown)
+        return found
 
     def report(self, kind: str, places: dict, failures: list) -> tuple:
         """How many of the places were reached, and how many there are."""
@@ -75,7 +80,7 @@ class Source:
             reached += done
             if not done:
                 at = ":".join(map(str, place[:2]))
-                failures.append(f"{self.path.relative_to(ROOT)}:{at}: {kind} not reached {place}")
+                failures.append(f"{self.path.relative_to(ROOT)}:{at}: {kind} not reached")
         return reached, total
 
 
@@ -104,15 +109,19 @@ def main() -> int:
     parser.add_argument("export", type=Path, help="what llvm-cov export wrote")
     arguments = parser.parse_args()
     sources = read(json.loads(arguments.export.read_text()))
-    failures = []
+    failures, rows = [], []
     for path, source in sorted(sources.items()):
-        lines = source.report("line", {(n,): done for n, done in source.lines.items()}, failures)
-        branches = source.report("branch", {(*k, side): c > 0 for k, v in source.branches.items()
-                                            for side, c in enumerate(v)}, failures)
-        conds = source.report("condition", source.conditions, failures)
-        print(f"{str(path.relative_to(ROOT)):40}", *(f"{a:4}/{b:<4}" for a, b in (lines, branches, conds)))
-    for failure in failures:
-        print(failure)
+        lines = {(number,): done for number, done in source.lines.items()}
+        branches = {(*place, side): count > 0 for place, counts in source.branches.items()
+                    for side, count in enumerate(counts)}
+        rows.append((path.relative_to(ROOT), *(source.report(kind, places, failures) for kind, places in (
+            ("line", lines), ("branch", branches), ("condition", source.conditions_shown())))))
+    rows.append(("all", *((sum(row[i][0] for row in rows), sum(row[i][1] for row in rows))
+                          for i in (1, 2, 3))))
+    print(f"{'file':<34}{'lines':>12}{'branches':>12}{'conditions':>12}")
+    for name, *columns in rows:
+        print(f"{str(name):<34}" + "".join(f"{f'{a}/{b}':>12}" for a, b in columns))
+    print("\n".join(failures) or "all of them were reached")
     return 1 if failures else 0
 
 

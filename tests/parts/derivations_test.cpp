@@ -148,18 +148,35 @@ TEST(KeyRuns, JoinMembersThatStandTogetherInTheRecord) {
     EXPECT_EQ(runs_of(key_runs<SampleTable, 1>()), (Seen{{28, 0, 8, true}, {0, 8, 4, true}}));
 }
 
-/// Two MAC addresses that stand together, and a number behind them.
-struct TwoMacs {
-    static constexpr Field fields[] = {{"source", 0, 0, 6, Kind::mac, true},
-                                       {"target", 1, 6, 6, Kind::mac, true},
-                                       {"vlan", 2, 12, 2, Kind::integer, true}};
-    static constexpr std::uint16_t key_members[] = {0, 1, 2};
-    static constexpr Key keys[] = {{"primary_key", 0, 3}};
+/// A key whose members all stand together in the record, but for the last one.
+struct MacsAmongNumbers {
+    static constexpr Field fields[] = {{"vrId", 0, 0, 4, Kind::integer, true},
+                                       {"vlan", 1, 4, 2, Kind::integer, true},
+                                       {"source", 2, 6, 6, Kind::mac, true},
+                                       {"target", 3, 12, 6, Kind::mac, true},
+                                       {"port", 4, 18, 2, Kind::integer, true},
+                                       {"slot", 5, 24, 4, Kind::integer, true}};
+    static constexpr std::uint16_t key_members[] = {0, 1, 2, 3, 4, 5};
+    static constexpr Key keys[] = {{"primary_key", 0, 6}};
 };
 
 TEST(KeyRuns, NeverJoinMacAddresses) {
-    EXPECT_EQ(runs_of(key_runs<TwoMacs, 0>()),
-              (Seen{{0, 0, 6, false}, {6, 6, 6, false}, {12, 12, 2, true}}));
+    EXPECT_EQ(runs_of(key_runs<MacsAmongNumbers, 0>()), (Seen{{0, 0, 6, true},
+                                                              {6, 6, 6, false},
+                                                              {12, 12, 6, false},
+                                                              {18, 18, 2, true},
+                                                              {24, 20, 4, true}}));
+}
+
+/// The last item is followed by the separator, too.
+struct SeparatedTable : SampleTable {
+    static constexpr bool trailing_separator = true;
+};
+
+TEST(Lines, SeparateTheirItems) {
+    EXPECT_TRUE(separated_after<SampleTable>(3));
+    EXPECT_FALSE(separated_after<SampleTable>(7));
+    EXPECT_TRUE(separated_after<SeparatedTable>(7));
 }
 
 TEST(Lines, NameTheirItems) {
@@ -171,7 +188,8 @@ TEST(Lines, NameTheirItems) {
 }
 
 TEST(Descriptors, GoOnWithTheirMaps) {
-    const L2vpnDbTblIntf intf{SampleTable::name, nullptr, nullptr, nullptr, nullptr, nullptr, {}};
+    // Not constant, so that it happens now.
+    L2vpnDbTblIntf intf{SampleTable::name, nullptr, nullptr, nullptr, nullptr, nullptr, {}};
     const auto descriptor = make_descriptor<SampleTable>(intf);
     EXPECT_EQ(descriptor.intf.name, SampleTable::name);
     EXPECT_EQ(descriptor.updates[0].id, 10U);
@@ -190,7 +208,7 @@ TEST(Descriptors, GoOnWithTheirMaps) {
 
 TEST(Schemas, DescribeTheTable) {
     static Schema<SampleTable> self;
-    const L2vpnAstFormatFn format = [](std::uint32_t, const void *, char *, std::uint32_t,
+    L2vpnAstFormatFn format = [](std::uint32_t, const void *, char *, std::uint32_t,
                                        const char *) { return 7U; };
     const Schema<SampleTable> made = make_schema<SampleTable>(self, format);
     EXPECT_EQ(made.module.name, SampleTable::name);

@@ -53,6 +53,27 @@ TEST_P(FreshStoreDescriptors, MayGiveWayToThoseOfOtherTables) {
     EXPECT_EQ(count_with(descriptor), 1U);
 }
 
+// Its objects are those of another table.
+TEST_P(FreshStoreDescriptors, MayNotMixTables) {
+    const Bytes before = record(1);
+    ASSERT_EQ(write(before), 0U);
+    static L2vpnDbTblIntf descriptor;
+    descriptor = *intf_;
+    descriptor.createObject = other_table().descriptor->createObject;
+    descriptor.releaseObject = other_table().descriptor->releaseObject;
+    const KeyRequest key(facts_.keys[0], before);
+    Bytes caller = before;
+    const L2vpnDbRecData request = record_request(caller);
+    const L2vpnDbUpdData update{nullptr, 0, 0, table_.set_fields};
+    EXPECT_EQ(counting(L2VPN_STORE_STAT_BAD_REQUEST,
+                       [&] {
+                           return DAL_VELD_Update(module_, &descriptor, &key.request, &request,
+                                                  &update);
+                       }),
+              L2VPN_STORE_BAD_OBJECT);
+    EXPECT_EQ(read(facts_.keys[0], before), packed(before));
+}
+
 TEST_P(FreshStoreDescriptors, NeedNoStatisticsEvenWhenMemoryRunsOut) {
     if (is_used(table_))
         GTEST_SKIP() << "the table has been used before";

@@ -215,6 +215,24 @@ TEST_P(FreshStoreMemoryLife, AnyOneAllocationMayFail) {
     }
 }
 
+// Room for iterators comes with the table, and then in ever larger pieces.
+TEST_P(StoreMemory, IteratorsWithoutRoomAreRefused) {
+    std::vector<L2vpnDbIter *> open_ones;
+    std::uint32_t refusals = 0;
+    while (refusals < 3) {
+        fail_allocations_after(0);
+        L2vpnDbIter *iterator = DAL_VELD_CreateIterator(module_, intf_);
+        stop_failing_allocations();
+        if (iterator == nullptr) {
+            ++refusals;
+            iterator = open();
+        }
+        open_ones.push_back(iterator);
+    }
+    for (L2vpnDbIter *const iterator : open_ones)
+        EXPECT_EQ(release(iterator), 0U);
+}
+
 bool has_long_key(const Facts &table) {
     return table.keys[0].length >= 12;
 }
