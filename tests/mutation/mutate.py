@@ -1,0 +1,248 @@
+# SPDX-License-Identifier: MIT
+"""Makes each small slip of mutants.py and sees whether anything notices it: the compiler, the
+generator's checks or the tests. What nothing notices must stand in equivalent.tsv with the proof
+that nobody could."""
+
+import argparse
+import concurrent.futures
+import json
+import os
+import random
+import re
+import resource
+import shutil
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+from collections import Counter, defaultdict
+from pathlib import Path
+
+import mutants
+
+ROOT = Path(__file__).resolve().parents[2]
+FILES = {
+    "templates": ["frame/*.h", "frame/*.cpp", "schema/*.h", "tables/*.h", "dal/*.h", "format/*.h"],
+    "generator": ["generator/*.py"],
+    "catalog": ["schema/catalog/*.toml"],
+}
+MAKERS = {"templates": mutants.cpp, "generator": mutants.python, "catalog": mutants.catalog}
+GOALS = {"templates": 98, "generator": 98, "catalog": 100}
+CPU_SECONDS, SECONDS = 120, 600  # more than any test takes, on a busy machine too
+
+
+def limit() -> None:
+    resource.setrlimit(resource.RLIMIT_CPU, (CPU_SECONDS, CPU_SECONDS))
+    resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+
+
+def passes(command: list, **more) -> bool:
+    try:
+        return subprocess.run([str(word) for word in command], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                              stdin=subprocess.DEVNULL, check=False, timeout=SECONDS, preexec_fn=limit,
+                              **more).returncode == 0
+    except subprocess.TimeoutExpired:
+        return False
+
+
+class Templates:
+    """Compiles the library with the slip and runs the tests of the library with it."""
+
+    def __init__(self, build: Path):
+        self.build, self.gen = build, build / "gen"
+        self.library = (build / "libl2vpn_db.so.0").resolve()
+        tables = sorted(path.name for path in (self.gen / "tables").glob("*.cpp"))
+        self.all = "".join(f'#include "{name}"\n' for name in (
+            "frame/module_intf.cpp", *(f"tables/{table}" for table in tables), "schemas.cpp", "interface_rows.cpp"))
+        self.headers = ["-std=c++20", "-w", "-O0", f"-I{ROOT}", f"-I{ROOT}/include", f"-I{self.gen}"]
+
+    def prepare(self, folder: Path) -> None:
+        (folder / "all.cpp").write_text(self.all, encoding="utf-8")
+
+    def noticed_by(self, folder: Path, mutant: mutants.Mutant) -> str:
+        path = folder / "slip" / mutant.path
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_text(mutant.text, encoding="utf-8")
+        try:
+            return self.look(folder)
+        finally:
+            path.unlink()
+
+    def look(self, folder: Path) -> str:
+        library = folder / "libl2vpn_db.so.0"
+        options = [f"-I{folder}/slip", *self.headers]
+        if not passes(["g++", *options, "-fPIC", "-shared", "-fno-exceptions", "-fno-rtti",
+                       f"-Wl,-soname,{library.name}", f"-Wl,--version-script={self.gen}/exports.map",
+                       folder / "all.cpp", "-o", library]):
+            return "compiler"
+        environment = {**os.environ, "LD_PRELOAD": str(library)}
+        for program in ("unit_tests", "single_tests", "fresh_tests"):
+            if (self.build / program).exists() and not passes(
+                    [self.build / program, "--gtest_brief=1", "--gtest_fail_fast"], env=environment):
+                return "tests"
+        test = folder / "derivations_test"
+        if not passes(["g++", *options, "-I/usr/src/googletest/googletest/include",
+                       ROOT / "tests/parts/derivations_test.cpp", "-o", test, self.build / "lib/libgtest.a",
+                       self.build / "lib/libgtest_main.a", library, self.build / "libl2vpn_platform.so",
+                       f"-Wl,-rpath,{self.build}"]):
+            return "compiler"
+        return "" if passes([test], env=environment) else "tests"
+
+
+class Generator:
+    """Runs the generator's tests with the slip, and then libraries of random tables."""
+
+    def __init__(self, build: Path):
+        self.build = build
+
+    def prepare(self, folder: Path) -> None:
+        for name in ("generator", "tests", "schema", "include", "frame", "tables", "dal", "format", "abi", "platform"):
+            shutil.copytree(ROOT / name, folder / name, ignore=shutil.ignore_patterns("__pycache__"))
+        for name in ("VERSION", "CHANGELOG.md"):
+            shutil.copy(ROOT / name, folder / name)
+
+    def noticed_by(self, folder: Path, mutant: mutants.Mutant) -> str:
+        path = folder / mutant.path
+        path.write_text(mutant.text, encoding="utf-8")
+        try:
+            return self.look(folder)
+        finally:
+            shutil.copy(ROOT / mutant.path, path)
+
+    def look(self, folder: Path) -> str:
+        python = [sys.executable, "-B"]
+        if not passes([*python, "generator", "check"], cwd=folder):
+            return "comparison with what is committed"
+        for test in ("generator/catalog_test.py", "generator/expected_test.py", "property/refusal_test.py"):
+            if not passes([*python, f"tests/{test}"], cwd=folder):
+                return "tests"
+        if not passes([*python, "tests/property/library_test.py", "--build", self.build, "--jobs", "1",
+                       "--count", "12", "--seed", "1"], cwd=folder):
+            return "libraries of random tables"
+        return ""
+
+
+class Catalog:
+    """Loads the catalog with the slip and compares it with tests/expected and with what has been
+    released. A slip in one table is looked for in that table."""
+
+    def __init__(self, _build: Path):
+        sys.path.insert(0, str(ROOT / "tests/generator"))
+        # pylint: disable=import-outside-toplevel
+        import expected_test
+        import history
+        self.expected, self.history = expected_test, history
+        self.files = expected_test.expected()
+        self.releases = history.load(ROOT, [])
+
+    def prepare(self, folder: Path) -> None:
+        (folder / "schema/catalog").mkdir(parents=True)
+
+    def noticed_by(self, folder: Path, mutant: mutants.Mutant) -> str:
+        path = folder / mutant.path
+        path.write_text(mutant.text, encoding="utf-8")
+        errors = []
+        tables = self.expected.catalog.load(folder, errors)
+        path.unlink()
+        if errors:
+            return "generator"
+        if self.expected.differences(tables, self.files):
+            return "tests"
+        known = [self.history.Release(release.name, {
+            name: schema for name, schema in release.schemas.items() if name == tables[0].name})
+            for release in self.releases]
+        self.history.check(tables, known, errors)
+        return "comparison with what has been released" if errors else ""
+
+
+def equivalents() -> dict:
+    """The slips that change nothing that anyone can see, with the reason."""
+    rows = (ROOT / "tests/mutation/equivalent.tsv").read_text(encoding="utf-8").splitlines()
+    return {tuple(row.split("\t")[:3]): row.split("\t")[3] for row in rows if row and not row.startswith("#")}
+
+
+def run(group: str, chosen: list, build: Path, jobs: int) -> list:
+    """For each slip, what noticed it."""
+    runner = {"templates": Templates, "generator": Generator, "catalog": Catalog}[group](build)
+    jobs = 1 if group == "catalog" else jobs  # it runs in this process
+    local = threading.local()
+    done, started, last = 0, time.monotonic(), 0.0
+    with tempfile.TemporaryDirectory() as scratch:
+        def one(mutant):
+            if not hasattr(local, "folder"):
+                local.folder = Path(tempfile.mkdtemp(dir=scratch))
+                runner.prepare(local.folder)
+            return runner.noticed_by(local.folder, mutant)
+
+        if group != "catalog":
+            whole = Path(tempfile.mkdtemp(dir=scratch))
+            runner.prepare(whole)
+            if complaint := runner.look(whole):
+                sys.exit(f"mutate: without any slip the {group} are refused by {complaint}")
+        results = []
+        with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
+            for mutant, noticed in zip(chosen, pool.map(one, chosen)):
+                results.append((mutant, noticed))
+                done += 1
+                if not noticed:
+                    print(f"unnoticed: {mutant}", file=sys.stderr, flush=True)
+                if time.monotonic() - last > 60:
+                    last = time.monotonic()
+                    print(f"{group}: {done} of {len(chosen)} after {last - started:.0f} s", file=sys.stderr, flush=True)
+        return results
+
+
+def table(group: str, results: list, known: dict) -> bool:
+    """Prints how many slips of each kind were made and noticed; whether the goal is met."""
+    kinds = defaultdict(Counter)
+    unnoticed = []
+    for mutant, noticed in results:
+        reason = known.get((str(mutant.path), mutant.old.strip(), mutant.new.strip()))
+        state = noticed or ("equivalent" if reason else "unnoticed")
+        kinds[mutant.kind][state] += 1
+        if state == "unnoticed":
+            unnoticed.append(mutant)
+        elif noticed and reason:
+            print(f"noticed, yet in equivalent.tsv: {mutant}")
+    states = list(dict.fromkeys(state for counts in kinds.values() for state in counts))
+    print(f"\n{group:<12}{'made':>8}" + "".join(f"  {state}" for state in states))
+    kinds["all"] = sum(kinds.values(), Counter())
+    for kind, counts in kinds.items():
+        print(f"{kind:<12}{sum(counts.values()):>8}" + "".join(f"{counts[s]:>{len(s) + 2}}" for s in states))
+    judged = len(results) - kinds["all"]["equivalent"]
+    share = 100 * (judged - len(unnoticed)) / judged
+    print(f"noticed: {judged - len(unnoticed)} of {judged}, {share:.1f} % (goal {GOALS[group]} %)")
+    for mutant in unnoticed:
+        print(f"unnoticed: {mutant}")
+    return share >= GOALS[group]
+
+
+def main() -> int:
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("groups", nargs="*", default=list(FILES), metavar="GROUP", help="templates, generator, catalog")
+    parser.add_argument("--build", type=Path, required=True, help="where the tests have been built")
+    parser.add_argument("--jobs", type=int, default=2)
+    parser.add_argument("--sample", type=int, help="of each group, so many slips only")
+    parser.add_argument("--seed", type=int, default=1, help="chooses the sample")
+    parser.add_argument("--only", default="", help="files whose path holds this")
+    parser.add_argument("--json", type=Path, help="where to write what came out")
+    options = parser.parse_args()
+    met, summary = True, {}
+    for group in options.groups:
+        if group not in FILES:
+            parser.error(f"unknown group '{group}', expected one of {', '.join(FILES)}")
+        chosen = [mutant for pattern in FILES[group] for path in sorted(ROOT.glob(pattern))
+                  if options.only in str(path) for mutant in MAKERS[group](ROOT, path.relative_to(ROOT))]
+        if options.sample and options.sample < len(chosen):
+            chosen = random.Random(options.seed).sample(chosen, options.sample)
+        results = run(group, chosen, options.build.resolve(), options.jobs)
+        met = table(group, results, equivalents()) and met
+        summary[group] = Counter(noticed or "not noticed" for _, noticed in results)
+    if options.json:
+        options.json.write_text(json.dumps(summary, indent=2) + "\n", encoding="utf-8")
+    return 0 if met else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
