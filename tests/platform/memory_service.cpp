@@ -8,6 +8,14 @@
 
 #include "l2vpn_db/memory_store.h"
 
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define L2VPN_TEST_SANITIZER_HAS_MALLOC
+#endif
+#elif defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define L2VPN_TEST_SANITIZER_HAS_MALLOC
+#endif
+
 namespace l2vpn::test {
 namespace {
 
@@ -17,8 +25,10 @@ std::atomic<std::size_t> held{0};
 std::atomic<Intruder> intruder{nullptr};
 
 thread_local std::optional<std::uint32_t> until_failure;
+thread_local bool fails_once = false;
 constinit thread_local bool inside_service = false;
 constinit thread_local std::uint32_t direct = 0;
+constinit thread_local bool direct_fails = false;
 
 /// Stands before each piece and keeps its alignment.
 struct alignas(std::max_align_t) Header {
@@ -28,8 +38,11 @@ struct alignas(std::max_align_t) Header {
 void *allocate(std::size_t size) {
     if (const Intruder call = intruder)
         call();
-    if (until_failure && *until_failure == 0)
+    if (until_failure && *until_failure == 0) {
+        if (fails_once)
+            until_failure.reset();
         return nullptr;
+    }
     if (until_failure)
         --*until_failure;
     inside_service = true;
@@ -63,6 +76,11 @@ void unregister_memory_service() {
 
 void fail_allocations_after(std::uint32_t successes) {
     until_failure = successes;
+    fails_once = false;
+}
+void fail_one_allocation_after(std::uint32_t successes) {
+    until_failure = successes;
+    fails_once = true;
 }
 void stop_failing_allocations() {
     until_failure.reset();
@@ -81,19 +99,21 @@ std::uint32_t direct_allocations() {
     return direct;
 }
 
+bool fail_direct_allocations(bool fail) {
+#ifdef L2VPN_TEST_SANITIZER_HAS_MALLOC
+    static_cast<void>(fail);
+    return false;
+#else
+    direct_fails = fail;
+    return true;
+#endif
+}
+
 void set_intruder(Intruder call) {
     intruder = call;
 }
 
 } // namespace l2vpn::test
-
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define L2VPN_TEST_SANITIZER_HAS_MALLOC
-#endif
-#elif defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define L2VPN_TEST_SANITIZER_HAS_MALLOC
-#endif
 
 #ifndef L2VPN_TEST_SANITIZER_HAS_MALLOC
 // In place of the C library's, in the whole process.
@@ -105,7 +125,7 @@ void *__libc_memalign(std::size_t alignment, std::size_t size);
 
 void *malloc(std::size_t size) noexcept {
     l2vpn::test::direct += l2vpn::test::inside_service ? 0 : 1;
-    return __libc_malloc(size);
+    return l2vpn::test::direct_fails ? nullptr : __libc_malloc(size);
 }
 void *calloc(std::size_t count, std::size_t size) noexcept {
     ++l2vpn::test::direct;
@@ -113,7 +133,7 @@ void *calloc(std::size_t count, std::size_t size) noexcept {
 }
 void *aligned_alloc(std::size_t alignment, std::size_t size) noexcept {
     ++l2vpn::test::direct;
-    return __libc_memalign(alignment, size);
+    return l2vpn::test::direct_fails ? nullptr : __libc_memalign(alignment, size);
 }
 }
 #endif

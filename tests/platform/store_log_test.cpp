@@ -115,6 +115,30 @@ TEST_P(StoreLog, NamesTablesThatAreUnknownAsFarAsItCan) {
     EXPECT_EQ(lines[0].size(), 200U);
 }
 
+std::uint32_t other_lines = 0;
+void count_line(const char *) {
+    ++other_lines;
+}
+
+TEST_P(StoreLog, GoesToTheServiceThatWasRegisteredLast) {
+    const auto refused = [&] {
+        EXPECT_EQ(DAL_VELD_Count(module_, intf_, nullptr), L2VPN_STORE_NULL_POINTER);
+    };
+    register_log_service(); // a second time
+    refused();
+    expect_line(L2VPN_STORE_NULL_POINTER);
+    other_lines = 0;
+    const L2vpnDbLogIntf other = l2vpn_store_log_service(count_line);
+    L2VPN_DB_LogIntfReg(&other);
+    refused();
+    EXPECT_EQ(other_lines, 1U);
+    EXPECT_EQ(take_log(), std::vector<std::string>{});
+    register_log_service();
+    refused();
+    EXPECT_EQ(other_lines, 1U);
+    expect_line(L2VPN_STORE_NULL_POINTER);
+}
+
 TEST_P(StoreLog, IsNotNeeded) {
     unregister_log_service();
     EXPECT_EQ(DAL_VELD_Count(module_, intf_, nullptr), L2VPN_STORE_NULL_POINTER);

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include "tests/platform/memory_service.h"
 #include "tests/platform/store_test.h"
 
@@ -98,6 +101,118 @@ TEST_P(FreshStoreMemory, FirstUseMayFail) {
     stop_failing_allocations();
     EXPECT_EQ(write(record(1)), 0U);
     EXPECT_EQ(read(facts_.keys[0], record(1)), stored);
+}
+
+std::uint32_t keep(const L2vpnDbRecData *, L2vpnDbRecObj *, const std::uint32_t *, std::uint32_t) {
+    return 0;
+}
+
+/// The life of a table from its first call on, with everything that takes memory: records, indexes,
+/// iterators of every kind, record objects. A refused call is made once more, which must succeed.
+class FreshStoreMemoryLife : public FreshStoreMemory {
+protected:
+    static constexpr std::uint32_t records = 150;
+
+    template <class Call>
+    void expect_success(Call call) {
+        std::uint32_t code = call();
+        if (code == L2VPN_STORE_NO_MEMORY) {
+            ++refused_;
+            code = call();
+        }
+        EXPECT_EQ(code, 0U);
+    }
+
+    template <class Call>
+    auto expect_created(Call call) {
+        decltype(call()) created = nullptr;
+        expect_success([&] {
+            created = call();
+            return created == nullptr ? L2VPN_STORE_NO_MEMORY : L2VPN_DB_OK;
+        });
+        return created;
+    }
+
+    /// How many calls were refused.
+    std::uint32_t live() {
+        const RecordPool pool(facts_, records, RecordPool::Spread::apart);
+        for (std::uint32_t i = 0; i < records; ++i) {
+            Bytes stored = pool.make(i, 0);
+            const L2vpnDbRecData request = record_request(stored);
+            expect_success([&] { return DAL_VELD_Write(module_, intf_, &request); });
+        }
+        for (std::uint32_t i = 0; i < records; i += 10) {
+            const KeyRequest key(facts_.keys[0], pool.primary(i), KeyRequest::Value{});
+            const L2vpnDbRecData request{};
+            const L2vpnDbUpdData update{nullptr, 0, 0, keep};
+            expect_success(
+                [&] { return DAL_VELD_Update(module_, intf_, &key.request, &request, &update); });
+        }
+        L2vpnDbRecObj *const object = expect_created([&] { return intf_->createObject(module_); });
+        intf_->releaseObject(module_, object);
+        // So many that the room for them grows twice.
+        std::vector<L2vpnDbIter *> iterators;
+        while (iterators.size() < 60) {
+            const Key &by = facts_.keys[iterators.size() % facts_.keys.size()];
+            const KeyRequest key(by, RecordPool::key_value(by, pool.make(7, 0)),
+                                 KeyRequest::Value{});
+            iterators.push_back(expect_created(
+                [&] { return DAL_VELD_CreateIteratorByKey(module_, intf_, &key.request); }));
+            iterators.push_back(
+                expect_created([&] { return DAL_VELD_CreateIterator(module_, intf_); }));
+        }
+        stop_failing_allocations();
+        for (std::size_t i = 0; i < iterators.size(); ++i) {
+            const std::vector<Bytes> delivered = rest_of(iterators[i]);
+            EXPECT_EQ(delivered.size() == records, i % 2 == 1);
+            EXPECT_EQ(std::count(delivered.begin(), delivered.end(), pool.make(7, 0)), 1);
+        }
+        for (std::uint32_t i = 0; i < records; ++i) {
+            const Bytes stored = pool.make(i, 0);
+            EXPECT_EQ(read(facts_.keys[0], unpacked(stored)), stored);
+        }
+        EXPECT_EQ(count(), records);
+        return refused_;
+    }
+
+    /// What the function returns in a process of its own, in which the table is new.
+    template <class Function>
+    static int in_new_process(Function function) {
+        const pid_t child = fork();
+        if (child == 0) {
+            const std::uint32_t result = function();
+            _exit(HasFailure() ? 255 : static_cast<int>(result));
+        }
+        int status = 0;
+        EXPECT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_TRUE(WIFEXITED(status));
+        return WEXITSTATUS(status);
+    }
+
+private:
+    std::uint32_t refused_ = 0;
+};
+L2VPN_TEST_TYPED_TABLES(FreshStoreMemoryLife, any_table);
+
+TEST_P(FreshStoreMemoryLife, AnyOneAllocationMayFail) {
+    if (is_used(table_))
+        GTEST_SKIP() << "the table has been used before";
+    const int needed = in_new_process([&] {
+        const std::uint32_t before = allocations();
+        EXPECT_EQ(live(), 0U);
+        return allocations() - before;
+    });
+    // The table, its records, an index for each key, iterators, objects.
+    EXPECT_GT(needed, 10 + static_cast<int>(facts_.keys.size()));
+    ASSERT_LT(needed, 255);
+    for (int n = 0; n < needed; ++n) {
+        ASSERT_EQ(in_new_process([&] {
+                      fail_one_allocation_after(static_cast<std::uint32_t>(n));
+                      return live();
+                  }),
+                  1)
+            << "allocation " << n;
+    }
 }
 
 bool has_long_key(const Facts &table) {
@@ -236,6 +351,80 @@ TEST(StoreMemoryService, OfOneWordIsNone) {
         table.descriptor->releaseObject(module(), object);
         EXPECT_EQ(given, 0U);
     }
+}
+
+TEST(StoreMemoryService, IsRegisteredWithoutMemory) {
+    const std::uint32_t direct = direct_allocations();
+    const std::uint32_t allocated = allocations();
+    fail_direct_allocations(true);
+    fail_allocations_after(0);
+    for (int times = 0; times < 3; ++times) {
+        register_memory_service();
+        const L2vpnDbLogIntf no_log{};
+        L2VPN_DB_LogIntfReg(&no_log);
+    }
+    stop_failing_allocations();
+    fail_direct_allocations(false);
+    EXPECT_EQ(direct_allocations(), direct);
+    EXPECT_EQ(allocations(), allocated);
+}
+
+// Without a service the memory is the C library's, in small pieces and then in large ones.
+TEST(StoreMemoryService, IsNotNeededAndTheCLibraryMayHaveNoMemory) {
+    unregister_memory_service();
+    const TypedTable &table = long_table(4);
+    std::uint32_t count = 0;
+    EXPECT_EQ(DAL_VELD_Count(module(), table.descriptor, &count), 0U);
+    if (!fail_direct_allocations(true))
+        GTEST_SKIP() << "malloc is a sanitizer's";
+    fail_direct_allocations(false);
+    std::uint32_t written = 0;
+    std::uint32_t refused = 0;
+    for_plenty_of_records(table, [&](const L2vpnDbKeyData &key, L2vpnDbRecData &record) {
+        fail_direct_allocations(true);
+        const std::uint32_t code = DAL_VELD_Write(module(), table.descriptor, &record);
+        fail_direct_allocations(false);
+        if (code != 0) {
+            ++refused;
+            ASSERT_EQ(code, L2VPN_STORE_NO_MEMORY);
+            ASSERT_EQ(DAL_VELD_Read(module(), table.descriptor, &key, &record),
+                      L2VPN_STORE_NOT_FOUND);
+            ASSERT_EQ(DAL_VELD_Write(module(), table.descriptor, &record), 0U);
+        }
+        ++written;
+    });
+    EXPECT_GE(refused, 20U);
+    EXPECT_EQ(DAL_VELD_Count(module(), table.descriptor, &count), 0U);
+    EXPECT_EQ(count, written);
+    remove_plenty_of_records(table);
+}
+
+// What a table has it keeps; what it needs from then on comes from the other one.
+TEST(StoreMemoryService, MayBeReplacedWhileTablesAreInUse) {
+    register_memory_service();
+    const TypedTable &table = long_table(5);
+    std::uint32_t written = 0;
+    for_plenty_of_records(table, [&](const L2vpnDbKeyData &, const L2vpnDbRecData &record) {
+        if (++written == 1000) {
+            const L2vpnDbMemIntf service = l2vpn_store_memory_service(give, std::free);
+            L2VPN_DB_MemIntfReg(&service);
+            given = 0;
+        }
+        if (written == 2000) {
+            EXPECT_GT(given, 0U);
+            given = 0;
+            unregister_memory_service();
+        }
+        ASSERT_EQ(DAL_VELD_Write(module(), table.descriptor, &record), 0U);
+    });
+    EXPECT_EQ(given, 0U);
+    for_plenty_of_records(table, [&](const L2vpnDbKeyData &key, L2vpnDbRecData &record) {
+        Bytes stored(record.length);
+        L2vpnDbRecData request = record_request(stored);
+        ASSERT_EQ(DAL_VELD_Read(module(), table.descriptor, &key, &request), 0U);
+        ASSERT_EQ(std::memcmp(stored.data(), record.data, record.length), 0);
+    });
+    remove_plenty_of_records(table);
 }
 
 // An object goes back to where it came from.

@@ -40,13 +40,6 @@ TEST_P(FastIterator, FallbackLeavesTheSlotsKeyAndCountAlone) {
     expect_key(platform().calls.back().key, 0, other);
 }
 
-TEST_P(FastIterator, FallbackReturnsZeroIfTheStoreHasNoIterator) {
-    table.create_fast_pri_iter(record.data());
-    platform().iterator = nullptr;
-    EXPECT_EQ(table.create_fast_pri_iter(record.data()), nullptr);
-    EXPECT_EQ(block().in_use(), 1);
-}
-
 TEST_P(FastIterator, TwoIteratorsAtOnceDeliverByTheSameKey) {
     L2vpnDbIter *first = table.create_fast_pri_iter(record.data());
     L2vpnDbIter *second = table.create_fast_pri_iter(record.data());
@@ -95,19 +88,6 @@ TEST_P(FastIterator, SecondGetNextEndsWithoutStoreCall) {
     EXPECT_EQ(table.get_next(fast_handle(), buffer.data()), 60U);
     EXPECT_EQ(buffer, record);
     EXPECT_TRUE(platform().calls.empty());
-}
-
-TEST_P(FastIterator, FailedReadPassesThroughAndEndsTheIteration) {
-    platform().delivered = sample_record(expected.stored_size, 12);
-    for (const std::uint32_t result : store_results) {
-        platform().result = result;
-        ASSERT_EQ(table.create_fast_pri_iter(record.data()), fast_handle());
-        buffer = record;
-        EXPECT_EQ(table.get_next(fast_handle(), buffer.data()), result);
-        EXPECT_EQ(buffer == record, result != 0);
-        EXPECT_EQ(table.get_next(fast_handle(), buffer.data()), 60U);
-        EXPECT_EQ(table.release_iter(fast_handle()), 0U) << "whatever the store's result is";
-    }
 }
 
 TEST_P(FastIterator, DeliveredCountWrapsAndCall257ReadsAgain) {

@@ -23,17 +23,6 @@ TEST_P(StoreIterator, GetNextUnpacksTheStoresRecord) {
               unpacked_record(expected, platform().delivered, Bytes(expected.record_size, 0xA5)));
 }
 
-TEST_P(StoreIterator, FailedGetNextLeavesTheRecordAsItWas) {
-    platform().delivered = sample_record(expected.stored_size, 15);
-    for (const std::uint32_t result : store_results) {
-        platform().result = result;
-        Bytes buffer = record;
-        EXPECT_EQ(table.get_next(store_iterator(), buffer.data()), result);
-        EXPECT_EQ(buffer == record, result != 0);
-    }
-    EXPECT_EQ(platform().calls.size(), store_results.size());
-}
-
 TEST_P(StoreIterator, FailingCopiesDoNotFailGetNext) {
     platform().delivered = sample_record(expected.stored_size, 15);
     for (std::size_t i = 0; i < expected.copies().size(); ++i) {
@@ -41,17 +30,6 @@ TEST_P(StoreIterator, FailingCopiesDoNotFailGetNext) {
     }
     Bytes buffer = record;
     EXPECT_EQ(table.get_next(store_iterator(), buffer.data()), 0U);
-}
-
-TEST_P(StoreIterator, ReleasePassesAnyHandleToTheStore) {
-    for (L2vpnDbIter *handle : {store_iterator(), static_cast<L2vpnDbIter *>(nullptr)}) {
-        for (const std::uint32_t result : store_results) {
-            platform().calls.clear();
-            platform().result = result;
-            EXPECT_EQ(table.release_iter(handle), result);
-            EXPECT_EQ(only_call(Op::release_iterator).iterator, handle);
-        }
-    }
 }
 
 L2VPN_TEST_TYPED_TABLES(StoreIterator, any_table);
@@ -76,14 +54,6 @@ TEST_P(ByKey, CreateIterOfEachKeyOpensTheStoresIterator) {
         expect_key(only_call(Op::create_iterator_by_key).key, k, record);
     }
     EXPECT_EQ(block().in_use(), 0) << "the primary key's own function does not use the slot";
-}
-
-TEST_P(ByKey, CreateIterOfEachKeyReturnsTheStoresZero) {
-    for (const KeyFunctions &key : table.keys) {
-        platform().calls.clear();
-        EXPECT_EQ(key.create_iter(record.data()), nullptr);
-        EXPECT_EQ(platform().calls.size(), 1U);
-    }
 }
 
 TEST_P(ByKey, CreateIterOfEachKeyRefusesANullRecord) {

@@ -54,14 +54,6 @@ TEST_P(Write, NullRecordIsRefusedWithoutStoreCall) {
     EXPECT_TRUE(platform().calls.empty());
 }
 
-TEST_P(Write, ReturnsTheStoresResult) {
-    for (const std::uint32_t result : store_results) {
-        platform().result = result;
-        EXPECT_EQ(table.write(record.data()), result);
-    }
-    EXPECT_EQ(platform().calls.size(), store_results.size()) << "one call each, no retry";
-}
-
 L2VPN_TEST_TYPED_TABLES(Write, any_table);
 
 class Read : public RecordOperations {};
@@ -80,22 +72,6 @@ TEST_P(Read, FillsEveryFieldAndNoGap) {
     Bytes buffer = record;
     EXPECT_EQ(table.read(buffer.data()), 0U);
     EXPECT_EQ(buffer, unpacked_record(expected, platform().delivered, record));
-}
-
-TEST_P(Read, FailureLeavesTheRecordAsItWas) {
-    platform().delivered = sample_record(expected.stored_size, 6);
-    for (const std::uint32_t result : store_results) {
-        if (result == 0) {
-            continue;
-        }
-        platform().result = result;
-        Bytes buffer = record;
-        EXPECT_EQ(table.read(buffer.data()), result);
-        EXPECT_EQ(buffer, record);
-    }
-    EXPECT_TRUE(std::ranges::all_of(platform().calls,
-                                    [](const StoreCall &call) { return call.op == Op::read; }));
-    EXPECT_EQ(platform().calls.size(), store_results.size() - 1);
 }
 
 TEST_P(Read, NullRecordIsRefusedWithoutStoreCall) {
@@ -143,17 +119,6 @@ TEST_P(ReadByKey, PassesTheCallersKeyRequest) {
     }
 }
 
-TEST_P(ReadByKey, FailureLeavesTheRecordAsItWas) {
-    const L2vpnDbKeyData request{};
-    platform().delivered = sample_record(expected.stored_size, 6);
-    for (const std::uint32_t result : store_results) {
-        platform().result = result;
-        Bytes buffer = record;
-        EXPECT_EQ(table.read_by_key(buffer.data(), &request), result);
-        EXPECT_EQ(buffer == record, result != 0);
-    }
-}
-
 L2VPN_TEST_TYPED_TABLES(ReadByKey, any_table);
 
 class Delete : public RecordOperations {};
@@ -177,14 +142,6 @@ TEST_P(Delete, UsesOnlyTheKeyFields) {
 TEST_P(Delete, NullRecordIsRefusedWithoutStoreCall) {
     EXPECT_EQ(table.remove(nullptr), 1U);
     EXPECT_TRUE(platform().calls.empty());
-}
-
-TEST_P(Delete, ReturnsTheStoresResult) {
-    for (const std::uint32_t result : store_results) {
-        platform().result = result;
-        EXPECT_EQ(table.remove(record.data()), result);
-    }
-    EXPECT_EQ(platform().calls.size(), store_results.size());
 }
 
 L2VPN_TEST_TYPED_TABLES(Delete, any_table);

@@ -70,15 +70,6 @@ TEST_P(UpdateFields, HandsTheStoreKeyCallerRecordAndSetter) {
     EXPECT_TRUE(platform().objects.empty()) << "only the store calls the setter";
 }
 
-TEST_P(UpdateFields, ReturnsTheStoresResult) {
-    const std::uint32_t id = 0;
-    for (const std::uint32_t result : store_results) {
-        platform().result = result;
-        EXPECT_EQ(table.update_fields(record.data(), &id, 1), result);
-    }
-    EXPECT_EQ(platform().calls.size(), store_results.size());
-}
-
 TEST_P(UpdateFields, EmptyOrNullListReachesTheStoreAndTheSetterRefusesIt) {
     const std::uint32_t id = 0;
     call_setter_during_update();

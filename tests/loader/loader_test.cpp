@@ -1,0 +1,162 @@
+// SPDX-License-Identifier: MIT
+// The library without a platform, with half of one and with two: what the loader makes of it.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <regex>
+#include <string>
+#include <string_view>
+
+#include <dlfcn.h>
+
+#include "l2vpn_db/l2vpn_stp.h"
+#include "l2vpn_db/platform.h"
+
+namespace {
+
+const std::string library = L2VPN_TEST_LIBRARY;
+const std::string platform = L2VPN_TEST_PLATFORM;
+
+/// At least one of each kind of function that the library imports.
+constexpr std::array imports{"DAL_VELD_Write",
+                             "DAL_VELD_Read",
+                             "DAL_VELD_Update",
+                             "DAL_VELD_Delete",
+                             "DAL_VELD_CreateIterator",
+                             "DAL_VELD_CreateIteratorByKey",
+                             "DAL_VELD_GetNextEntry",
+                             "DAL_VELD_ReleaseIterator",
+                             "DAL_VELD_Count",
+                             "DAL_VELD_CountByKey",
+                             "ZAV_AtomicAdd",
+                             "memcpy_s",
+                             "sprintf_s",
+                             "db_create_l2vpn_stp_obj",
+                             "db_reset_l2vpn_stp_object",
+                             "db_release_l2vpn_stp_object",
+                             "db_set_l2vpn_stp_all_fields",
+                             "db_set_l2vpn_stp_batchVersion"};
+
+/// A shared object, for as long as it is needed.
+class Opened {
+public:
+    Opened(const std::string &file, int mode) : handle_(dlopen(file.c_str(), mode)) {
+        if (handle_ == nullptr)
+            error = dlerror();
+    }
+    ~Opened() {
+        if (handle_ != nullptr)
+            dlclose(handle_);
+    }
+    Opened(const Opened &) = delete;
+    Opened &operator=(const Opened &) = delete;
+
+    explicit operator bool() const { return handle_ != nullptr; }
+
+    template <class Function>
+    [[nodiscard]] Function *function(const char *name) const {
+        void *const found = dlsym(handle_, name);
+        EXPECT_NE(found, nullptr) << name;
+        return reinterpret_cast<Function *>(found);
+    }
+
+    std::string error;
+
+private:
+    void *handle_;
+};
+
+/// The name that the loader misses, if that is what it says.
+std::string missing(const Opened &opened) {
+    EXPECT_FALSE(opened);
+    std::smatch found;
+    const std::regex message("libl2vpn_db\\.so[^:]*: undefined symbol: (\\w+)");
+    return std::regex_search(opened.error, found, message) ? found[1].str() : opened.error;
+}
+
+/// A copy of the embedded platform, with a function less if it is given.
+class PlatformCopy {
+public:
+    explicit PlatformCopy(std::string_view without = {})
+        : file(testing::TempDir() + "l2vpn_platform_" + std::to_string(++copies) + "_" +
+               testing::UnitTest::GetInstance()->current_test_info()->name() + ".so") {
+        std::ifstream original(platform, std::ios::binary);
+        std::string bytes{std::istreambuf_iterator(original), {}};
+        if (!without.empty()) {
+            const std::string name = '\0' + std::string(without) + '\0';
+            std::size_t at = bytes.find(name);
+            EXPECT_NE(at, std::string::npos) << without;
+            for (; at != std::string::npos; at = bytes.find(name, at + 1))
+                bytes[at + 1] = '?';
+        }
+        std::ofstream(file, std::ios::binary) << bytes;
+    }
+    ~PlatformCopy() { std::filesystem::remove(file); }
+    PlatformCopy(const PlatformCopy &) = delete;
+    PlatformCopy &operator=(const PlatformCopy &) = delete;
+
+    const std::string file;
+
+private:
+    static inline int copies = 0;
+};
+
+std::uint32_t count_in(const Opened &store, const Opened &db) {
+    auto *const descriptor = db.function<L2vpnDbTblIntf>("g_l2vpnL2vpnStpIntf");
+    std::uint32_t count = 77;
+    EXPECT_EQ(
+        store.function<decltype(DAL_VELD_Count)>("DAL_VELD_Count")(nullptr, descriptor, &count),
+        0U);
+    return count;
+}
+
+std::uint32_t write_record(const Opened &db) {
+    const L2vpnStp record{};
+    return db.function<decltype(L2VPN_DB_L2vpnStpWrite)>("L2VPN_DB_L2vpnStpWrite")(&record);
+}
+
+// All imports are bound when the library is loaded: nobody finds out later that one is missing.
+TEST(Loader, RefusesTheLibraryWithoutPlatform) {
+    for (const int mode : {RTLD_NOW, RTLD_LAZY}) {
+        const std::string name = missing(Opened(library, mode));
+        EXPECT_TRUE(std::regex_match(
+            name, std::regex("DAL_VELD_\\w+|db_\\w+_l2vpn_\\w+|ZAV_AtomicAdd|memcpy_s|sprintf_s")))
+            << name;
+    }
+}
+
+TEST(Loader, RefusesTheLibraryWhileThePlatformIsNotVisible) {
+    const Opened hidden(platform, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_TRUE(hidden) << hidden.error;
+    EXPECT_NE(missing(Opened(library, RTLD_NOW)), "");
+}
+
+TEST(Loader, NamesTheFunctionThatAPlatformLacks) {
+    for (const char *const name : imports) {
+        const PlatformCopy copy(name);
+        const Opened incomplete(copy.file, RTLD_NOW | RTLD_GLOBAL);
+        ASSERT_TRUE(incomplete) << incomplete.error;
+        EXPECT_EQ(missing(Opened(library, RTLD_NOW)), name);
+    }
+}
+
+TEST(Loader, TakesThePlatformThatWasLoadedFirst) {
+    const PlatformCopy copy;
+    const PlatformCopy other_copy;
+    const Opened first(copy.file, RTLD_NOW | RTLD_GLOBAL);
+    const Opened second(other_copy.file, RTLD_NOW | RTLD_GLOBAL);
+    const Opened again(copy.file, RTLD_NOW | RTLD_GLOBAL);
+    ASSERT_TRUE(first && second && again);
+    const Opened db(library, RTLD_NOW);
+    ASSERT_TRUE(db) << db.error;
+    EXPECT_EQ(write_record(db), 0U);
+    EXPECT_EQ(count_in(first, db), 1U);
+    EXPECT_EQ(count_in(again, db), 1U);
+    EXPECT_EQ(count_in(second, db), 0U);
+}
+
+} // namespace
