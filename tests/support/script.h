@@ -46,14 +46,15 @@ public:
         started_.wait_for(1);
     }
 
-    /// Returns when the thread sleeps in the kernel, as one does that waits for a mutex.
+    /// Returns when the thread sleeps in the kernel, as one does that waits for a mutex, or has
+    /// ended.
     void wait_until_it_waits() const {
         const std::string path = "/proc/self/task/" + std::to_string(id_) + "/stat";
         for (;;) {
             std::string stat;
             std::getline(std::ifstream(path), stat);
             const std::size_t state = stat.rfind(") ");
-            if (state != std::string::npos && stat.at(state + 2) == 'S')
+            if (state == std::string::npos || stat.at(state + 2) != 'R')
                 return;
             std::this_thread::yield();
         }
