@@ -28,7 +28,9 @@ def section(title: str) -> str:
 
 
 def declaration(result: str, name: str, arguments: str) -> str:
-    """A function declaration, its arguments wrapped under the first one."""
+    """A function declaration, its arguments wrapped under the first one. Nobody can release an
+    iterator whose handle was not kept."""
+    kept = "__attribute__((warn_unused_result))\n" if result == "L2vpnDbIter *" else ""
     head = f"{result}{'' if result.endswith('*') else ' '}{name}("
     lines, line = [], head
     for number, argument in enumerate(arguments.split(", ")):
@@ -38,7 +40,7 @@ def declaration(result: str, name: str, arguments: str) -> str:
             lines.append(line.rstrip())
             line = " " * len(head)
         line += piece + ("" if last else " ")
-    return "\n".join(lines + [line]) + "\n\n"
+    return kept + "\n".join(lines + [line]) + "\n\n"
 
 
 def member(item: Field) -> str:

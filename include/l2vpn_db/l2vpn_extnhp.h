@@ -141,6 +141,7 @@ uint32_t L2VPN_DB_L2vpnExtnhpUpdateField(const L2vpnExtnhp *record, uint32_t fie
  *         only its owner may use; 0 for an unknown key index, for a null record with a secondary
  *         key, or if the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnExtnhpCreateIter(uint32_t keyIndex, const L2vpnExtnhp *record);
 
 /**
@@ -160,6 +161,7 @@ uint32_t L2VPN_DB_L2vpnExtnhpCountByKey(uint32_t keyIndex, const L2vpnExtnhp *re
  * @param record holds the primary-key fields; null gives 0
  * @return a handle to release with ReleaseIter; 0 for none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnExtnhpCreateFastPriIter(const L2vpnExtnhp *record);
 
 /**
@@ -184,6 +186,7 @@ uint32_t L2VPN_DB_L2vpnExtnhpReleaseIter(L2vpnDbIter *iter);
  * tunnelId and tunnelType as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnExtnhpCreatePrimaryIter(const L2vpnExtnhp *record);
 
 /**
@@ -209,6 +212,7 @@ void L2VPN_DB_L2vpnExtnhpSetPrimaryKey(const L2vpnExtnhp *record, L2vpnDbKeyData
  * Opens an iterator of the store over the records with the same l2vpnIid as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnExtnhpCreateL2vpniidIter(const L2vpnExtnhp *record);
 
 /**
@@ -233,6 +237,7 @@ void L2VPN_DB_L2vpnExtnhpSetL2vpniidKey(const L2vpnExtnhp *record, L2vpnDbKeyDat
  * Opens an iterator of the store over the records with the same vrIndex and srcPid as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnExtnhpCreateSmoothHashIter(const L2vpnExtnhp *record);
 
 /**
@@ -259,6 +264,7 @@ void L2VPN_DB_L2vpnExtnhpSetSmoothHashKey(const L2vpnExtnhp *record, L2vpnDbKeyD
  * tunnelId as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnExtnhpCreateTunnelIter(const L2vpnExtnhp *record);
 
 /**
@@ -372,6 +378,7 @@ uint32_t L2VPN_DAL_L2vpnExtnhpRemove(const void *record, uint32_t length);
  * null record.
  * @return 0 if record is not null and length is not 88; else what it returns
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DAL_L2vpnExtnhpCreateIter(uint32_t keyIndex, const void *record,
                                              uint32_t length);
 

@@ -126,6 +126,7 @@ uint32_t L2VPN_DB_L2vpnGlbEnUpdateField(const L2vpnGlbEn *record, uint32_t field
  *         only its owner may use; 0 for an unknown key index, for a null record with a secondary
  *         key, or if the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnGlbEnCreateIter(uint32_t keyIndex, const L2vpnGlbEn *record);
 
 /**
@@ -145,6 +146,7 @@ uint32_t L2VPN_DB_L2vpnGlbEnCountByKey(uint32_t keyIndex, const L2vpnGlbEn *reco
  * @param record holds the primary-key fields; null gives 0
  * @return a handle to release with ReleaseIter; 0 for none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnGlbEnCreateFastPriIter(const L2vpnGlbEn *record);
 
 /**
@@ -168,6 +170,7 @@ uint32_t L2VPN_DB_L2vpnGlbEnReleaseIter(L2vpnDbIter *iter);
  * Opens an iterator of the store over the records with the same vrIndex as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnGlbEnCreatePrimaryIter(const L2vpnGlbEn *record);
 
 /**
@@ -280,6 +283,7 @@ uint32_t L2VPN_DAL_L2vpnGlbEnRemove(const void *record, uint32_t length);
  * null record.
  * @return 0 if record is not null and length is not 128; else what it returns
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DAL_L2vpnGlbEnCreateIter(uint32_t keyIndex, const void *record,
                                             uint32_t length);
 

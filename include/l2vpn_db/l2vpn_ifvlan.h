@@ -131,6 +131,7 @@ uint32_t L2VPN_DB_L2vpnIfvlanUpdateField(const L2vpnIfvlan *record, uint32_t fie
  *         only its owner may use; 0 for an unknown key index, for a null record with a secondary
  *         key, or if the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnIfvlanCreateIter(uint32_t keyIndex, const L2vpnIfvlan *record);
 
 /**
@@ -150,6 +151,7 @@ uint32_t L2VPN_DB_L2vpnIfvlanCountByKey(uint32_t keyIndex, const L2vpnIfvlan *re
  * @param record holds the primary-key fields; null gives 0
  * @return a handle to release with ReleaseIter; 0 for none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnIfvlanCreateFastPriIter(const L2vpnIfvlan *record);
 
 /**
@@ -173,6 +175,7 @@ uint32_t L2VPN_DB_L2vpnIfvlanReleaseIter(L2vpnDbIter *iter);
  * Opens an iterator of the store over the records with the same ifIndex as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnIfvlanCreatePrimaryIter(const L2vpnIfvlan *record);
 
 /**
@@ -285,6 +288,7 @@ uint32_t L2VPN_DAL_L2vpnIfvlanRemove(const void *record, uint32_t length);
  * null record.
  * @return 0 if record is not null and length is not 48; else what it returns
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DAL_L2vpnIfvlanCreateIter(uint32_t keyIndex, const void *record,
                                              uint32_t length);
 

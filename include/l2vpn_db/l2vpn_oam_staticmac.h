@@ -144,6 +144,7 @@ uint32_t L2VPN_DB_L2vpnOamStaticmacUpdateField(const L2vpnOamStaticmac *record, 
  *         only its owner may use; 0 for an unknown key index, for a null record with a secondary
  *         key, or if the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnOamStaticmacCreateIter(uint32_t keyIndex,
                                                   const L2vpnOamStaticmac *record);
 
@@ -164,6 +165,7 @@ uint32_t L2VPN_DB_L2vpnOamStaticmacCountByKey(uint32_t keyIndex, const L2vpnOamS
  * @param record holds the primary-key fields; null gives 0
  * @return a handle to release with ReleaseIter; 0 for none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnOamStaticmacCreateFastPriIter(const L2vpnOamStaticmac *record);
 
 /**
@@ -188,6 +190,7 @@ uint32_t L2VPN_DB_L2vpnOamStaticmacReleaseIter(L2vpnDbIter *iter);
  * record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnOamStaticmacCreatePrimaryIter(const L2vpnOamStaticmac *record);
 
 /**
@@ -215,6 +218,7 @@ void L2VPN_DB_L2vpnOamStaticmacSetPrimaryKey(const L2vpnOamStaticmac *record,
  * pwTunnelId as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnOamStaticmacCreatePwIter(const L2vpnOamStaticmac *record);
 
 /**
@@ -240,6 +244,7 @@ void L2VPN_DB_L2vpnOamStaticmacSetPwKey(const L2vpnOamStaticmac *record, L2vpnDb
  * Opens an iterator of the store over the records with the same vrIndex and srcPid as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnOamStaticmacCreateSmoothHashIter(const L2vpnOamStaticmac *record);
 
 /**
@@ -267,6 +272,7 @@ void L2VPN_DB_L2vpnOamStaticmacSetSmoothHashKey(const L2vpnOamStaticmac *record,
  * Opens an iterator of the store over the records with the same vrIndex and instanceId as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnOamStaticmacCreateInstIter(const L2vpnOamStaticmac *record);
 
 /**
@@ -381,6 +387,7 @@ uint32_t L2VPN_DAL_L2vpnOamStaticmacRemove(const void *record, uint32_t length);
  * for a null record.
  * @return 0 if record is not null and length is not 112; else what it returns
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DAL_L2vpnOamStaticmacCreateIter(uint32_t keyIndex, const void *record,
                                                    uint32_t length);
 

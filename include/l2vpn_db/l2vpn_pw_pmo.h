@@ -135,6 +135,7 @@ uint32_t L2VPN_DB_L2vpnPwPmoUpdateField(const L2vpnPwPmo *record, uint32_t field
  *         only its owner may use; 0 for an unknown key index, for a null record with a secondary
  *         key, or if the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnPwPmoCreateIter(uint32_t keyIndex, const L2vpnPwPmo *record);
 
 /**
@@ -154,6 +155,7 @@ uint32_t L2VPN_DB_L2vpnPwPmoCountByKey(uint32_t keyIndex, const L2vpnPwPmo *reco
  * @param record holds the primary-key fields; null gives 0
  * @return a handle to release with ReleaseIter; 0 for none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnPwPmoCreateFastPriIter(const L2vpnPwPmo *record);
 
 /**
@@ -178,6 +180,7 @@ uint32_t L2VPN_DB_L2vpnPwPmoReleaseIter(L2vpnDbIter *iter);
  * pwTunnelType as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnPwPmoCreatePrimaryIter(const L2vpnPwPmo *record);
 
 /**
@@ -203,6 +206,7 @@ void L2VPN_DB_L2vpnPwPmoSetPrimaryKey(const L2vpnPwPmo *record, L2vpnDbKeyData *
  * Opens an iterator of the store over the records with the same vrIndex and srcPid as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnPwPmoCreateSmoothHashIter(const L2vpnPwPmo *record);
 
 /**
@@ -228,6 +232,7 @@ void L2VPN_DB_L2vpnPwPmoSetSmoothHashKey(const L2vpnPwPmo *record, L2vpnDbKeyDat
  * Opens an iterator of the store over the records with the same vrIndex and instanceId as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnPwPmoCreateVrindexIter(const L2vpnPwPmo *record);
 
 /**
@@ -341,6 +346,7 @@ uint32_t L2VPN_DAL_L2vpnPwPmoRemove(const void *record, uint32_t length);
  * null record.
  * @return 0 if record is not null and length is not 192; else what it returns
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DAL_L2vpnPwPmoCreateIter(uint32_t keyIndex, const void *record,
                                             uint32_t length);
 

@@ -127,6 +127,7 @@ uint32_t L2VPN_DB_L2vpnStpUpdateField(const L2vpnStp *record, uint32_t fieldId);
  *         only its owner may use; 0 for an unknown key index, for a null record with a secondary
  *         key, or if the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnStpCreateIter(uint32_t keyIndex, const L2vpnStp *record);
 
 /**
@@ -145,6 +146,7 @@ uint32_t L2VPN_DB_L2vpnStpCountByKey(uint32_t keyIndex, const L2vpnStp *record, 
  * @param record must not be null (not checked)
  * @return a handle to release with ReleaseIter; 0 for none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnStpCreateFastPriIter(const L2vpnStp *record);
 
 /**
@@ -168,6 +170,7 @@ uint32_t L2VPN_DB_L2vpnStpReleaseIter(L2vpnDbIter *iter);
  * Opens an iterator of the store over the records with the same ifIndex as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnStpCreatePrimaryIter(const L2vpnStp *record);
 
 /**
@@ -192,6 +195,7 @@ void L2VPN_DB_L2vpnStpSetPrimaryKey(const L2vpnStp *record, L2vpnDbKeyData *requ
  * Opens an iterator of the store over the records with the same ifIndex and vrIndex as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnStpCreateStpSrcIfIter(const L2vpnStp *record);
 
 /**
@@ -305,6 +309,7 @@ uint32_t L2VPN_DAL_L2vpnStpRemove(const void *record, uint32_t length);
  * null record.
  * @return 0 if record is not null and length is not 48; else what it returns
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DAL_L2vpnStpCreateIter(uint32_t keyIndex, const void *record, uint32_t length);
 
 /**

@@ -133,6 +133,7 @@ uint32_t L2VPN_DB_L2vpnSubPwUpdateField(const L2vpnSubPw *record, uint32_t field
  *         only its owner may use; 0 for an unknown key index, for a null record with a secondary
  *         key, or if the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnSubPwCreateIter(uint32_t keyIndex, const L2vpnSubPw *record);
 
 /**
@@ -152,6 +153,7 @@ uint32_t L2VPN_DB_L2vpnSubPwCountByKey(uint32_t keyIndex, const L2vpnSubPw *reco
  * @param record holds the primary-key fields; null gives 0
  * @return a handle to release with ReleaseIter; 0 for none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnSubPwCreateFastPriIter(const L2vpnSubPw *record);
 
 /**
@@ -176,6 +178,7 @@ uint32_t L2VPN_DB_L2vpnSubPwReleaseIter(L2vpnDbIter *iter);
  * pwTunnelType as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnSubPwCreatePrimaryIter(const L2vpnSubPw *record);
 
 /**
@@ -289,6 +292,7 @@ uint32_t L2VPN_DAL_L2vpnSubPwRemove(const void *record, uint32_t length);
  * null record.
  * @return 0 if record is not null and length is not 104; else what it returns
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DAL_L2vpnSubPwCreateIter(uint32_t keyIndex, const void *record,
                                             uint32_t length);
 

@@ -163,6 +163,7 @@ uint32_t L2VPN_DB_L2vpnVllAcUpdateField(const L2vpnVllAc *record, uint32_t field
  *         only its owner may use; 0 for an unknown key index, for a null record with a secondary
  *         key, or if the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVllAcCreateIter(uint32_t keyIndex, const L2vpnVllAc *record);
 
 /**
@@ -182,6 +183,7 @@ uint32_t L2VPN_DB_L2vpnVllAcCountByKey(uint32_t keyIndex, const L2vpnVllAc *reco
  * @param record holds the primary-key fields; null gives 0
  * @return a handle to release with ReleaseIter; 0 for none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVllAcCreateFastPriIter(const L2vpnVllAc *record);
 
 /**
@@ -205,6 +207,7 @@ uint32_t L2VPN_DB_L2vpnVllAcReleaseIter(L2vpnDbIter *iter);
  * Opens an iterator of the store over the records with the same ifIndex as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVllAcCreatePrimaryIter(const L2vpnVllAc *record);
 
 /**
@@ -229,6 +232,7 @@ void L2VPN_DB_L2vpnVllAcSetPrimaryKey(const L2vpnVllAc *record, L2vpnDbKeyData *
  * Opens an iterator of the store over the records with the same vrIndex and srcPid as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVllAcCreateSmoothHashIter(const L2vpnVllAc *record);
 
 /**
@@ -254,6 +258,7 @@ void L2VPN_DB_L2vpnVllAcSetSmoothHashKey(const L2vpnVllAc *record, L2vpnDbKeyDat
  * Opens an iterator of the store over the records with the same vrIndex and instanceId as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVllAcCreateInstanceIter(const L2vpnVllAc *record);
 
 /**
@@ -367,6 +372,7 @@ uint32_t L2VPN_DAL_L2vpnVllAcRemove(const void *record, uint32_t length);
  * null record.
  * @return 0 if record is not null and length is not 192; else what it returns
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DAL_L2vpnVllAcCreateIter(uint32_t keyIndex, const void *record,
                                             uint32_t length);
 

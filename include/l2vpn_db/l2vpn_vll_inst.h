@@ -140,6 +140,7 @@ uint32_t L2VPN_DB_L2vpnVllInstUpdateField(const L2vpnVllInst *record, uint32_t f
  *         only its owner may use; 0 for an unknown key index, for a null record with a secondary
  *         key, or if the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVllInstCreateIter(uint32_t keyIndex, const L2vpnVllInst *record);
 
 /**
@@ -159,6 +160,7 @@ uint32_t L2VPN_DB_L2vpnVllInstCountByKey(uint32_t keyIndex, const L2vpnVllInst *
  * @param record holds the primary-key fields; null gives 0
  * @return a handle to release with ReleaseIter; 0 for none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVllInstCreateFastPriIter(const L2vpnVllInst *record);
 
 /**
@@ -182,6 +184,7 @@ uint32_t L2VPN_DB_L2vpnVllInstReleaseIter(L2vpnDbIter *iter);
  * Opens an iterator of the store over the records with the same vrIndex and instanceId as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVllInstCreatePrimaryIter(const L2vpnVllInst *record);
 
 /**
@@ -207,6 +210,7 @@ void L2VPN_DB_L2vpnVllInstSetPrimaryKey(const L2vpnVllInst *record, L2vpnDbKeyDa
  * Opens an iterator of the store over the records with the same vrIndex and srcPid as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVllInstCreateSmoothHashIter(const L2vpnVllInst *record);
 
 /**
@@ -232,6 +236,7 @@ void L2VPN_DB_L2vpnVllInstSetSmoothHashKey(const L2vpnVllInst *record, L2vpnDbKe
  * Opens an iterator of the store over the records with the same instanceId as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVllInstCreateInstanceIter(const L2vpnVllInst *record);
 
 /**
@@ -344,6 +349,7 @@ uint32_t L2VPN_DAL_L2vpnVllInstRemove(const void *record, uint32_t length);
  * a null record.
  * @return 0 if record is not null and length is not 176; else what it returns
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DAL_L2vpnVllInstCreateIter(uint32_t keyIndex, const void *record,
                                               uint32_t length);
 

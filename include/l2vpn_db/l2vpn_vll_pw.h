@@ -176,6 +176,7 @@ uint32_t L2VPN_DB_L2vpnVllPwUpdateField(const L2vpnVllPw *record, uint32_t field
  *         only its owner may use; 0 for an unknown key index, for a null record with a secondary
  *         key, or if the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVllPwCreateIter(uint32_t keyIndex, const L2vpnVllPw *record);
 
 /**
@@ -195,6 +196,7 @@ uint32_t L2VPN_DB_L2vpnVllPwCountByKey(uint32_t keyIndex, const L2vpnVllPw *reco
  * @param record holds the primary-key fields; null gives 0
  * @return a handle to release with ReleaseIter; 0 for none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVllPwCreateFastPriIter(const L2vpnVllPw *record);
 
 /**
@@ -219,6 +221,7 @@ uint32_t L2VPN_DB_L2vpnVllPwReleaseIter(L2vpnDbIter *iter);
  * pwTunnelType as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVllPwCreatePrimaryIter(const L2vpnVllPw *record);
 
 /**
@@ -244,6 +247,7 @@ void L2VPN_DB_L2vpnVllPwSetPrimaryKey(const L2vpnVllPw *record, L2vpnDbKeyData *
  * Opens an iterator of the store over the records with the same l2vpnIid as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVllPwCreateL2vpniidIter(const L2vpnVllPw *record);
 
 /**
@@ -268,6 +272,7 @@ void L2VPN_DB_L2vpnVllPwSetL2vpniidKey(const L2vpnVllPw *record, L2vpnDbKeyData 
  * Opens an iterator of the store over the records with the same vrIndex and srcPid as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVllPwCreateSmoothHashIter(const L2vpnVllPw *record);
 
 /**
@@ -293,6 +298,7 @@ void L2VPN_DB_L2vpnVllPwSetSmoothHashKey(const L2vpnVllPw *record, L2vpnDbKeyDat
  * Opens an iterator of the store over the records with the same vrIndex and instanceId as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVllPwCreateVrindexIter(const L2vpnVllPw *record);
 
 /**
@@ -406,6 +412,7 @@ uint32_t L2VPN_DAL_L2vpnVllPwRemove(const void *record, uint32_t length);
  * null record.
  * @return 0 if record is not null and length is not 184; else what it returns
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DAL_L2vpnVllPwCreateIter(uint32_t keyIndex, const void *record,
                                             uint32_t length);
 

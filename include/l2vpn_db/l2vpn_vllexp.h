@@ -133,6 +133,7 @@ uint32_t L2VPN_DB_L2vpnVllexpUpdateField(const L2vpnVllexp *record, uint32_t fie
  *         only its owner may use; 0 for an unknown key index, for a null record with a secondary
  *         key, or if the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVllexpCreateIter(uint32_t keyIndex, const L2vpnVllexp *record);
 
 /**
@@ -152,6 +153,7 @@ uint32_t L2VPN_DB_L2vpnVllexpCountByKey(uint32_t keyIndex, const L2vpnVllexp *re
  * @param record holds the primary-key fields; null gives 0
  * @return a handle to release with ReleaseIter; 0 for none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVllexpCreateFastPriIter(const L2vpnVllexp *record);
 
 /**
@@ -175,6 +177,7 @@ uint32_t L2VPN_DB_L2vpnVllexpReleaseIter(L2vpnDbIter *iter);
  * Opens an iterator of the store over the records with the same ifIndex as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVllexpCreatePrimaryIter(const L2vpnVllexp *record);
 
 /**
@@ -287,6 +290,7 @@ uint32_t L2VPN_DAL_L2vpnVllexpRemove(const void *record, uint32_t length);
  * null record.
  * @return 0 if record is not null and length is not 48; else what it returns
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DAL_L2vpnVllexpCreateIter(uint32_t keyIndex, const void *record,
                                              uint32_t length);
 

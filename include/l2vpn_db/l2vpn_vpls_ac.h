@@ -174,6 +174,7 @@ uint32_t L2VPN_DB_L2vpnVplsAcUpdateField(const L2vpnVplsAc *record, uint32_t fie
  *         only its owner may use; 0 for an unknown key index, for a null record with a secondary
  *         key, or if the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcCreateIter(uint32_t keyIndex, const L2vpnVplsAc *record);
 
 /**
@@ -193,6 +194,7 @@ uint32_t L2VPN_DB_L2vpnVplsAcCountByKey(uint32_t keyIndex, const L2vpnVplsAc *re
  * @param record holds the primary-key fields; null gives 0
  * @return a handle to release with ReleaseIter; 0 for none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcCreateFastPriIter(const L2vpnVplsAc *record);
 
 /**
@@ -216,6 +218,7 @@ uint32_t L2VPN_DB_L2vpnVplsAcReleaseIter(L2vpnDbIter *iter);
  * Opens an iterator of the store over the records with the same ifIndex as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcCreatePrimaryIter(const L2vpnVplsAc *record);
 
 /**
@@ -240,6 +243,7 @@ void L2VPN_DB_L2vpnVplsAcSetPrimaryKey(const L2vpnVplsAc *record, L2vpnDbKeyData
  * Opens an iterator of the store over the records with the same vrIndex and instanceId as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcCreateInstanceIter(const L2vpnVplsAc *record);
 
 /**
@@ -266,6 +270,7 @@ void L2VPN_DB_L2vpnVplsAcSetInstanceKey(const L2vpnVplsAc *record, L2vpnDbKeyDat
  * sharePeVlan and shareType as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcCreateShareIfIter(const L2vpnVplsAc *record);
 
 /**
@@ -293,6 +298,7 @@ void L2VPN_DB_L2vpnVplsAcSetShareIfKey(const L2vpnVplsAc *record, L2vpnDbKeyData
  * as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcCreateEncapIter(const L2vpnVplsAc *record);
 
 /**
@@ -318,6 +324,7 @@ void L2VPN_DB_L2vpnVplsAcSetEncapKey(const L2vpnVplsAc *record, L2vpnDbKeyData *
  * Opens an iterator of the store over the records with the same vrIndex and mainIfIndex as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcCreateMainifKerIter(const L2vpnVplsAc *record);
 
 /**
@@ -343,6 +350,7 @@ void L2VPN_DB_L2vpnVplsAcSetMainifKerKey(const L2vpnVplsAc *record, L2vpnDbKeyDa
  * Opens an iterator of the store over the records with the same mainIfIndex and peVlan as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcCreateStpKerIter(const L2vpnVplsAc *record);
 
 /**
@@ -368,6 +376,7 @@ void L2VPN_DB_L2vpnVplsAcSetStpKerKey(const L2vpnVplsAc *record, L2vpnDbKeyData 
  * Opens an iterator of the store over the records with the same vrIndex and srcPid as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcCreateSmoothHashIter(const L2vpnVplsAc *record);
 
 /**
@@ -393,6 +402,7 @@ void L2VPN_DB_L2vpnVplsAcSetSmoothHashKey(const L2vpnVplsAc *record, L2vpnDbKeyD
  * Opens an iterator of the store over the records with the same ifIndex and instanceId as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcCreateIfInstIter(const L2vpnVplsAc *record);
 
 /**
@@ -506,6 +516,7 @@ uint32_t L2VPN_DAL_L2vpnVplsAcRemove(const void *record, uint32_t length);
  * null record.
  * @return 0 if record is not null and length is not 192; else what it returns
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DAL_L2vpnVplsAcCreateIter(uint32_t keyIndex, const void *record,
                                              uint32_t length);
 

@@ -133,6 +133,7 @@ uint32_t L2VPN_DB_L2vpnVplsAcMacdrawUpdateField(const L2vpnVplsAcMacdraw *record
  *         only its owner may use; 0 for an unknown key index, for a null record with a secondary
  *         key, or if the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcMacdrawCreateIter(uint32_t keyIndex,
                                                    const L2vpnVplsAcMacdraw *record);
 
@@ -153,6 +154,7 @@ uint32_t L2VPN_DB_L2vpnVplsAcMacdrawCountByKey(uint32_t keyIndex, const L2vpnVpl
  * @param record holds the primary-key fields; null gives 0
  * @return a handle to release with ReleaseIter; 0 for none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcMacdrawCreateFastPriIter(const L2vpnVplsAcMacdraw *record);
 
 /**
@@ -176,6 +178,7 @@ uint32_t L2VPN_DB_L2vpnVplsAcMacdrawReleaseIter(L2vpnDbIter *iter);
  * Opens an iterator of the store over the records with the same ifIndex as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcMacdrawCreatePrimaryIter(const L2vpnVplsAcMacdraw *record);
 
 /**
@@ -201,6 +204,7 @@ void L2VPN_DB_L2vpnVplsAcMacdrawSetPrimaryKey(const L2vpnVplsAcMacdraw *record,
  * Opens an iterator of the store over the records with the same vrIndex and srcPid as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcMacdrawCreateSmoothHashIter(const L2vpnVplsAcMacdraw *record);
 
 /**
@@ -316,6 +320,7 @@ uint32_t L2VPN_DAL_L2vpnVplsAcMacdrawRemove(const void *record, uint32_t length)
  * matter for a null record.
  * @return 0 if record is not null and length is not 48; else what it returns
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DAL_L2vpnVplsAcMacdrawCreateIter(uint32_t keyIndex, const void *record,
                                                     uint32_t length);
 

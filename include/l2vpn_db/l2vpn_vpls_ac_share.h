@@ -158,6 +158,7 @@ uint32_t L2VPN_DB_L2vpnVplsAcShareUpdateField(const L2vpnVplsAcShare *record, ui
  *         only its owner may use; 0 for an unknown key index, for a null record with a secondary
  *         key, or if the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcShareCreateIter(uint32_t keyIndex,
                                                  const L2vpnVplsAcShare *record);
 
@@ -178,6 +179,7 @@ uint32_t L2VPN_DB_L2vpnVplsAcShareCountByKey(uint32_t keyIndex, const L2vpnVplsA
  * @param record holds the primary-key fields; null gives 0
  * @return a handle to release with ReleaseIter; 0 for none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcShareCreateFastPriIter(const L2vpnVplsAcShare *record);
 
 /**
@@ -202,6 +204,7 @@ uint32_t L2VPN_DB_L2vpnVplsAcShareReleaseIter(L2vpnDbIter *iter);
  * peVlan and shareType as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcShareCreatePrimaryIter(const L2vpnVplsAcShare *record);
 
 /**
@@ -228,6 +231,7 @@ void L2VPN_DB_L2vpnVplsAcShareSetPrimaryKey(const L2vpnVplsAcShare *record,
  * Opens an iterator of the store over the records with the same ifIndex as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcShareCreateIfindexIter(const L2vpnVplsAcShare *record);
 
 /**
@@ -253,6 +257,7 @@ void L2VPN_DB_L2vpnVplsAcShareSetIfindexKey(const L2vpnVplsAcShare *record,
  * Opens an iterator of the store over the records with the same vrIndex and instanceId as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcShareCreateInstanceIter(const L2vpnVplsAcShare *record);
 
 /**
@@ -279,6 +284,7 @@ void L2VPN_DB_L2vpnVplsAcShareSetInstanceKey(const L2vpnVplsAcShare *record,
  * Opens an iterator of the store over the records with the same ifIndex and peVlan as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcShareCreateStpIter(const L2vpnVplsAcShare *record);
 
 /**
@@ -304,6 +310,7 @@ void L2VPN_DB_L2vpnVplsAcShareSetStpKey(const L2vpnVplsAcShare *record, L2vpnDbK
  * Opens an iterator of the store over the records with the same ifIndex and instanceId as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcShareCreateIfinstanceIter(const L2vpnVplsAcShare *record);
 
 /**
@@ -419,6 +426,7 @@ uint32_t L2VPN_DAL_L2vpnVplsAcShareRemove(const void *record, uint32_t length);
  * for a null record.
  * @return 0 if record is not null and length is not 176; else what it returns
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DAL_L2vpnVplsAcShareCreateIter(uint32_t keyIndex, const void *record,
                                                   uint32_t length);
 

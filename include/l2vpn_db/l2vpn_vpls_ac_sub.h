@@ -176,6 +176,7 @@ uint32_t L2VPN_DB_L2vpnVplsAcSubUpdateField(const L2vpnVplsAcSub *record, uint32
  *         only its owner may use; 0 for an unknown key index, for a null record with a secondary
  *         key, or if the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcSubCreateIter(uint32_t keyIndex, const L2vpnVplsAcSub *record);
 
 /**
@@ -195,6 +196,7 @@ uint32_t L2VPN_DB_L2vpnVplsAcSubCountByKey(uint32_t keyIndex, const L2vpnVplsAcS
  * @param record holds the primary-key fields; null gives 0
  * @return a handle to release with ReleaseIter; 0 for none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcSubCreateFastPriIter(const L2vpnVplsAcSub *record);
 
 /**
@@ -219,6 +221,7 @@ uint32_t L2VPN_DB_L2vpnVplsAcSubReleaseIter(L2vpnDbIter *iter);
  * record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcSubCreatePrimaryIter(const L2vpnVplsAcSub *record);
 
 /**
@@ -244,6 +247,7 @@ void L2VPN_DB_L2vpnVplsAcSubSetPrimaryKey(const L2vpnVplsAcSub *record, L2vpnDbK
  * Opens an iterator of the store over the records with the same ifIndex as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcSubCreateIfindexIter(const L2vpnVplsAcSub *record);
 
 /**
@@ -268,6 +272,7 @@ void L2VPN_DB_L2vpnVplsAcSubSetIfindexKey(const L2vpnVplsAcSub *record, L2vpnDbK
  * Opens an iterator of the store over the records with the same vrIndex and instanceId as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcSubCreateInstanceIter(const L2vpnVplsAcSub *record);
 
 /**
@@ -294,6 +299,7 @@ void L2VPN_DB_L2vpnVplsAcSubSetInstanceKey(const L2vpnVplsAcSub *record, L2vpnDb
  * as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcSubCreateInstSrcIfIter(const L2vpnVplsAcSub *record);
 
 /**
@@ -320,6 +326,7 @@ void L2VPN_DB_L2vpnVplsAcSubSetInstSrcIfKey(const L2vpnVplsAcSub *record, L2vpnD
  * sharePeVlan and shareType as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcSubCreateInstSrcIfPevlanIter(const L2vpnVplsAcSub *record);
 
 /**
@@ -349,6 +356,7 @@ void L2VPN_DB_L2vpnVplsAcSubSetInstSrcIfPevlanKey(const L2vpnVplsAcSub *record,
  * as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcSubCreateEncapIter(const L2vpnVplsAcSub *record);
 
 /**
@@ -375,6 +383,7 @@ void L2VPN_DB_L2vpnVplsAcSubSetEncapKey(const L2vpnVplsAcSub *record, L2vpnDbKey
  * instanceId as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcSubCreateIfindexSrcifindexPevlanInstIter(
                                                                           const L2vpnVplsAcSub *record);
 
@@ -404,6 +413,7 @@ void L2VPN_DB_L2vpnVplsAcSubSetIfindexSrcifindexPevlanInstKey(const L2vpnVplsAcS
  * instanceId as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcSubCreateIfVlanInstIter(const L2vpnVplsAcSub *record);
 
 /**
@@ -430,6 +440,7 @@ void L2VPN_DB_L2vpnVplsAcSubSetIfVlanInstKey(const L2vpnVplsAcSub *record, L2vpn
  * Opens an iterator of the store over the records with the same srcIfIndex and vrIndex as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcSubCreateSrcIfIter(const L2vpnVplsAcSub *record);
 
 /**
@@ -455,6 +466,7 @@ void L2VPN_DB_L2vpnVplsAcSubSetSrcIfKey(const L2vpnVplsAcSub *record, L2vpnDbKey
  * Opens an iterator of the store over the records with the same ifIndex and peVlan as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcSubCreateStpIter(const L2vpnVplsAcSub *record);
 
 /**
@@ -568,6 +580,7 @@ uint32_t L2VPN_DAL_L2vpnVplsAcSubRemove(const void *record, uint32_t length);
  * for a null record.
  * @return 0 if record is not null and length is not 192; else what it returns
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DAL_L2vpnVplsAcSubCreateIter(uint32_t keyIndex, const void *record,
                                                 uint32_t length);
 

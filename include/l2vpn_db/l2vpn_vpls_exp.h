@@ -134,6 +134,7 @@ uint32_t L2VPN_DB_L2vpnVplsExpUpdateField(const L2vpnVplsExp *record, uint32_t f
  *         only its owner may use; 0 for an unknown key index, for a null record with a secondary
  *         key, or if the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsExpCreateIter(uint32_t keyIndex, const L2vpnVplsExp *record);
 
 /**
@@ -153,6 +154,7 @@ uint32_t L2VPN_DB_L2vpnVplsExpCountByKey(uint32_t keyIndex, const L2vpnVplsExp *
  * @param record holds the primary-key fields; null gives 0
  * @return a handle to release with ReleaseIter; 0 for none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsExpCreateFastPriIter(const L2vpnVplsExp *record);
 
 /**
@@ -176,6 +178,7 @@ uint32_t L2VPN_DB_L2vpnVplsExpReleaseIter(L2vpnDbIter *iter);
  * Opens an iterator of the store over the records with the same vrIndex and instanceId as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsExpCreatePrimaryIter(const L2vpnVplsExp *record);
 
 /**
@@ -289,6 +292,7 @@ uint32_t L2VPN_DAL_L2vpnVplsExpRemove(const void *record, uint32_t length);
  * a null record.
  * @return 0 if record is not null and length is not 48; else what it returns
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DAL_L2vpnVplsExpCreateIter(uint32_t keyIndex, const void *record,
                                               uint32_t length);
 

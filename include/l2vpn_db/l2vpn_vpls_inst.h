@@ -147,6 +147,7 @@ uint32_t L2VPN_DB_L2vpnVplsInstUpdateField(const L2vpnVplsInst *record, uint32_t
  *         only its owner may use; 0 for an unknown key index, for a null record with a secondary
  *         key, or if the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsInstCreateIter(uint32_t keyIndex, const L2vpnVplsInst *record);
 
 /**
@@ -166,6 +167,7 @@ uint32_t L2VPN_DB_L2vpnVplsInstCountByKey(uint32_t keyIndex, const L2vpnVplsInst
  * @param record holds the primary-key fields; null gives 0
  * @return a handle to release with ReleaseIter; 0 for none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsInstCreateFastPriIter(const L2vpnVplsInst *record);
 
 /**
@@ -189,6 +191,7 @@ uint32_t L2VPN_DB_L2vpnVplsInstReleaseIter(L2vpnDbIter *iter);
  * Opens an iterator of the store over the records with the same vrIndex and instanceId as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsInstCreatePrimaryIter(const L2vpnVplsInst *record);
 
 /**
@@ -214,6 +217,7 @@ void L2VPN_DB_L2vpnVplsInstSetPrimaryKey(const L2vpnVplsInst *record, L2vpnDbKey
  * Opens an iterator of the store over the records with the same instanceId as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsInstCreateInstanceIter(const L2vpnVplsInst *record);
 
 /**
@@ -238,6 +242,7 @@ void L2VPN_DB_L2vpnVplsInstSetInstanceKey(const L2vpnVplsInst *record, L2vpnDbKe
  * Opens an iterator of the store over the records with the same vrIndex and srcPid as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsInstCreateSmoothHashIter(const L2vpnVplsInst *record);
 
 /**
@@ -264,6 +269,7 @@ void L2VPN_DB_L2vpnVplsInstSetSmoothHashKey(const L2vpnVplsInst *record, L2vpnDb
  * as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsInstCreateEncapIter(const L2vpnVplsInst *record);
 
 /**
@@ -377,6 +383,7 @@ uint32_t L2VPN_DAL_L2vpnVplsInstRemove(const void *record, uint32_t length);
  * a null record.
  * @return 0 if record is not null and length is not 104; else what it returns
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DAL_L2vpnVplsInstCreateIter(uint32_t keyIndex, const void *record,
                                                uint32_t length);
 

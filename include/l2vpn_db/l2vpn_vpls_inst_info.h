@@ -143,6 +143,7 @@ uint32_t L2VPN_DB_L2vpnVplsInstInfoUpdateField(const L2vpnVplsInstInfo *record, 
  *         only its owner may use; 0 for an unknown key index, for a null record with a secondary
  *         key, or if the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsInstInfoCreateIter(uint32_t keyIndex,
                                                   const L2vpnVplsInstInfo *record);
 
@@ -163,6 +164,7 @@ uint32_t L2VPN_DB_L2vpnVplsInstInfoCountByKey(uint32_t keyIndex, const L2vpnVpls
  * @param record holds the primary-key fields; null gives 0
  * @return a handle to release with ReleaseIter; 0 for none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsInstInfoCreateFastPriIter(const L2vpnVplsInstInfo *record);
 
 /**
@@ -186,6 +188,7 @@ uint32_t L2VPN_DB_L2vpnVplsInstInfoReleaseIter(L2vpnDbIter *iter);
  * Opens an iterator of the store over the records with the same vrIndex and instanceId as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsInstInfoCreatePrimaryIter(const L2vpnVplsInstInfo *record);
 
 /**
@@ -212,6 +215,7 @@ void L2VPN_DB_L2vpnVplsInstInfoSetPrimaryKey(const L2vpnVplsInstInfo *record,
  * Opens an iterator of the store over the records with the same vrIndex and srcPid as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsInstInfoCreateSmoothHashIter(const L2vpnVplsInstInfo *record);
 
 /**
@@ -327,6 +331,7 @@ uint32_t L2VPN_DAL_L2vpnVplsInstInfoRemove(const void *record, uint32_t length);
  * for a null record.
  * @return 0 if record is not null and length is not 56; else what it returns
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DAL_L2vpnVplsInstInfoCreateIter(uint32_t keyIndex, const void *record,
                                                    uint32_t length);
 

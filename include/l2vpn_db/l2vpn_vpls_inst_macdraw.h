@@ -135,6 +135,7 @@ uint32_t L2VPN_DB_L2vpnVplsInstMacdrawUpdateField(const L2vpnVplsInstMacdraw *re
  *         only its owner may use; 0 for an unknown key index, for a null record with a secondary
  *         key, or if the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsInstMacdrawCreateIter(uint32_t keyIndex,
                                                      const L2vpnVplsInstMacdraw *record);
 
@@ -156,6 +157,7 @@ uint32_t L2VPN_DB_L2vpnVplsInstMacdrawCountByKey(uint32_t keyIndex,
  * @param record holds the primary-key fields; null gives 0
  * @return a handle to release with ReleaseIter; 0 for none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsInstMacdrawCreateFastPriIter(const L2vpnVplsInstMacdraw *record);
 
 /**
@@ -179,6 +181,7 @@ uint32_t L2VPN_DB_L2vpnVplsInstMacdrawReleaseIter(L2vpnDbIter *iter);
  * Opens an iterator of the store over the records with the same vrIndex and instanceId as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsInstMacdrawCreatePrimaryIter(const L2vpnVplsInstMacdraw *record);
 
 /**
@@ -206,6 +209,7 @@ void L2VPN_DB_L2vpnVplsInstMacdrawSetPrimaryKey(const L2vpnVplsInstMacdraw *reco
  * Opens an iterator of the store over the records with the same vrIndex and srcPid as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsInstMacdrawCreateSmoothHashIter(const L2vpnVplsInstMacdraw *record);
 
 /**
@@ -233,6 +237,7 @@ void L2VPN_DB_L2vpnVplsInstMacdrawSetSmoothHashKey(const L2vpnVplsInstMacdraw *r
  * Opens an iterator of the store over the records with the same instanceId as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsInstMacdrawCreateInstanceIter(const L2vpnVplsInstMacdraw *record);
 
 /**
@@ -350,6 +355,7 @@ uint32_t L2VPN_DAL_L2vpnVplsInstMacdrawRemove(const void *record, uint32_t lengt
  * matter for a null record.
  * @return 0 if record is not null and length is not 48; else what it returns
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DAL_L2vpnVplsInstMacdrawCreateIter(uint32_t keyIndex, const void *record,
                                                       uint32_t length);
 

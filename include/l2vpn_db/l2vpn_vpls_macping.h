@@ -134,6 +134,7 @@ uint32_t L2VPN_DB_L2vpnVplsMacpingUpdateField(const L2vpnVplsMacping *record, ui
  *         only its owner may use; 0 for an unknown key index, for a null record with a secondary
  *         key, or if the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsMacpingCreateIter(uint32_t keyIndex,
                                                  const L2vpnVplsMacping *record);
 
@@ -154,6 +155,7 @@ uint32_t L2VPN_DB_L2vpnVplsMacpingCountByKey(uint32_t keyIndex, const L2vpnVplsM
  * @param record holds the primary-key fields; null gives 0
  * @return a handle to release with ReleaseIter; 0 for none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsMacpingCreateFastPriIter(const L2vpnVplsMacping *record);
 
 /**
@@ -178,6 +180,7 @@ uint32_t L2VPN_DB_L2vpnVplsMacpingReleaseIter(L2vpnDbIter *iter);
  * macAddr as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsMacpingCreatePrimaryIter(const L2vpnVplsMacping *record);
 
 /**
@@ -204,6 +207,7 @@ void L2VPN_DB_L2vpnVplsMacpingSetPrimaryKey(const L2vpnVplsMacping *record,
  * Opens an iterator of the store over the records with the same vrId and srcPid as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsMacpingCreateSmoothHashIter(const L2vpnVplsMacping *record);
 
 /**
@@ -318,6 +322,7 @@ uint32_t L2VPN_DAL_L2vpnVplsMacpingRemove(const void *record, uint32_t length);
  * for a null record.
  * @return 0 if record is not null and length is not 120; else what it returns
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DAL_L2vpnVplsMacpingCreateIter(uint32_t keyIndex, const void *record,
                                                   uint32_t length);
 

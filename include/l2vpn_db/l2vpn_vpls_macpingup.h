@@ -134,6 +134,7 @@ uint32_t L2VPN_DB_L2vpnVplsMacpingupUpdateField(const L2vpnVplsMacpingup *record
  *         only its owner may use; 0 for an unknown key index, for a null record with a secondary
  *         key, or if the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsMacpingupCreateIter(uint32_t keyIndex,
                                                    const L2vpnVplsMacpingup *record);
 
@@ -154,6 +155,7 @@ uint32_t L2VPN_DB_L2vpnVplsMacpingupCountByKey(uint32_t keyIndex, const L2vpnVpl
  * @param record holds the primary-key fields; null gives 0
  * @return a handle to release with ReleaseIter; 0 for none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsMacpingupCreateFastPriIter(const L2vpnVplsMacpingup *record);
 
 /**
@@ -178,6 +180,7 @@ uint32_t L2VPN_DB_L2vpnVplsMacpingupReleaseIter(L2vpnDbIter *iter);
  * macAddr as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsMacpingupCreatePrimaryIter(const L2vpnVplsMacpingup *record);
 
 /**
@@ -289,6 +292,7 @@ uint32_t L2VPN_DAL_L2vpnVplsMacpingupRemove(const void *record, uint32_t length)
  * matter for a null record.
  * @return 0 if record is not null and length is not 40; else what it returns
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DAL_L2vpnVplsMacpingupCreateIter(uint32_t keyIndex, const void *record,
                                                     uint32_t length);
 

@@ -199,6 +199,7 @@ uint32_t L2VPN_DB_L2vpnVplsPwUpdateField(const L2vpnVplsPw *record, uint32_t fie
  *         only its owner may use; 0 for an unknown key index, for a null record with a secondary
  *         key, or if the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsPwCreateIter(uint32_t keyIndex, const L2vpnVplsPw *record);
 
 /**
@@ -218,6 +219,7 @@ uint32_t L2VPN_DB_L2vpnVplsPwCountByKey(uint32_t keyIndex, const L2vpnVplsPw *re
  * @param record holds the primary-key fields; null gives 0
  * @return a handle to release with ReleaseIter; 0 for none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsPwCreateFastPriIter(const L2vpnVplsPw *record);
 
 /**
@@ -242,6 +244,7 @@ uint32_t L2VPN_DB_L2vpnVplsPwReleaseIter(L2vpnDbIter *iter);
  * pwTunnelType as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsPwCreatePrimaryIter(const L2vpnVplsPw *record);
 
 /**
@@ -267,6 +270,7 @@ void L2VPN_DB_L2vpnVplsPwSetPrimaryKey(const L2vpnVplsPw *record, L2vpnDbKeyData
  * Opens an iterator of the store over the records with the same instanceId as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsPwCreateInstanceIter(const L2vpnVplsPw *record);
 
 /**
@@ -291,6 +295,7 @@ void L2VPN_DB_L2vpnVplsPwSetInstanceKey(const L2vpnVplsPw *record, L2vpnDbKeyDat
  * Opens an iterator of the store over the records with the same l2vpnIid as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsPwCreateL2vpniidIter(const L2vpnVplsPw *record);
 
 /**
@@ -315,6 +320,7 @@ void L2VPN_DB_L2vpnVplsPwSetL2vpniidKey(const L2vpnVplsPw *record, L2vpnDbKeyDat
  * Opens an iterator of the store over the records with the same vrIndex and instanceId as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsPwCreateVrindexIter(const L2vpnVplsPw *record);
 
 /**
@@ -340,6 +346,7 @@ void L2VPN_DB_L2vpnVplsPwSetVrindexKey(const L2vpnVplsPw *record, L2vpnDbKeyData
  * Opens an iterator of the store over the records with the same vrIndex and srcPid as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsPwCreateSmoothHashIter(const L2vpnVplsPw *record);
 
 /**
@@ -366,6 +373,7 @@ void L2VPN_DB_L2vpnVplsPwSetSmoothHashKey(const L2vpnVplsPw *record, L2vpnDbKeyD
  * record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsPwCreateGroupIter(const L2vpnVplsPw *record);
 
 /**
@@ -491,6 +499,7 @@ uint32_t L2VPN_DAL_L2vpnVplsPwRemove(const void *record, uint32_t length);
  * null record.
  * @return 0 if record is not null and length is not 280; else what it returns
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DAL_L2vpnVplsPwCreateIter(uint32_t keyIndex, const void *record,
                                              uint32_t length);
 

@@ -141,6 +141,7 @@ uint32_t L2VPN_DB_L2vpnVplsPwMacdrawUpdateField(const L2vpnVplsPwMacdraw *record
  *         only its owner may use; 0 for an unknown key index, for a null record with a secondary
  *         key, or if the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsPwMacdrawCreateIter(uint32_t keyIndex,
                                                    const L2vpnVplsPwMacdraw *record);
 
@@ -161,6 +162,7 @@ uint32_t L2VPN_DB_L2vpnVplsPwMacdrawCountByKey(uint32_t keyIndex, const L2vpnVpl
  * @param record holds the primary-key fields; null gives 0
  * @return a handle to release with ReleaseIter; 0 for none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsPwMacdrawCreateFastPriIter(const L2vpnVplsPwMacdraw *record);
 
 /**
@@ -185,6 +187,7 @@ uint32_t L2VPN_DB_L2vpnVplsPwMacdrawReleaseIter(L2vpnDbIter *iter);
  * pwTunnelType as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsPwMacdrawCreatePrimaryIter(const L2vpnVplsPwMacdraw *record);
 
 /**
@@ -211,6 +214,7 @@ void L2VPN_DB_L2vpnVplsPwMacdrawSetPrimaryKey(const L2vpnVplsPwMacdraw *record,
  * Opens an iterator of the store over the records with the same vrIndex and srcPid as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsPwMacdrawCreateSmoothHashIter(const L2vpnVplsPwMacdraw *record);
 
 /**
@@ -326,6 +330,7 @@ uint32_t L2VPN_DAL_L2vpnVplsPwMacdrawRemove(const void *record, uint32_t length)
  * matter for a null record.
  * @return 0 if record is not null and length is not 56; else what it returns
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DAL_L2vpnVplsPwMacdrawCreateIter(uint32_t keyIndex, const void *record,
                                                     uint32_t length);
 

@@ -139,6 +139,7 @@ uint32_t L2VPN_DB_L2vpnVplsPwredPgUpdateField(const L2vpnVplsPwredPg *record, ui
  *         only its owner may use; 0 for an unknown key index, for a null record with a secondary
  *         key, or if the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsPwredPgCreateIter(uint32_t keyIndex,
                                                  const L2vpnVplsPwredPg *record);
 
@@ -159,6 +160,7 @@ uint32_t L2VPN_DB_L2vpnVplsPwredPgCountByKey(uint32_t keyIndex, const L2vpnVplsP
  * @param record holds the primary-key fields; null gives 0
  * @return a handle to release with ReleaseIter; 0 for none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsPwredPgCreateFastPriIter(const L2vpnVplsPwredPg *record);
 
 /**
@@ -183,6 +185,7 @@ uint32_t L2VPN_DB_L2vpnVplsPwredPgReleaseIter(L2vpnDbIter *iter);
  * record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsPwredPgCreatePrimaryIter(const L2vpnVplsPwredPg *record);
 
 /**
@@ -209,6 +212,7 @@ void L2VPN_DB_L2vpnVplsPwredPgSetPrimaryKey(const L2vpnVplsPwredPg *record,
  * Opens an iterator of the store over the records with the same vrIndex and srcPid as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsPwredPgCreateSmoothHashIter(const L2vpnVplsPwredPg *record);
 
 /**
@@ -236,6 +240,7 @@ void L2VPN_DB_L2vpnVplsPwredPgSetSmoothHashKey(const L2vpnVplsPwredPg *record,
  * Opens an iterator of the store over the records with the same vrIndex and instanceId as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsPwredPgCreateInstanceIter(const L2vpnVplsPwredPg *record);
 
 /**
@@ -350,6 +355,7 @@ uint32_t L2VPN_DAL_L2vpnVplsPwredPgRemove(const void *record, uint32_t length);
  * for a null record.
  * @return 0 if record is not null and length is not 88; else what it returns
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DAL_L2vpnVplsPwredPgCreateIter(uint32_t keyIndex, const void *record,
                                                   uint32_t length);
 

@@ -167,6 +167,7 @@ uint32_t L2VPN_DB_L2vpnVplsVsimacUpdateField(const L2vpnVplsVsimac *record, uint
  *         only its owner may use; 0 for an unknown key index, for a null record with a secondary
  *         key, or if the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsVsimacCreateIter(uint32_t keyIndex, const L2vpnVplsVsimac *record);
 
 /**
@@ -186,6 +187,7 @@ uint32_t L2VPN_DB_L2vpnVplsVsimacCountByKey(uint32_t keyIndex, const L2vpnVplsVs
  * @param record holds the primary-key fields; null gives 0
  * @return a handle to release with ReleaseIter; 0 for none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsVsimacCreateFastPriIter(const L2vpnVplsVsimac *record);
 
 /**
@@ -210,6 +212,7 @@ uint32_t L2VPN_DB_L2vpnVplsVsimacReleaseIter(L2vpnDbIter *iter);
  * instanceId as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsVsimacCreatePrimaryIter(const L2vpnVplsVsimac *record);
 
 /**
@@ -235,6 +238,7 @@ void L2VPN_DB_L2vpnVplsVsimacSetPrimaryKey(const L2vpnVplsVsimac *record, L2vpnD
  * Opens an iterator of the store over the records with the same vrIndex and instanceId as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsVsimacCreateVrInstIter(const L2vpnVplsVsimac *record);
 
 /**
@@ -260,6 +264,7 @@ void L2VPN_DB_L2vpnVplsVsimacSetVrInstKey(const L2vpnVplsVsimac *record, L2vpnDb
  * Opens an iterator of the store over the records with the same instanceId as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsVsimacCreateInstanceIter(const L2vpnVplsVsimac *record);
 
 /**
@@ -285,6 +290,7 @@ void L2VPN_DB_L2vpnVplsVsimacSetInstanceKey(const L2vpnVplsVsimac *record, L2vpn
  * Opens an iterator of the store over the records with the same outIfIndex as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsVsimacCreateOutifindexIter(const L2vpnVplsVsimac *record);
 
 /**
@@ -310,6 +316,7 @@ void L2VPN_DB_L2vpnVplsVsimacSetOutifindexKey(const L2vpnVplsVsimac *record,
  * Opens an iterator of the store over the records with the same vlanifId as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsVsimacCreateVlanifidIter(const L2vpnVplsVsimac *record);
 
 /**
@@ -335,6 +342,7 @@ void L2VPN_DB_L2vpnVplsVsimacSetVlanifidKey(const L2vpnVplsVsimac *record, L2vpn
  * Opens an iterator of the store over the records with the same vlanifIndex as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsVsimacCreateVlanifindexIter(const L2vpnVplsVsimac *record);
 
 /**
@@ -362,6 +370,7 @@ void L2VPN_DB_L2vpnVplsVsimacSetVlanifindexKey(const L2vpnVplsVsimac *record,
  * and instanceId as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsVsimacCreateOutifVlanifVlanifidInstIter(
                                                                        const L2vpnVplsVsimac *record);
 
@@ -391,6 +400,7 @@ void L2VPN_DB_L2vpnVplsVsimacSetOutifVlanifVlanifidInstKey(const L2vpnVplsVsimac
  * instanceId as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsVsimacCreateOutifPevidCevidInstIter(const L2vpnVplsVsimac *record);
 
 /**
@@ -419,6 +429,7 @@ void L2VPN_DB_L2vpnVplsVsimacSetOutifPevidCevidInstKey(const L2vpnVplsVsimac *re
  * shareVlan and shareType as record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsVsimacCreateShareModeIter(const L2vpnVplsVsimac *record);
 
 /**
@@ -447,6 +458,7 @@ void L2VPN_DB_L2vpnVplsVsimacSetShareModeKey(const L2vpnVplsVsimac *record,
  * record.
  * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsVsimacCreateIfInstIter(const L2vpnVplsVsimac *record);
 
 /**
@@ -560,6 +572,7 @@ uint32_t L2VPN_DAL_L2vpnVplsVsimacRemove(const void *record, uint32_t length);
  * for a null record.
  * @return 0 if record is not null and length is not 136; else what it returns
  */
+__attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DAL_L2vpnVplsVsimacCreateIter(uint32_t keyIndex, const void *record,
                                                  uint32_t length);
 

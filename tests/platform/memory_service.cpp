@@ -28,7 +28,7 @@ thread_local std::optional<std::uint32_t> until_failure;
 thread_local bool fails_once = false;
 constinit thread_local bool inside_service = false;
 constinit thread_local std::uint32_t direct = 0;
-constinit thread_local bool direct_fails = false;
+[[maybe_unused]] constinit thread_local bool direct_fails = false;
 
 /// Stands before each piece and keeps its alignment.
 struct alignas(std::max_align_t) Header {

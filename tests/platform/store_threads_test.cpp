@@ -242,6 +242,48 @@ TEST_P(StoreThreads, MisusedHandlesAreRefused) {
     EXPECT_EQ(count(), 20U);
 }
 
+// The library's own shared state above the store's: the fast iterator's slot, its initialisation,
+// the counters.
+TEST_P(StoreThreads, TypedCallsMeetAtTheSlotAndTheCounters) {
+    table_.glb_init(); // the first one is not to meet a creation
+    auto *const fast = static_cast<L2vpnDbIter *>(table_.control_block);
+    const RecordPool pool(facts_, thread_count, RecordPool::Spread::even);
+    const Counters before = counters();
+    std::atomic<std::uint32_t> fast_ones = 0;
+    in_threads([&](std::uint32_t thread) {
+        const Bytes caller = unpacked(pool.make(thread, thread));
+        const L2vpnDalIntf row = table_.dal_intf();
+        std::uint32_t last = 0;
+        for (std::uint32_t i = 0; i < rounds; ++i) {
+            EXPECT_EQ(row.write(caller.data(), facts_.record_size), 0U);
+            L2vpnDbIter *const iterator = table_.create_iter(0, caller.data());
+            fast_ones += iterator == fast ? 1 : 0;
+            Bytes found(facts_.record_size);
+            EXPECT_EQ(table_.get_next(iterator, found.data()), 0U);
+            EXPECT_EQ(packed(found), packed(caller));
+            EXPECT_EQ(row.getNext(iterator, found.data(), facts_.record_size),
+                      iterator == fast ? L2VPN_DB_NO_MORE : L2VPN_STORE_END);
+            EXPECT_EQ(row.releaseIter(iterator), 0U);
+            EXPECT_EQ(table_.remove(caller.data()), 0U);
+            const std::uint32_t inserted = table_.get_stat(L2VPN_STORE_STAT_INSERTED);
+            EXPECT_LE(inserted - last, thread_count * rounds) << "a counter went back";
+            last = inserted;
+            EXPECT_EQ(table_.glb_init(), 0U);
+        }
+    });
+    EXPECT_GE(fast_ones, 1U);
+    Counters events{};
+    const std::uint32_t calls = thread_count * rounds;
+    events[L2VPN_STORE_STAT_INSERTED] = events[L2VPN_STORE_STAT_DELETED] = calls;
+    events[L2VPN_STORE_STAT_READ] = fast_ones;
+    for (const std::uint32_t event : {L2VPN_STORE_STAT_KEY_ITER_OPENED, L2VPN_STORE_STAT_DELIVERED,
+                                      L2VPN_STORE_STAT_ITER_ENDED, L2VPN_STORE_STAT_ITER_RELEASED})
+        events[event] = calls - fast_ones;
+    const Counters after = counters();
+    for (std::size_t event = 0; event < events.size(); ++event)
+        EXPECT_EQ(after[event] - before[event], events[event]) << "event " << event;
+}
+
 // One handle, released by all threads at once, is released once.
 TEST_P(StoreThreads, OneReleaseOfManySucceeds) {
     for (std::uint32_t i = 0; i < 20; ++i) {

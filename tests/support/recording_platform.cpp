@@ -200,9 +200,12 @@ std::uint32_t ZAV_AtomicAdd(std::uint32_t *counter, std::uint32_t amount) {
 
 int memcpy_s(void *destination, std::size_t destinationSize, const void *source,
              std::size_t count) {
-    const std::lock_guard guard(platform_lock);
-    const std::size_t number = platform().copies.size();
-    platform().copies.push_back({destination, destinationSize, source, count});
+    std::size_t number = 0;
+    {
+        const std::lock_guard guard(platform_lock);
+        number = platform().copies.size();
+        platform().copies.push_back({destination, destinationSize, source, count});
+    }
     if (platform().during_copy) {
         platform().during_copy();
     }

@@ -1,0 +1,12 @@
+/* SPDX-License-Identifier: MIT */
+/* The same through the generic interface, which knows no record type. */
+/* message: discarded-qualifiers|invalid conversion from .const */
+#include "l2vpn_db/l2vpn_vpls_pw.h"
+
+#ifdef MISTAKE
+uint32_t read(const L2vpnDalIntf *table, const void *record, uint32_t length) {
+#else
+uint32_t read(const L2vpnDalIntf *table, void *record, uint32_t length) {
+#endif
+    return table->read(record, length);
+}

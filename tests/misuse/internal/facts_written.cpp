@@ -1,0 +1,11 @@
+// SPDX-License-Identifier: MIT
+// A table's facts are constants.
+// message: read-only|assignment of
+#include "facts/l2vpn_stp.h"
+
+std::uint16_t last() {
+#ifdef MISTAKE
+    l2vpn::L2vpnStpTable::fields[0].offset = 4;
+#endif
+    return l2vpn::L2vpnStpTable::fields[0].offset;
+}

@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: MIT
+// A table without typed access cannot be written.
+// message: is not a member of
+#include "facts/l2vpn_eth.h"
+#include "facts/l2vpn_stp.h"
+#include "tables/single_record.h"
+
+#ifdef MISTAKE
+using Table = l2vpn::L2vpnEthTable;
+#else
+using Table = l2vpn::L2vpnStpTable;
+#endif
+
+std::uint32_t store(const Table::Record *record) {
+    return l2vpn::write<Table>(record);
+}

@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: MIT
+// Nor has its descriptor an update-field map.
+// message: has no member named .updates
+#include "facts/l2vpn_stp.h"
+#include "facts/l2vpn_vpls_macpingup.h"
+
+#ifdef MISTAKE
+using Table = l2vpn::L2vpnVplsMacpingupTable;
+#else
+using Table = l2vpn::L2vpnStpTable;
+#endif
+
+std::uint32_t first(const l2vpn::TableDescriptor<Table> &descriptor) {
+    return descriptor.updates[0].id;
+}

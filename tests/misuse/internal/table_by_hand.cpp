@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: MIT
+// A table of the embedded store is made by its own function, from its own memory.
+// message: is private|use of deleted|no matching function
+#include "platform/memory/table.h"
+
+l2vpn::platform::Table *make(const l2vpn::platform::Memory &memory,
+                             const l2vpn::platform::TableLayout &layout) {
+#ifdef MISTAKE
+    (void)memory;
+    return new l2vpn::platform::Table(layout);
+#else
+    return l2vpn::platform::Table::create(memory, layout, 0);
+#endif
+}

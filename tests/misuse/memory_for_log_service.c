@@ -1,0 +1,12 @@
+/* SPDX-License-Identifier: MIT */
+/* One service registered as the other. */
+/* message: incompatible-pointer-types|cannot convert */
+#include "l2vpn_db/l2vpn_db.h"
+
+#ifdef MISTAKE
+void start(const L2vpnDbMemIntf *service) {
+#else
+void start(const L2vpnDbLogIntf *service) {
+#endif
+    L2VPN_DB_LogIntfReg(service);
+}

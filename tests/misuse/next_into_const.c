@@ -1,0 +1,12 @@
+/* SPDX-License-Identifier: MIT */
+/* A record that must not change, as the place for an iterator's next. */
+/* message: discarded-qualifiers|invalid conversion from .const */
+#include "l2vpn_db/l2vpn_vpls_pw.h"
+
+#ifdef MISTAKE
+uint32_t next(L2vpnDbIter *iter, const L2vpnVplsPw *record) {
+#else
+uint32_t next(L2vpnDbIter *iter, L2vpnVplsPw *record) {
+#endif
+    return L2VPN_DB_L2vpnVplsPwGetNext(iter, record);
+}

@@ -1,0 +1,12 @@
+/* SPDX-License-Identifier: MIT */
+/* What takes nothing is given nothing. */
+/* message: too many arguments */
+#include "l2vpn_db/l2vpn_stp.h"
+
+uint32_t start(void) {
+#ifdef MISTAKE
+    return L2VPN_DB_L2vpnStpGlbInit(1);
+#else
+    return L2VPN_DB_L2vpnStpGlbInit();
+#endif
+}

@@ -1,0 +1,15 @@
+/* SPDX-License-Identifier: MIT */
+/* A record of one table to another's text. */
+/* message: incompatible-pointer-types|cannot convert */
+#include "l2vpn_db/l2vpn_stp.h"
+#include "l2vpn_db/l2vpn_vpls_pw.h"
+
+#ifdef MISTAKE
+typedef L2vpnStp Record;
+#else
+typedef L2vpnVplsPw Record;
+#endif
+
+uint32_t print(const Record *record, char *buffer, uint32_t length) {
+    return L2VPN_AST_L2vpnVplsPwFormatTable(record, buffer, length, ",");
+}

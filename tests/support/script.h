@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: MIT
+// Threads that act in a fixed order: each waits for its step and lets the next one come.
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <fstream>
+#include <mutex>
+#include <string>
+#include <thread>
+
+#include <unistd.h>
+
+namespace l2vpn::test {
+
+class Script {
+public:
+    /// Returns when all steps before this one are over, this one's among them.
+    void wait_for(std::uint32_t step) {
+        std::unique_lock lock(mutex_);
+        moved_.wait(lock, [&] { return over_ >= step; });
+    }
+    /// Step `step` is over; all before it are.
+    void over(std::uint32_t step) {
+        const std::lock_guard lock(mutex_);
+        over_ = step;
+        moved_.notify_all();
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable moved_;
+    std::uint32_t over_ = 0;
+};
+
+/// Runs a call on another thread, which can be waited for until it waits itself.
+class Waiting {
+public:
+    template <class Call>
+    explicit Waiting(Call call)
+        : thread_([this, call] {
+              id_ = gettid();
+              started_.over(1);
+              call();
+          }) {
+        started_.wait_for(1);
+    }
+
+    /// Returns when the thread sleeps in the kernel, as one does that waits for a mutex, or has
+    /// ended.
+    void wait_until_it_waits() const {
+        const std::string path = "/proc/self/task/" + std::to_string(id_) + "/stat";
+        for (;;) {
+            std::string stat;
+            std::getline(std::ifstream(path), stat);
+            const std::size_t state = stat.rfind(") ");
+            if (state == std::string::npos || stat.at(state + 2) != 'R')
+                return;
+            std::this_thread::yield();
+        }
+    }
+    void join() { thread_.join(); }
+
+private:
+    Script started_;
+    pid_t id_ = 0;
+    std::jthread thread_;
+};
+
+} // namespace l2vpn::test
