@@ -319,7 +319,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     using namespace l2vpn::test;
     Input input(data, size);
     // Several, so that one leaves nothing behind that the next one stumbles over.
-    for (int i = 0; i < 8 && !input.empty(); ++i) {
+    while (!input.empty()) {
         switch (input.below(4)) {
         case 0:
         case 1:
