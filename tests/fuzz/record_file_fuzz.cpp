@@ -2,11 +2,12 @@
 // The input as the demo's record file: all of it is stored, or nothing and messages say why, each
 // with its place in the file.
 #include <charconv>
-#include <map>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <string_view>
 
+#include <nlohmann/json.hpp>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -96,6 +97,59 @@ RecordFile refused_at_the_end(RecordFile file) {
     return file;
 }
 
+/// The field's bytes as the file gives them, read in a way of its own.
+Record given(const demo::Field &field, const nlohmann::json &value) {
+    Record bytes;
+    if (value.is_string() && field.kind == demo::Field::Kind::bytes) {
+        for (const char *at = value.get_ref<const std::string &>().c_str();; ++at) {
+            char *end = nullptr;
+            bytes.push_back(static_cast<std::byte>(std::strtoul(at, &end, 16)));
+            require(end == at + 2 && (*end == ':' || *end == '\0'), "two digits for a byte");
+            at = end;
+            if (*at == '\0')
+                return bytes;
+        }
+    }
+    if (value.is_string()) {
+        std::istringstream text(value.get<std::string>());
+        for (std::string part; std::getline(text, part, '.');)
+            bytes.insert(bytes.begin(), static_cast<std::byte>(std::stoul(part)));
+    } else if (value.is_array()) {
+        for (const nlohmann::json &element : value) {
+            require(element.get<std::uint64_t>() <= 0xFF, "a number that a byte can hold");
+            bytes.push_back(static_cast<std::byte>(element.get<std::uint8_t>()));
+        }
+    } else {
+        auto number = value.get<std::uint64_t>();
+        for (std::size_t i = 0; i < field.width; ++i, number = number >> 4 >> 4)
+            bytes.push_back(static_cast<std::byte>(number));
+        require(number == 0, "a number that the field can hold");
+    }
+    return bytes;
+}
+
+/// What was accepted holds what the text says and is 0 otherwise.
+void expect_contents(const RecordFile &file, const std::uint8_t *data, std::size_t size) {
+    const auto text = nlohmann::json::parse(data, data + size);
+    require(text.size() == file.tables.size(), "the number of tables");
+    for (const TableRecords &table : file.tables) {
+        const nlohmann::json &records = text.at(table.table.name);
+        require(records.size() == table.records.size(), "the number of records");
+        for (std::size_t i = 0; i < records.size(); ++i) {
+            Record expected(table.table.record_size);
+            for (const auto &[name, value] : records[i].items()) {
+                const demo::Field *const field = table.table.field(name);
+                require(field != nullptr, "a field that there is");
+                const Record bytes = given(*field, value);
+                require(bytes.size() == field->width, "a value as long as the field");
+                std::ranges::copy(bytes,
+                                  expected.begin() + static_cast<std::ptrdiff_t>(field->offset));
+            }
+            require(expected == table.records[i].bytes, "a record as the file gives it");
+        }
+    }
+}
+
 void expect_place(const std::string &error, const std::string &path, std::size_t lines) {
     const std::string_view text = error;
     require(text.starts_with(path + ":"), "a message's file");
@@ -129,6 +183,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
         expect_nothing_stored();
         return 0;
     }
+    expect_contents(file, data, size);
     if (!file.tables.empty()) {
         const RecordFile refused = refused_at_the_end(file);
         require(store_records(refused).has_value(), "a record that is refused");

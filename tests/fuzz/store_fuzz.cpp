@@ -981,7 +981,7 @@ private:
     std::vector<Open> open_;
     std::vector<L2vpnDbIter *> released_;
     std::optional<Exact> last_;
-    bool in_bulk_ = false; ///< the events are compared afterwards
+    bool in_bulk_ = false;        ///< the events are compared afterwards
     std::uint32_t budget_ = 1200; ///< of records that are written or deleted in bulk
 };
 
