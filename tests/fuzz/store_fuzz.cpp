@@ -573,9 +573,11 @@ private:
             return count_by(key);
         }
         case 13:
+            make_room();
             return open(nullptr);
         case 14:
         case 15: {
+            make_room();
             KeyCall key = some_key(false);
             return open(&key);
         }
@@ -759,9 +761,16 @@ private:
         counted(L2VPN_STORE_STAT_KEY_COUNTED);
     }
 
+    void make_room() {
+        if (open_.size() < max_open)
+            return;
+        Table &table = *current;
+        use(*open_.front().table);
+        release(open_.front().handle);
+        use(table);
+    }
+
     void open(KeyCall *key) {
-        if (open_.size() == max_open)
-            return release(open_.front().handle);
         const Codes &wrong = key != nullptr ? key->refused : table_refused_;
         L2vpnDbIter *const handle = make([&] {
             return key != nullptr ? DAL_VELD_CreateIteratorByKey(module_, intf_, key->pointer())
@@ -951,8 +960,7 @@ private:
 
     /// Everything that an iterator delivers, in its order.
     std::vector<Bytes> walk(std::size_t index, const Bytes &value) {
-        if (open_.size() == max_open)
-            release(open_.front().handle);
+        make_room();
         allocations_left.reset();
         std::optional<KeyCall> key;
         if (index != whole_table)
