@@ -13,7 +13,8 @@ endif()
 
 # Indirect calls go to marked places only, and returns to where the call came from. A file has that
 # only if all of it is built so, which Debian's start-up files are not; the libraries run nothing at
-# load and need none. The linker is to refuse anything else that is not.
+# load and need none. The linker is to refuse anything else that is not; what a sanitizer brings may
+# not be.
 if(CMAKE_SYSTEM_PROCESSOR STREQUAL "aarch64")
   # Outline atomics would bring code of the compiler's that is not, to be run at load.
   target_compile_options(l2vpn_hardened INTERFACE
@@ -25,6 +26,9 @@ else()
 endif()
 if(L2VPN_COVERAGE)
   return() # what counts is not, and needs the start-up files
+endif()
+if(L2VPN_SANITIZE)
+  set(all_marked)
 endif()
 target_link_options(l2vpn_hardened INTERFACE
   "$<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,SHARED_LIBRARY>:-nostartfiles;${all_marked}>")

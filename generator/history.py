@@ -23,8 +23,10 @@ class Schema:
     keys: list    # of [name, member, ...], the index is the place in the list
 
     def __post_init__(self):
-        if not all(len(row) == 4 for row in self.fields) or not all(len(row) > 1 for row in self.keys):
-            raise TypeError("a row of another length")
+        fields = all(isinstance(row, list) and [*map(type, row)] == [int, int, int, str] for row in self.fields)
+        keys = all(isinstance(row, list) and len(row) > 1 and {*map(type, row)} == {str} for row in self.keys)
+        if not (fields and keys and type(self.version) is type(self.record_size) is int):
+            raise TypeError("a number or row of another kind")
 
 
 @dataclass

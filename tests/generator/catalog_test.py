@@ -453,7 +453,11 @@ keys = [
         file = project.root / "schema/released/0.1.0.toml"
         text = file.read_text(encoding="utf-8")
         for damaged, line in ((text.replace("fields = [", "fields = ["  "<<<", 1), 8), (text + "[x]\n", 1),
-                              (text.replace('"mtu"]', '"mtu", 1]', 1), 1), ("x = 1", 1)):
+                              (text.replace('"mtu"]', '"mtu", 1]', 1), 1), ("x = 1", 1),
+                              (text.replace('"primary_key", "vrIndex"', '"primary_key", 1'), 1),
+                              (text.replace('["mtu_key", "mtu"]', '"ab"'), 1),
+                              (text.replace("version = 1", 'version = "1"', 1), 1)):
+            self.assertNotEqual(damaged, text)
             file.write_text(damaged, encoding="utf-8")
             self.answers(project.run("check"), f"schema/released/0.1.0.toml:{line}: ")
         file.rename(file.with_name("first.toml"))

@@ -128,7 +128,7 @@ class Generator:
         if not passes([*python, "generator", "check"], cwd=folder):
             return "comparison with what is committed"
         for test in ("generator/catalog_test.py", "generator/expected_test.py", "property/refusal_test.py"):
-            if not passes([*python, f"tests/{test}"], cwd=folder):
+            if not passes([*python, f"tests/{test}", *options], cwd=folder):
                 return "tests"
         if not passes([*python, "tests/property/library_test.py", "--build", self.build, "--jobs", "1",
                        "--count", "12", "--seed", "1"], cwd=folder):
