@@ -79,10 +79,6 @@ class Key:
     def word(self) -> int:
         return self.index << 24 | self.flags << 16 | self.length
 
-    @property
-    def code(self) -> int:
-        return self.index << 8 | self.flags
-
 
 @dataclass
 class Table:

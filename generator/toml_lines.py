@@ -18,7 +18,7 @@ def locate(text: str) -> dict:
         if at_line_start and depth == 0:
             at_line_start = False
             if match := _KEY.match(text, at):
-                key, element = next(name for name in match.groups() if name is not None), 0
+                key, element = match[match.lastindex], 0
                 lines.setdefault(key, line)
                 at = match.end()
                 # A section header's brackets are not an array's.

@@ -443,6 +443,12 @@ keys = [
         for version in ("0.2", "next", ""):
             self.release(project, version, f'VERSION:1: version: found "{version}", expected <major>.<minor>.<patch>')
 
+    def test_nothing_is_released_without_a_version(self):
+        project = self.accepted(*self.KEY, *self.VERSION_2)
+        (project.root / "VERSION").unlink()
+        self.answers(project.run("release"),
+                     "VERSION:1: version: found \"No such file or directory\", expected <major>.<minor>.<patch>")
+
     def test_what_is_incompatible_is_not_released(self):
         project = self.released()
         self.change(project, ("mtu_key", "mru_key"))
@@ -493,6 +499,17 @@ class Drift(unittest.TestCase):
         self.assertIn("l2vpn_gone.h", result.stderr)
         project.run("headers")
         self.assertFalse(project.header("l2vpn_gone").exists())
+
+    def test_left_over_sources_are_removed(self):
+        project = Project(self, {"l2vpn_test": TABLE, "l2vpn_gone": TABLE})
+        output = project.root / "gen"
+        sources = [output / "facts/l2vpn_gone.h", output / "tables/l2vpn_gone.cpp"]
+        project.run("sources", str(output))
+        self.assertTrue(all(path.exists() for path in sources))
+        project.table("l2vpn_gone").unlink()
+        self.assertEqual(project.run("sources", str(output)).returncode, 0)
+        self.assertFalse(any(path.exists() for path in sources))
+        self.assertTrue((output / "facts/l2vpn_test.h").exists())
 
     def test_the_committed_headers_are_what_the_catalog_gives(self):
         result = subprocess.run([sys.executable, "-B", str(ROOT / "generator"), "check"],
