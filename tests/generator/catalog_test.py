@@ -4,6 +4,7 @@
 import contextlib
 import importlib.util
 import io
+import re
 import shutil
 import subprocess
 import sys
@@ -499,6 +500,13 @@ class Drift(unittest.TestCase):
         self.assertIn("l2vpn_gone.h", result.stderr)
         project.run("headers")
         self.assertFalse(project.header("l2vpn_gone").exists())
+
+    def test_missing_lists_are_one_message_each(self):
+        for name in ("fields", "keys"):
+            project = Project(self, {"l2vpn_test": re.sub(rf"^{name} = \[.*?^\]\n", "", TABLE, flags=re.M | re.S)})
+            result = project.run("check", "--new-ok")
+            self.assertEqual((result.returncode, result.stderr.count("\n")), (1, 1), result.stderr)
+            self.assertIn(f"l2vpn_test.toml:1: entry {name}: found none, expected an entry", result.stderr)
 
     def test_left_over_sources_are_removed(self):
         project = Project(self, {"l2vpn_test": TABLE, "l2vpn_gone": TABLE})
