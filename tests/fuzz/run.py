@@ -22,7 +22,7 @@ CATALOG = HERE.parents[1] / "schema/catalog"
 # The longest input, and which functions are under test: by their names or their sources.
 TARGETS = {
     "store": (600, r"/platform/memory/|/platform/record_objects"),
-    "print": (400, r"/platform/base/|/format/|L2VPN_AST_\w+Format"),
+    "print": (1200, r"/platform/base/|/format/|L2VPN_AST_\w+Format"),
     "record_file": (1500, r"/examples/"),
 }
 DIGITS = re.compile(r"stat::(\w+):\s+(\d+)")
@@ -39,8 +39,8 @@ def words() -> str:
 
 def fuzz_program(name: str, build: Path, found: Path, crashes: Path, seconds: int) -> tuple:
     length, tested = TARGETS[name]
-    options = [f"-max_total_time={seconds}", f"-max_len={length}", "-timeout=60", "-print_final_stats=1",
-               "-print_coverage=1", f"-artifact_prefix={crashes}/{name}-"]
+    options = [f"-max_total_time={seconds}", f"-max_len={length}", "-len_control=0",
+               "-timeout=60", "-print_final_stats=1", "-print_coverage=1", f"-artifact_prefix={crashes}/{name}-"]
     if name == "record_file":
         dictionary = found.parent / "words"
         dictionary.write_text(words(), encoding="utf-8")
@@ -73,8 +73,8 @@ def merge(name: str, build: Path, found: Path) -> None:
         subprocess.run([sys.executable, "-B", HERE / "catalog_fuzz.py", CORPUS / name, "--merge", found],
                        check=True)
     else:
-        subprocess.run([build / f"fuzz_{name}", "-merge=1", f"-max_len={TARGETS[name][0]}",
-                        CORPUS / name, found], check=True)
+        subprocess.run([build / f"fuzz_{name}", "-set_cover_merge=1", "-use_counters=0",
+                        f"-max_len={TARGETS[name][0]}", CORPUS / name, found], check=True)
 
 
 def main() -> int:

@@ -917,6 +917,7 @@ private:
         const std::uint32_t records = std::min<std::uint32_t>(input_.byte() * 4U, budget_);
         const std::uint8_t spread = input_.byte();
         const bool deletes = input_.one_in(4);
+        const bool fails = input_.one_in(2); // for want of memory, at first
         budget_ -= records;
         in_bulk_ = true;
         for (std::uint32_t i = 0; i < records; ++i) {
@@ -926,6 +927,10 @@ private:
                 remove(key);
             } else {
                 const L2vpnDbRecData request{stored.data(), facts().stored_size, 0};
+                if (fails) {
+                    allocations_left = i % 4;
+                    write(stored, &request, table_refused_);
+                }
                 write(stored, &request, table_refused_);
             }
         }
