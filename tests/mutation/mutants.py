@@ -49,7 +49,7 @@ NOT_CODE = re.compile(r"^\s*(//|#|static_assert|namespace|using|extern|public:|p
 
 def code_end(line: str) -> int:
     """Where a comment begins that ends the line."""
-    return found if (found := line.find(" // ")) >= 0 else len(line)
+    return found if (found := line.find(" //")) >= 0 else len(line)
 
 
 def strings(line: str) -> list:
@@ -81,7 +81,7 @@ def cpp(root: Path, path: Path):
         if match := CONDITION.match(line[:end]):
             yield replaced(path, lines, number, "condition", f"{match[1]}!({match[2]}){match[3]}")
         if match := RETURN.match(line[:end]):
-            if match[2] not in ("0", "{}", "nullptr"):
+            if match[2] not in ("0", "{}", "nullptr", "L2VPN_DB_OK"):
                 yield replaced(path, lines, number, "result", f"{match[1]}{{}};")
         if STATEMENT.match(line[:end]) and not line.strip().startswith(("return ", "break")):
             yield replaced(path, lines, number, "statement", re.match(r"\s*", line)[0] + ";")

@@ -126,6 +126,29 @@ TEST(Moves, LeaveServiceFieldsToTheirOwnConversion) {
               (Seen{{14, 13, 4, true}, {18, 17, 5, false}, {23, 22, 5, false}}));
 }
 
+/// Its service fields stand at both ends.
+struct ServiceAround {
+    static constexpr Field fields[] = {{"svcStatus", 0, 0, 2, Kind::pair, true},
+                                       {"vlan", 2, 2, 2, Kind::integer, true},
+                                       {"svcCtx", 3, 4, 10, Kind::context, true}};
+    static constexpr bool svc_fields_split = true;
+    static constexpr bool trailing_separator = false;
+};
+
+TEST(Moves, FindServiceFieldsWhereverTheyStand) {
+    EXPECT_EQ(moves_of(record_moves<ServiceAround>()), (Seen{{2, 2, 2, true}}));
+    EXPECT_EQ(moves_of(service_moves<ServiceAround, Direction::to_stored>()),
+              (Seen{{4, 4, 5, false}, {9, 9, 5, false}, {0, 0, 2, true}}));
+}
+
+TEST(Moves, WithoutACallOfMemcpySGiveZero) {
+    static constexpr auto none = record_moves<OneFieldTable>();
+    const char from = 7;
+    char to = 0;
+    EXPECT_EQ((run<Direction::to_stored, none>(&to, &from)), 0U);
+    EXPECT_EQ(to, 7);
+}
+
 TEST(Moves, KnowTheServiceFieldsByName) {
     for (const char *name : {"svcStatus", "svcErrcode", "glbSvcCtx", "svcCtx"})
         EXPECT_TRUE(is_service_field(name)) << name;
@@ -185,6 +208,21 @@ TEST(Lines, NameTheirItems) {
     EXPECT_EQ((item_format<SampleTable, 0>(":%u%s").size()), 10U);
     EXPECT_EQ(last_printed<SampleTable>(), 7U);
     EXPECT_EQ(last_printed<OneFieldTable>(), 0U);
+}
+
+/// The last item is a pair.
+struct PairLast {
+    static constexpr Field fields[] = {{"vlan", 0, 0, 2, Kind::integer, true},
+                                       {"svcStatus", 1, 2, 2, Kind::pair, true},
+                                       {"resv", 3, 4, 1, Kind::integer, false}};
+    static constexpr bool trailing_separator = false;
+};
+
+TEST(Lines, MayEndWithAPair) {
+    const unsigned char record[] = {4, 1, 8, 9, 5};
+    char text[40];
+    EXPECT_EQ(format_table<PairLast>(record, text, sizeof text, "; "), 23U);
+    EXPECT_STREQ(text, "vlan:260; svcStatus:8 9");
 }
 
 TEST(Descriptors, GoOnWithTheirMaps) {

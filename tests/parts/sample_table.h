@@ -63,6 +63,7 @@ struct OneFieldTable {
     static constexpr Field fields[] = {{"state", 0, 0, 1, Kind::integer, true}};
     static constexpr std::uint16_t key_members[] = {0};
     static constexpr Key keys[] = {{"primary_key", 0, 1}};
+    static constexpr bool svc_fields_split = false;
 };
 
 } // namespace l2vpn

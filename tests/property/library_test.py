@@ -51,7 +51,7 @@ class Build:
 
     def objects(self, name: str) -> list:
         """Those that know no table."""
-        return [path for path in self.facts[f"{name}_objects"] if "/gen/" not in path]
+        return [path for path in self.facts[f"{name}_objects"] if "/gen/" not in path and path.endswith(".o")]
 
     @functools.cache
     def command(self, source: str, target: str) -> list:

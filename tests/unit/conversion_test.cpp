@@ -113,7 +113,7 @@ TEST_P(Conversion, ResultIsThatOfTheLastCopy) {
     const bool last_counts = !expected.svc_fields_split || !expected.service_copies().empty();
     Bytes buffer(expected.stored_size);
     Bytes back(expected.record_size);
-    for (std::size_t failing = 0; failing < copies; ++failing) {
+    for (std::size_t failing = 0; failing <= copies; ++failing) {
         const std::uint32_t result = last_counts && failing + 1 == copies ? 34 : 0;
         platform().copy_failures = {{failing, 34}};
         platform().copies.clear();
