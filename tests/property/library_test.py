@@ -43,6 +43,8 @@ class Build:
     def __init__(self, folder: Path):
         self.folder = folder
         self.gen = folder / "gen"
+        cache = (folder / "CMakeCache.txt").read_text(encoding="utf-8")
+        self.source = re.search(r"^CMAKE_HOME_DIRECTORY:INTERNAL=(.*)$", cache, re.M)[1]
         facts = (folder / "property.txt").read_text(encoding="utf-8").splitlines()
         self.facts = {name: values.split(";") for name, _, values in (line.partition("=") for line in facts)}
         self.compiler = self.facts["compiler"][0]
@@ -84,7 +86,7 @@ class Library:
 
     def moved(self, words: list) -> list:
         """Options of the build with this library's generated files in place of the build's."""
-        places = {str(self.build.gen): str(self.project.sources), f"-I{ROOT}/include": f"-I{self.project.include}"}
+        places = {str(self.build.gen): str(self.project.sources), f"-I{self.build.source}/include": f"-I{self.project.include}"}
         for old, new in places.items():
             words = [word.replace(old, new) for word in words]
         return words
