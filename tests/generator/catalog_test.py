@@ -9,11 +9,14 @@ import shutil
 import subprocess
 import sys
 import tempfile
+import tomllib
 import unittest
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(ROOT / "generator"))
+import toml_lines  # noqa: E402  # pylint: disable=wrong-import-position
+
 spec = importlib.util.spec_from_file_location("generator", ROOT / "generator/__main__.py")
 generator = importlib.util.module_from_spec(spec)
 spec.loader.exec_module(generator)
@@ -523,6 +526,38 @@ class Drift(unittest.TestCase):
         result = subprocess.run([sys.executable, "-B", str(ROOT / "generator"), "check"],
                                 capture_output=True, text=True, check=False)
         self.assertEqual((result.returncode, result.stderr), (0, ""))
+
+
+class Lines(unittest.TestCase):
+    """Where entries and elements begin, whatever their strings and comments look like."""
+
+    def test_entries_and_elements(self):
+        text = """\
+numbers = [12, 345, # 6, 7
+  true]
+"quoted" = ["one, two]", 'three # "four', "five \\" ]"]
+
+[section] # of [brackets]
+long = \"\"\"
+] = [
+\"\"\"
+rows = [
+  ["a]", [1, 2], 3], ["b"],
+  # ["c"],
+  ['[', "#"], {x = ["y"]},
+  '''
+]
+''', 4
+]
+last = 5
+"""
+        self.assertEqual(tomllib.loads(text)["section"]["rows"][4:], ["]\n", 4])
+        self.assertEqual(toml_lines.locate(text), {
+            "numbers": 1, ("numbers", 0): 1, ("numbers", 1): 1, ("numbers", 2): 2,
+            "quoted": 3, ("quoted", 0): 3, ("quoted", 1): 3, ("quoted", 2): 3,
+            "section": 5, "long": 6,
+            "rows": 9, ("rows", 0): 10, ("rows", 1): 10, ("rows", 2): 12, ("rows", 3): 12, ("rows", 4): 13,
+            ("rows", 5): 15, "last": 17})
 
 
 if __name__ == "__main__":

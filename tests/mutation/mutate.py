@@ -27,7 +27,8 @@ FILES = {
 }
 MAKERS = {"templates": mutants.cpp, "generator": mutants.python, "catalog": mutants.catalog}
 GOALS = {"templates": 98, "generator": 98, "catalog": 100}
-CPU_SECONDS, SECONDS, BYTES = 15, 40, 4 << 30  # more than any test takes, on a busy machine too
+# More than any test takes, on a busy machine too.
+CPU_SECONDS, SECONDS, BYTES = 15, 40, 4 << 30
 
 
 def limit() -> None:
@@ -36,13 +37,18 @@ def limit() -> None:
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
 
 
-def passes(command: list, **more) -> bool:
+def passes(command: list, seconds: int = SECONDS, **more) -> bool:
     try:
         return subprocess.run([str(word) for word in command], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                              stdin=subprocess.DEVNULL, check=False, timeout=SECONDS, preexec_fn=limit,
+                              stdin=subprocess.DEVNULL, check=False, timeout=seconds, preexec_fn=limit,
                               **more).returncode == 0
     except subprocess.TimeoutExpired:
         return False
+
+
+def compiles(command: list) -> bool:
+    return subprocess.run(["g++", *map(str, command)], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                          stdin=subprocess.DEVNULL, check=False).returncode == 0
 
 
 class Templates:
@@ -65,7 +71,8 @@ class Templates:
                                    ("others", [t for t in self.tables if t not in self.some], [])):
             (folder / f"{name}.cpp").write_text("".join(
                 f'#include "{path}"\n' for path in more + [f"tables/{table}.cpp" for table in tables]), encoding="utf-8")
-        passes(["g++", *self.headers, "-c", folder / "others.cpp", "-o", folder / "others.o"])
+        if not compiles([*self.headers, "-c", folder / "others.cpp", "-o", folder / "others.o"]):
+            sys.exit("mutate: the library does not compile")
 
     def noticed_by(self, folder: Path, mutant: mutants.Mutant) -> str:
         path = folder / "slip" / mutant.path
@@ -83,7 +90,7 @@ class Templates:
 
     def library_tests(self, folder: Path, sources: list, options: list) -> str:
         library = folder / self.library.name
-        if not passes(["g++", f"-I{folder}/slip", *self.headers, "-shared", f"-Wl,-soname,{library.name}",
+        if not compiles([f"-I{folder}/slip", *self.headers, "-shared", f"-Wl,-soname,{library.name}",
                        f"-Wl,--version-script={self.gen}/exports.map", *sources, "-o", library]):
             return "compiler"
         environment = {**os.environ, "LD_PRELOAD": str(library)}
@@ -92,7 +99,7 @@ class Templates:
 
     def derivation_tests(self, folder: Path) -> str:
         test = folder / "derivations_test"
-        if not passes(["g++", f"-I{folder}/slip", *self.headers, "-fexceptions", "-frtti",
+        if not compiles([f"-I{folder}/slip", *self.headers, "-fexceptions", "-frtti",
                        "-I/usr/src/googletest/googletest/include", ROOT / "tests/parts/derivations_test.cpp",
                        "-o", test, self.build / "lib/libgtest.a", self.build / "lib/libgtest_main.a",
                        "-Wl,--no-as-needed", self.library, self.build / "libl2vpn_platform.so",
@@ -127,10 +134,10 @@ class Generator:
             return "comparison with what is committed"
         for test in (["generator/expected_test.py"], ["generator/catalog_test.py", "--failfast"],
                      ["property/refusal_test.py", "--count", "3"]):
-            if not passes([*python, f"tests/{test[0]}", *test[1:]], cwd=folder):
+            if not passes([*python, f"tests/{test[0]}", *test[1:]], 4 * SECONDS, cwd=folder):
                 return "tests"
         if not passes([*python, "tests/property/library_test.py", "--build", self.build, "--jobs", "1",
-                       "--count", "12", "--seed", "1"], cwd=folder):
+                       "--count", "12", "--seed", "1"], 10 * SECONDS, cwd=folder):
             return "libraries of random tables"
         return ""
 
