@@ -253,7 +253,7 @@ TEST_P(StoreThreads, TypedCallsMeetAtTheSlotAndTheCounters) {
     in_threads([&](std::uint32_t thread) {
         const Bytes caller = unpacked(pool.make(thread, thread));
         const L2vpnDalIntf row = table_.dal_intf();
-        std::uint32_t last = 0;
+        std::uint32_t last = before[L2VPN_STORE_STAT_INSERTED];
         for (std::uint32_t i = 0; i < rounds; ++i) {
             EXPECT_EQ(row.write(caller.data(), facts_.record_size), 0U);
             L2vpnDbIter *const iterator = table_.create_iter(0, caller.data());
