@@ -89,7 +89,7 @@ private:
                 return &in->slots[at];
             at = next(at);
         } while (++n < segment_size); // unreachable: the other way, but in the middle of a change
-        return nullptr; // unreachable: as the line above
+        return nullptr;               // unreachable: as the line above
     }
 
     Slot &slot_of(Hash hash, RecordId id) const;

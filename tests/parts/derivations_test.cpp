@@ -53,8 +53,8 @@ TEST(Facts, OfFields) {
     std::vector<bool> plain;
     for (const Field &field : SampleTable::fields)
         plain.push_back(field.plain());
-    EXPECT_EQ(plain, (std::vector<bool>{true, true, true, false, true, true, false, true, true,
-                                        false}));
+    EXPECT_EQ(plain,
+              (std::vector<bool>{true, true, true, false, true, true, false, true, true, false}));
 }
 
 TEST(Facts, OfKeys) {
@@ -94,13 +94,12 @@ TEST(Moves, JoinPlainBytesThatGoOnInBothLayouts) {
     moves.add({10, 10, 2, false});
     moves.add({12, 12, 2, true}); // after bytes that are not plain
     moves.add({14, 14, 2, false});
-    EXPECT_EQ(moves_of(moves),
-              (Seen{{0, 0, 5, true},
-                    {6, 5, 2, true},
-                    {8, 8, 2, true},
-                    {10, 10, 2, false},
-                    {12, 12, 2, true},
-                    {14, 14, 2, false}}));
+    EXPECT_EQ(moves_of(moves), (Seen{{0, 0, 5, true},
+                                     {6, 5, 2, true},
+                                     {8, 8, 2, true},
+                                     {10, 10, 2, false},
+                                     {12, 12, 2, true},
+                                     {14, 14, 2, false}}));
 }
 
 TEST(Moves, OfAWholeRecordFollowTheSchema) {
@@ -173,12 +172,10 @@ TEST(KeyRuns, JoinMembersThatStandTogetherInTheRecord) {
 
 /// A key whose members all stand together in the record, but for the last one.
 struct MacsAmongNumbers {
-    static constexpr Field fields[] = {{"vrId", 0, 0, 4, Kind::integer, true},
-                                       {"vlan", 1, 4, 2, Kind::integer, true},
-                                       {"source", 2, 6, 6, Kind::mac, true},
-                                       {"target", 3, 12, 6, Kind::mac, true},
-                                       {"port", 4, 18, 2, Kind::integer, true},
-                                       {"slot", 5, 24, 4, Kind::integer, true}};
+    static constexpr Field fields[] = {
+        {"vrId", 0, 0, 4, Kind::integer, true},  {"vlan", 1, 4, 2, Kind::integer, true},
+        {"source", 2, 6, 6, Kind::mac, true},    {"target", 3, 12, 6, Kind::mac, true},
+        {"port", 4, 18, 2, Kind::integer, true}, {"slot", 5, 24, 4, Kind::integer, true}};
     static constexpr std::uint16_t key_members[] = {0, 1, 2, 3, 4, 5};
     static constexpr Key keys[] = {{"primary_key", 0, 6}};
 };
@@ -246,8 +243,9 @@ TEST(Descriptors, GoOnWithTheirMaps) {
 
 TEST(Schemas, DescribeTheTable) {
     static Schema<SampleTable> self;
-    L2vpnAstFormatFn format = [](std::uint32_t, const void *, char *, std::uint32_t,
-                                       const char *) { return 7U; };
+    L2vpnAstFormatFn format = [](std::uint32_t, const void *, char *, std::uint32_t, const char *) {
+        return 7U;
+    };
     const Schema<SampleTable> made = make_schema<SampleTable>(self, format);
     EXPECT_EQ(made.module.name, SampleTable::name);
     EXPECT_EQ(made.module.fields, self.fields);

@@ -42,9 +42,9 @@ namespace l2vpn::platform {
 namespace {
 
 L2vpnDbModuleIntf services(L2vpnStoreAllocateFn allocating, L2vpnStoreReleaseFn releasing) {
-    return {{reinterpret_cast<std::uintptr_t>(allocating),
-             reinterpret_cast<std::uintptr_t>(releasing)},
-            0};
+    return {
+        {reinterpret_cast<std::uintptr_t>(allocating), reinterpret_cast<std::uintptr_t>(releasing)},
+        0};
 }
 
 class StoreParts : public testing::Test {
@@ -64,13 +64,13 @@ protected:
 
 TEST(StoreMemoryOwner, IsTheLibraryOnlyIfBothFunctionsAre) {
     EXPECT_TRUE(Memory(nullptr).own());
-    for (const auto &[module, own] :
-         {std::pair{services(std::malloc, std::free), true},
-          std::pair{services(allocate, std::free), false},
-          std::pair{services(std::malloc, release), false},
-          std::pair{services(allocate, release), false},
-          // One without the other is no service.
-          std::pair{services(allocate, nullptr), true}, std::pair{services(nullptr, release), true}})
+    for (const auto &[module, own] : {std::pair{services(std::malloc, std::free), true},
+                                      std::pair{services(allocate, std::free), false},
+                                      std::pair{services(std::malloc, release), false},
+                                      std::pair{services(allocate, release), false},
+                                      // One without the other is no service.
+                                      std::pair{services(allocate, nullptr), true},
+                                      std::pair{services(nullptr, release), true}})
         EXPECT_EQ(Memory(&module).own(), own);
 }
 
