@@ -131,7 +131,6 @@ struct ServiceAround {
                                        {"vlan", 2, 2, 2, Kind::integer, true},
                                        {"svcCtx", 3, 4, 10, Kind::context, true}};
     static constexpr bool svc_fields_split = true;
-    static constexpr bool trailing_separator = false;
 };
 
 TEST(Moves, FindServiceFieldsWhereverTheyStand) {
