@@ -188,14 +188,15 @@ def catalog(root: Path, path: Path):
         if lines[number + 1].startswith("  ["):
             yield Mutant(path, number + 1, "order", line, lines[number + 1], "\n".join(
                 [*lines[:number], lines[number + 1], line, *lines[number + 2:]]) + "\n")
-    yield from quirks(path, lines)
+    yield from optional_entries(path, lines)
 
 
 def key_row(row: list) -> str:
     return "  [" + ", ".join(f'"{word}"' for word in row) + "],"
 
 
-def quirks(path: Path, lines: list):
+def optional_entries(path: Path, lines: list):
+    """Each quirk taken away or added; a version where there is none."""
     number = next((n for n, line in enumerate(lines) if line.startswith("quirks")), None)
     known = re.findall(r'"(\w+)"', lines[number]) if number is not None else []
     at = number if number is not None else next(n for n, line in enumerate(lines) if line.startswith("record_size"))

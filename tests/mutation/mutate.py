@@ -187,7 +187,8 @@ def equivalents() -> dict:
 
 
 def run(group: str, chosen: list, build: Path, jobs: int, sampled: bool) -> list:
-    """For each slip, what noticed it. A sample is made where the tests have just passed."""
+    """For each slip, what noticed it. A sample goes with a run of the tests, which shows that they pass
+    without any."""
     runner = {"templates": Templates, "generator": Generator, "catalog": Catalog}[group](build)
     jobs = 1 if group == "catalog" else jobs  # it runs in this process
     local = threading.local()
