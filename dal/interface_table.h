@@ -2,9 +2,7 @@
 // The generic interface: the typed operations behind a check of the record's length.
 #pragma once
 
-#include "frame/control_block.h"
-#include "tables/by_key.h"
-#include "tables/update.h"
+#include "frame/table_access.h"
 
 namespace [[gnu::visibility("hidden")]] l2vpn {
 
@@ -27,73 +25,35 @@ static_assert(sizeof(InterfaceRow) == 80 && sizeof(L2vpnDalIntf) == 104);
 extern const InterfaceRow interface_rows[];
 
 /// Fetching the interface table is what initialises the control block on first use.
-template <class T>
-L2vpnDalIntf dal_intf() {
-    glb_init<T>();
-    const InterfaceRow &row = interface_rows[T::row];
-    return {row.read,         row.write,
-            row.update,       row.remove,
-            row.create_iter,  row.release_iter,
-            row.get_next,     row.count,
-            row.count_by_key, {row.reserved, nullptr, nullptr, nullptr}};
-}
+L2vpnDalIntf dal_intf(const TableAccess &table);
 
-template <class T>
-constexpr bool length_matches(std::uint32_t length) {
-    return length == sizeof(typename T::Record);
-}
-
-template <class T>
-std::uint32_t dal_read(void *record, std::uint32_t length) {
-    if (!length_matches<T>(length))
+/// Reads or writes a record with the table's typed function.
+template <class Record, class Untyped>
+std::uint32_t dal_access(Untyped *record, std::uint32_t length,
+                         std::uint32_t (*operation)(Record *)) {
+    if (length != sizeof(Record))
         return L2VPN_DB_ERR_PARAM;
-    return l2vpn::read<T>(static_cast<typename T::Record *>(record));
+    return operation(static_cast<Record *>(record));
 }
 
-template <class T>
-std::uint32_t dal_write(const void *record, std::uint32_t length) {
-    if (!length_matches<T>(length))
+template <class Record>
+std::uint32_t dal_get_next(L2vpnDbIter *iter, void *record, std::uint32_t length,
+                           std::uint32_t (*get_next)(L2vpnDbIter *, Record *)) {
+    if (length != sizeof(Record))
         return L2VPN_DB_ERR_PARAM;
-    return l2vpn::write<T>(static_cast<const typename T::Record *>(record));
+    return get_next(iter, static_cast<Record *>(record));
 }
 
-template <class T>
 std::uint32_t dal_update(const void *record, std::uint32_t length, const std::uint32_t *field_ids,
-                         std::uint32_t field_count) {
-    if (!length_matches<T>(length))
-        return L2VPN_DB_ERR_PARAM;
-    return update_fields<T>(static_cast<const typename T::Record *>(record), field_ids,
-                            field_count);
-}
+                         std::uint32_t field_count, const TableAccess &table);
 
-template <class T>
-std::uint32_t dal_remove(const void *record, std::uint32_t length) {
-    if (!length_matches<T>(length))
-        return L2VPN_DB_ERR_PARAM;
-    return l2vpn::remove<T>(static_cast<const typename T::Record *>(record));
-}
+std::uint32_t dal_remove(const void *record, std::uint32_t length, const TableAccess &table);
 
 /// A null record has no length to check: with the primary key it asks for the whole table.
-template <class T>
-L2vpnDbIter *dal_create_iter(std::uint32_t key_index, const void *record, std::uint32_t length) {
-    if (record != nullptr && !length_matches<T>(length))
-        return nullptr;
-    return create_iter<T>(key_index, static_cast<const typename T::Record *>(record));
-}
+L2vpnDbIter *dal_create_iter(std::uint32_t key_index, const void *record, std::uint32_t length,
+                             const TableAccess &table);
 
-template <class T>
-std::uint32_t dal_get_next(L2vpnDbIter *iter, void *record, std::uint32_t length) {
-    if (!length_matches<T>(length))
-        return L2VPN_DB_ERR_PARAM;
-    return get_next<T>(iter, static_cast<typename T::Record *>(record));
-}
-
-template <class T>
 std::uint32_t dal_count_by_key(std::uint32_t key_index, const void *record, std::uint32_t length,
-                               std::uint32_t *count) {
-    if (!length_matches<T>(length))
-        return L2VPN_DB_ERR_PARAM;
-    return count_by_key<T>(key_index, static_cast<const typename T::Record *>(record), count);
-}
+                               std::uint32_t *count, const TableAccess &table);
 
 } // namespace l2vpn

@@ -121,31 +121,23 @@ inline void print_item(Line &line, const char *record, const char *separator) {
     }
 }
 
-/// The line goes by value, so that it stays in registers from one print to the next.
-template <class T, std::size_t... I>
-std::uint32_t print_items(Line line, const char *record, const char *separator,
-                          std::index_sequence<I...>) {
-    (print_item<T, I>(line, record, separator), ...);
-    return line.left();
-}
-
 /// Checks nothing; the number of characters written, without the terminator.
 template <class T>
-std::uint32_t format_table(const void *record, char *buffer, std::uint32_t buffer_length,
-                           const char *separator) {
-    return buffer_length - print_items<T>(Line(buffer, buffer_length),
-                                          static_cast<const char *>(record), separator,
-                                          std::make_index_sequence<field_count<T>>{});
+[[gnu::noinline]] std::uint32_t format_table(const void *record, char *buffer,
+                                             std::uint32_t buffer_length, const char *separator) {
+    Line line(buffer, buffer_length);
+    [&]<std::size_t... I>(std::index_sequence<I...>) __attribute__((always_inline)) {
+        (print_item<T, I>(line, static_cast<const char *>(record), separator), ...);
+    }
+    (std::make_index_sequence<field_count<T>>{});
+    return buffer_length - line.left();
 }
 
-template <class T>
+/// What prints the whole record of one table.
+using TableFormat = std::uint32_t (*)(const void *record, char *buffer, std::uint32_t buffer_length,
+                                      const char *separator);
+
 std::uint32_t format(std::uint32_t format_id, const void *record, char *buffer,
-                     std::uint32_t buffer_length, const char *separator) {
-    if (buffer_length == 0 || record == nullptr || buffer == nullptr || separator == nullptr)
-        return L2VPN_AST_ERR;
-    if (format_id == L2VPN_AST_WHOLE_RECORD)
-        return format_table<T>(record, buffer, buffer_length, separator);
-    return static_cast<std::uint32_t>(sprintf_s(buffer, buffer_length, "not support"));
-}
+                     std::uint32_t buffer_length, const char *separator, TableFormat whole);
 
 } // namespace l2vpn

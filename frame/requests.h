@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The blocks that travel to the store, on the stack of one call, and the store call's first two
-// arguments.
+// The blocks that travel to the store, on the stack of one call.
 #pragma once
 
 #include "frame/bytes.h"
@@ -15,23 +14,26 @@ static_assert(sizeof(L2vpnDbKeyData) == 32 && offsetof(L2vpnDbKeyData, keyIdLeng
 static_assert(sizeof(L2vpnDbUpdData) == 24 && offsetof(L2vpnDbUpdData, fieldCount) == 8 &&
               offsetof(L2vpnDbUpdData, setFields) == 16);
 
-/// A stored record and the request that describes it.
+/// A stored record, which its user clears, and the request that describes it.
 template <class T>
 struct StoredRecord {
-    L2vpnDbRecData request;
     alignas(16) char bytes[stored_size<T>];
+    L2vpnDbRecData request;
 
-    StoredRecord() : request{bytes, stored_size<T>, 0} { clear<stored_size<T>>(bytes); }
+    L2vpnDbRecData *described() {
+        request = {bytes, stored_size<T>, 0};
+        return &request;
+    }
 };
 
-/// Key k of a table, to be filled by its key builder.
-template <class T, std::size_t K>
+/// A key of up to Length bytes, to be filled by its key builder.
+template <std::size_t Length>
 struct KeyBlocks {
     L2vpnDbKeyData request{};
     std::uint32_t id[L2VPN_DB_KEY_ID_LENGTH / sizeof(std::uint32_t)]{};
-    alignas(8) char value[key_length<T>(K)];
+    alignas(16) char value[Length];
 
-    KeyBlocks() { clear<key_length<T>(K)>(value); }
+    KeyBlocks() { clear<Length>(value); }
 };
 
 } // namespace l2vpn

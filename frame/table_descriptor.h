@@ -39,26 +39,13 @@ constexpr TableDescriptor<T> make_descriptor(const L2vpnDbTblIntf &intf) {
     return descriptor;
 }
 
+/// The entries of one map.
+struct IdMap {
+    const IdPair *pairs;
+    std::size_t count;
+};
+
 /// The mapped value of the first entry with the id, L2VPN_DB_NO_MAPPING without one.
-template <std::size_t N>
-inline std::uint32_t mapped(const IdPair (&map)[N], std::uint32_t id) {
-    for (const IdPair &pair : map)
-        if (pair.id == id)
-            return pair.mapped;
-    return L2VPN_DB_NO_MAPPING;
-}
-
-template <class T>
-std::uint32_t map_update_field_id([[maybe_unused]] std::uint32_t field_id) {
-    if constexpr (has_batch_version<T>)
-        return mapped(T::descriptor().updates, field_id);
-    else
-        return L2VPN_DB_NO_MAPPING;
-}
-
-template <class T>
-std::uint32_t map_key_id(std::uint32_t key_index) {
-    return mapped(T::descriptor().keys, key_index);
-}
+std::uint32_t mapped(std::uint32_t id, const IdMap &map);
 
 } // namespace l2vpn

@@ -84,6 +84,7 @@ def release(tables: list, root: Path, errors: list) -> None:
 
 def write_sources(tables: list, output: Path) -> None:
     texts = {
+        "facts/longest_key.h": sources.longest_key(tables),
         "schemas.cpp": sources.schemas(tables),
         "interface_rows.cpp": sources.interface_rows(tables),
         "exports.map": sources.export_list(tables),

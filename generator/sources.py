@@ -24,7 +24,7 @@ def facts(table: Table, row: int) -> str:
     for key in table.keys:
         keys += f'        {{"{key.name}", {len(members)}, {len(key.members)}}},\n'
         members += [str(positions[item.name]) for item in key.members]
-    typed = ""
+    typed = descriptor = ""
     if table.typed:
         batch = (f"    static constexpr auto *set_batch_version = db_set_{table.name}_batchVersion;\n"
                  if table.field_named("batchVersion") else "")
@@ -33,10 +33,15 @@ def facts(table: Table, row: int) -> str:
             f"    static constexpr std::size_t row = {row};\n"
             f"    static constexpr bool no_null_tests = {c_bool('no_null_tests' in table.quirks)};\n"
             f"    static constexpr bool svc_fields_split = {c_bool('svc_fields_split' in table.quirks)};\n"
-            f"    static ControlBlock &control_block() {{ return g_l2vpn{record}GlbCb; }}\n"
-            f"    static TableDescriptor<{name}> &descriptor();\n"
+            f"    static constexpr ControlBlock &control_block() {{ return g_l2vpn{record}GlbCb; }}\n"
+            f"    static constexpr TableDescriptor<{name}> &descriptor();\n"
             f"    static constexpr L2vpnDbSetFieldsFn set_fields_function = L2VPN_DB_{record}SetFields;\n"
             f"{batch}")
+        descriptor = (
+            "\n// Users see the descriptor alone; the object goes on with the two maps.\n"
+            f'extern "C" constinit l2vpn::TableDescriptor<l2vpn::{name}> {table.name}_descriptor\n'
+            f'    __asm__("g_l2vpn{record}Intf") __attribute__((visibility("default")));\n\n'
+            f"constexpr l2vpn::TableDescriptor<l2vpn::{name}> &l2vpn::{name}::descriptor() {{ return {table.name}_descriptor; }}\n")
     return (f'{NOTICE}#pragma once\n\n#include "frame/table_descriptor.h"\n'
             f'#include "l2vpn_db/{table.name}.h"\n\n{checks}\n'
             "namespace [[gnu::visibility(\"hidden\")]] l2vpn {\n\n"
@@ -47,7 +52,7 @@ def facts(table: Table, row: int) -> str:
             f"    static constexpr std::uint16_t key_members[] = {{{', '.join(members)}}};\n"
             f"    static constexpr Key keys[] = {{\n{keys}    }};\n"
             f"    static constexpr bool trailing_separator = {c_bool('trailing_separator' in table.quirks)};\n"
-            f"{typed}}};\n\n}} // namespace l2vpn\n")
+            f"{typed}}};\n\n}} // namespace l2vpn\n{descriptor}")
 
 
 def functions(table: Table) -> str:
@@ -55,84 +60,91 @@ def functions(table: Table) -> str:
     record, tag = table.camel, f"{table.camel}Table"
     rec, out = f"const {record} *record", []
 
-    def one(family, result, operation, template, arguments, passed, more=""):
+    def one(family, result, operation, function, arguments, passed):
         ret = "" if result == "void " else "return "
-        out.append(f"{result}L2VPN_{family}_{record}{operation}({arguments}) {{ {ret}l2vpn::{template}"
-                   f"<{tag}{more}>({passed}); }}\n")
+        out.append(f"{result}L2VPN_{family}_{record}{operation}({arguments}) {{ {ret}l2vpn::{function}"
+                   f"({passed}); }}\n")
 
     u32, it = "uint32_t ", "L2vpnDbIter *"
+    access = f"l2vpn::table_access<{tag}>"
     if table.typed:
-        db = lambda *args, **kw: one("DB", *args, **kw)
-        db(u32, "Write", "write", rec, "record")
-        db(u32, "Read", "read", f"{record} *record", "record")
-        db(u32, "ReadByKey", "read_by_key", f"{record} *record, const L2vpnDbKeyData *key", "record, key")
-        db(u32, "Delete", "remove", rec, "record")
-        db(u32, "Count", "count", "uint32_t *count", "count")
+        db = lambda *args: one("DB", *args)
+        db(u32, "Write", f"write<{tag}>", rec, "record")
+        db(u32, "Read", f"read<{tag}>", f"{record} *record", "record")
+        db(u32, "ReadByKey", f"read_by_key<{tag}>", f"{record} *record, const L2vpnDbKeyData *key",
+           "record, key")
+        db(u32, "Delete", "remove", rec, f"record, {access}")
+        db(u32, "Count", "count", "uint32_t *count", f"count, {access}")
         ids = "const uint32_t *fieldIds, uint32_t fieldCount"
-        db(u32, "UpdateFields", "update_fields", f"{rec}, {ids}", "record, fieldIds, fieldCount")
-        db(u32, "UpdateField", "update_field", f"{rec}, uint32_t fieldId", "record, fieldId")
-        db(it, "CreateIter", "create_iter", f"uint32_t keyIndex, {rec}", "keyIndex, record")
+        db(u32, "UpdateFields", "update_fields", f"{rec}, {ids}", f"record, fieldIds, fieldCount, {access}")
+        db(u32, "UpdateField", "update_field", f"{rec}, uint32_t fieldId", f"record, fieldId, {access}")
+        db(it, "CreateIter", "create_iter", f"uint32_t keyIndex, {rec}", f"keyIndex, record, {access}")
         db(u32, "CountByKey", "count_by_key", f"uint32_t keyIndex, {rec}, uint32_t *count",
-           "keyIndex, record, count")
-        db(it, "CreateFastPriIter", "create_fast_pri_iter", rec, "record")
-        db(u32, "GetNext", "get_next", f"L2vpnDbIter *iter, {record} *record", "iter, record")
-        db(u32, "ReleaseIter", "release_iter", "L2vpnDbIter *iter", "iter")
+           f"keyIndex, record, count, {access}")
+        db(it, "CreateFastPriIter", "create_fast_pri_iter", rec, f"record, {access}")
+        db(u32, "GetNext", f"get_next<{tag}>", f"L2vpnDbIter *iter, {record} *record", "iter, record")
+        db(u32, "ReleaseIter", "release_iter", "L2vpnDbIter *iter", f"iter, {access}")
         for key in table.keys:
-            k = f", {key.index}"
-            db(it, f"Create{key.infix}Iter", "create_key_iter", rec, "record", more=k)
-            db(u32, f"CountBy{key.infix}Key", "count_by", f"{rec}, uint32_t *count", "record, count", more=k)
-            db("void ", f"Set{key.infix}Key", "set_key",
+            this = f"l2vpn::key_access<{tag}>[{key.index}]"
+            db(it, f"Create{key.infix}Iter", "create_key_iter", rec, f"record, {this}")
+            db(u32, f"CountBy{key.infix}Key", "count_by", f"{rec}, uint32_t *count", f"record, count, {this}")
+            db("void ", f"Set{key.infix}Key", f"set_key<{tag}, {key.index}>",
                f"{rec}, L2vpnDbKeyData *request, uint32_t *keyId, void *key",
-               "record, request, keyId, key", more=k)
-        db(u32, "MapKeyId", "map_key_id", "uint32_t keyIndex", "keyIndex")
-        db(u32, "MapUpdateFieldId", "map_update_field_id", "uint32_t fieldId", "fieldId")
+               "record, request, keyId, key")
+        db(u32, "MapKeyId", "mapped", "uint32_t keyIndex", f"keyIndex, {access}.key_map")
+        db(u32, "MapUpdateFieldId", "mapped", "uint32_t fieldId", f"fieldId, {access}.update_map")
         db(u32, "SetFields", "set_fields", f"const L2vpnDbRecData *record, L2vpnDbRecObj *object, {ids}",
-           "record, object, fieldIds, fieldCount")
+           f"record, object, fieldIds, fieldCount, {access}")
         halves = ["All"] + (["Svc"] if "svc_fields_split" in table.quirks else [])
         for half in halves:
-            db(u32, f"Set{half}Fields", f"set_{half.lower()}_fields", f"{rec}, void *stored", "record, stored")
-            db(u32, f"Get{half}Fields", f"get_{half.lower()}_fields", f"const void *stored, {record} *record",
+            db(u32, f"Set{half}Fields", f"set_{half.lower()}_fields<{tag}>", f"{rec}, void *stored", "record, stored")
+            db(u32, f"Get{half}Fields", f"get_{half.lower()}_fields<{tag}>", f"const void *stored, {record} *record",
                "stored, record")
-        db(u32, "GlbInit", "glb_init", "void", "")
-        db("void ", "Stat", "stat", "uint32_t statId, uint32_t amount", "statId, amount")
-        db(u32, "GetStat", "get_stat", "uint32_t statId", "statId")
-        db("L2vpnDalIntf ", "DalIntf", "dal_intf", "void", "")
+        db(u32, "GlbInit", "glb_init", "void", access)
+        db("void ", "Stat", "stat", "uint32_t statId, uint32_t amount", f"statId, amount, {access}")
+        db(u32, "GetStat", "get_stat", "uint32_t statId", f"statId, {access}")
+        db("L2vpnDalIntf ", "DalIntf", "dal_intf", "void", access)
         dal = lambda *args: one("DAL", *args)
         crec = "const void *record, uint32_t length"
-        dal(u32, "Read", "dal_read", "void *record, uint32_t length", "record, length")
-        dal(u32, "Write", "dal_write", crec, "record, length")
-        dal(u32, "Update", "dal_update", f"{crec}, {ids}", "record, length, fieldIds, fieldCount")
-        dal(u32, "Remove", "dal_remove", crec, "record, length")
-        dal(it, "CreateIter", "dal_create_iter", f"uint32_t keyIndex, {crec}", "keyIndex, record, length")
+        dal(u32, "Read", "dal_access", "void *record, uint32_t length", f"record, length, L2VPN_DB_{record}Read")
+        dal(u32, "Write", "dal_access", crec, f"record, length, L2VPN_DB_{record}Write")
+        dal(u32, "Update", "dal_update", f"{crec}, {ids}", f"record, length, fieldIds, fieldCount, {access}")
+        dal(u32, "Remove", "dal_remove", crec, f"record, length, {access}")
+        dal(it, "CreateIter", "dal_create_iter", f"uint32_t keyIndex, {crec}",
+            f"keyIndex, record, length, {access}")
         dal(u32, "GetNext", "dal_get_next", "L2vpnDbIter *iter, void *record, uint32_t length",
-            "iter, record, length")
-        dal(u32, "Count", "count", "uint32_t *count", "count")
+            f"iter, record, length, L2VPN_DB_{record}GetNext")
+        dal(u32, "Count", "count", "uint32_t *count", f"count, {access}")
         dal(u32, "CountByKey", "dal_count_by_key", f"uint32_t keyIndex, {crec}, uint32_t *count",
-            "keyIndex, record, length, count")
+            f"keyIndex, record, length, count, {access}")
     ast = lambda *args: one("AST", *args)
     text = "char *buffer, uint32_t bufferLength, const char *separator"
     ast(u32, "Format", "format", f"uint32_t formatId, const void *record, {text}",
-        "formatId, record, buffer, bufferLength, separator")
-    ast(u32, "FormatTable", "format_table", f"{rec}, {text}", "record, buffer, bufferLength, separator")
+        f"formatId, record, buffer, bufferLength, separator, l2vpn::format_table<{tag}>")
+    ast(u32, "FormatTable", f"format_table<{tag}>", f"{rec}, {text}", "record, buffer, bufferLength, separator")
 
-    objects = accessor = ""
+    objects = ""
     if table.typed:
-        symbol = f"g_l2vpn{record}Intf"
         objects = (
-            "// Users see the descriptor alone; the object goes on with the two maps.\n"
-            f'extern constinit l2vpn::TableDescriptor<l2vpn::{tag}> {table.name}_descriptor __asm__("{symbol}")\n    __attribute__((visibility("default")));\n'
             f"constinit l2vpn::TableDescriptor<l2vpn::{tag}> {table.name}_descriptor =\n"
             f"    l2vpn::make_descriptor<l2vpn::{tag}>({{l2vpn::{tag}::name, db_create_{table.name}_obj,\n"
             f"        db_release_{table.name}_object, db_reset_{table.name}_object,\n"
             f"        db_set_{table.name}_all_fields, L2VPN_DB_{record}Stat, {{0, 0, 0, 0}}}});\n"
             f"constinit {record}GlbCb g_l2vpn{record}GlbCb{{}};\n")
-        accessor = (f"namespace l2vpn {{\n\ninline TableDescriptor<{tag}> &{tag}::descriptor() {{ return {table.name}_descriptor; }}"
-                    "\n\n} // namespace l2vpn\n\n")
-    includes = ('#include "dal/interface_table.h"\n' if table.typed else "")
+    includes = "".join(f'#include "{path}.h"\n' for path in (
+        "dal/interface_table", "tables/by_key", "tables/fast_iterator", "tables/single_record",
+        "tables/table_access", "tables/update")) if table.typed else ""
     body = "".join(out).replace(f"<{tag}", f"<l2vpn::{tag}")
     return (f'{NOTICE}#include "facts/{table.name}.h"\n\n{includes}#include "format/formatter.h"\n\n'
-            f"extern \"C\" {{\n\n{objects}\n}} // extern \"C\"\n\n{accessor}extern \"C\" {{\n\n{body}\n"
-            "} // extern \"C\"\n")
+            f"extern \"C\" {{\n\n{objects}\n{body}\n}} // extern \"C\"\n")
+
+
+def longest_key(tables: list) -> str:
+    longest = max((key.length for table in tables if table.typed for key in table.keys), default=1)
+    return (f"{NOTICE}#pragma once\n\n#include <cstddef>\n\n"
+            "namespace [[gnu::visibility(\"hidden\")]] l2vpn {\n\n"
+            "/// Of all tables' keys, in bytes.\n"
+            f"constexpr std::size_t longest_key = {longest};\n\n}} // namespace l2vpn\n")
 
 
 def schemas(tables: list) -> str:

@@ -111,6 +111,11 @@ constexpr std::uint32_t key_code(std::size_t k) {
     return static_cast<std::uint32_t>(k) << 8 | key_flags(k);
 }
 
+/// The key that has the code, if any has.
+constexpr std::size_t key_of_code(std::uint32_t code) {
+    return code >> 8;
+}
+
 template <class T>
 constexpr std::size_t batch_version = field_named<T>("batchVersion");
 template <class T>

@@ -74,6 +74,24 @@ constexpr auto service_moves() {
     return moves;
 }
 
+/// The end of the fields from `first` on that memcpy_s writes, one after the other.
+template <class T>
+constexpr std::size_t end_of_copied(std::size_t first) {
+    while (first < field_count<T> && !T::fields[first].plain())
+        ++first;
+    return first;
+}
+
+/// Clears what memcpy_s, which may refuse, is to write; the moves leave nothing as it was.
+template <class T, std::size_t I = 0>
+inline void clear_copied(char *stored) {
+    constexpr std::size_t end = end_of_copied<T>(I);
+    constexpr std::size_t start = stored_offset<T>(I);
+    clear<stored_offset<T>(end) - start>(stored + start);
+    if constexpr (end < field_count<T>)
+        clear_copied<T, end + 1>(stored);
+}
+
 template <Direction To, Move Step>
 inline void run_step(char *to, const char *from, std::uint32_t &result) {
     constexpr bool storing = To == Direction::to_stored;

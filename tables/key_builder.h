@@ -48,15 +48,13 @@ inline void copy_run(char *key, const char *record) {
         memcpy_s(key + Run.key, Run.width, record + Run.record, Run.width);
 }
 
-/// Checks nothing; `key_id` is the first word of a zeroed identifier area.
 template <class T, std::size_t K>
-inline void set_key(const typename T::Record *record, L2vpnDbKeyData *request,
-                    std::uint32_t *key_id, void *key) {
+inline void build_key(const void *record, L2vpnDbKeyData *request, std::uint32_t *key_id,
+                      void *key) {
     constexpr auto runs = key_runs<T, K>();
     *key_id = key_id_word<T>(K);
-    [&]<std::size_t... I>(std::index_sequence<I...>) {
-        (copy_run<runs.items[I]>(static_cast<char *>(key), reinterpret_cast<const char *>(record)),
-         ...);
+    [&]<std::size_t... I>(std::index_sequence<I...>) __attribute__((always_inline)) {
+        (copy_run<runs.items[I]>(static_cast<char *>(key), static_cast<const char *>(record)), ...);
     }
     (std::make_index_sequence<runs.count>{});
     request->keyId = key_id;
@@ -65,9 +63,11 @@ inline void set_key(const typename T::Record *record, L2vpnDbKeyData *request,
     request->keyLength = key_length<T>(K);
 }
 
+/// A KeySetter; checks nothing.
 template <class T, std::size_t K>
-inline void set_key(const typename T::Record *record, KeyBlocks<T, K> &blocks) {
-    set_key<T, K>(record, &blocks.request, blocks.id, blocks.value);
+[[gnu::noinline]] void set_key(const void *record, L2vpnDbKeyData *request, std::uint32_t *key_id,
+                               void *key) {
+    build_key<T, K>(record, request, key_id, key);
 }
 
 } // namespace l2vpn

@@ -20,8 +20,9 @@ from pathlib import Path
 import mutants
 
 ROOT = Path(__file__).resolve().parents[2]
+LIBRARY = ("frame", "schema", "tables", "dal", "format")
 FILES = {
-    "templates": ["frame/*.h", "frame/*.cpp", "schema/*.h", "tables/*.h", "dal/*.h", "format/*.h"],
+    "templates": [f"{folder}/*.{ending}" for folder in LIBRARY for ending in ("h", "cpp")],
     "generator": ["generator/*.py"],
     "catalog": ["schema/catalog/*.toml"],
 }
@@ -66,7 +67,8 @@ class Templates:
         self.some = [f"l2vpn_{table}" for table in self.SOME]
 
     def prepare(self, folder: Path) -> None:
-        common = ["frame/module_intf.cpp", "schemas.cpp", "interface_rows.cpp"]
+        shared = sorted(path.relative_to(ROOT) for name in LIBRARY for path in (ROOT / name).glob("*.cpp"))
+        common = [*shared, "schemas.cpp", "interface_rows.cpp"]
         for name, tables, more in (("some", self.some, common), ("all", self.tables, common),
                                    ("others", [t for t in self.tables if t not in self.some], [])):
             (folder / f"{name}.cpp").write_text("".join(

@@ -3,6 +3,8 @@
 // looked at step by step.
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <string>
 #include <tuple>
 #include <vector>
 
@@ -71,6 +73,8 @@ TEST(Facts, OfKeys) {
     EXPECT_EQ(key_code(0), 0x001U);
     EXPECT_EQ(key_code(1), 0x109U);
     EXPECT_EQ(key_code(9), 0x909U);
+    EXPECT_EQ(key_of_code(0x001), 0U);
+    EXPECT_EQ(key_of_code(0x909), 9U);
 }
 
 using Seen = std::vector<std::tuple<std::size_t, std::size_t, std::size_t, bool>>;
@@ -145,6 +149,20 @@ TEST(Moves, WithoutACallOfMemcpySGiveZero) {
     char to = 0;
     EXPECT_EQ((run<Direction::to_stored, none>(&to, &from)), 0U);
     EXPECT_EQ(to, 7);
+}
+
+TEST(Moves, NeedTheRestToBeClear) {
+    EXPECT_EQ(end_of_copied<SampleTable>(2), 2U);
+    EXPECT_EQ(end_of_copied<SampleTable>(3), 4U);
+    EXPECT_EQ(end_of_copied<SampleTable>(9), 10U);
+    EXPECT_EQ(end_of_copied<SampleTable>(10), 10U);
+    char stored[stored_size<SampleTable>];
+    std::memset(stored, 'x', sizeof stored);
+    clear_copied<SampleTable>(stored);
+    // The address, the context and the token.
+    EXPECT_EQ(std::string(stored, sizeof stored), std::string(7, 'x') + std::string(6, '\0') +
+                                                      std::string(4, 'x') + std::string(10, '\0') +
+                                                      std::string(8, 'x') + std::string(3, '\0'));
 }
 
 TEST(Moves, KnowTheServiceFieldsByName) {
@@ -302,10 +320,15 @@ TEST(ControlBlocks, AreCheckedInEveryPlace) {
     EXPECT_FALSE(control_block_laid_out<BlockTooLong>());
 }
 
+std::uint32_t told(std::uint32_t *value) {
+    return *value;
+}
+
 TEST(GenericInterface, KnowsTheRecordsLength) {
-    EXPECT_TRUE(length_matches<SampleTable>(40));
-    EXPECT_FALSE(length_matches<SampleTable>(39));
-    EXPECT_FALSE(length_matches<SampleTable>(41));
+    std::uint32_t record = 77;
+    for (const std::uint32_t length : {0U, 3U, 5U})
+        EXPECT_EQ(dal_access(static_cast<void *>(&record), length, told), L2VPN_DB_ERR_PARAM);
+    EXPECT_EQ(dal_access(static_cast<void *>(&record), 4, told), 77U);
 }
 
 } // namespace

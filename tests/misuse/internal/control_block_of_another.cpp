@@ -3,7 +3,7 @@
 // message: static assertion failed.*control_block_laid_out|control_block_laid_out
 #include "facts/l2vpn_stp.h"
 #include "facts/l2vpn_vpls_pw.h"
-#include "frame/control_block.h"
+#include "tables/table_access.h"
 
 #ifdef MISTAKE
 using Block = L2vpnVplsPwGlbCb;
@@ -15,11 +15,11 @@ Block block;
 
 struct [[gnu::visibility("hidden")]] Table : l2vpn::L2vpnStpTable {
     using ControlBlock = Block;
-    static ControlBlock &control_block() {
+    static constexpr ControlBlock &control_block() {
         return block;
     }
 };
 
-std::uint32_t start() {
-    return l2vpn::glb_init<Table>();
+l2vpn::TableAccess access() {
+    return l2vpn::make_access<Table>();
 }

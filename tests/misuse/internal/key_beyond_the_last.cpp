@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // A key that the table does not have.
-// message: constant.expression
+// message: constant.expression|outside the bounds
 #include "facts/l2vpn_stp.h"
-#include "tables/key_iterator.h"
+#include "tables/key_builder.h"
 
 #ifdef MISTAKE
 constexpr std::size_t key = 2;
@@ -10,6 +10,6 @@ constexpr std::size_t key = 2;
 constexpr std::size_t key = 1;
 #endif
 
-L2vpnDbIter *open(const L2vpnStp *record) {
-    return l2vpn::create_key_iter<l2vpn::L2vpnStpTable, key>(record);
+l2vpn::KeySetter setter() {
+    return l2vpn::set_key<l2vpn::L2vpnStpTable, key>;
 }

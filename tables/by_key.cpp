@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: MIT
+#include "tables/by_key.h"
+
+#include "frame/module_intf.h"
+#include "tables/any_key.h"
+#include "tables/fast_iterator.h"
+
+namespace l2vpn {
+
+std::uint32_t remove(const void *record, const TableAccess &table) {
+    if (record == nullptr)
+        return L2VPN_DB_ERR_PARAM;
+    const AnyKey key(record, table.keys[0].set);
+    return DAL_VELD_Delete(module_intf(), table.intf, &key.request);
+}
+
+std::uint32_t count(std::uint32_t *result, const TableAccess &table) {
+    return DAL_VELD_Count(module_intf(), table.intf, result);
+}
+
+L2vpnDbIter *create_key_iter(const void *record, const KeyAccess &key) {
+    if (record == nullptr)
+        return nullptr;
+    const AnyKey built(record, key.set);
+    return DAL_VELD_CreateIteratorByKey(module_intf(), key.intf, &built.request);
+}
+
+std::uint32_t count_by(const void *record, std::uint32_t *count, const KeyAccess &key) {
+    if (record == nullptr)
+        return L2VPN_DB_ERR_PARAM;
+    const AnyKey built(record, key.set);
+    return DAL_VELD_CountByKey(module_intf(), key.intf, &built.request, count);
+}
+
+namespace {
+
+/// The key whose index the table's key map leads to, null without one.
+const KeyAccess *mapped_key(std::uint32_t key_index, const TableAccess &table) {
+    const std::uint32_t code = mapped(key_index, table.key_map);
+    const std::size_t k = key_of_code(code);
+    return k < table.key_map.count && code == key_code(k) ? &table.keys[k] : nullptr;
+}
+
+} // namespace
+
+L2vpnDbIter *create_iter(std::uint32_t key_index, const void *record, const TableAccess &table) {
+    const KeyAccess *key = mapped_key(key_index, table);
+    if (key == nullptr)
+        return nullptr;
+    if (key != table.keys)
+        return create_key_iter(record, *key);
+    return record == nullptr ? DAL_VELD_CreateIterator(module_intf(), table.intf)
+                             : create_fast_pri_iter(record, table);
+}
+
+std::uint32_t count_by_key(std::uint32_t key_index, const void *record, std::uint32_t *count,
+                           const TableAccess &table) {
+    const KeyAccess *key = mapped_key(key_index, table);
+    return key == nullptr ? L2VPN_DB_ERR_PARAM : count_by(record, count, *key);
+}
+
+} // namespace l2vpn

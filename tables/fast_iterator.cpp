@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: MIT
+#include "tables/fast_iterator.h"
+
+#include "frame/spin_lock.h"
+#include "tables/by_key.h"
+
+namespace l2vpn {
+
+void set_in_use(L2vpnDbGlbCb &cb, std::uint16_t in_use) {
+    static_assert(std::endian::native == std::endian::little, "the flag is the lower byte");
+    __builtin_memcpy(reinterpret_cast<char *>(&cb) + offsetof(L2vpnDbGlbCb, inUse), &in_use,
+                     sizeof in_use);
+}
+
+L2vpnDbIter *create_fast_pri_iter(const void *record, const TableAccess &table) {
+    if (table.null_tests && record == nullptr)
+        return nullptr;
+    L2vpnDbGlbCb &cb = *table.cb;
+    {
+        const SpinGuard guard(cb.spinLock);
+        if (cb.inUse == 0) {
+            auto *key_id = static_cast<std::uint32_t *>(table.control_block);
+            table.keys[0].set(record, &cb.keyRequest, key_id,
+                              key_id + L2VPN_DB_KEY_ID_LENGTH / sizeof *key_id);
+            set_in_use(cb, 1);
+            return static_cast<L2vpnDbIter *>(table.control_block);
+        }
+    }
+    return create_key_iter(record, table.keys[0]);
+}
+
+std::uint32_t release_iter(L2vpnDbIter *iter, const TableAccess &table) {
+    if (!is_fast(iter, table.control_block))
+        return DAL_VELD_ReleaseIterator(module_intf(), table.intf, iter);
+    const SpinGuard guard(table.cb->spinLock);
+    set_in_use(*table.cb, 0);
+    return L2VPN_DB_OK;
+}
+
+} // namespace l2vpn

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: MIT
+#include "tables/update.h"
+
+#include "frame/module_intf.h"
+#include "tables/any_key.h"
+
+namespace l2vpn {
+
+std::uint32_t set_fields(const L2vpnDbRecData *record, L2vpnDbRecObj *object,
+                         const std::uint32_t *field_ids, std::uint32_t field_count,
+                         const TableAccess &table) {
+    const BatchVersionAccess &field = table.batch_version;
+    if (field.set == nullptr || record == nullptr || field_count == 0 || field_ids == nullptr)
+        return L2VPN_DB_ERR_PARAM;
+    if (table.null_tests && record->data == nullptr)
+        return L2VPN_DB_ERR_PARAM;
+    std::uint32_t result = L2VPN_DB_OK;
+    for (std::uint32_t i = 0; i < field_count; ++i) {
+        if (mapped(field_ids[i], table.update_map) != field.id)
+            return L2VPN_DB_ERR_PARAM;
+        std::uint32_t value = 0;
+        __builtin_memcpy(&value, static_cast<const char *>(record->data) + field.offset,
+                         sizeof value);
+        result |= field.set(object, value);
+    }
+    return result;
+}
+
+std::uint32_t update_fields(const void *record, const std::uint32_t *field_ids,
+                            std::uint32_t field_count, const TableAccess &table) {
+    if (table.null_tests && record == nullptr)
+        return L2VPN_DB_ERR_PARAM;
+    const AnyKey key(record, table.keys[0].set);
+    const L2vpnDbRecData caller{const_cast<void *>(record), table.record_size, 0};
+    const L2vpnDbUpdData update{field_ids, field_count, 0, table.set_fields};
+    return DAL_VELD_Update(module_intf(), table.intf, &key.request, &caller, &update);
+}
+
+std::uint32_t update_field(const void *record, std::uint32_t field_id, const TableAccess &table) {
+    return update_fields(record, &field_id, 1, table);
+}
+
+} // namespace l2vpn
