@@ -7,10 +7,10 @@
 
 namespace l2vpn {
 
-L2vpnDalIntf dal_intf(const TableAccess &table) {
+void dal_intf(L2vpnDalIntf &intf, const TableAccess &table) {
     glb_init(table);
     const InterfaceRow &row = interface_rows[table.row];
-    return {row.read,         row.write,
+    intf = {row.read,         row.write,
             row.update,       row.remove,
             row.create_iter,  row.release_iter,
             row.get_next,     row.count,

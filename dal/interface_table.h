@@ -25,7 +25,7 @@ static_assert(sizeof(InterfaceRow) == 80 && sizeof(L2vpnDalIntf) == 104);
 extern const InterfaceRow interface_rows[];
 
 /// Fetching the interface table is what initialises the control block on first use.
-L2vpnDalIntf dal_intf(const TableAccess &table);
+void dal_intf(L2vpnDalIntf &intf, const TableAccess &table);
 
 /// Reads or writes a record with the table's typed function.
 template <class Record, class Untyped>

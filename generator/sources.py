@@ -103,7 +103,8 @@ def functions(table: Table) -> str:
         db(u32, "GlbInit", "glb_init", "void", access)
         db("void ", "Stat", "stat", "uint32_t statId, uint32_t amount", f"statId, amount, {access}")
         db(u32, "GetStat", "get_stat", "uint32_t statId", f"statId, {access}")
-        db("L2vpnDalIntf ", "DalIntf", "dal_intf", "void", access)
+        out.append(f"L2vpnDalIntf L2VPN_DB_{record}DalIntf(void) {{ L2vpnDalIntf intf; "
+                   f"l2vpn::dal_intf(intf, {access}); return intf; }}\n")
         dal = lambda *args: one("DAL", *args)
         crec = "const void *record, uint32_t length"
         dal(u32, "Read", "dal_access", "void *record, uint32_t length", f"record, length, L2VPN_DB_{record}Read")

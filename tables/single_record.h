@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Write and read: one store call each.
+// Write and read: one store call each. What has one caller, the exported function, becomes that.
 #pragma once
 
 #include "frame/module_intf.h"
@@ -9,7 +9,7 @@
 namespace [[gnu::visibility("hidden")]] l2vpn {
 
 template <class T>
-std::uint32_t write(const typename T::Record *record) {
+[[gnu::always_inline]] inline std::uint32_t write(const typename T::Record *record) {
     if (record == nullptr)
         return L2VPN_DB_ERR_PARAM;
     StoredRecord<T> stored;
@@ -31,7 +31,7 @@ template <class T>
 }
 
 template <class T>
-std::uint32_t read(typename T::Record *record) {
+[[gnu::always_inline]] inline std::uint32_t read(typename T::Record *record) {
     if (record == nullptr)
         return L2VPN_DB_ERR_PARAM;
     KeyBlocks<key_length<T>(0)> key;
