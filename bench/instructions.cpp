@@ -1,37 +1,17 @@
 // SPDX-License-Identifier: MIT
-// Runs each operation some times between two marks, for instructions.py, which counts what was
-// executed between them. Without valgrind it runs, too, and tells nothing.
-#include <cstdio>
+// The operations of one table, some times each.
 #include <vector>
 
-#include <valgrind/callgrind.h>
-
+#include "bench/counting.h"
 #include "bench/records.h"
 #include "l2vpn_db/platform.h"
 
-namespace {
-
-using namespace l2vpn::bench;
-
-constexpr std::uint32_t table_size = 1000;
-constexpr std::uint32_t first_times = 3; ///< not counted: symbols are bound, memory is taken
-
-/// Counts what `operation(i)` executes for each i of the table.
-template <class Operation>
-void count(const char *name, Operation operation) {
-    for (std::uint32_t i = 0; i < first_times; ++i)
-        operation(i);
-    CALLGRIND_TOGGLE_COLLECT;
-    for (std::uint32_t i = first_times; i < table_size; ++i)
-        operation(i);
-    CALLGRIND_TOGGLE_COLLECT;
-    CALLGRIND_DUMP_STATS_AT(name);
-    std::printf("%s %u\n", name, table_size - first_times);
-}
-
-} // namespace
-
-int main() {
+int main(int argument_count, char **arguments) {
+    using namespace l2vpn::bench;
+    const std::uint32_t table_size = wanted_times(argument_count, arguments);
+    const auto count = [table_size](const char *name, auto operation) {
+        l2vpn::bench::count(name, table_size, operation);
+    };
     std::vector<L2vpnVplsPw> records;
     for (std::uint32_t i = 0; i < table_size; ++i)
         records.push_back(pseudowire(i));
@@ -42,7 +22,11 @@ int main() {
     const L2vpnDalIntf dal = L2VPN_DB_L2vpnVplsPwDalIntf();
     const auto length = static_cast<std::uint32_t>(sizeof(L2vpnVplsPw));
     char text[2048];
+    char stored[stored_length];
 
+    say_where();
+    count("set all fields", [&](auto i) { L2VPN_DB_L2vpnVplsPwSetAllFields(&records[i], stored); });
+    count("get all fields", [&](auto) { L2VPN_DB_L2vpnVplsPwGetAllFields(stored, &found); });
     count("write, new", [&](auto i) { L2VPN_DB_L2vpnVplsPwWrite(&records[i]); });
     count("write, same keys", [&](auto i) { L2VPN_DB_L2vpnVplsPwWrite(&records[i]); });
     for (L2vpnVplsPw &record : records)
@@ -58,7 +42,6 @@ int main() {
     count("set primary key",
           [&](auto i) { L2VPN_DB_L2vpnVplsPwSetPrimaryKey(&records[i], &request, id, key); });
     count("read by key", [&](auto) { L2VPN_DB_L2vpnVplsPwReadByKey(&found, &request); });
-    char stored[stored_length];
     L2vpnDbRecData place{stored, stored_length, 0};
     std::vector<PrimaryKey> keys;
     for (std::uint32_t i = 0; i < table_size; ++i)

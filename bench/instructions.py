@@ -1,77 +1,176 @@
 # SPDX-License-Identifier: MIT
-"""Instructions per operation, counted by callgrind: what the library itself executes, and what the
-platform and the C library do on its behalf."""
+"""
+Instructions per operation, and bytes of code: figures that no other program disturbs.
 
-import argparse
-import json
+A build for this processor is counted by callgrind, one for 64-bit ARM by the emulator, which names
+every instruction of the libraries that it executes; both tell who executed it.
+"""
+
 import re
 import subprocess
 import sys
 import tempfile
 from collections import Counter
+from collections.abc import Iterator
+from dataclasses import dataclass, field
 from pathlib import Path
 
-OWNERS = {"libl2vpn_db.so": "library", "_platform.so": "platform"}
+LIBRARIES = {"library": "libl2vpn_db.so", "platform": "libl2vpn_platform.so"}
+# Without a store, and with the embedded one.
+STUB, STORE, TABLES = "l2vpn_instructions", "l2vpn_store_instructions", "l2vpn_table_instructions"
+EMULATOR = ("qemu-aarch64", "-cpu", "max,pauth-impdef=on", "-L", "/usr/aarch64-linux-gnu")
+EMULATED_TIMES = 30
+
+Amounts = dict[str, float]
 
 
-def counted(profile: str) -> tuple[str, Counter]:
-    """The name that a profile was dumped under, and its instructions by who executed them."""
-    objects: dict[str, str] = {}
-    owner, called, amounts, name = "", False, Counter(), ""
+def output_of(*command: object) -> str:
+    result = subprocess.run([str(part) for part in command], capture_output=True, text=True, check=False)
+    if result.returncode:
+        sys.exit(f"{' '.join(map(str, command))}: exit code {result.returncode}\n{result.stdout}{result.stderr}")
+    return result.stdout
+
+
+def processor_of(folder: Path) -> str:
+    header = output_of("readelf", "-h", folder / LIBRARIES["library"])
+    return "aarch64" if "AArch64" in header else "x86_64"
+
+
+def compiler_of(folder: Path) -> str:
+    """Its version, as it stands in the library."""
+    comment = output_of("readelf", "-p", ".comment", folder / LIBRARIES["library"])
+    return " and ".join(sorted(set(re.findall(r"(?:GCC|clang).* [\d.]+$", comment, re.M))))
+
+
+# ---- Instructions -------------------------------------------------------------------------------
+
+@dataclass
+class Run:
+    """What a program says: where the marks are, and how often each operation ran."""
+    bases: dict[str, int]
+    marks: tuple[int, int]
+    times: dict[str, int] = field(default_factory=dict)
+
+    def __init__(self, text: str):
+        where, *counted = text.splitlines()
+        library, platform, begin, end = (int(address, 16) for address in where.split())
+        self.bases = {"library": library, "platform": platform}
+        self.marks = (begin, end)
+        self.times = {name: int(times) for name, times in (line.rsplit(" ", 1) for line in counted)}
+
+
+def callgrind_profile(profile: str) -> Counter:
+    """Instructions by who executed them, and the calls of sprintf_s."""
+    names: dict[str, str] = {}
+    owner, callee, amounts, called = "", "", Counter(), False
     for line in profile.splitlines():
-        if match := re.match(r"desc: Trigger: Client Request: (.*)", line):
-            name = match[1]
-        elif match := re.match(r"ob=(\(\d+\))(?: (.*))?", line):
-            path = objects.setdefault(match[1], match[2] or "")
-            owner = next((who for part, who in OWNERS.items() if part in path), "libc")
-            if "l2vpn" in Path(path).name and owner == "libc":
-                owner = "harness"
-        elif match := re.match(r"cob=(\(\d+\)) (.*)", line):
-            objects.setdefault(match[1], match[2])
-        elif line.startswith("calls="):
+        if match := re.match(r"(c?)(ob|fn)=\((\d+)\)(?: (.*))?", line):
+            name = names.setdefault(match[2] + match[3], match[4] or "")
+            if match[2] == "ob" and not match[1]:
+                owner = ("library" if "libl2vpn_db" in name else "platform" if "_platform.so" in name
+                         else "harness" if "l2vpn_" in Path(name).name else "libc")
+            elif match[2] == "fn" and match[1]:
+                callee = name
+        elif match := re.match(r"calls=(\d+)", line):
             called = True  # the next line is what the callee cost; it says so itself, too
+            if callee == "sprintf_s":
+                amounts["pieces"] += int(match[1])
         elif re.match(r"[+\-*\d]", line):
             if not called:
                 amounts[owner] += int(line.split()[1])
             called = False
-    return name, amounts
+    return amounts
 
 
-def measure(program: str) -> dict[str, dict[str, float]]:
-    """Instructions per call: operation, then who executed them."""
+def by_callgrind(program: Path) -> tuple[Run, list[Counter]]:
     with tempfile.TemporaryDirectory() as folder:
-        result = subprocess.run(
-            ["valgrind", "--tool=callgrind", "--collect-atstart=no",
-             f"--callgrind-out-file={folder}/out", program],
-            capture_output=True, text=True, check=False)
-        if result.returncode != 0:
-            sys.exit(result.stderr)
-        times = dict(line.rsplit(" ", 1) for line in result.stdout.splitlines())
-        table = {}
-        for number in range(1, len(times) + 1):
-            name, amounts = counted(Path(f"{folder}/out.{number}").read_text(encoding="utf-8"))
-            table[name] = {who: amount / int(times[name]) for who, amount in amounts.items()}
-    return table
+        run = Run(output_of("valgrind", "--quiet", "--tool=callgrind", "--zero-before=begin_counting",
+                            "--dump-before=end_counting", f"--callgrind-out-file={folder}/out", program))
+        return run, [callgrind_profile(Path(f"{folder}/out.{n + 1}").read_text(encoding="utf-8"))
+                     for n in range(len(run.times))]
 
 
-def main() -> None:
-    parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("folder", help="where l2vpn_instructions and l2vpn_store_instructions are")
-    parser.add_argument("--json", metavar="FILE", help="also writes the figures there")
-    arguments = parser.parse_args()
-    alone = measure(f"{arguments.folder}/l2vpn_instructions")
-    stored = measure(f"{arguments.folder}/l2vpn_store_instructions")
-    columns = ("library", "platform", "libc")
-    print(f"{'':42}{'no platform':>14}{'embedded platform':>32}")
-    print(f"{'instructions per operation':42}{'library':>14}" + "".join(f"{c:>12}" for c in columns))
-    for name, amounts in stored.items():
-        print(f"{name:42}{alone[name].get('library', 0):14.0f}" +
-              "".join(f"{amounts.get(column, 0):12.0f}" for column in columns))
-    if arguments.json:
-        Path(arguments.json).write_text(
-            json.dumps({"noop_platform": alone, "embedded_platform": stored}, indent=1) + "\n",
-            encoding="utf-8")
+def text_section(file: Path) -> tuple[int, int]:
+    """Its address and size."""
+    match = re.search(r"\.text\s+PROGBITS\s+(\w+) \w+ (\w+)", output_of("readelf", "-SW", file))
+    return int(match[1], 16), int(match[2], 16)
 
 
-if __name__ == "__main__":
-    main()
+def by_emulator(program: Path) -> tuple[Run, list[Counter]]:
+    # Once to learn where everything is, which is always the same.
+    run = Run(output_of(*EMULATOR, program, EMULATED_TIMES))
+    ranges = {}
+    for owner, name in LIBRARIES.items():
+        if (owner == "library" or program.name == STORE):
+            address, size = text_section(program.parent / name)
+            ranges[owner] = range(run.bases[owner] + address, run.bases[owner] + address + size)
+    wanted = ",".join([f"{r.start:#x}..{r.stop - 1:#x}" for r in ranges.values()] +
+                      [f"{mark:#x}+4" for mark in run.marks])
+    with tempfile.TemporaryDirectory() as folder:
+        trace = Path(folder) / "trace"
+        again = Run(output_of(*EMULATOR, "-singlestep", "-d", "exec,nochain", "-dfilter", wanted, "-D", trace,
+                              program, EMULATED_TIMES))
+        if again != run:
+            sys.exit(f"{program.name}: the emulator loads it elsewhere each time")
+        return run, list(traced(trace, run.marks, ranges))
+
+
+def traced(trace: Path, marks: tuple[int, int], ranges: dict[str, range]) -> Iterator[Counter]:
+    """What was executed between the marks, each time; most instructions are executed often."""
+    addresses: Counter[int] = Counter()
+    with trace.open(encoding="ascii") as lines:
+        for line in lines:
+            if not line.startswith("Trace "):
+                continue
+            address = int(line.split("/", 2)[1], 16)
+            if address == marks[1]:
+                amounts: Counter = Counter()
+                for at, times in addresses.items():
+                    for owner, code in ranges.items():
+                        if at in code:
+                            amounts[owner] += times
+                yield amounts
+            if address in marks:
+                addresses.clear()
+            addresses[address] += 1
+
+
+def instructions(folder: Path, program: str) -> dict[str, Amounts]:
+    """Per call: operation, then who executed them."""
+    run, counted = (by_emulator if processor_of(folder) == "aarch64" else by_callgrind)(folder / program)
+    if len(counted) != len(run.times):
+        sys.exit(f"{program}: {len(counted)} operations were counted, {len(run.times)} ran")
+    return {name: {who: amount / times for who, amount in amounts.items()}
+            for (name, times), amounts in zip(run.times.items(), counted)}
+
+
+# ---- Code ---------------------------------------------------------------------------------------
+
+def code_sizes(file: Path, tables: list[str]) -> dict[str, int]:
+    """Bytes of the functions of each table, by their names, and of those that tables share."""
+    camel = {"".join(map(str.capitalize, table.split("_"))): table for table in tables}
+    longest_first = re.compile("|".join(sorted(camel, key=len, reverse=True)))
+    sizes: dict[str, int] = dict.fromkeys(["shared", *tables], 0)
+    seen = set()
+    for line in output_of("readelf", "--syms", "--wide", file).splitlines():
+        match line.split():
+            case [_, address, size, "FUNC", _, _, section, name, *_] if section.isdigit():
+                if address not in seen:
+                    table = longest_first.search(name)
+                    sizes[camel[table[0]] if table else "shared"] += int(size, 0)
+                seen.add(address)
+    return sizes
+
+
+def jumps(folder: Path) -> dict[str, int]:
+    """Jumps and repeated moves in what converts records and keys: none, where it runs straight on."""
+    tool = {"aarch64": "aarch64-linux-gnu-objdump", "x86_64": "objdump"}[processor_of(folder)]
+    result = dict.fromkeys(("conversions", "keys"), 0)
+    kind = None
+    for line in output_of(tool, "-d", "--no-show-raw-insn", folder / LIBRARIES["library"]).splitlines():
+        if match := re.match(r"\w+ <(\w+)>:", line):
+            converts = re.fullmatch(r"L2VPN_DB_\w+?(?:([SG]et(?:All|Svc)Fields)|Set\w+Key)", match[1])
+            kind = converts and ("conversions" if converts[1] else "keys")
+        elif kind and re.search(r"\t(?:j\w+ +\w|rep|b(?:\.\w+)?\t|[ct]bn?z)", line) and "@plt" not in line:
+            result[kind] += 1
+    return result

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstdint>
+
 #include "l2vpn_db/l2vpn_vpls_pw.h"
 
 namespace l2vpn::bench {

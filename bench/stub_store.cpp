@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// A platform that does nothing, so that only the library's own work is left. Keys and records are
-// not looked at; every call succeeds.
+// A store that does nothing, so that the library's own work is left and what the other services do
+// for it. Keys and records are not looked at; every call succeeds.
 #include "l2vpn_db/platform.h"
 #include "platform/record_object.h"
 
@@ -47,16 +47,6 @@ std::uint32_t DAL_VELD_Count(L2vpnDbModuleIntf *, L2vpnDbTblIntf *, std::uint32_
 std::uint32_t DAL_VELD_CountByKey(L2vpnDbModuleIntf *, L2vpnDbTblIntf *, const L2vpnDbKeyData *,
                                   std::uint32_t *) {
     return L2VPN_DB_OK;
-}
-
-std::uint32_t ZAV_AtomicAdd(std::uint32_t *, std::uint32_t) {
-    return 0;
-}
-int memcpy_s(void *, std::size_t, const void *, std::size_t) {
-    return 0;
-}
-int sprintf_s(char *, std::size_t, const char *, ...) {
-    return 1;
 }
 
 namespace l2vpn::platform {
