@@ -1,37 +1,50 @@
 // SPDX-License-Identifier: MIT
-// The same work in LMDB and SQLite: reading by primary key, inserting under six keys. Each call of
-// the store is a transaction of its own, and so is each read and insertion of theirs; what they do
-// in one transaction per round is shown beside it.
+// The same work in LMDB, SQLite and Redis: reading by primary key, inserting under six keys. Each
+// call of the store is a transaction of its own, and so is each read and insertion of theirs; what
+// they do with many at once is shown beside it.
+#include <algorithm>
 #include <memory>
 #include <string>
+#include <vector>
 
+#include "bench/calls.h"
 #include "bench/lmdb_table.h"
 #include "bench/records.h"
+#include "bench/redis_table.h"
 #include "bench/sections.h"
+#include "bench/slice.h"
 #include "bench/sqlite_table.h"
-#include "bench/timed.h"
 #include "l2vpn_db/platform.h"
 
 namespace l2vpn::bench {
 
 namespace {
 
-constexpr std::uint32_t insertions = 100; ///< per round
-constexpr std::size_t reads = 4000;       ///< per round
-constexpr int insert_rounds = 20;
+constexpr std::size_t few_new = 10;  ///< insertions in a slice: they make the table grow
+constexpr std::size_t together = 50; ///< operations in a transaction, or in a pipeline
+constexpr std::size_t most_insert_slices = 60;
+/// New records for each of two ways of inserting. The store takes part in eight comparisons.
+constexpr std::uint32_t half = 8 * few_new * most_insert_slices;
 
 struct Databases {
     explicit Databases(std::uint32_t size) : sqlite(size), numbers(random_order(size)) {
+        fill_table(size);
         for (LmdbTable *table : {&lmdb, &write_map}) {
             table->begin();
             for (std::uint32_t i = 0; i < size; ++i)
                 table->insert(packed(pseudowire(i)));
             table->commit();
         }
+        for (std::uint32_t i = 0; i < size; ++i) {
+            redis.queue_insert(packed(pseudowire(i)));
+            if (i % together == 0)
+                redis.finish();
+        }
+        redis.finish();
         for (const std::uint32_t i : numbers)
             keys.push_back(packed(pseudowire(i)).keys[0]);
         // Two ways of inserting, each with records of its own.
-        for (const std::uint32_t i : shuffled(size, size + 2 * insert_rounds * insertions)) {
+        for (const std::uint32_t i : shuffled(size, size + 2 * half)) {
             added.push_back(pseudowire(i));
             added_packed.push_back(packed(added.back()));
         }
@@ -40,6 +53,7 @@ struct Databases {
     LmdbTable lmdb{0};
     LmdbTable write_map{MDB_WRITEMAP}; ///< which inserts faster, at the price of safety
     SqliteTable sqlite;
+    RedisTable redis;
     std::vector<std::uint32_t> numbers; ///< of the pseudowires to be read
     std::vector<PackedKey> keys;        ///< theirs
     std::vector<L2vpnVplsPw> added;
@@ -49,142 +63,175 @@ struct Databases {
 
 using Shared = std::shared_ptr<Databases>;
 
-/// A round that inserts the next lot of added records each time: insert(from, to).
-template <class Insert>
-Round insertion(std::size_t first, Insert insert) {
-    return [first, insert]() mutable {
-        const double start = processor_time();
-        insert(first, first + insertions);
-        first += insertions;
-        return (processor_time() - start) / insertions;
+/// A slice that inserts the next lot of added records each time: insert(from, to).
+template <auto Clock = processor_time, class Insert>
+Slice insertion(std::size_t first, std::size_t lot, Insert insert) {
+    return [first, lot, insert]() mutable {
+        const double start = Clock();
+        insert(first, first + lot);
+        first += lot;
+        return (Clock() - start) / static_cast<double>(lot);
     };
 }
 
-/// The same operations between begin() and end().
-template <class Begin, class End>
-Round enclosed(Begin begin, const Round &round, End end) {
-    return [=] {
-        begin();
-        const double result = round();
-        end();
-        return result;
-    };
+/// Slices of reads: begin(), `together` times read(n), end().
+template <auto Clock = processor_time, class Begin, class Read, class End>
+Slice reads_together(Begin begin, Read read, End end) {
+    return [slice = repeated<Clock>([=](std::size_t n) {
+                begin();
+                for (std::size_t i = 0; i < together; ++i)
+                    read(n * together + i);
+                end();
+            })] { return slice() / together; };
 }
 
-void add_store(Rounds &rounds, const Shared &all) {
+void add_store(Slices &slices, const Shared &all) {
     static std::uint32_t key_id[4] = {0x0001'0009};
-    rounds["read ours"] = repeated(reads, [all](std::size_t n) {
+    slices["read: store"] = repeated([all](std::size_t n) {
         const PackedKey &key = all->keys[n % order_length];
         const L2vpnDbKeyData request{key_id, sizeof key_id, 0, key.bytes, key.length, 0};
         L2vpnDbRecData place{all->record, stored_length, 0};
         check(DAL_VELD_Read(&g_l2vpnDbModuleIntf, &g_l2vpnL2vpnVplsPwIntf, &request, &place));
     });
-    rounds["read typed, database"] =
-        repeated(reads, [all, record = pseudowire(0)](std::size_t n) mutable {
-            record.pwTunnelId = all->numbers[n % order_length];
-            check(L2VPN_DB_L2vpnVplsPwRead(&record));
-        });
-    rounds["insert ours"] = insertion(0, [all](std::size_t n, std::size_t end) {
+    slices["read: typed"] = repeated([all, record = pseudowire(0)](std::size_t n) mutable {
+        record.pwTunnelId = all->numbers[n % order_length];
+        check(L2VPN_DB_L2vpnVplsPwRead(&record));
+    });
+    slices["insert: store"] = insertion(0, few_new, [all](std::size_t n, std::size_t end) {
         for (; n < end; ++n) {
             const L2vpnDbRecData record{all->added_packed[n].bytes, stored_length, 0};
             check(DAL_VELD_Write(&g_l2vpnDbModuleIntf, &g_l2vpnL2vpnVplsPwIntf, &record));
         }
     });
-    rounds["insert typed, database"] =
-        insertion(all->added.size() / 2, [all](std::size_t n, std::size_t end) {
-            for (; n < end; ++n)
-                check(L2VPN_DB_L2vpnVplsPwWrite(&all->added[n]));
-        });
+    slices["insert: typed"] = insertion(half, few_new, [all](std::size_t n, std::size_t end) {
+        for (; n < end; ++n)
+            check(L2VPN_DB_L2vpnVplsPwWrite(&all->added[n]));
+    });
+    slices["insert: nothing"] = insertion(0, few_new, [all](std::size_t n, std::size_t end) {
+        for (; n < end; ++n)
+            empty_call(all->record, all->added_packed[n].bytes, stored_length);
+    });
 }
 
-void add_lmdb(Rounds &rounds, const Shared &all, LmdbTable &table, const std::string &name) {
-    rounds["read " + name] = repeated(reads, [all, &table](std::size_t n) {
-        table.begin_reading();
+void add_lmdb(Slices &slices, const Shared &all, LmdbTable &table, const std::string &name) {
+    const auto read = [all, &table](std::size_t n) {
         table.read(all->keys[n % order_length], all->record);
-        table.end_reading();
+    };
+    const auto begin = [&table] { table.begin_reading(); };
+    const auto end = [&table] { table.end_reading(); };
+    slices["read: " + name] = repeated([=](std::size_t n) {
+        begin();
+        read(n);
+        end();
     });
-    rounds["read " + name + ", together"] =
-        enclosed([&table] { table.begin_reading(); },
-                 repeated(reads,
-                          [all, &table](std::size_t n) {
-                              table.read(all->keys[n % order_length], all->record);
-                          }),
-                 [&table] { table.end_reading(); });
-    rounds["insert " + name] = insertion(0, [all, &table](std::size_t n, std::size_t end) {
-        for (; n < end; ++n) {
+    slices["read: " + name + ", together"] = reads_together(begin, read, end);
+    slices["insert: " + name] = insertion(0, few_new, [all, &table](std::size_t n, std::size_t to) {
+        for (; n < to; ++n) {
             table.begin();
             table.insert(all->added_packed[n]);
             table.commit();
         }
     });
-    rounds["insert " + name + ", together"] =
-        insertion(all->added.size() / 2, [all, &table](std::size_t n, std::size_t end) {
+    slices["insert: " + name + ", together"] =
+        insertion(half, together, [all, &table](std::size_t n, std::size_t to) {
             table.begin();
-            for (; n < end; ++n)
+            for (; n < to; ++n)
                 table.insert(all->added_packed[n]);
             table.commit();
         });
 }
 
-void add_sqlite(Rounds &rounds, const Shared &all) {
+void add_sqlite(Slices &slices, const Shared &all) {
     SqliteTable &table = all->sqlite;
     const auto read = [all, &table](std::size_t n) {
         table.read(1, all->numbers[n % order_length], 3, all->record);
     };
-    rounds["read SQLite"] = repeated(reads, read);
-    rounds["read SQLite, together"] =
-        enclosed([&table] { table.begin(); }, repeated(reads, read), [&table] { table.commit(); });
+    const auto begin = [&table] { table.begin(); };
+    const auto commit = [&table] { table.commit(); };
+    slices["read: SQLite"] = repeated(read);
+    slices["read: SQLite, together"] = reads_together(begin, read, commit);
     const auto insert = [all, &table](std::size_t n, std::size_t end) {
         for (; n < end; ++n)
             table.insert(all->added[n], all->added_packed[n]);
     };
-    rounds["insert SQLite"] = insertion(0, insert);
-    rounds["insert SQLite, together"] =
-        insertion(all->added.size() / 2, [&table, insert](std::size_t n, std::size_t end) {
-            table.begin();
+    slices["insert: SQLite"] = insertion(0, few_new, insert);
+    slices["insert: SQLite, together"] =
+        insertion(half, together, [=](std::size_t n, std::size_t end) {
+            begin();
             insert(n, end);
-            table.commit();
+            commit();
         });
+}
+
+/// By the clock, as the server does the work.
+void add_redis(Slices &slices, const Shared &all) {
+    RedisTable &table = all->redis;
+    slices["read: Redis"] = repeated<wall_time>([all, &table](std::size_t n) {
+        table.queue_read(all->keys[n % order_length]);
+        table.finish_read(all->record);
+    });
+    slices["read: Redis, together"] = reads_together<wall_time>(
+        [] {}, [all, &table](std::size_t n) { table.queue_read(all->keys[n % order_length]); },
+        [all, &table] {
+            for (std::size_t i = 0; i < together; ++i)
+                table.finish_read(all->record);
+        });
+    slices["insert: Redis"] =
+        insertion<wall_time>(0, few_new, [all, &table](std::size_t n, std::size_t end) {
+            for (; n < end; ++n) {
+                table.queue_insert(all->added_packed[n]);
+                table.finish();
+            }
+        });
+    slices["insert: Redis, together"] =
+        insertion<wall_time>(half, together, [all, &table](std::size_t n, std::size_t end) {
+            for (; n < end; ++n)
+                table.queue_insert(all->added_packed[n]);
+            table.finish();
+        });
+}
+
+Slices set_up(std::uint32_t size) {
+    const auto all = std::make_shared<Databases>(size);
+    Slices slices;
+    add_store(slices, all);
+    add_lmdb(slices, all, all->lmdb, "LMDB");
+    add_lmdb(slices, all, all->write_map, "LMDB, MDB_WRITEMAP");
+    add_sqlite(slices, all);
+    add_redis(slices, all);
+    slices["read: nothing"] = empty_slice();
+    return slices;
 }
 
 } // namespace
 
-Rounds database_rounds(std::uint32_t size) {
-    const auto all = std::make_shared<Databases>(size);
-    Rounds rounds;
-    add_store(rounds, all);
-    add_lmdb(rounds, all, all->lmdb, "LMDB");
-    add_lmdb(rounds, all, all->write_map, "LMDB, WRITEMAP");
-    add_sqlite(rounds, all);
-    return rounds;
-}
-
-void measure_databases(const Scale &scale, Workers &workers, Report &report) {
-    struct Case {
+void measure_databases(const Scale &scale) {
+    const struct {
         std::string operation;
-        int rounds;
+        std::size_t slices;
         double lmdb; ///< the goals
         double sqlite;
-    };
-    const Case cases[] = {{"read", scale.rounds / 3, 4, 10}, {"insert", insert_rounds, 10, 10}};
-    for (const Case &one : cases)
-        for (const std::uint32_t size : scale.sizes) {
-            Worker &worker = workers.at(size);
-            std::vector<Variant> variants;
-            for (const char *who : {" ours", " LMDB", " SQLite", " LMDB, together",
-                                    " SQLite, together", " LMDB, WRITEMAP", " typed, database"})
-                variants.push_back({&worker, one.operation + who});
-            const std::vector<double> times = medians(variants, one.rounds);
-            const auto add = [&](const std::string &what, std::size_t other, Goal goal) {
-                report.add({what, size, times[other] / times[0], goal, {times[other], times[0]}});
+    } cases[] = {{"read: ", scale.slices, 4, 10},
+                 {"insert: ", std::min(scale.slices, most_insert_slices), 10, 10}};
+    for (const std::uint32_t size : scale.sizes) {
+        Worker worker([size] { return set_up(size); });
+        for (const auto &one : cases) {
+            const auto add = [&](const std::string &subject, Goal goal = information) {
+                report({one.operation + subject, one.operation + "store", size,
+                        compare(worker[one.operation + subject], worker[one.operation + "store"],
+                                one.slices, worker[one.operation + "nothing"]),
+                        goal});
             };
-            add("LMDB's " + one.operation + " / ours", 1, at_least(one.lmdb));
-            add("SQLite's " + one.operation + " / ours", 2, at_least(one.sqlite));
-            add("LMDB's with MDB_WRITEMAP / ours", 5, information);
-            add("LMDB's, many in a transaction / ours", 3, information);
-            add("SQLite's, many in a transaction / ours", 4, information);
-            add("typed " + one.operation + " / ours", 6, information);
+            add("LMDB", at_least(one.lmdb));
+            add("SQLite", at_least(one.sqlite));
+            add("Redis");
+            add("LMDB, MDB_WRITEMAP");
+            add("LMDB, together");
+            add("SQLite, together");
+            add("Redis, together");
+            add("typed");
         }
+    }
 }
 
 } // namespace l2vpn::bench

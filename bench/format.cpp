@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: MIT
-// A record as text, with the platform's sprintf_s and with one that only calls vsnprintf.
-#include <memory>
+// A record as text, against the least that could be done, and with a sprintf_s that only calls
+// vsnprintf.
 #include <stdexcept>
 #include <string>
+#include <vector>
 
+#include "bench/calls.h"
 #include "bench/plain_format.h"
 #include "bench/records.h"
 #include "bench/sections.h"
-#include "bench/timed.h"
+#include "bench/slice.h"
+#include "bench/to_chars_format.h"
 
 namespace l2vpn::bench {
 
@@ -26,31 +29,30 @@ std::string text(Format format, const L2vpnVplsPw &record) {
     return {buffer, format(record, buffer, sizeof buffer)};
 }
 
-Rounds set_up() {
-    const auto records = std::make_shared<std::vector<L2vpnVplsPw>>();
+/// Throws unless it gives the library's text.
+Slice formatting(Format format) {
+    std::vector<L2vpnVplsPw> records;
     for (std::uint32_t i = 0; i < count; ++i) {
-        records->push_back(pseudowire(i));
-        if (text(library_format, records->back()) != text(plain_format, records->back()))
+        records.push_back(pseudowire(i));
+        if (text(library_format, records.back()) != text(format, records.back()))
             throw std::runtime_error("two formatters disagree");
     }
-    const auto round = [records](Format format) {
-        return repeated(count, [records, format](std::size_t n) {
-            char buffer[2048];
-            if (format((*records)[n % count], buffer, sizeof buffer) == 0)
-                throw std::runtime_error("nothing formatted");
-        });
-    };
-    return {{"library", round(library_format)}, {"vsnprintf", round(plain_format)}};
+    return repeated([records, format](std::size_t n) {
+        char buffer[2048];
+        if (format(records[n % count], buffer, sizeof buffer) == 0)
+            throw std::runtime_error("nothing formatted");
+    });
 }
 
 } // namespace
 
-void measure_format(const Scale &scale, Report &report) {
-    Worker worker(set_up);
-    const std::vector<double> times =
-        medians({{&worker, "vsnprintf"}, {&worker, "library"}}, scale.rounds);
-    report.add({"format by vsnprintf / by the platform's sprintf_s", 1, times[0] / times[1],
-                at_least(5), times});
+void measure_format(const Scale &scale) {
+    const Slice library = formatting(library_format);
+    report({"format", "one pass of std::to_chars", 0,
+            compare(library, formatting(to_chars_format), scale.slices, empty_slice()),
+            at_most(1.6), "format"});
+    report({"format over vsnprintf", "format", 0,
+            compare(formatting(plain_format), library, scale.slices, empty_slice()), at_least(5)});
 }
 
 } // namespace l2vpn::bench

@@ -5,13 +5,13 @@
 
 #include "bench/records.h"
 #include "bench/sections.h"
-#include "bench/timed.h"
+#include "bench/slice.h"
 
 namespace l2vpn::bench {
 
 namespace {
 
-constexpr std::size_t operations = 1000;
+constexpr std::size_t operations = 200; ///< in a slice
 
 /// The members of groups of one kind, in random order.
 struct Half {
@@ -61,7 +61,7 @@ double change_some(Half &half, std::uint32_t elsewhere) {
     return (away + back) / 2;
 }
 
-Rounds set_up(std::uint32_t group) {
+Slices set_up(std::uint32_t group) {
     const auto large = std::make_shared<Half>(half(0, group, group));
     const auto small = std::make_shared<Half>(half(group, 2 * group, 10));
     for (const auto &records : {large, small})
@@ -75,23 +75,15 @@ Rounds set_up(std::uint32_t group) {
 
 } // namespace
 
-void measure_groups(const Scale &scale, Report &report) {
+void measure_groups(const Scale &scale) {
     Worker worker([&scale] { return set_up(scale.group); });
-    const std::vector<double> times = medians({{&worker, "delete, large"},
-                                               {&worker, "delete, small"},
-                                               {&worker, "change, large"},
-                                               {&worker, "change, small"}},
-                                              scale.rounds);
+    const std::string many = "a group of " + std::to_string(scale.group);
     // "About the same" is the goal; beyond this, it is not.
     const Goal same = at_most(1.3);
-    const std::string of = "a group of " + std::to_string(scale.group) + " / of 10";
-    report.add(
-        {"delete from " + of, 2 * scale.group, times[0] / times[1], same, {times[0], times[1]}});
-    report.add({"change the key in " + of,
-                2 * scale.group,
-                times[2] / times[3],
-                same,
-                {times[2], times[3]}});
+    report({"delete from " + many, "from a group of 10", 2 * scale.group,
+            compare(worker["delete, large"], worker["delete, small"], scale.slices), same});
+    report({"change a key in " + many, "in a group of 10", 2 * scale.group,
+            compare(worker["change, large"], worker["change, small"], scale.slices), same});
 }
 
 } // namespace l2vpn::bench

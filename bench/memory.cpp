@@ -25,7 +25,7 @@ void release(void *memory) {
     std::free(memory);
 }
 
-Rounds set_up(std::uint32_t size) {
+Slices set_up(std::uint32_t size) {
     const L2vpnDbMemIntf service = l2vpn_store_memory_service(allocate, release);
     L2VPN_DB_MemIntfReg(&service);
     fill_table(size);
@@ -34,11 +34,11 @@ Rounds set_up(std::uint32_t size) {
 
 } // namespace
 
-void measure_memory(const Scale &scale, Report &report) {
+void measure_memory(const Scale &scale) {
     for (const std::uint32_t size : scale.sizes) {
         Worker worker([size] { return set_up(size); });
-        report.add({"memory per record beyond its bytes, six keys (bytes)", size,
-                    worker.run("bytes per record") - stored_length, at_most(160)});
+        report({"memory per record beyond its bytes, six keys", "bytes", size,
+                worker.run("bytes per record") - stored_length, at_most(160)});
     }
 }
 

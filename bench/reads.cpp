@@ -4,14 +4,16 @@
 #include <memory>
 #include <memory_resource>
 #include <new>
+#include <string>
 #include <unordered_map>
 
 #include <boost/unordered/unordered_flat_map.hpp>
 #include <sys/mman.h>
 
+#include "bench/calls.h"
 #include "bench/records.h"
 #include "bench/sections.h"
-#include "bench/timed.h"
+#include "bench/slice.h"
 #include "l2vpn_db/platform.h"
 
 namespace l2vpn::bench {
@@ -84,51 +86,43 @@ struct Subjects {
     L2vpnDbRecData place{copy.bytes, stored_length, 0};
 };
 
-/// The C library's, even where the compiler could do better.
-void *(*volatile copy_bytes)(void *, const void *, std::size_t) = std::memcpy;
-
 /// 0, but nobody can know before the record has been read.
 std::size_t nothing(const StoredRecord &record) {
     return static_cast<unsigned char>(record.bytes[stored_length - 1]) / 255;
 }
 
-constexpr std::size_t operations =
-    20'000; // enough for a variant to fill the caches with what it needs
-
-/// Reads one record after the other; in the chained round the next key depends on the last record.
+/// Reads one record after the other; in the chained slices the next key depends on the last record.
 template <class Read>
-void add_rounds(Rounds &rounds, const std::string &name, const std::shared_ptr<Subjects> &subjects,
+void add_slices(Slices &slices, const std::string &name, const std::shared_ptr<Subjects> &subjects,
                 Read read) {
-    rounds[name] = repeated(operations, [read, s = subjects.get(), subjects](std::size_t n) {
+    slices[name] = repeated([read, s = subjects.get(), subjects](std::size_t n) {
         read(*s, s->keys[n % order_length]);
     });
-    rounds[name + " chained"] =
-        repeated(operations, [read, s = subjects.get(), subjects,
-                              more = std::size_t{0}](std::size_t n) mutable {
+    slices[name + ", chained"] = repeated(
+        [read, s = subjects.get(), subjects, more = std::size_t{0}](std::size_t n) mutable {
             read(*s, s->keys[(n + more) % order_length]);
             more = nothing(s->copy);
         });
 }
 
 template <class AnyMap>
-void add_map(Rounds &rounds, const std::string &name, const std::shared_ptr<Subjects> &subjects,
+void add_map(Slices &slices, const std::string &name, const std::shared_ptr<Subjects> &subjects,
              AnyMap Subjects::*map) {
-    add_rounds(rounds, name, subjects, [map](Subjects &s, const PrimaryKey &key) {
+    add_slices(slices, name, subjects, [map](Subjects &s, const PrimaryKey &key) {
         copy_bytes(s.copy.bytes, (s.*map).find(key)->second.bytes, stored_length);
     });
 }
 
-void add_store(Rounds &rounds, const std::string &name, const std::shared_ptr<Subjects> &subjects,
+void add_store(Slices &slices, const std::string &name, const std::shared_ptr<Subjects> &subjects,
                L2vpnDbTblIntf &table) {
-    add_rounds(rounds, name, subjects, [&table](Subjects &s, const PrimaryKey &key) {
+    add_slices(slices, name, subjects, [&table](Subjects &s, const PrimaryKey &key) {
         s.request.key = key.bytes;
         check(DAL_VELD_Read(&g_l2vpnDbModuleIntf, &table, &s.request, &s.place));
     });
 }
 
-} // namespace
-
-Rounds read_rounds(std::uint32_t size) {
+Slices set_up(std::uint32_t size) {
+    fill_table(size);
     const auto subjects = std::make_shared<Subjects>();
     subjects->map.reserve(size);
     subjects->huge_page_map.reserve(size);
@@ -146,43 +140,38 @@ Rounds read_rounds(std::uint32_t size) {
     for (const std::uint32_t i : subjects->numbers)
         subjects->keys.push_back(primary_key(i));
 
-    Rounds rounds;
-    add_map(rounds, "read unordered_map", subjects, &Subjects::map);
-    add_map(rounds, "read unordered_map, huge pages", subjects, &Subjects::huge_page_map);
-    add_map(rounds, "read unordered_flat_map", subjects, &Subjects::flat_map);
-    add_store(rounds, "read store", subjects, g_l2vpnL2vpnVplsPwIntf);
+    Slices slices;
+    add_map(slices, "unordered_map", subjects, &Subjects::map);
+    add_map(slices, "unordered_map, huge pages", subjects, &Subjects::huge_page_map);
+    add_map(slices, "unordered_flat_map", subjects, &Subjects::flat_map);
+    add_store(slices, "store", subjects, g_l2vpnL2vpnVplsPwIntf);
     static L2vpnDbTblIntf uncounted = g_l2vpnL2vpnVplsPwIntf;
     uncounted.stat = nullptr;
-    add_store(rounds, "read store uncounted", subjects, uncounted);
-    rounds["read typed"] =
-        repeated(operations, [subjects, record = pseudowire(0)](std::size_t n) mutable {
-            record.pwTunnelId = subjects->numbers[n % order_length];
-            check(L2VPN_DB_L2vpnVplsPwRead(&record));
-        });
-    return rounds;
+    add_store(slices, "store without statistics", subjects, uncounted);
+    slices["typed"] = repeated([subjects, record = pseudowire(0)](std::size_t n) mutable {
+        record.pwTunnelId = subjects->numbers[n % order_length];
+        check(L2VPN_DB_L2vpnVplsPwRead(&record));
+    });
+    slices["nothing"] = empty_slice();
+    return slices;
 }
 
-void measure_reads(const Scale &scale, Workers &workers, Report &report) {
+} // namespace
+
+void measure_reads(const Scale &scale) {
     for (const std::uint32_t size : scale.sizes) {
-        Worker &worker = workers.at(size);
-        const std::vector<double> times = medians({{&worker, "read store"},
-                                                   {&worker, "read typed"},
-                                                   {&worker, "read unordered_map"},
-                                                   {&worker, "read unordered_map, huge pages"},
-                                                   {&worker, "read unordered_flat_map"},
-                                                   {&worker, "read store chained"},
-                                                   {&worker, "read unordered_map chained"},
-                                                   {&worker, "read store uncounted"}},
-                                                  scale.rounds);
-        const auto add = [&](const char *what, std::size_t a, std::size_t b, Goal goal) {
-            report.add({what, size, times[a] / times[b], goal, {times[a], times[b]}});
+        Worker worker([size] { return set_up(size); });
+        const auto add = [&](const char *subject, const char *reference, Goal goal = information) {
+            report({std::string("read: ") + subject, std::string("read: ") + reference, size,
+                    compare(worker[subject], worker[reference], scale.slices, worker["nothing"]),
+                    goal, subject == std::string("typed") ? "read" : "DAL_VELD_Read"});
         };
-        add("read / find in unordered_map and copy", 0, 2, at_most(size < 100'000 ? 1.3 : 1.0));
-        add("the same, the map in huge pages", 0, 3, information);
-        add("read / find in unordered_flat_map and copy", 0, 4, information);
-        add("read without statistics / find in unordered_map and copy", 7, 2, information);
-        add("typed read / find in unordered_map and copy", 1, 2, information);
-        add("read / find and copy, each key known by the last record", 5, 6, information);
+        add("store", "unordered_map", at_most(size < 100'000 ? 1.3 : 1.0));
+        add("store", "unordered_map, huge pages");
+        add("store", "unordered_flat_map");
+        add("store without statistics", "unordered_map");
+        add("typed", "unordered_map");
+        add("store, chained", "unordered_map, chained");
     }
 }
 

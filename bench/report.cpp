@@ -1,69 +1,44 @@
 // SPDX-License-Identifier: MIT
 #include "bench/report.h"
 
-#include <fstream>
 #include <iostream>
-#include <stdexcept>
 
-#include <fmt/format.h>
-#include <fmt/ranges.h>
 #include <nlohmann/json.hpp>
 
 namespace l2vpn::bench {
 
 namespace {
 
-constexpr auto line = "{:<58} {:>9} {:>8} {:>8}  {:<4} {}\n";
+void print(nlohmann::ordered_json line, std::uint32_t records, const Goal &goal) {
+    if (records != 0)
+        line["records"] = records;
+    if (goal.kind != Goal::Kind::none)
+        line[goal.kind == Goal::Kind::at_most ? "at_most" : "at_least"] = goal.value;
+    std::cout << line.dump() << std::endl; // each at once: the next one may take long
+}
 
 } // namespace
 
-std::string Report::judgement(const Figure &figure) const {
-    if (!judges_ || figure.goal.kind == Goal::Kind::none)
-        return "-";
-    const bool most = figure.goal.kind == Goal::Kind::at_most;
-    return (most ? figure.value <= figure.goal.value : figure.value >= figure.goal.value) ? "yes"
-                                                                                          : "no";
-}
-
-void Report::add(const Figure &figure) {
-    if (figures_.empty())
-        std::cout << fmt::format(line, "what", "records", "figure", "goal", "met",
-                                 "ns per operation");
-    std::string goal = "-";
-    if (figure.goal.kind != Goal::Kind::none)
-        goal = fmt::format(
-            "{} {:g}", figure.goal.kind == Goal::Kind::at_most ? "<=" : ">=", figure.goal.value);
-    std::string more;
-    if (!figure.times.empty())
-        more = fmt::format("{:.0f}", fmt::join(figure.times, " / "));
+void report(const Figure &figure) {
+    const Comparison &comparison = figure.comparison;
+    nlohmann::ordered_json line{{"subject", figure.subject},
+                                {"reference", figure.reference},
+                                {"unit", "ratio"},
+                                {"value", comparison.ratio.median},
+                                {"lower_quartile", comparison.ratio.lower},
+                                {"upper_quartile", comparison.ratio.upper},
+                                {"subject_ns", comparison.subject},
+                                {"reference_ns", comparison.reference}};
+    if (!figure.operation.empty())
+        line["operation"] = figure.operation;
     if (!figure.remark.empty())
-        more += (more.empty() ? "" : "; ") + figure.remark;
-    std::cout << fmt::format(line, figure.what, fmt::group_digits(figure.size),
-                             fmt::format("{:.2f}", figure.value), goal, judgement(figure), more)
-              << std::flush;
-    figures_.push_back(figure);
+        line["remark"] = figure.remark;
+    print(std::move(line), figure.records, figure.goal);
 }
 
-void Report::write_json(const std::string &file) const {
-    nlohmann::ordered_json all = nlohmann::ordered_json::array();
-    for (const Figure &figure : figures_) {
-        nlohmann::ordered_json one{
-            {"what", figure.what}, {"records", figure.size}, {"figure", figure.value}};
-        if (figure.goal.kind != Goal::Kind::none)
-            one[figure.goal.kind == Goal::Kind::at_most ? "at_most" : "at_least"] =
-                figure.goal.value;
-        if (const std::string met = judgement(figure); met != "-")
-            one["met"] = met == "yes";
-        if (!figure.times.empty())
-            one["nanoseconds"] = figure.times;
-        if (!figure.remark.empty())
-            one["remark"] = figure.remark;
-        all.push_back(one);
-    }
-    std::ofstream out(file);
-    out << all.dump(1) << '\n';
-    if (!out.flush())
-        throw std::runtime_error("cannot write " + file);
+void report(const Quantity &quantity) {
+    print({{"subject", quantity.subject}, {"unit", quantity.unit}, {"value", quantity.value}},
+          quantity.records, quantity.goal);
 }
 
 } // namespace l2vpn::bench

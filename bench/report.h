@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: MIT
-// The table of figures, and the same for machines.
+// The figures, a line of JSON each, for report.py.
 #pragma once
 
 #include <cstdint>
 #include <string>
-#include <vector>
+
+#include "bench/compare.h"
 
 namespace l2vpn::bench {
 
@@ -25,29 +26,25 @@ constexpr Goal at_least(double value) {
 }
 
 struct Figure {
-    std::string what;
-    std::uint32_t size; ///< records in the table
-    double value;       ///< a ratio, unless `what` says otherwise
-    Goal goal;
-    std::vector<double> times{}; ///< nanoseconds per operation that the ratio was taken from
+    std::string subject;
+    std::string reference;
+    std::uint32_t records; ///< in the table; 0 where none is
+    Comparison comparison;
+    Goal goal = information;
+    std::string operation{}; ///< what instructions.cpp calls the subject
     std::string remark{};
 };
 
-class Report {
-public:
-    /// Without judging, as in runs that are too short for it.
-    explicit Report(bool judges) : judges_(judges) {}
-
-    /// Adds a figure and prints its line.
-    void add(const Figure &figure);
-    /// Throws if the file cannot be written.
-    void write_json(const std::string &file) const;
-
-private:
-    [[nodiscard]] std::string judgement(const Figure &figure) const;
-
-    bool judges_;
-    std::vector<Figure> figures_;
+/// Without a reference: one value, of a unit.
+struct Quantity {
+    std::string subject;
+    std::string unit;
+    std::uint32_t records;
+    double value;
+    Goal goal;
 };
+
+void report(const Figure &figure);
+void report(const Quantity &quantity);
 
 } // namespace l2vpn::bench

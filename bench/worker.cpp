@@ -1,12 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "bench/worker.h"
 
-#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <exception>
-#include <numeric>
-#include <random>
 #include <stdexcept>
 
 #include <fmt/format.h>
@@ -17,7 +14,7 @@ namespace l2vpn::bench {
 
 namespace {
 
-/// The name of a round; the answer is its result. Both pass through a pipe in one piece.
+/// The name of a slice; the answer is its result. Both pass through a pipe in one piece.
 struct Question {
     char name[128];
 };
@@ -33,11 +30,11 @@ bool send(int pipe, const Message &message) {
 }
 
 /// Answers questions until there are no more.
-int serve(const std::function<Rounds()> &set_up, int questions, int answers) {
+int serve(const std::function<Slices()> &set_up, int questions, int answers) {
     try {
-        Rounds rounds = set_up();
+        Slices slices = set_up();
         Question question{};
-        while (receive(questions, question) && send(answers, rounds.at(question.name)())) {
+        while (receive(questions, question) && send(answers, slices.at(question.name)())) {
         }
         return 0;
     } catch (const std::exception &error) {
@@ -48,7 +45,7 @@ int serve(const std::function<Rounds()> &set_up, int questions, int answers) {
 
 } // namespace
 
-Worker::Worker(const std::function<Rounds()> &set_up) {
+Worker::Worker(const std::function<Slices()> &set_up) {
     int question[2];
     int answer[2];
     if (pipe(question) != 0 || pipe(answer) != 0)
@@ -75,38 +72,12 @@ Worker::~Worker() {
     waitpid(process_, nullptr, 0);
 }
 
-double Worker::run(const std::string &round) {
+double Worker::run(const std::string &slice) {
     Question question{};
-    round.copy(question.name, sizeof question.name - 1);
+    slice.copy(question.name, sizeof question.name - 1);
     double result = 0;
     if (!send(questions_, question) || !receive(answers_, result))
-        throw std::runtime_error("the process that runs '" + round + "' has failed");
-    return result;
-}
-
-std::vector<std::vector<double>> interleave(const std::vector<Variant> &variants, int count) {
-    std::vector<std::vector<double>> results(variants.size());
-    std::vector<std::size_t> order(variants.size());
-    std::iota(order.begin(), order.end(), 0U);
-    std::mt19937 random(1); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same in each run
-    for (int n = 0; n < count; ++n) {
-        std::shuffle(order.begin(), order.end(), random);
-        for (const std::size_t v : order)
-            results[v].push_back(variants[v].worker->run(variants[v].round));
-    }
-    return results;
-}
-
-double median(std::vector<double> values) {
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
-
-std::vector<double> medians(const std::vector<Variant> &variants, int count) {
-    std::vector<double> result;
-    for (std::vector<double> &values : interleave(variants, count))
-        result.push_back(median(std::move(values)));
+        throw std::runtime_error("the process that runs '" + slice + "' has failed");
     return result;
 }
 

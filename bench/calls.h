@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: MIT
+// Calls that nothing may shorten, on a few records that the first-level cache holds.
+#pragma once
+
+#include <array>
+#include <cstring>
+
+#include "bench/records.h"
+#include "bench/slice.h"
+
+namespace l2vpn::bench {
+
+constexpr std::size_t few = 8;
+
+using FewRecords = std::array<L2vpnVplsPw, few>;
+using FewBytes = std::array<std::array<char, sizeof(L2vpnVplsPw)>, few>;
+
+inline FewRecords few_records() {
+    FewRecords records{};
+    for (std::uint32_t i = 0; i < few; ++i)
+        records[i] = pseudowire(i);
+    return records;
+}
+
+/// The C library's, even where the compiler could do better.
+inline void *(*volatile copy_bytes)(void *, const void *, std::size_t) = std::memcpy;
+
+[[gnu::noinline]] inline void do_nothing(void *, const void *, std::size_t) {
+    __asm__ volatile("");
+}
+inline void (*volatile empty_call)(void *, const void *, std::size_t) = do_nothing;
+
+/// A copy of a caller record's bytes.
+inline Slice memcpy_slice() {
+    return repeated([records = few_records(), bytes = FewBytes{}](std::size_t n) mutable {
+        copy_bytes(bytes[n % few].data(), &records[n % few], sizeof(L2vpnVplsPw));
+    });
+}
+
+/// What a call costs that does nothing.
+inline Slice empty_slice() {
+    return repeated([records = few_records(), bytes = FewBytes{}](std::size_t n) mutable {
+        empty_call(bytes[n % few].data(), &records[n % few], sizeof(L2vpnVplsPw));
+    });
+}
+
+} // namespace l2vpn::bench

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: MIT
+// Caller record to stored record and back, against one copy of as many bytes and against what
+// others make of the same record.
+#include <cstring>
+#include <stdexcept>
+#include <string>
+
+#include "bench/calls.h"
+#include "bench/records.h"
+#include "bench/sections.h"
+#include "bench/serializers.h"
+
+namespace l2vpn::bench {
+
+namespace {
+
+auto *volatile to_stored = L2VPN_DB_L2vpnVplsPwSetAllFields;
+auto *volatile to_caller = L2VPN_DB_L2vpnVplsPwGetAllFields;
+
+/// What encodes the record and decodes it again, after a look at what comes out.
+Slice round_trip(void (*encode_and_decode)(const L2vpnVplsPw &, L2vpnVplsPw &)) {
+    for (std::uint32_t i = 0; i < few; ++i) {
+        const L2vpnVplsPw record = pseudowire(i);
+        L2vpnVplsPw result{};
+        encode_and_decode(record, result);
+        if (std::memcmp(&record, &result, sizeof record) != 0)
+            throw std::runtime_error("a record does not come back as it was");
+    }
+    return repeated([encode_and_decode, records = few_records(), result = L2vpnVplsPw{}](
+                        std::size_t n) mutable { encode_and_decode(records[n % few], result); });
+}
+
+void convert_both_ways(const L2vpnVplsPw &record, L2vpnVplsPw &result) {
+    char stored[stored_length];
+    to_stored(&record, stored);
+    to_caller(stored, &result);
+}
+
+} // namespace
+
+void measure_conversion(const Scale &scale) {
+    const Slice store =
+        repeated([records = few_records(), stored = FewBytes{}](std::size_t n) mutable {
+            to_stored(&records[n % few], stored[n % few].data());
+        });
+    const Slice load =
+        repeated([records = few_records(), stored = FewBytes{}](std::size_t n) mutable {
+            to_caller(stored[n % few].data(), &records[n % few]);
+        });
+    const char *const reference = "memcpy of 280 bytes, called";
+    report({"conversion to the stored record", reference, 0,
+            compare(store, memcpy_slice(), scale.slices, empty_slice()), at_most(1.5),
+            "set all fields"});
+    report({"conversion to the caller's record", reference, 0,
+            compare(load, memcpy_slice(), scale.slices, empty_slice()), at_most(1.5),
+            "get all fields"});
+
+    const Slice both = round_trip(convert_both_ways);
+    const struct {
+        const char *name;
+        void (*encode_and_decode)(const L2vpnVplsPw &, L2vpnVplsPw &);
+    } others[] = {{"FlatBuffers", flatbuffers_round_trip},
+                  {"Cap'n Proto", capnproto_round_trip},
+                  {"Protocol Buffers", protobuf_round_trip}};
+    for (const auto &other : others)
+        report({std::string("encode + decode: ") + other.name, "encode + decode: conversion", 0,
+                compare(round_trip(other.encode_and_decode), both, scale.slices, empty_slice()),
+                at_least(13)});
+}
+
+} // namespace l2vpn::bench

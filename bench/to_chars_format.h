@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+
+#include "l2vpn_db/l2vpn_vpls_pw.h"
+
+namespace l2vpn::bench {
+
+/// What L2VPN_AST_L2vpnVplsPwFormat writes, into a buffer that is long enough.
+std::uint32_t to_chars_format(const L2vpnVplsPw &record, char *buffer, std::uint32_t length);
+
+} // namespace l2vpn::bench
