@@ -16,6 +16,7 @@ import sys
 from pathlib import Path
 
 import catalog
+import debugger
 import glossary
 import headers
 import history
@@ -89,6 +90,7 @@ def write_sources(tables: list, output: Path) -> None:
         "interface_rows.cpp": sources.interface_rows(tables),
         "exports.map": sources.export_list(tables),
         "platform/record_objects.cpp": sources.record_objects(tables),
+        "debugger/tables.py": debugger.facts(tables),
         "tests/table_list.cpp": sources.test_table_list(tables),
     }
     typed = [table for table in tables if table.typed]

@@ -64,11 +64,21 @@ class Consumer(unittest.TestCase):
             "-o", build / "in_cxx")
         self.run_programs(build, libraries)
 
+    def use_debugger(self, prefix: Path) -> None:
+        """A gdb that is installed in the same prefix finds the printers by itself."""
+        scripts = prefix / "share/gdb/auto-load"
+        output = run("gdb", "--batch", "-nx", "-iex", f"set auto-load scripts-directory {scripts}",
+                     "-iex", f"set auto-load safe-path {scripts}", "-ex", "info pretty-printer",
+                     prefix / "lib/libl2vpn_db.so")
+        self.assertRegex(output, r"objfile .*/libl2vpn_db\.so.* pretty-printers:\n +l2vpn_db")
+
     def test_installed_prefix(self) -> None:
         prefix = self.folder / "prefix"
         run("cmake", "--install", ARGUMENTS.build, "--prefix", prefix)
         self.use_cmake(prefix, prefix / "lib")
         self.use_pkg_config(prefix / "lib")
+        if not ARGUMENTS.emulator:
+            self.use_debugger(prefix)
 
     def test_second_build_and_its_packages(self) -> None:
         # Other folders, of other depth, must not show in what is built.
@@ -99,6 +109,8 @@ class Consumer(unittest.TestCase):
         for package in packages:
             run("dpkg-deb", "-x", package, system)
         libraries = system / "usr" / "lib" / ARGUMENTS.multiarch
+        printers = f"share/gdb/auto-load/usr/lib/{ARGUMENTS.multiarch}/libl2vpn_db.so.{version}-gdb.py"
+        self.assertTrue((system / "usr" / printers).is_file())
         self.use_cmake(system / "usr", libraries)
         self.use_pkg_config(libraries)
 

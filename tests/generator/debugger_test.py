@@ -1,0 +1,49 @@
+# SPDX-License-Identifier: MIT
+"""The debugger's facts are those that tests/expected writes down independently."""
+
+import sys
+import unittest
+
+import expected_test
+
+sys.path.insert(0, str(expected_test.ROOT / "generator"))
+import debugger  # noqa: E402  # pylint: disable=wrong-import-position
+
+KINDS = {"-": "integer", "6x1": "mac", "2x1": "pair"}
+
+
+def kind(elements: str) -> str:
+    return KINDS.get(elements, "context" if elements.startswith("2x") else "bytes")
+
+
+def wanted(files: dict, table: str) -> dict:
+    """What the files say of a table; its stored record is its fields without gaps."""
+    access, record_size, _, _, stored_size, *_ = files["tables"][table][0]
+    fields, stored = [], 0
+    for _, name, offset, width, elements in files["fields"][table]:
+        fields.append((name, kind(elements), int(width), int(offset), stored))
+        stored += int(width)
+    return {
+        "record": "".join(word.capitalize() for word in table.split("_")),
+        "record_size": int(record_size),
+        "stored_size": int(stored_size) if access == "typed" else None,
+        "fields": fields,
+        "keys": [(key, *members.split(",")) for _, key, members, *_ in files["keys"][table]],
+    }
+
+
+class Debugger(unittest.TestCase):
+    def test_facts(self):
+        errors = []
+        tables = expected_test.catalog.load(expected_test.ROOT, errors)
+        self.assertEqual(errors, [])
+        found = {}
+        exec(debugger.facts(tables), found)  # pylint: disable=exec-used
+        files = expected_test.expected()
+        self.assertEqual(list(found["TABLES"]), sorted(files["tables"]))
+        for table, facts in found["TABLES"].items():
+            self.assertEqual(facts, wanted(files, table), table)
+
+
+if __name__ == "__main__":
+    unittest.main()
