@@ -13,7 +13,6 @@
 
 #include "calls.h"
 #include "failover.h"
-#include "load.h"
 #include "network.h"
 #include "record_file.h"
 #include "report.h"

@@ -1,26 +1,24 @@
 // SPDX-License-Identifier: MIT
-// Reads a file of records, {"<table>": [{"<field>": value, ...}, ...], ...}, and checks it against
-// the tables' schemas. Fields that are not given are 0. A value is
-//   a number                  for a field of 1, 2, 4 or 8 bytes; 4 bytes also as "192.0.2.1"
-//   a list of two numbers     for an array of two bytes
-//   text, "00:1b:44:11:3a:b7" for a MAC address or other opaque bytes
+// A file of records (records/record_reader.h) in memory: read and checked as a whole, and then
+// stored as a whole.
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
-#include "table.h"
+#include "records/table.h"
 
 namespace l2vpn::demo {
 
 struct Record {
     std::size_t line;
-    std::vector<std::byte> bytes; ///< a caller record of the table
+    records::Bytes bytes;
 };
 
 struct TableRecords {
-    Table table; ///< has access
+    records::Table table; ///< has access
     std::vector<Record> records;
 };
 
@@ -30,10 +28,11 @@ struct RecordFile {
     std::vector<std::string> errors;  ///< in the order of the file, each with file and line
 };
 
-/// Reads and checks a whole file. Stores nothing.
+/// Reads and checks a whole file, in which no primary key may stand twice. Stores nothing.
 RecordFile read_record_file(const std::string &path);
 
-/// The record's primary key for messages: "vrIndex 1, instanceId 100".
-std::string primary_key_text(const Table &table, const std::vector<std::byte> &record);
+/// Stores all records, or none: if one is refused, those before it are put back as they were.
+/// @return what went wrong, none if nothing
+std::optional<std::string> store_records(const RecordFile &file);
 
 } // namespace l2vpn::demo

@@ -225,6 +225,22 @@ def record_objects(tables: list) -> str:
             f'extern "C" {{\n\n{functions_out}\n}} // extern "C"\n')
 
 
+def record_table_list(tables: list) -> str:
+    """The tables for code that knows no record type: addresses of their functions, no figures."""
+    includes = "".join(f'#include "l2vpn_db/{table.name}.h"\n' for table in tables)
+    rows = ""
+    for table in tables:
+        db, typed = f"L2VPN_DB_{table.camel}", ""
+        if table.typed:
+            set_key = ", ".join(f"untyped<{db}Set{key.infix}Key>" for key in table.keys)
+            typed = (f", {db}DalIntf, {db}GetStat, untyped<{db}SetAllFields>,\n"
+                     f"     untyped<{db}GetAllFields>, {{{set_key}}}")
+        rows += f"    {{L2VPN_AST_{table.camel}Module{typed}}},\n"
+    return (f'{NOTICE}{includes}#include "records/table_list.h"\n\nnamespace l2vpn::records {{\n\n'
+            f"const std::vector<TableFunctions> table_functions = {{\n{rows}}};\n\n"
+            "} // namespace l2vpn::records\n")
+
+
 def test_table_list(tables: list) -> str:
     """The tables as tests see them: names and functions behind untyped pointers, no figures."""
     includes = "".join(f'#include "l2vpn_db/{table.name}.h"\n' for table in tables)

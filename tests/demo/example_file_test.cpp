@@ -6,7 +6,7 @@
 #include <set>
 #include <string_view>
 
-#include "examples/field_value.h"
+#include "records/field_value.h"
 
 namespace l2vpn::test {
 namespace {
@@ -189,7 +189,7 @@ TEST_F(ExampleFile, RecordsThatNameOthersNameExistingOnes) {
          "ifIndex"},
     };
     const auto value = [](const TableRecords &table, const char *field, const Record &record) {
-        return demo::field_text(*table.table.field(field), record.bytes.data());
+        return records::field_text(*table.table.field(field), record.bytes.data());
     };
     const auto values = [&](const TableRecords &table, const std::vector<const char *> &fields,
                             const Record &record) {
@@ -223,7 +223,7 @@ TEST_F(ExampleFile, LabelsAndIndexesAreNotSharedBetweenPseudowires) {
             const TableRecords &pseudowires = records_of(table);
             for (const Record &record : pseudowires.records) {
                 const std::string text =
-                    demo::field_text(*pseudowires.table.field(field), record.bytes.data());
+                    records::field_text(*pseudowires.table.field(field), record.bytes.data());
                 EXPECT_TRUE(seen.insert(text).second)
                     << field << " " << text << ", line " << record.line;
             }

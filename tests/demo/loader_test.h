@@ -14,7 +14,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "examples/load.h"
+#include "records/table.h"
 #include "examples/record_file.h"
 #include "tests/support/table_list.h"
 

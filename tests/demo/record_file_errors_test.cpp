@@ -18,7 +18,8 @@ TEST_F(RecordFileErrors, UnknownTable) {
 }
 
 TEST_F(RecordFileErrors, EveryTableCanBeAHint) {
-    EXPECT_TRUE(std::ranges::equal(demo::table_names(), schema_tables, {}, {}, &SchemaTable::name));
+    EXPECT_TRUE(
+        std::ranges::equal(records::table_names(), schema_tables, {}, {}, &SchemaTable::name));
 }
 
 TEST_F(RecordFileErrors, TableNameThatOnlyGivesTheSameFunctionNames) {
@@ -199,8 +200,8 @@ TEST_F(RecordFileErrors, Syntax) {
     expect_refused("{\"l2vpn_vpls_pw\": [\n{\"vrIndex\": 1}\n{\"vrIndex\": 2}]}",
                    {":3: syntax error while parsing array - unexpected '{'; expected ']'"});
     expect_refused(
-        "{}\n\n{}",
-        {":3: syntax error while parsing value - unexpected '{'; expected end of input"});
+        "{\n}\n\n{}",
+        {":4: syntax error while parsing value - unexpected '{'; expected end of input"});
     expect_refused("{\"l2vpn_vpls_pw\": [\n{\"vrIndex\": 1}\n",
                    {":2: syntax error while parsing array - unexpected end of input; expected "
                     "']'"});

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The input as the demo's record file: all of it is stored, or nothing and messages say why, each
-// with its place in the file.
+// The input as a file of records, JSON or JSON Lines: all of it is stored, or nothing and messages
+// say why, each with its place in the file.
 #include <charconv>
 #include <optional>
 #include <sstream>
@@ -11,7 +11,6 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include "examples/load.h"
 #include "examples/record_file.h"
 #include "tests/fuzz/fuzz.h"
 #include "tests/support/table_list.h"
@@ -54,7 +53,7 @@ std::uint32_t count(const TypedTable &table) {
 
 /// The fields that both records have alike, without the bytes between them.
 bool same(const TableRecords &table, const Record &left, const Record &right) {
-    return std::ranges::all_of(table.table.fields, [&](const demo::Field &field) {
+    return std::ranges::all_of(table.table.fields, [&](const records::Field &field) {
         const auto at = static_cast<std::ptrdiff_t>(field.offset);
         return std::equal(left.begin() + at, left.begin() + at + static_cast<int>(field.width),
                           right.begin() + at);
@@ -88,9 +87,10 @@ void remove_all(const RecordFile &file) {
 RecordFile refused_at_the_end(RecordFile file) {
     for (TableRecords &table : file.tables)
         for (demo::Record &record : table.records)
-            for (const demo::Field &field : table.table.fields)
-                if (std::ranges::find(table.table.primary_key, field.id, &demo::Field::id) ==
-                    table.table.primary_key.end())
+            for (const records::Field &field : table.table.fields)
+                if (std::ranges::find(table.table.primary_key().members, field.id,
+                                      &records::Field::id) ==
+                    table.table.primary_key().members.end())
                     record.bytes[field.offset] ^= std::byte{0xFF};
     TableRecords &last = file.tables.back();
     last.records.push_back({1, Record(last.table.record_size + 1)});
@@ -98,9 +98,9 @@ RecordFile refused_at_the_end(RecordFile file) {
 }
 
 /// The field's bytes as the file gives them, read in a way of its own.
-Record given(const demo::Field &field, const nlohmann::json &value) {
+Record given(const records::Field &field, const nlohmann::json &value) {
     Record bytes;
-    if (value.is_string() && field.kind == demo::Field::Kind::bytes) {
+    if (value.is_string() && field.kind == records::Field::Kind::bytes) {
         for (const char *at = value.get_ref<const std::string &>().c_str();; ++at) {
             char *end = nullptr;
             bytes.push_back(static_cast<std::byte>(std::strtoul(at, &end, 16)));
@@ -130,7 +130,18 @@ Record given(const demo::Field &field, const nlohmann::json &value) {
 
 /// What was accepted holds what the text says and is 0 otherwise.
 void expect_contents(const RecordFile &file, const std::uint8_t *data, std::size_t size) {
-    const auto text = nlohmann::json::parse(data, data + size);
+    nlohmann::json text = nlohmann::json::object();
+    std::istringstream all(std::string(data, data + size));
+    const bool one = nlohmann::json::accept(all.str());
+    for (std::string line; std::getline(all, line, one ? '\0' : '\n');) {
+        if (line.find_first_not_of(" \t\r") == line.npos)
+            continue;
+        const auto tables = nlohmann::json::parse(line);
+        for (const auto &[table, records] : tables.items())
+            if (table != "version")
+                for (const nlohmann::json &record : records)
+                    text[table].push_back(record);
+    }
     require(text.size() == file.tables.size(), "the number of tables");
     for (const TableRecords &table : file.tables) {
         const nlohmann::json &records = text.at(table.table.name);
@@ -138,7 +149,7 @@ void expect_contents(const RecordFile &file, const std::uint8_t *data, std::size
         for (std::size_t i = 0; i < records.size(); ++i) {
             Record expected(table.table.record_size);
             for (const auto &[name, value] : records[i].items()) {
-                const demo::Field *const field = table.table.field(name);
+                const records::Field *const field = table.table.field(name);
                 require(field != nullptr, "a field that there is");
                 const Record bytes = given(*field, value);
                 require(bytes.size() == field->width, "a value as long as the field");

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include "nearest.h"
+#include "records/nearest.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <numeric>
 #include <string_view>
 
-namespace l2vpn::demo {
+namespace l2vpn::records {
 namespace {
 
 /// Insertions, deletions and replacements that turn one text into the other.
@@ -31,4 +31,4 @@ const std::string &nearest(const std::string &name, const std::vector<std::strin
         known, {}, [&](const std::string &candidate) { return edits(name, candidate); });
 }
 
-} // namespace l2vpn::demo
+} // namespace l2vpn::records

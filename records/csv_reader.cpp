@@ -1,0 +1,160 @@
+// SPDX-License-Identifier: MIT
+#include "records/csv_reader.h"
+
+#include <algorithm>
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "records/field_value.h"
+
+namespace l2vpn::records {
+namespace {
+
+/// A longer cell is refused: it is a quotation mark that is missing.
+constexpr std::size_t max_cell = 65536;
+
+class RowReader {
+public:
+    explicit RowReader(TextSource &source) : source_(source) {}
+
+    /// The next row that is not blank; false at the end.
+    /// @param problem  out, what is wrong with the row; empty if nothing is
+    bool next(std::vector<std::string> &cells, std::string &problem) {
+        problem.clear();
+        do {
+            cells.clear();
+            if (source_.peek() == TextSource::end) {
+                return false;
+            }
+            begin_ = true;
+            while (cell(cells.emplace_back(), problem)) {
+            }
+        } while (cells.size() == 1 && cells[0].empty() && problem.empty());
+        return true;
+    }
+
+    /// Where the row begins.
+    std::size_t line() const { return line_; }
+
+private:
+    /// Reads a cell and what ends it; false if that ends the row.
+    bool cell(std::string &text, std::string &problem) {
+        bool quoted = false;     // within quotation marks
+        bool was_quoted = false; // behind them
+        while (true) {
+            const int next = source_.peek();
+            if (next == TextSource::end) {
+                if (quoted) {
+                    problem = "a quotation mark that nothing closes";
+                }
+                return false;
+            }
+            source_.skip();
+            if (std::exchange(begin_, false)) {
+                line_ = source_.line();
+            }
+            const char character = static_cast<char>(next);
+            if (quoted) {
+                if (character != '"') {
+                    text += character;
+                } else if (source_.peek() == '"') {
+                    source_.skip();
+                    text += character;
+                } else {
+                    quoted = false;
+                    was_quoted = true;
+                }
+            } else if (character == ',' || character == '\n') {
+                return character == ',';
+            } else if (character == '\r' && source_.peek() == '\n') {
+                continue;
+            } else if (was_quoted || (character == '"' && !text.empty())) {
+                problem = "a quotation mark within a cell";
+            } else if (character == '"') {
+                quoted = true;
+            } else {
+                text += character;
+            }
+            if (text.size() > max_cell) {
+                problem = fmt::format("a cell of more than {} characters", max_cell);
+                text.clear();
+            }
+        }
+    }
+
+    TextSource &source_;
+    std::size_t line_ = 0;
+    bool begin_ = true;
+};
+
+/// The columns' fields; empty if one is wrong.
+std::vector<const Field *> columns_of(const Table &table, const std::vector<std::string> &names,
+                                      std::size_t line, RecordSink &sink) {
+    std::vector<const Field *> columns;
+    bool right = true;
+    for (const std::string &name : names) {
+        const Field *const field = table.field(name);
+        const std::string where = place_of(table.name, name);
+        if (field == nullptr) {
+            sink.refuse(unknown_name(line, where, "field", name, field_names(table.fields)));
+            right = false;
+        } else if (std::ranges::count(columns, field) != 0) {
+            sink.refuse({line, where, "a second column", "one"});
+            right = false;
+        }
+        columns.push_back(field);
+    }
+    return right ? columns : std::vector<const Field *>{};
+}
+
+} // namespace
+
+void read_csv(TextSource &source, const std::string &table_name, RecordSink &sink) {
+    RowReader rows(source);
+    std::vector<std::string> cells;
+    std::string problem;
+    rows.next(cells, problem);
+    const Table *const table = stored_table(table_name, rows.line(), sink);
+    if (table == nullptr) {
+        return;
+    }
+    if (!problem.empty()) {
+        return sink.refuse({rows.line(), place_of(table->name), problem, "names of fields"});
+    }
+    const auto columns = columns_of(*table, cells, rows.line(), sink);
+    if (columns.empty()) {
+        return;
+    }
+    RecordBuilder record(sink);
+    while (rows.next(cells, problem)) {
+        if (problem.empty() && cells.size() != columns.size()) {
+            problem = counted(cells.size(), "cell");
+        }
+        if (!problem.empty()) {
+            sink.refuse({rows.line(), place_of(table->name), problem,
+                         counted(columns.size(), "cell") + " as in the first line"});
+            continue;
+        }
+        record.begin(*table, rows.line());
+        for (std::size_t i = 0; i < cells.size(); ++i) {
+            Value value = word_value(*columns[i], cells[i]);
+            value.line = rows.line();
+            record.field(*columns[i], rows.line(), value);
+        }
+        record.end();
+    }
+}
+
+std::string csv_cell(std::string_view text) {
+    if (text.find_first_of(",\"\r\n") == text.npos) {
+        return std::string(text);
+    }
+    std::string cell = "\"";
+    for (const char character : text) {
+        cell.append(character == '"' ? 2 : 1, character);
+    }
+    return cell + '"';
+}
+
+} // namespace l2vpn::records

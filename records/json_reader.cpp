@@ -1,0 +1,237 @@
+// SPDX-License-Identifier: MIT
+#include "records/json_reader.h"
+
+#include <iterator>
+#include <map>
+#include <utility>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+namespace l2vpn::records {
+namespace {
+
+/// Deeper text is refused; records are four levels deep.
+constexpr std::size_t max_depth = 16;
+/// A list with more values is refused; no field has as many bytes.
+constexpr std::size_t max_items = 65536;
+
+/// Input iterator that goes through a source. The parser copies iterators, so what they are at
+/// stands outside.
+class SourceIterator {
+public:
+    using iterator_category = std::input_iterator_tag;
+    using value_type = char;
+    using difference_type = std::ptrdiff_t;
+    using pointer = const char *;
+    using reference = char;
+
+    explicit SourceIterator(TextSource *source) : source_(source) {}
+
+    char operator*() const { return static_cast<char>(source_->peek()); }
+    SourceIterator &operator++() {
+        source_->skip();
+        return *this;
+    }
+    /// With the end, which has no source.
+    friend bool operator==(const SourceIterator &left, const SourceIterator &) {
+        return left.source_->peek() == TextSource::end;
+    }
+
+private:
+    TextSource *source_;
+};
+
+/// What went wrong, without the "[json.exception...] " and "parse error at line 1, column 2: " in
+/// front of it.
+std::string without_position(std::string_view what) {
+    what.remove_prefix(what.find("] ") + 2);
+    if (what.starts_with("parse error at")) {
+        what.remove_prefix(what.find(": ") + 2);
+    }
+    return std::string(what);
+}
+
+/// Takes a text apart while it is parsed: of what it holds, no more than one field is kept.
+class RecordParser final : public nlohmann::json_sax<nlohmann::json> {
+public:
+    RecordParser(const TextSource &source, RecordSink &sink)
+        : source_(source), sink_(sink), record_(sink) {}
+
+    bool null() override { return other("null"); }
+    bool boolean(bool value) override { return other(value ? "true" : "false"); }
+    bool number_integer(number_integer_t value) override {
+        return other(value == 0 ? "-0" : std::to_string(value));
+    }
+    bool number_float(number_float_t, const string_t &written) override { return other(written); }
+    bool number_unsigned(number_unsigned_t value) override {
+        return add({Value::Kind::number, source_.line(), value, {}, {}});
+    }
+    bool string(string_t &value) override {
+        return add({Value::Kind::text, source_.line(), 0, value, {}});
+    }
+    bool binary(binary_t &) override { return false; } // not in JSON text
+
+    bool start_object(std::size_t) override {
+        if (open_.empty() && level_ == Level::text) {
+            level_ = Level::tables;
+            return true;
+        }
+        if (open_.empty() && level_ == Level::records) {
+            level_ = Level::fields;
+            if (table_ != nullptr) {
+                record_.begin(*table_, source_.line());
+            }
+            return true;
+        }
+        return open(Value::Kind::object);
+    }
+    bool end_object() override {
+        if (!open_.empty()) {
+            return close();
+        }
+        if (level_ == Level::fields) {
+            level_ = Level::records;
+            if (table_ != nullptr) {
+                record_.end();
+            }
+        }
+        return true;
+    }
+    bool start_array(std::size_t) override {
+        if (open_.empty() && level_ == Level::tables && name_ != "version") {
+            level_ = Level::records;
+            begin_table();
+            return true;
+        }
+        return open(Value::Kind::list);
+    }
+    bool end_array() override {
+        if (!open_.empty()) {
+            return close();
+        }
+        level_ = Level::tables;
+        return true;
+    }
+    bool key(string_t &name) override {
+        if (open_.empty()) {
+            name_ = name;
+            name_line_ = source_.line();
+        }
+        return true;
+    }
+    bool parse_error(std::size_t, const std::string &,
+                     const nlohmann::detail::exception &exception) override {
+        return fail(without_position(exception.what()));
+    }
+
+private:
+    /// What the parser is directly within, as far as it is in its place.
+    enum class Level : std::uint8_t { text, tables, records, fields };
+
+    bool other(std::string written) {
+        return add({Value::Kind::other, source_.line(), 0, std::move(written), {}});
+    }
+
+    bool add(Value value) {
+        if (open_.empty()) {
+            complete(value);
+            return true;
+        }
+        if (open_.back().items.size() == max_items) {
+            return fail(fmt::format("more than {} values where a field's value stands", max_items));
+        }
+        open_.back().items.push_back(std::move(value));
+        return true;
+    }
+    bool open(Value::Kind kind) {
+        if (open_.size() + static_cast<std::size_t>(level_) == max_depth) {
+            return fail(fmt::format("nested more than {} deep", max_depth));
+        }
+        open_.push_back({kind, source_.line(), 0, {}, {}});
+        return true;
+    }
+    bool close() {
+        Value value = std::move(open_.back());
+        open_.pop_back();
+        return add(std::move(value));
+    }
+    bool fail(std::string what) {
+        sink_.refuse({source_.line(), "", "", std::move(what)});
+        return false;
+    }
+
+    /// A value that holds neither records nor fields.
+    void complete(const Value &value) {
+        switch (level_) {
+        case Level::text:
+            return refuse(value, "", "an object of tables");
+        case Level::tables:
+            if (name_ != "version") {
+                begin_table();
+                return refuse_in_table(value, "a list of records");
+            }
+            if (value.kind != Value::Kind::number || value.number != record_version) {
+                refuse(value, "version", std::to_string(record_version));
+            }
+            return;
+        case Level::records:
+            return refuse_in_table(value, "a record, an object of fields");
+        case Level::fields:
+            if (table_ != nullptr) {
+                record_.field(name_, name_line_, value);
+            }
+        }
+    }
+
+    void begin_table() {
+        table_ = stored_table(name_, name_line_, sink_);
+        const auto [first, is_first] = tables_.emplace(name_, name_line_);
+        if (table_ != nullptr && !is_first) {
+            sink_.refuse({name_line_, place_of(name_),
+                          fmt::format("a second time, first in line {}", first->second), "once"});
+            table_ = nullptr;
+        }
+    }
+
+    void refuse_in_table(const Value &value, const char *expected) {
+        if (table_ != nullptr) {
+            refuse(value, place_of(table_->name), expected);
+        }
+    }
+    void refuse(const Value &value, std::string where, std::string expected) {
+        sink_.refuse({value.line, std::move(where), describe(value), std::move(expected)});
+    }
+
+    const TextSource &source_;
+    RecordSink &sink_;
+    RecordBuilder record_;
+    Level level_ = Level::text;
+    const Table *table_ = nullptr; ///< of the level of records; null if there is no right one
+    std::string name_;
+    std::size_t name_line_ = 0;
+    std::vector<Value> open_;                   ///< of a field's value, or of what is out of place
+    std::map<std::string, std::size_t> tables_; ///< with their lines
+};
+
+} // namespace
+
+bool is_json(std::string_view text) {
+    return nlohmann::json::accept(text);
+}
+
+void read_json(TextSource &source, RecordSink &sink) {
+    RecordParser parser(source, sink);
+    nlohmann::json::sax_parse(SourceIterator(&source), SourceIterator(nullptr), &parser);
+}
+
+void read_json_lines(TextSource &source, RecordSink &sink) {
+    for (std::string line; source.read_line(line);) {
+        if (line.find_first_not_of(" \t") != line.npos) {
+            RecordParser parser(source, sink);
+            nlohmann::json::sax_parse(line.begin(), line.end(), &parser);
+        }
+    }
+}
+
+} // namespace l2vpn::records

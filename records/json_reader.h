@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: MIT
+// Records from JSON, as record_reader.h tells.
+#pragma once
+
+#include <string_view>
+
+#include "records/record_reader.h"
+
+namespace l2vpn::records {
+
+/// Whether it is one JSON value, with nothing behind it.
+bool is_json(std::string_view text);
+
+/// One object of tables, in as many lines as it has.
+void read_json(TextSource &source, RecordSink &sink);
+
+/// One object of tables on each line that is not blank; a wrong line does not harm the next one.
+void read_json_lines(TextSource &source, RecordSink &sink);
+
+} // namespace l2vpn::records

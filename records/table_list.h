@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: MIT
+// Every table's functions behind untyped pointers. The list is generated from the catalog and holds
+// addresses only; all else is read from the schema descriptors.
+#pragma once
+
+#include <cstdint>
+#include <type_traits>
+#include <vector>
+
+#include "l2vpn_db/l2vpn_db.h"
+
+namespace l2vpn::records {
+
+/// The functions of one table; all but the first are null where it has no typed access.
+struct TableFunctions {
+    L2vpnAstModule *(*module)();
+    L2vpnDalIntf (*access)() = nullptr;
+    std::uint32_t (*get_stat)(std::uint32_t stat_id) = nullptr;
+    std::uint32_t (*pack)(const void *record, void *stored) = nullptr;
+    std::uint32_t (*unpack)(const void *stored, void *record) = nullptr;
+    /// Key builders in key index order: record, L2vpnDbKeyData, key identifier area, key.
+    std::vector<void (*)(const void *, void *, void *, void *)> set_key = {};
+};
+
+/// In alphabetical order of the tables.
+extern const std::vector<TableFunctions> table_functions;
+
+template <class T>
+struct Untype;
+
+/// A function with all its pointers untyped.
+template <class Result, class... Arguments>
+struct Untype<Result (*)(Arguments...)> {
+    template <class T>
+    using Pointer =
+        std::conditional_t<std::is_const_v<std::remove_pointer_t<T>>, const void *, void *>;
+
+    template <Result (*function)(Arguments...)>
+    static Result call(Pointer<Arguments>... arguments) {
+        return function(static_cast<Arguments>(arguments)...);
+    }
+};
+
+template <auto function>
+constexpr auto untyped = &Untype<decltype(function)>::template call<function>;
+
+} // namespace l2vpn::records

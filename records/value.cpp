@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+#include "records/value.h"
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+namespace l2vpn::records {
+
+std::string counted(std::size_t count, std::string_view noun) {
+    return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
+}
+
+std::string describe(const Value &value) {
+    switch (value.kind) {
+    case Value::Kind::number:
+        return std::to_string(value.number);
+    case Value::Kind::text:
+        return in_quotes(value.text);
+    case Value::Kind::list:
+        return "a list of " + counted(value.items.size(), "value");
+    case Value::Kind::object:
+        return "an object of " + counted(value.items.size(), "member");
+    case Value::Kind::other:
+        break;
+    }
+    return value.text;
+}
+
+std::string in_quotes(std::string_view text) {
+    // What is not UTF-8 is shown as what it is not.
+    return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+} // namespace l2vpn::records
