@@ -40,27 +40,35 @@ constexpr auto key_runs() {
     return runs;
 }
 
-template <KeyRun Run>
-inline void copy_run(char *key, const char *record) {
-    if constexpr (Run.plain)
-        copy<Run.width>(key + Run.key, record + Run.record);
-    else
-        memcpy_s(key + Run.key, Run.width, record + Run.record, Run.width);
+/// Copies the runs that are plain, or the others.
+template <class T, std::size_t K, bool Plain>
+inline void copy_runs(char *key, const char *record) {
+    constexpr auto runs = key_runs<T, K>();
+    [&]<std::size_t... I>(std::index_sequence<I...>) __attribute__((always_inline)) {
+        (
+            [&] {
+                constexpr KeyRun run = runs.items[I];
+                if constexpr (run.plain && Plain)
+                    copy<run.width>(key + run.key, record + run.record);
+                else if constexpr (!run.plain && !Plain)
+                    memcpy_s(key + run.key, run.width, record + run.record, run.width);
+            }(),
+            ...);
+    }
+    (std::make_index_sequence<runs.count>{});
 }
 
+/// The calls come last, so that nothing has to be kept for what follows them.
 template <class T, std::size_t K>
 inline void build_key(const void *record, L2vpnDbKeyData *request, std::uint32_t *key_id,
                       void *key) {
-    constexpr auto runs = key_runs<T, K>();
     *key_id = key_id_word<T>(K);
-    [&]<std::size_t... I>(std::index_sequence<I...>) __attribute__((always_inline)) {
-        (copy_run<runs.items[I]>(static_cast<char *>(key), static_cast<const char *>(record)), ...);
-    }
-    (std::make_index_sequence<runs.count>{});
     request->keyId = key_id;
     request->keyIdLength = L2VPN_DB_KEY_ID_LENGTH;
     request->key = key;
     request->keyLength = key_length<T>(K);
+    copy_runs<T, K, true>(static_cast<char *>(key), static_cast<const char *>(record));
+    copy_runs<T, K, false>(static_cast<char *>(key), static_cast<const char *>(record));
 }
 
 /// A KeySetter; checks nothing.
