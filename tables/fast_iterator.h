@@ -22,7 +22,8 @@ inline bool is_fast(const L2vpnDbIter *iter, const void *control_block) {
 }
 
 template <class T>
-[[gnu::always_inline]] inline std::uint32_t get_next(L2vpnDbIter *iter, typename T::Record *record) {
+[[gnu::always_inline]] inline std::uint32_t get_next(L2vpnDbIter *iter,
+                                                     typename T::Record *record) {
     if (iter == nullptr || record == nullptr)
         return L2VPN_DB_ERR_PARAM;
     if (is_fast(iter, &T::control_block())) {
