@@ -11,19 +11,42 @@ Quartiles quartiles(std::vector<double> values) {
     return {at(1), at(2), at(3)};
 }
 
-Comparison compare(const Slice &subject, const Slice &reference, std::size_t slices,
-                   const Slice &empty, const Slice &empty_reference) {
-    const auto run = [](const Slice &slice) { return slice ? slice() : 0; };
-    std::vector<double> subjects;
-    std::vector<double> references;
+namespace {
+
+double run(const Slice &slice) {
+    return slice ? slice() : 0;
+}
+
+/// Of nanoseconds per operation, slice by slice.
+Comparison compared(const std::vector<double> &subjects, const std::vector<double> &references) {
     std::vector<double> ratios;
+    for (std::size_t n = 0; n < subjects.size(); ++n)
+        ratios.push_back(subjects[n] / references[n]);
+    return {quartiles(ratios), quartiles(subjects).median, quartiles(references).median};
+}
+
+} // namespace
+
+std::vector<Comparison> compare_each(const std::vector<Slice> &subjects, const Slice &reference,
+                                     std::size_t slices, const Slice &empty,
+                                     const Slice &empty_reference) {
+    std::vector<double> references;
+    std::vector<std::vector<double>> times(subjects.size());
     for (std::size_t n = 0; n < slices; ++n) {
         const double nothing = run(empty);
-        subjects.push_back(subject() - nothing);
         references.push_back(reference() - (empty_reference ? empty_reference() : nothing));
-        ratios.push_back(subjects.back() / references.back());
+        for (std::size_t s = 0; s < subjects.size(); ++s)
+            times[s].push_back(subjects[s]() - nothing);
     }
-    return {quartiles(ratios), quartiles(subjects).median, quartiles(references).median};
+    std::vector<Comparison> result;
+    for (const std::vector<double> &subject : times)
+        result.push_back(compared(subject, references));
+    return result;
+}
+
+Comparison compare(const Slice &subject, const Slice &reference, std::size_t slices,
+                   const Slice &empty, const Slice &empty_reference) {
+    return compare_each({subject}, reference, slices, empty, empty_reference).front();
 }
 
 } // namespace l2vpn::bench

@@ -28,4 +28,9 @@ struct Comparison {
 Comparison compare(const Slice &subject, const Slice &reference, std::size_t slices,
                    const Slice &empty = {}, const Slice &empty_reference = {});
 
+/// The same for several subjects, where the reference cannot be run once more for each.
+std::vector<Comparison> compare_each(const std::vector<Slice> &subjects, const Slice &reference,
+                                     std::size_t slices, const Slice &empty = {},
+                                     const Slice &empty_reference = {});
+
 } // namespace l2vpn::bench

@@ -31,7 +31,7 @@ h3 { font-size: 1rem; margin: 0 0 .5rem; }
 svg { display: block; width: 100%; overflow: visible; }
 svg text { font: 13px system-ui, sans-serif; fill: var(--soft); }
 .bars { display: grid; gap: .55rem; }
-.bar { display: grid; grid-template-columns: 21rem 1fr 9.5rem; gap: .2rem 1rem; align-items: center; }
+.bar { display: grid; grid-template-columns: 22rem 1fr 11.5rem; gap: .2rem 1rem; align-items: center; }
 .bar svg { height: 1.15rem; }
 .name { line-height: 1.3; } .name small { display: block; color: var(--soft); font-size: .82rem; }
 .value { text-align: right; font-variant-numeric: tabular-nums; white-space: nowrap; }
@@ -47,7 +47,8 @@ th, td { padding: .3rem .7rem; text-align: right; border-bottom: 1px solid var(-
 th { color: var(--soft); font-weight: 600; } th:first-child, td:first-child { text-align: left; padding-left: 0; }
 td.text, th.text { text-align: left; } tr:last-child td { border-bottom: 0; }
 @media (max-width: 46rem) {
-  main { padding: 1.5rem .9rem 3rem; } h1 { font-size: 1.5rem; }
+  main { padding: 1.5rem .9rem 3rem; } h1 { font-size: 1.5rem; } svg text { font-size: 16px; }
+  th, td { white-space: normal; padding: .3rem .45rem; } td:first-child { min-width: 7.5rem; }
   .bar { grid-template-columns: 1fr auto; } .bar svg { grid-row: 2; grid-column: 1 / 3; } .bars { gap: .9rem; }
 }
 """
@@ -104,7 +105,7 @@ def curves(rows: list[Row], operation: str) -> dict[str, dict[int, float]]:
 
 
 def chart(title: str, lines: dict[str, dict[int, float]]) -> str:
-    width, height, left, right, top, bottom = 460, 340, 46, 118, 10, 30
+    width, height, left, right, top, bottom = 500, 340, 48, 154, 10, 30
     sizes = sorted({size for points in lines.values() for size in points})
     times = [time for points in lines.values() for time in points.values()]
     low, high = math.floor(math.log10(min(times))), math.ceil(math.log10(max(times)))
@@ -126,7 +127,7 @@ def chart(title: str, lines: dict[str, dict[int, float]]) -> str:
     label_at = -math.inf
     labels = {}
     for who in sorted(lines, key=lambda who: y(lines[who][max(lines[who])])):  # from the top
-        label_at = labels[who] = max(label_at + 15, y(lines[who][max(lines[who])]) + 4)
+        label_at = labels[who] = max(label_at + 17, y(lines[who][max(lines[who])]) + 4)
     for number_, who in enumerate(order):
         colour = f"var(--c{number_ % COLOURS})"
         points = " ".join(f"{x(size):.1f},{y(time):.1f}" for size, time in sorted(lines[who].items()))
@@ -159,7 +160,7 @@ def operations(counted: dict) -> str:
         rows.append([name] + [f"{amount:,.0f}" if amount else "&ndash;" for amount in (
             x86["l2vpn_instructions"][name].get("library"), arm["l2vpn_instructions"][name].get("library"),
             store.get("platform"), arm["l2vpn_store_instructions"][name].get("platform"))])
-    return table(["per operation", "library, x86-64", "library, 64-bit ARM", "store, x86-64", "store, 64-bit ARM"], rows)
+    return table(["per operation", "library, x86-64", "library, arm64", "store, x86-64", "store, arm64"], rows)
 
 
 def all_rows(rows: list[Row]) -> str:
