@@ -163,14 +163,29 @@ def code_sizes(file: Path, tables: list[str]) -> dict[str, int]:
 
 
 def jumps(folder: Path) -> dict[str, int]:
-    """Jumps and repeated moves in what converts records and keys: none, where it runs straight on."""
+    """Jumps within functions, and repeated moves, in what converts records and builds keys, and in
+    what it leads on to: none, where it runs straight on."""
     tool = {"aarch64": "aarch64-linux-gnu-objdump", "x86_64": "objdump"}[processor_of(folder)]
-    result = dict.fromkeys(("conversions", "keys"), 0)
-    kind = None
+    inner: Counter[str] = Counter()
+    leads_to: dict[str, set[str]] = {}
+    function = ""
     for line in output_of(tool, "-d", "--no-show-raw-insn", folder / LIBRARIES["library"]).splitlines():
         if match := re.match(r"\w+ <(\w+)>:", line):
-            converts = re.fullmatch(r"L2VPN_DB_\w+?(?:([SG]et(?:All|Svc)Fields)|Set\w+Key)", match[1])
-            kind = converts and ("conversions" if converts[1] else "keys")
-        elif kind and re.search(r"\t(?:j\w+ +\w|rep|b(?:\.\w+)?\t|[ct]bn?z)", line) and "@plt" not in line:
-            result[kind] += 1
+            function = match[1]
+            leads_to[function] = set()
+        elif match := re.search(r"\t(?:j\w+|call|bl?(?:\.\w+)?|[ct]bn?z)\s.*<([^>+]+)(\+?)", line):
+            if match[2]:
+                inner[function] += 1
+            else:
+                leads_to[function].add(match[1])
+        elif "\trep" in line:
+            inner[function] += 1
+    result = {}
+    for kind, name in (("conversions", r"[SG]et(?:All|Svc)Fields"), ("keys", r"Set\w+Key")):
+        reached: set[str] = set()
+        coming = {found for found in leads_to if re.fullmatch(rf"L2VPN_DB_\w+?{name}", found)}
+        while coming - reached:
+            reached |= coming
+            coming = set().union(*(leads_to.get(found, set()) for found in reached))
+        result[kind] = sum(inner[found] for found in reached)
     return result

@@ -23,5 +23,5 @@ __attribute__((noinline)) int plain_sprintf_s(char *destination, std::size_t des
 
 std::uint32_t l2vpn::bench::plain_format(const L2vpnVplsPw &record, char *buffer,
                                          std::uint32_t length) {
-    return l2vpn::format<L2vpnVplsPwTable>(L2VPN_AST_WHOLE_RECORD, &record, buffer, length, ", ");
+    return format_table<L2vpnVplsPwTable>(&record, buffer, length, ", ");
 }
