@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What the README shows is what the repository holds."""
+"""What the documents show is what the repository holds."""
 
 import re
 import subprocess
@@ -9,22 +9,23 @@ import unittest
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
-README = (ROOT / "README.md").read_text(encoding="utf-8")
+DOCUMENTS = {path.relative_to(ROOT): path.read_text(encoding="utf-8") for path in (
+    ROOT / "README.md", ROOT / "examples/README.md", *sorted((ROOT / "docs").glob("*.md")))}
 
 
-def block(language: str) -> str:
-    return re.search(rf"```{language}\n(.*?)```", README, re.S)[1]
+def block(document: str, language: str) -> str:
+    return re.search(rf"```{language}\n(.*?)```", DOCUMENTS[Path(document)], re.S)[1]
 
 
 class Readme(unittest.TestCase):
     def test_the_c_example_is_the_program_that_the_tests_build_and_run(self):
         program = (ROOT / "examples/first_steps.c").read_text(encoding="utf-8")
-        self.assertEqual(program.split("\n", 1)[1], block("c"))
+        self.assertEqual(program.split("\n", 1)[1], block("README.md", "c"))
 
     def test_the_catalog_example_is_accepted(self):
         with tempfile.TemporaryDirectory() as folder:
             root = Path(folder)
-            for name, text in (("schema/catalog/l2vpn_sample.toml", block("toml")),
+            for name, text in (("schema/catalog/l2vpn_sample.toml", block("docs/adding-a-table.md", "toml")),
                                ("schema/glossary.toml", ""), ("include/l2vpn_db/l2vpn_db.h", "")):
                 (root / name).parent.mkdir(parents=True, exist_ok=True)
                 (root / name).write_text(text, encoding="utf-8")
@@ -33,8 +34,9 @@ class Readme(unittest.TestCase):
             self.assertEqual((result.returncode, result.stderr), (0, ""))
 
     def test_linked_files_exist(self):
-        for link in re.findall(r"\]\(([^)#:]+)\)", README):
-            self.assertTrue((ROOT / link).exists(), link)
+        for document, text in DOCUMENTS.items():
+            for link in re.findall(r"\]\(([^)#:]+)\)", text):
+                self.assertTrue((ROOT / document.parent / link).exists(), f"{document}: {link}")
 
 
 if __name__ == "__main__":

@@ -1,0 +1,82 @@
+# SPDX-License-Identifier: MIT
+"""Builds the site: lays out its sources as the repository is, derives the pages of tables and
+headers, and runs Sphinx over both. Any warning fails.
+
+usage: build_site.py OUTPUT
+"""
+
+import re
+import shutil
+import subprocess
+import sys
+from pathlib import Path
+
+import api
+import catalog_pages
+
+HERE = Path(__file__).resolve().parent
+ROOT = HERE.parents[1]
+LANGUAGES = {".c": "c", ".cpp": "cpp"}
+
+
+def write(path: Path, text: str) -> None:
+    path.parent.mkdir(parents=True, exist_ok=True)
+    path.write_text(text, encoding="utf-8")
+
+
+def example_pages() -> dict:
+    """The examples' own page, and one for each program that it names."""
+    readme = (ROOT / "examples/README.md").read_text(encoding="utf-8")
+    names = [name for name in re.findall(r"\]\((\w+\.\w+)\)", readme) if Path(name).suffix in LANGUAGES]
+    found = {name.replace(".", "_"): f"# {name}\n\n```{{literalinclude}} {name}\n"
+             f":language: {LANGUAGES[Path(name).suffix]}\n:lines: 2-\n```\n" for name in names}
+    return found | {"README": readme + "\n```{toctree}\n:hidden:\n\n" + "\n".join(found) + "\n```\n"}
+
+
+def lay_out(source: Path) -> None:
+    for pattern in ("README.md", "CHANGELOG.md", "docs/*.md", "examples/*.c", "examples/*.cpp"):
+        for path in ROOT.glob(pattern):
+            target = source / path.relative_to(ROOT)
+            target.parent.mkdir(parents=True, exist_ok=True)
+            target.symlink_to(path)
+    for path in [*HERE.glob("*.md"), *HERE.glob("*.svg")]:
+        (source / path.name).symlink_to(path)
+    for name, text in catalog_pages.pages().items():
+        write(source / f"catalog/{name}.md", text)
+    headers = api.pages(ROOT / "include/l2vpn_db")
+    for name, text in headers.items():
+        write(source / f"api/{name}.rst", text)
+    write(source / "api/index.rst", api.index_page(headers))
+    for name, text in example_pages().items():
+        write(source / f"examples/{name}.md", text)
+
+
+def complete_theme(static: Path) -> None:
+    """Debian's theme comes in parts: a style and a script that others are imported into, which browsers
+    do not do for files, and a dark style for those only who choose it by hand."""
+    normal = Path("/usr/share/nodejs/normalize.css/normalize.css").read_text(encoding="utf-8")
+    style = static / "styles/furo.css"
+    text = re.sub(r"@import url\(.*?\);", lambda _: normal, style.read_text(encoding="utf-8"))
+    dark = re.search(r'body\[data-theme="dark"\] (\{.*?\})', text, re.S)[1]
+    style.write_text(f'{text}\n@media (prefers-color-scheme: dark) {{ body:not([data-theme="light"]) {dark} }}\n',
+                     encoding="utf-8")
+    script = static / "scripts/furo.js"
+    imported, rest = re.fullmatch(r'import \w+ from "(.*?)";\n(.*)', script.read_text(encoding="utf-8"), re.S).groups()
+    script.write_text((script.parent / imported).read_text(encoding="utf-8") + rest, encoding="utf-8")
+
+
+def main() -> int:
+    output = Path(sys.argv[1]).resolve()
+    source = output / "source"
+    shutil.rmtree(output, ignore_errors=True)
+    lay_out(source)
+    result = subprocess.run(
+        [sys.executable, "-m", "sphinx", "-q", "-W", "--keep-going", "-n", "-j", "auto", "-b", "html", "-c", str(HERE),
+         "-d", str(output / "doctrees"), str(source), str(output / "html")], check=False).returncode
+    if result == 0:
+        complete_theme(output / "html/_static")
+    return result
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,48 @@
+# SPDX-License-Identifier: MIT
+# The site. build_site.py lays its sources out as the repository is, beside pages that it derives.
+import os
+from pathlib import Path
+
+from docutils import nodes
+
+ROOT = Path(__file__).resolve().parents[2]
+
+project = "libl2vpn_db"
+version = (ROOT / "VERSION").read_text(encoding="utf-8").strip()
+copyright = "the libl2vpn_db maintainers, MIT licence"  # pylint: disable=redefined-builtin
+extensions = ["myst_parser"]
+myst_enable_extensions = ["deflist"]
+myst_heading_anchors = 3
+nitpicky = True
+# What the C library defines.
+nitpick_ignore = [("c:identifier", name) for name in (
+    "uint8_t", "uint16_t", "uint32_t", "uint64_t", "uintptr_t", "size_t")]
+primary_domain = "c"
+highlight_language = "text"
+templates_path = []
+html_theme = "furo"
+html_title = f"libl2vpn_db {version}"
+html_static_path = ["_static"]
+html_css_files = ["site.css"]
+html_copy_source = False
+html_show_sphinx = False
+html_theme_options = {"navigation_with_keys": True}
+
+
+def resolve(app, _env, node, content):
+    """Links in the documents are paths in the repository. Some files have pages of another name; of
+    the others the site shows the name alone."""
+    target = node.get("reftarget", "")
+    path = os.path.normpath(os.path.join(os.path.dirname(node["refdoc"]), target.split("#")[0]))
+    if not (ROOT / path).exists():
+        return None
+    page = {"include/l2vpn_db": f"api/{Path(path).stem}", "examples": path.replace(".", "_")}.get(
+        os.path.dirname(path), "")
+    if page not in app.env.found_docs:
+        return content
+    uri = app.builder.get_relative_uri(node["refdoc"], page)
+    return nodes.reference("", "", content, internal=True, refuri=uri)
+
+
+def setup(app):
+    app.connect("missing-reference", resolve)
