@@ -110,7 +110,8 @@ class Consumer(unittest.TestCase):
             run("dpkg-deb", "-x", package, system)
         libraries = system / "usr" / "lib" / ARGUMENTS.multiarch
         printers = f"share/gdb/auto-load/usr/lib/{ARGUMENTS.multiarch}/libl2vpn_db.so.{version}-gdb.py"
-        self.assertTrue((system / "usr" / printers).is_file())
+        for path in (printers, "share/man/man3/l2vpn_db.3.gz"):
+            self.assertTrue((system / "usr" / path).is_file(), path)
         self.use_cmake(system / "usr", libraries)
         self.use_pkg_config(libraries)
 
