@@ -1,0 +1,278 @@
+// SPDX-License-Identifier: MIT
+#include "tools/command.h"
+
+#include <algorithm>
+#include <exception>
+#include <map>
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include "records/nearest.h"
+#include "records/text_source.h"
+#include "records/value.h"
+#include "tools/load.h"
+#include "tools/record_output.h"
+
+namespace l2vpn::tool {
+namespace {
+
+using Kind = Parameter::Kind;
+
+constexpr const char *about_tool =
+    "Looks into the layer-2 VPN tables: what they hold, what a record means, what it looks like\n"
+    "packed, which records a key finds. The tables live as long as the process: load records "
+    "first.";
+constexpr const char *exit_codes =
+    "Exit codes: 0 done; 1 no such record, or a difference; 2 wrong command line or input;\n"
+    "3 refused by the store, or a file that cannot be read or written.";
+
+const Parameter table{"TABLE", &Arguments::table, Kind::table, true, "a table's name"};
+const Parameter tables{"TABLE", &Arguments::tables, Kind::table, false, "tables; all without one"};
+const Parameter files{"FILE", &Arguments::files, Kind::file, true, "files; - for standard input"};
+const Parameter script{"FILE", &Arguments::files, Kind::file, false,
+                       "scripts; - or nothing for standard input"};
+const Parameter values{"VALUES", &Arguments::values, Kind::field, false,
+                       "a record's fields, as in mtu=1500; the others are 0"};
+const Parameter key_values{"VALUES", &Arguments::values, Kind::field, true,
+                           "the members of a key, as in vrIndex=1"};
+const Parameter batch_version{"VERSION", &Arguments::batch_version, Kind::none, true,
+                              "the new batch version"};
+const Parameter hex{"HEX", &Arguments::hex, Kind::none, true,
+                    "a record's bytes, with or without blanks or colons; - for standard input"};
+const Parameter key_name{"--key", &Arguments::key, Kind::key, false,
+                         "a key's name; without it, the key that has these members"};
+const Parameter fields{"--fields", &Arguments::fields, Kind::value, false,
+                       "the fields to show, as in mtu,state"};
+const Parameter all{"--all", &Arguments::all, Kind::none, false,
+                    "show also the columns that are 0 in all records"};
+const Parameter line{"--line", &Arguments::line, Kind::none, false, "the library's one-line form"};
+const Parameter csv{"--csv", &Arguments::csv, Kind::none, false, "comma-separated values"};
+const Parameter output{"--output", &Arguments::output, Kind::file, false,
+                       "a file to write instead of standard output"};
+const Parameter svg{"--svg", &Arguments::svg, Kind::file, false, "a file for the picture as SVG"};
+const Parameter csv_table{"--table", &Arguments::csv_table, Kind::table, false,
+                          "the table of CSV; without it, the file is named after it"};
+const Parameter keep_going{"--keep-going", &Arguments::keep_going, Kind::none, false,
+                           "leave out what is wrong instead of refusing its file"};
+const Parameter only_layout{"--layout", &Arguments::layout, Kind::layout, false,
+                            "nothing but the bytes of this layout: caller or stored"};
+const Parameter instances{"--instances", &Arguments::instances, Kind::none, false,
+                          "service instances in the network"};
+const Parameter seed{"--seed", &Arguments::seed, Kind::none, false,
+                     "another number gives another network"};
+const Parameter store{"--store", &Arguments::store, Kind::none, false,
+                      "write the records into the tables instead"};
+const Parameter record_count{"--records", &Arguments::records, Kind::none, false,
+                             "how many records to measure with"};
+const Parameter json{"--json", &Arguments::json, Kind::none, false,
+                     "one JSON object a line, for programs"};
+const Parameter raw{"--raw", &Arguments::raw, Kind::none, false, "addresses and bytes as numbers"};
+
+std::vector<std::string> command_names() {
+    std::vector<std::string> names;
+    for (const Command &command : commands()) {
+        names.emplace_back(command.name);
+    }
+    return names;
+}
+
+void add(CLI::App &app, const Parameter &parameter, Arguments &arguments) {
+    const bool option = *parameter.name == '-';
+    std::visit(
+        [&](auto member) {
+            auto &target = arguments.*member;
+            if constexpr (std::is_same_v<decltype(target), bool &>) {
+                app.add_flag(parameter.name, target, parameter.about);
+            } else {
+                CLI::Option *const added = app.add_option(parameter.name, target, parameter.about);
+                added->required(parameter.required);
+                if (option && parameter.target.index() == 2) {
+                    added->capture_default_str();
+                }
+            }
+        },
+        parameter.target);
+}
+
+/// What stands where nothing fits, in the words of names.
+std::string unexpected(const std::vector<std::string> &words, const CLI::App &app) {
+    const std::string &word = words.front();
+    std::vector<std::string> known;
+    if (word.starts_with('-')) {
+        for (const CLI::Option *const option : app.get_options()) {
+            if (!option->get_lnames().empty()) {
+                known.push_back("--" + option->get_lnames().front());
+            }
+        }
+    } else if (app.get_parent() == nullptr) {
+        known = command_names();
+    } else {
+        return fmt::format("found {}, expected no more arguments", records::in_quotes(word));
+    }
+    return fmt::format("{}: found an unknown {}, expected a known one; nearest is {}",
+                       records::in_quotes(word), word.starts_with('-') ? "option" : "command",
+                       records::in_quotes(records::nearest(word, known)));
+}
+
+/// Parses a command line and says which command it gives; none if it gives none.
+class Parser {
+public:
+    /// @param for_shell  for a line in which the tool's own name and what is for it are left out
+    Parser(const Arguments &given, bool for_shell) : arguments(given) {
+        app_.name("l2vpn-db");
+        app_.description(about_tool);
+        app_.footer(exit_codes);
+        app_.set_help_flag("-h,--help", "this text");
+        app_.require_subcommand(0, 1);
+        app_.fallthrough();
+        for (const Parameter *const parameter : common_parameters()) {
+            add(app_, *parameter, arguments);
+        }
+        if (!for_shell) {
+            app_.add_option("-l,--load", load, "a file to load first; may be given again")
+                ->type_name("FILE")
+                ->allow_extra_args(false);
+            app_.set_version_flag("--version", "l2vpn-db " L2VPN_VERSION);
+        }
+        for (const Command &command : commands()) {
+            CLI::App &added = *app_.add_subcommand(command.name, command.about);
+            added.fallthrough();
+            for (const Parameter *const parameter : command.parameters) {
+                add(added, *parameter, arguments);
+            }
+        }
+    }
+
+    const Command *parse(const std::vector<std::string> &words) {
+        std::vector<std::string> reversed(words.rbegin(), words.rend());
+        try {
+            app_.parse(std::move(reversed));
+        } catch (const CLI::ExtrasError &) {
+            const CLI::App &last = last_app();
+            throw Failure(exit_bad_input, unexpected(app_.remaining(true), last));
+        } catch (const CLI::CallForHelp &) {
+            fmt::print("{}", last_app().help());
+            return nullptr;
+        } catch (const CLI::CallForVersion &version) {
+            fmt::print("{}\n", version.what());
+            return nullptr;
+        } catch (const CLI::ParseError &error) {
+            throw Failure(exit_bad_input,
+                          fmt::format("{}; see {} --help", error.what(),
+                                      last_app().get_parent() == nullptr ? "l2vpn-db"
+                                                                         : last_app().get_name()));
+        }
+        const auto found = std::ranges::find(commands(), last_app().get_name(),
+                                             [](const Command &each) { return each.name; });
+        return found == commands().end() ? &shell() : &*found;
+    }
+
+    Arguments arguments;
+    std::vector<std::string> load;
+
+private:
+    CLI::App &last_app() {
+        const auto parsed = app_.get_subcommands();
+        return parsed.empty() ? app_ : *parsed.front();
+    }
+    static const Command &shell() { return commands().back(); }
+
+    CLI::App app_;
+};
+
+} // namespace
+
+const std::vector<Command> &commands() {
+    static const std::vector<Command> list = {
+        {"tables", "lists the tables, with sizes and numbers of records", {}, run_tables},
+        {"describe", "shows a table's fields and keys", {&table}, run_describe},
+        {"layout", "draws a table's records and keys byte by byte", {&table, &svg}, run_layout},
+        {"load",
+         "reads records from files into the tables",
+         {&files, &csv_table, &keep_going},
+         run_load},
+        {"dump",
+         "prints the records of tables",
+         {&tables, &fields, &all, &line, &csv, &output},
+         run_dump},
+        {"get", "prints the record with a primary key", {&table, &key_values, &line}, run_get},
+        {"find",
+         "prints the records with a key",
+         {&table, &key_values, &key_name, &fields, &all, &line, &csv},
+         run_find},
+        {"put", "inserts or replaces a record", {&table, &values}, run_put},
+        {"set-batch-version",
+         "changes nothing but a record's batch version",
+         {&table, &batch_version, &key_values},
+         run_set_batch_version},
+        {"delete", "deletes the record with a primary key", {&table, &key_values}, run_delete},
+        {"count", "counts records", {&tables}, run_count},
+        {"stats", "shows what the store has counted", {&tables}, run_stats},
+        {"pack",
+         "shows a record's bytes in both layouts",
+         {&table, &values, &only_layout},
+         run_pack},
+        {"unpack", "shows the record that bytes hold", {&table, &hex, &line}, run_unpack},
+        {"key", "shows a key of a record byte by byte", {&table, &values, &key_name}, run_key},
+        {"diff", "compares the records of two files", {&files, &csv_table}, run_diff},
+        {"generate", "makes up a network", {&instances, &seed, &output, &store}, run_generate},
+        {"bench", "measures the tables' operations", {&tables, &record_count}, run_bench},
+        {"shell",
+         "runs commands line by line, on one set of tables",
+         {&script, &keep_going},
+         run_shell},
+    };
+    return list;
+}
+
+const std::vector<const Parameter *> &common_parameters() {
+    static const std::vector<const Parameter *> list = {&json, &raw};
+    return list;
+}
+
+Exit run_command(const std::vector<std::string> &words, const Arguments &given) {
+    Parser parser(given, true);
+    const Command *const command = parser.parse(words);
+    return command == nullptr ? exit_done : command->run(parser.arguments);
+}
+
+void report(std::string_view place, std::string_view what, bool json) {
+    fmt::print(
+        stderr, "{}",
+        json ? json_line("\"error\":" + records::in_quotes(fmt::format("{}: {}", place, what)))
+             : fmt::format("{}: {}\n", place, what));
+}
+
+Exit guarded(std::string_view place, bool json, const std::function<Exit()> &run) {
+    try {
+        return run();
+    } catch (const Failure &failure) {
+        report(place, failure.what(), json);
+        return failure.code;
+    } catch (const std::exception &failure) {
+        report(place, failure.what(), json);
+        return exit_failed;
+    }
+}
+
+Exit run_tool(const std::vector<std::string> &words) {
+    const bool json = std::ranges::count(words, "--json") != 0;
+    return guarded("l2vpn-db", json, [&] {
+        Parser parser({}, false);
+        const Command *const command = parser.parse(words);
+        if (command == nullptr) {
+            return exit_done;
+        }
+        for (const std::string &file : parser.load) {
+            load_before(file);
+        }
+        const Exit result = command->run(parser.arguments);
+        if (std::fflush(stdout) != 0) {
+            throw records::FileError("standard output", "cannot be written");
+        }
+        return result;
+    });
+}
+
+} // namespace l2vpn::tool

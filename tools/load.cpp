@@ -1,0 +1,184 @@
+// SPDX-License-Identifier: MIT
+#include "tools/load.h"
+
+#include <algorithm>
+#include <map>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "records/transaction.h"
+#include "tools/access.h"
+#include "tools/command.h"
+#include "tools/record_output.h"
+#include "tools/terminal.h"
+
+namespace l2vpn::tool {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+/// What came of a file.
+struct Loaded {
+    struct Kind {
+        std::size_t times;
+        std::size_t first_line;
+    };
+
+    std::map<std::string, std::size_t> tables; ///< records that are stored
+    std::size_t stored = 0, replaced = 0, refused = 0;
+    std::vector<std::string> messages; ///< of the first refusals, each with its place
+    std::map<std::string, Kind> kinds; ///< of refusals
+    std::string unread;                ///< why the file could not be read to its end
+};
+
+class Loader final : public records::RecordSink {
+public:
+    Loader(const records::TextSource &source, bool keep_going)
+        : source_(source), keep_going_(keep_going), progress_(source.name()) {}
+
+    void record(const Table &table, std::size_t line, const Bytes &record) override {
+        progress_.show(loaded.stored, source_.position(), source_.size());
+        if (loaded.refused > 0 && !keep_going_) {
+            return; // what is still of interest is what else is wrong
+        }
+        bool replaced = false;
+        const std::uint32_t result = keep_going_ ? write(table, record, replaced)
+                                                 : transaction_.write(table, record, replaced);
+        if (result != L2VPN_DB_OK) {
+            return refuse({line,
+                           fmt::format("{}, primary key {}", records::place_of(table.name),
+                                       primary_key_text(table, record)),
+                           "", "the store refused the record: " + result_text(result)});
+        }
+        ++loaded.stored;
+        ++loaded.tables[table.name];
+        loaded.replaced += replaced ? 1 : 0;
+    }
+
+    void refuse(const records::Refusal &refusal) override {
+        constexpr std::size_t most_messages = 20;
+        constexpr std::size_t most_kinds = 1000; // a file can be wrong in any number of ways
+        ++loaded.refused;
+        if (loaded.messages.size() < most_messages) {
+            loaded.messages.push_back(refusal.message(source_.name()));
+        }
+        const std::string kind = loaded.kinds.size() < most_kinds ? refusal.kind() : "other";
+        ++loaded.kinds.try_emplace(kind, Loaded::Kind{0, refusal.line}).first->second.times;
+    }
+
+    /// Takes everything back that was stored.
+    void undo() {
+        if (const std::size_t failed = transaction_.undo(); failed > 0) {
+            loaded.messages.push_back(fmt::format("{}: {} could not be put back", source_.name(),
+                                                  records::counted(failed, "record")));
+        }
+        loaded.stored = loaded.replaced = 0;
+        loaded.tables.clear();
+    }
+
+    Loaded loaded;
+
+private:
+    static std::uint32_t write(const Table &table, const Bytes &record, bool &replaced) {
+        const auto length = static_cast<std::uint32_t>(record.size());
+        Bytes before = record;
+        replaced = table.access->read(before.data(), length) == L2VPN_DB_OK;
+        return table.access->write(record.data(), length);
+    }
+
+    const records::TextSource &source_;
+    bool keep_going_;
+    records::Transaction transaction_;
+    Progress progress_;
+};
+
+Loaded load(const std::string &path, const std::string &csv_table, bool keep_going) {
+    records::TextSource source(path);
+    Loader loader(source, keep_going);
+    try {
+        records::read_records(source, csv_table, loader);
+    } catch (const records::FileError &error) {
+        loader.loaded.unread = error.what();
+    } catch (const std::bad_alloc &) {
+        loader.loaded.unread = source.name() + ": there is not enough memory";
+    }
+    Loaded &loaded = loader.loaded;
+    if ((loaded.refused > 0 || !loaded.unread.empty()) && !keep_going) {
+        loader.undo();
+    }
+    return loaded;
+}
+
+/// Everything that is wrong, and the ways in which it is.
+std::string complaint(const Loaded &loaded) {
+    std::string text = fmt::format("{}", fmt::join(loaded.messages, "\n"));
+    if (loaded.refused > loaded.messages.size()) {
+        text += fmt::format("\nand {} more; in all:", loaded.refused - loaded.messages.size());
+        for (const auto &[kind, times] : loaded.kinds) {
+            text += fmt::format("\n  {}, first in line {}: {}",
+                                records::counted(times.times, "time"), times.first_line, kind);
+        }
+    }
+    return text + (text.empty() || loaded.unread.empty() ? "" : "\n") + loaded.unread;
+}
+
+Exit exit_of(const Loaded &loaded, bool keep_going) {
+    if (!loaded.unread.empty()) {
+        return exit_failed;
+    }
+    return loaded.refused == 0 ? exit_done : keep_going ? exit_no : exit_bad_input;
+}
+
+void print_json(const std::string &path, const Loaded &loaded) {
+    Json kinds = Json::array();
+    for (const auto &[kind, times] : loaded.kinds) {
+        kinds.push_back({{"what", kind}, {"times", times.times}, {"firstLine", times.first_line}});
+    }
+    const Json load = {{"file", path},
+                       {"stored", loaded.stored},
+                       {"replaced", loaded.replaced},
+                       {"tables", loaded.tables},
+                       {"refused", loaded.refused},
+                       {"messages", loaded.messages},
+                       {"kinds", kinds}};
+    fmt::print("{}", json_line("\"load\":" + load.dump()));
+}
+
+void print(const std::string &path, const Loaded &loaded) {
+    fmt::print("{}: {} stored in {}{}{}\n", path, records::counted(loaded.stored, "record"),
+               records::counted(loaded.tables.size(), "table"),
+               loaded.replaced == 0 ? "" : fmt::format(", {} of them replaced", loaded.replaced),
+               loaded.refused == 0
+                   ? ""
+                   : fmt::format(", {}", records::counted(loaded.refused, "refusal")));
+}
+
+} // namespace
+
+void load_before(const std::string &path) {
+    const Loaded loaded = load(path, "", false);
+    if (const Exit code = exit_of(loaded, false); code != exit_done) {
+        throw Failure(code, "nothing is loaded:\n" + complaint(loaded));
+    }
+}
+
+Exit run_load(const Arguments &arguments) {
+    Exit worst = exit_done;
+    for (const std::string &path : arguments.files) {
+        const Loaded loaded = load(path, arguments.csv_table, arguments.keep_going);
+        if (arguments.json) {
+            print_json(path, loaded);
+        } else {
+            if (const std::string text = complaint(loaded); !text.empty()) {
+                (void)std::fflush(stdout);
+                fmt::print(stderr, "{}\n", text);
+            }
+            print(path, loaded);
+        }
+        worst = std::max(worst, exit_of(loaded, arguments.keep_going));
+    }
+    return worst;
+}
+
+} // namespace l2vpn::tool

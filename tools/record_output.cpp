@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: MIT
+#include "tools/record_output.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "records/csv_reader.h"
+#include "tools/terminal.h"
+
+namespace l2vpn::tool {
+namespace {
+
+bool is_zero(const Field &field, const Bytes &record) {
+    const auto at = record.begin() + static_cast<std::ptrdiff_t>(field.offset);
+    return std::all_of(at, at + static_cast<std::ptrdiff_t>(field.width),
+                       [](std::byte each) { return each == std::byte{0}; });
+}
+
+/// For people, to whom many bytes that are all 0 say no more than one.
+std::string cell(const Field &field, const Bytes &record, records::Style style) {
+    constexpr std::size_t address = 6;
+    if (field.kind == Field::Kind::bytes && field.width > address && is_zero(field, record)) {
+        return "0";
+    }
+    return field_text(field, record.data(), style);
+}
+
+/// Looks at all records first: columns get their widths, and those that are 0 in every record are
+/// left out, unless they are asked for.
+std::size_t write_columns(const Table &table, const Arguments &arguments, const Records &records,
+                          std::FILE *to) {
+    const std::vector<Field> fields = fields_listed(table, arguments.fields);
+    std::vector<bool> shown(fields.size(), arguments.all || !arguments.fields.empty());
+    records([&](const Bytes &record) {
+        for (std::size_t i = 0; i < fields.size(); ++i) {
+            const auto &members = table.primary_key().members;
+            shown[i] = shown[i] || !is_zero(fields[i], record) ||
+                       std::ranges::count(members, fields[i].name, &Field::name) != 0;
+        }
+    });
+    std::vector<Columns::Title> titles;
+    std::vector<Field> columns;
+    std::vector<std::string> left_out;
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+        if (shown[i]) {
+            titles.push_back({fields[i].name, fields[i].kind == Field::Kind::number});
+            columns.push_back(fields[i]);
+        } else {
+            left_out.push_back(fields[i].name);
+        }
+    }
+    const auto row = [&](const Bytes &record) {
+        Columns::Row cells(columns.size());
+        std::ranges::transform(columns, cells.begin(), [&](const Field &field) {
+            return cell(field, record, arguments.style());
+        });
+        return cells;
+    };
+    Columns layout(titles);
+    std::size_t count = 0;
+    records([&](const Bytes &record) {
+        layout.measure(row(record));
+        ++count;
+    });
+    if (count == 0) {
+        return 0;
+    }
+    layout.print_titles(to);
+    records([&](const Bytes &record) { layout.print(to, row(record)); });
+    if (!left_out.empty()) {
+        fmt::print(to, "{}\n", dim(fmt::format("0 in all: {}", fmt::join(left_out, ", "))));
+    }
+    return count;
+}
+
+} // namespace
+
+std::string json_line(const std::string &members) {
+    return fmt::format("{{\"version\":{},{}}}\n", records::record_version, members);
+}
+
+std::string record_json(const Table &table, const std::vector<Field> &fields, const Bytes &record,
+                        records::Style style) {
+    std::string text;
+    for (const Field &field : fields) {
+        text += fmt::format("{}\"{}\":{}", text.empty() ? "" : ",", field.name,
+                            field_json(field, record.data(), style));
+    }
+    return json_line(fmt::format("\"{}\":[{{{}}}]", table.name, text));
+}
+
+std::string record_line(const Table &table, const Bytes &record) {
+    std::string line(65536, '\0'); // more than any record's
+    const std::uint32_t length = table.format(L2VPN_AST_WHOLE_RECORD, record.data(), line.data(),
+                                              static_cast<std::uint32_t>(line.size()), ", ");
+    line.resize(length == L2VPN_AST_ERR ? 0 : length);
+    return line;
+}
+
+void print_fields(const Table &table, const Bytes &record, records::Style style) {
+    std::size_t widest = 0;
+    for (const Field &field : table.fields) {
+        widest = std::max(widest, field.name.size());
+    }
+    for (const Field &field : table.fields) {
+        const std::string text = cell(field, record, style);
+        const std::string line = fmt::format("  {:<{}}  {}", field.name, widest, text);
+        fmt::print("{}\n", is_zero(field, record) ? dim(line) : line);
+    }
+}
+
+std::size_t write_records(const Table &table, const Arguments &arguments, const Records &records,
+                          std::FILE *to) {
+    if (!arguments.json && !arguments.csv && !arguments.line) {
+        return write_columns(table, arguments, records, to);
+    }
+    const std::vector<Field> fields = fields_listed(table, arguments.fields);
+    if (arguments.csv) {
+        fmt::print(to, "{}\n", fmt::join(records::field_names(fields), ","));
+    }
+    std::size_t count = 0;
+    records([&](const Bytes &record) {
+        ++count;
+        if (arguments.json) {
+            fmt::print(to, "{}", record_json(table, fields, record, arguments.style()));
+        } else if (arguments.line) {
+            fmt::print(to, "{}\n", record_line(table, record));
+        } else {
+            std::string line;
+            for (const Field &field : fields) {
+                line += line.empty() ? "" : ",";
+                line += records::csv_cell(field_text(field, record.data(), arguments.style()));
+            }
+            fmt::print(to, "{}\n", line);
+        }
+    });
+    return count;
+}
+
+OutputFile::OutputFile(const std::string &path) : path_(path) {
+    if (path.empty()) {
+        file_ = stdout;
+        return;
+    }
+    unfinished_ = path + ".XXXXXX";
+    const int file = mkstemp(unfinished_.data());
+    if (file < 0 || (file_ = fdopen(file, "wb")) == nullptr) {
+        throw records::FileError(path, "cannot be written");
+    }
+}
+
+OutputFile::~OutputFile() {
+    if (!path_.empty() && file_ != nullptr) {
+        (void)std::fclose(file_);
+        (void)std::remove(unfinished_.c_str());
+    }
+}
+
+void OutputFile::finish() {
+    if (path_.empty()) {
+        if (std::fflush(file_) != 0) {
+            throw records::FileError("standard output", "cannot be written");
+        }
+        return;
+    }
+    const mode_t mask = umask(0);
+    umask(mask);
+    bool right = fchmod(fileno(file_), 0666 & ~mask) == 0 && std::fflush(file_) == 0;
+    right = std::fclose(std::exchange(file_, nullptr)) == 0 && right;
+    if (!right || std::rename(unfinished_.c_str(), path_.c_str()) != 0) {
+        const records::FileError error(path_, "cannot be written");
+        (void)std::remove(unfinished_.c_str());
+        throw error;
+    }
+}
+
+} // namespace l2vpn::tool
