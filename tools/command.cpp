@@ -2,6 +2,7 @@
 #include "tools/command.h"
 
 #include <algorithm>
+#include <charconv>
 #include <exception>
 #include <map>
 
@@ -77,8 +78,17 @@ std::vector<std::string> command_names() {
     return names;
 }
 
+/// Whether a text is a number that an argument holds; why not, for people.
+std::string not_a_number(const std::string &text) {
+    std::uint64_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    const bool right = error == std::errc{} && end == text.data() + text.size();
+    return right ? ""
+                 : fmt::format("found {}, expected a number from 0 to {}", records::in_quotes(text),
+                               UINT64_MAX);
+}
+
 void add(CLI::App &app, const Parameter &parameter, Arguments &arguments) {
-    const bool option = *parameter.name == '-';
     std::visit(
         [&](auto member) {
             auto &target = arguments.*member;
@@ -87,31 +97,38 @@ void add(CLI::App &app, const Parameter &parameter, Arguments &arguments) {
             } else {
                 CLI::Option *const added = app.add_option(parameter.name, target, parameter.about);
                 added->required(parameter.required);
-                if (option && parameter.target.index() == 2) {
-                    added->capture_default_str();
+                if constexpr (std::is_same_v<decltype(target), std::uint64_t &>) {
+                    added->check(not_a_number);
+                    if (!parameter.required) {
+                        added->capture_default_str();
+                    }
                 }
             }
         },
         parameter.target);
 }
 
-/// What stands where nothing fits, in the words of names.
-std::string unexpected(const std::vector<std::string> &words, const CLI::App &app) {
-    const std::string &word = words.front();
-    std::vector<std::string> known;
-    if (word.starts_with('-')) {
-        for (const CLI::Option *const option : app.get_options()) {
-            if (!option->get_lnames().empty()) {
-                known.push_back("--" + option->get_lnames().front());
+/// What stands where nothing fits.
+/// @param command  null if none has been named
+std::string unexpected(const std::string &word, const Command *command) {
+    const bool option = word.starts_with('-');
+    if (command != nullptr && !option) {
+        return fmt::format("{}: found {}, expected no more arguments", command->name,
+                           records::in_quotes(word));
+    }
+    std::vector<std::string> known =
+        option ? std::vector<std::string>{"--help", "--load"} : command_names();
+    const auto add_options = [&](const std::vector<const Parameter *> &parameters) {
+        for (const Parameter *const parameter : parameters) {
+            if (option && *parameter->name == '-') {
+                known.emplace_back(parameter->name);
             }
         }
-    } else if (app.get_parent() == nullptr) {
-        known = command_names();
-    } else {
-        return fmt::format("found {}, expected no more arguments", records::in_quotes(word));
-    }
+    };
+    add_options(common_parameters());
+    add_options(command == nullptr ? std::vector<const Parameter *>{} : command->parameters);
     return fmt::format("{}: found an unknown {}, expected a known one; nearest is {}",
-                       records::in_quotes(word), word.starts_with('-') ? "option" : "command",
+                       records::in_quotes(word), option ? "option" : "command",
                        records::in_quotes(records::nearest(word, known)));
 }
 
@@ -149,23 +166,19 @@ public:
         try {
             app_.parse(std::move(reversed));
         } catch (const CLI::ExtrasError &) {
-            const CLI::App &last = last_app();
-            throw Failure(exit_bad_input, unexpected(app_.remaining(true), last));
+            throw Failure(exit_bad_input, unexpected(app_.remaining(true).front(), command()));
         } catch (const CLI::CallForHelp &) {
             fmt::print("{}", last_app().help());
             return nullptr;
         } catch (const CLI::CallForVersion &version) {
             fmt::print("{}\n", version.what());
             return nullptr;
+        } catch (const CLI::RequiredError &) {
+            throw Failure(exit_bad_input, missing());
         } catch (const CLI::ParseError &error) {
-            throw Failure(exit_bad_input,
-                          fmt::format("{}; see {} --help", error.what(),
-                                      last_app().get_parent() == nullptr ? "l2vpn-db"
-                                                                         : last_app().get_name()));
+            throw Failure(exit_bad_input, error.what());
         }
-        const auto found = std::ranges::find(commands(), last_app().get_name(),
-                                             [](const Command &each) { return each.name; });
-        return found == commands().end() ? &shell() : &*found;
+        return command() == nullptr ? &commands().back() : command(); // the shell
     }
 
     Arguments arguments;
@@ -176,7 +189,21 @@ private:
         const auto parsed = app_.get_subcommands();
         return parsed.empty() ? app_ : *parsed.front();
     }
-    static const Command &shell() { return commands().back(); }
+    /// The one that was named; null if none was.
+    const Command *command() {
+        const auto found = std::ranges::find(commands(), last_app().get_name(),
+                                             [](const Command &each) { return each.name; });
+        return found == commands().end() ? nullptr : &*found;
+    }
+    std::string missing() {
+        for (const Parameter *const parameter : command()->parameters) {
+            if (parameter->required && last_app().count(parameter->name) == 0) {
+                return fmt::format("{}: found no {}, expected {}", command()->name, parameter->name,
+                                   parameter->about);
+            }
+        }
+        return "arguments are missing";
+    }
 
     CLI::App app_;
 };
