@@ -117,7 +117,16 @@ Value number_or_text(std::string_view word) {
 }
 
 std::string hexadecimal(std::span<const std::byte> bytes) {
-    return fmt::format("{:02x}", fmt::join(bytes, ":"));
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::string text;
+    text.reserve(3 * bytes.size());
+    for (const std::byte byte : bytes) {
+        text += digits[std::to_integer<std::size_t>(byte >> 4)];
+        text += digits[std::to_integer<std::size_t>(byte & std::byte{15})];
+        text += ':';
+    }
+    text.pop_back();
+    return text;
 }
 
 std::string listed(std::span<const std::byte> bytes) {

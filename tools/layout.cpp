@@ -229,10 +229,11 @@ void print(const std::vector<std::vector<Picture>> &groups) {
 
 // ---- As SVG ------------------------------------------------------------------------------------
 
-constexpr std::size_t svg_byte = 34, svg_row = 26, svg_margin = 36, svg_title = 24, svg_gap = 28;
+constexpr std::size_t svg_byte = 44, svg_row = 26, svg_margin = 36, svg_title = 24, svg_gap = 28;
 constexpr std::size_t svg_width = svg_margin + row_bytes * svg_byte;
 
-std::string svg_picture(const Picture &picture, std::size_t x, std::size_t &y) {
+std::string svg_picture(const std::vector<Field> &names, const Picture &picture, std::size_t x,
+                        std::size_t &y) {
     constexpr std::size_t letter = 7; // about its width
     std::string text = fmt::format("<text class=\"title\" x=\"{}\" y=\"{}\">{}</text>\n",
                                    x + svg_margin, y + svg_title - 8, picture.title);
@@ -247,22 +248,24 @@ std::string svg_picture(const Picture &picture, std::size_t x, std::size_t &y) {
         const std::size_t top = y + piece.row * svg_row;
         const std::string colour =
             piece.field == no_field ? "gap" : fmt::format("c{}", piece.field % 6);
-        text += fmt::format("<rect class=\"{}\" x=\"{}\" y=\"{}\" width=\"{}\" height=\"{}\"/>\n"
+        text += fmt::format("<rect class=\"{}\" x=\"{}\" y=\"{}\" width=\"{}\" height=\"{}\">"
+                            "<title>{}</title></rect>\n"
                             "<text x=\"{}\" y=\"{}\">{}</text>\n",
-                            colour, left, top, width, svg_row, left + 5, top + 17,
-                            shortened(piece.label, (width - 6) / letter));
+                            colour, left, top, width, svg_row,
+                            piece.field == no_field ? "padding" : names[piece.field].name, left + 5,
+                            top + 17, shortened(piece.label, (width - 6) / letter));
     }
     y += picture.offsets.size() * svg_row + svg_gap;
     return text;
 }
 
-std::string svg(const std::string &table, const std::vector<std::vector<Picture>> &groups) {
+std::string svg(const Table &table, const std::vector<std::vector<Picture>> &groups) {
     std::string body;
     std::size_t x = 0, height = 0;
     for (const std::vector<Picture> &group : groups) {
         std::size_t y = 0;
         for (const Picture &picture : group) {
-            body += svg_picture(picture, x, y);
+            body += svg_picture(table.fields, picture, x, y);
         }
         height = std::max(height, y);
         x += svg_width + svg_gap;
@@ -277,7 +280,7 @@ std::string svg(const std::string &table, const std::vector<std::vector<Picture>
     return fmt::format("<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 {} {}\" "
                        "width=\"{}\" height=\"{}\" role=\"img\" aria-label=\"{}: layout\">\n"
                        "<style>{}</style>\n{}</svg>\n",
-                       x - svg_gap + 1, height, x - svg_gap + 1, height, table, style, body);
+                       x - svg_gap + 1, height, x - svg_gap + 1, height, table.name, style, body);
 }
 
 void print_json(const Table &table, const std::vector<std::vector<Picture>> &groups) {
@@ -306,7 +309,7 @@ Exit run_layout(const Arguments &arguments) {
     const auto groups = pictures_of(table);
     if (!arguments.svg.empty()) {
         OutputFile output(arguments.svg == "-" ? "" : arguments.svg);
-        fmt::print(output.file(), "{}", svg(table.name, groups));
+        fmt::print(output.file(), "{}", svg(table, groups));
         output.finish();
     } else if (arguments.json) {
         print_json(table, groups);

@@ -221,8 +221,7 @@ std::uint64_t bytes_of(Meaning meaning, const Row &row, std::uint64_t seed) {
     }
 }
 
-void set(const Field &field, const Row &row, std::uint64_t seed, Bytes &record) {
-    const Meaning meaning = meaning_of(field);
+void set(const Field &field, Meaning meaning, const Row &row, std::uint64_t seed, Bytes &record) {
     std::byte *const at = record.data() + field.offset;
     if (field.kind == Field::Kind::number || field.kind == Field::Kind::address) {
         records::put_number(at, field.width, value_of(meaning, row));
@@ -267,12 +266,15 @@ void Network::records_of(const Table &table, std::uint64_t most, const Visitor &
     const Meaning subject = subject_of(table);
     const std::uint64_t step = is_event(table) ? events : 1;
     const std::uint64_t peers = instances_ / instances_per_peer + 2;
+    std::vector<Meaning> meanings(table.fields.size());
+    std::ranges::transform(table.fields, meanings.begin(), meaning_of);
     Bytes record(table.record_size);
     for (std::uint64_t i = 0; i < std::min(most, size(table)); ++i) {
         Row row = row_of(subject, i * step, peers);
-        for (const Field &field : table.fields) {
-            row.chance = mixed(mixed(mixed(seed_) + i) + field.id);
-            set(field, row, seed_, record);
+        const std::uint64_t chances = mixed(mixed(seed_) + i);
+        for (std::size_t field = 0; field < meanings.size(); ++field) {
+            row.chance = mixed(chances + field);
+            set(table.fields[field], meanings[field], row, seed_, record);
         }
         if (subject == Meaning::other) { // then nothing else tells the records apart
             const Field &first = table.primary_key().members.front();

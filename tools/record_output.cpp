@@ -89,8 +89,10 @@ std::string record_json(const Table &table, const std::vector<Field> &fields, co
                         records::Style style) {
     std::string text;
     for (const Field &field : fields) {
-        text += fmt::format("{}\"{}\":{}", text.empty() ? "" : ",", field.name,
-                            field_json(field, record.data(), style));
+        text += text.empty() ? "\"" : ",\"";
+        text += field.name;
+        text += "\":";
+        text += field_json(field, record.data(), style);
     }
     return json_line(fmt::format("\"{}\":[{{{}}}]", table.name, text));
 }
