@@ -39,6 +39,7 @@ std::vector<Comparison> compare_each(const std::vector<Slice> &subjects, const S
             times[s].push_back(subjects[s]() - nothing);
     }
     std::vector<Comparison> result;
+    result.reserve(times.size());
     for (const std::vector<double> &subject : times)
         result.push_back(compared(subject, references));
     return result;
