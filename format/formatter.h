@@ -2,7 +2,6 @@
 // A record as one line of text: "name:value" items joined by the caller's separator.
 #pragma once
 
-#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -15,7 +14,7 @@ namespace [[gnu::visibility("hidden")]] l2vpn {
 /// the same place.
 class Line {
 public:
-    Line(char *buffer, std::uint32_t size) : at_(buffer), left_(size) {}
+    Line(char *buffer, std::uint32_t size) : buffer_(buffer), size_(size) {}
 
     // The formats are made from field names at compile time, which the compiler's check of literals
     // cannot follow.
@@ -24,20 +23,20 @@ public:
 #pragma GCC diagnostic ignored "-Wformat-security"
     template <class... Values>
     void print(const char *format, Values... values) {
-        const int written = sprintf_s(at_, left_, format, values...);
+        const int written = sprintf_s(buffer_ + used_, size_ - used_, format, values...);
 #pragma GCC diagnostic pop
-        const auto used = static_cast<std::uint32_t>(std::max(written, 0));
-        at_ += used;
-        left_ -= used;
+        if (written > 0)
+            used_ += static_cast<std::uint32_t>(written);
     }
 
-    [[nodiscard]] std::uint32_t left() const {
-        return left_;
+    [[nodiscard]] std::uint32_t used() const {
+        return used_;
     }
 
 private:
-    char *at_;
-    std::uint32_t left_;
+    char *buffer_;
+    std::uint32_t size_;
+    std::uint32_t used_ = 0;
 };
 
 /// The field's name followed by the given text, as one terminated string.
@@ -98,6 +97,7 @@ inline void print_item(Line &line, const char *record, const char *separator) {
     } else if constexpr (field.kind == Kind::context || field.kind == Kind::bytes) {
         static constexpr auto head = item_format<T, I>(":0x");
         line.print(head.data());
+#pragma GCC unroll 2
         for (std::size_t i = 0; i < field.width; i += sizeof(std::uint32_t))
             line.print(" %x", load<std::uint32_t>(at + i));
         if constexpr (separated)
@@ -130,7 +130,7 @@ template <class T>
         (print_item<T, I>(line, static_cast<const char *>(record), separator), ...);
     }
     (std::make_index_sequence<field_count<T>>{});
-    return buffer_length - line.left();
+    return line.used();
 }
 
 /// What prints the whole record of one table.

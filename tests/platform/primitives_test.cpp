@@ -36,6 +36,19 @@ TEST(BoundedCopy, CopiesExactlyTheCount) {
     EXPECT_EQ(std::string_view(to.data(), to.size()), "xbc#####");
 }
 
+TEST(MemcpyS, CopiesEachLengthAndNothingElse) {
+    std::array<char, 200> from{};
+    for (std::size_t i = 0; i < from.size(); ++i)
+        from[i] = static_cast<char>(i + 1);
+    for (std::size_t count = 0; count <= 150; ++count) {
+        std::array<char, 200> to{};
+        std::array<char, 200> expected{};
+        std::copy_n(from.data() + 1, count, expected.data() + 3);
+        ASSERT_EQ(memcpy_s(to.data() + 3, count, from.data() + 1, count), 0);
+        ASSERT_EQ(to, expected) << count;
+    }
+}
+
 TEST(BoundedCopy, RefusesWithACodeForEachReasonAndCopiesNothing) {
     Text to = untouched;
     const int null = memcpy_s(nullptr, 8, "abc", 3);
