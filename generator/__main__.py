@@ -24,12 +24,13 @@ import sources
 
 
 def write(path: Path, text: str) -> bool:
-    """Leaves a file alone that is right already, so that builds do not repeat themselves."""
-    if path.exists() and path.read_text(encoding="utf-8") == text:
-        return False
-    path.parent.mkdir(parents=True, exist_ok=True)
-    path.write_text(text, encoding="utf-8")
-    return True
+    """Whether the file had to be written: one that is right already is left alone, so that builds do
+    not repeat themselves."""
+    right = path.exists() and path.read_text(encoding="utf-8") == text
+    if not right:
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_text(text, encoding="utf-8")
+    return not right
 
 
 def make_headers(tables: list, root: Path, errors: list) -> dict:
@@ -96,8 +97,7 @@ def write_sources(tables: list, output: Path) -> None:
     }
     typed = [table for table in tables if table.typed]
     for table in tables:
-        row = typed.index(table) if table.typed else 0
-        texts[f"facts/{table.name}.h"] = sources.facts(table, row)
+        texts[f"facts/{table.name}.h"] = sources.facts(table, typed)
         texts[f"tables/{table.name}.cpp"] = sources.functions(table)
     for name, text in texts.items():
         write(output / name, text)

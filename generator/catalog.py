@@ -40,11 +40,10 @@ class Field:
     name: str
     printed: bool
     line: int
-    width: int = 0
-    alignment: int = 1
-    kind: str = ""  # integer, mac, bytes, pair or context
-    elements: int = 1
-    stored_offset: int = 0
+    stored_offset: int
+    width: int
+    alignment: int
+    kind: str  # integer, mac, bytes, pair or context
 
     @property
     def ids(self) -> int:
@@ -85,11 +84,11 @@ class Table:
     name: str
     path: Path
     shown: str  # the path as messages show it
-    about: str = ""
-    version: int = 1
-    typed: bool = False
-    record_size: int = 0
-    stored_size: int = 0
+    about: str = field(init=False)
+    version: int = field(init=False)
+    typed: bool = field(init=False)
+    record_size: int = field(init=False)
+    stored_size: int = field(init=False)
     quirks: list = field(default_factory=list)
     fields: list = field(default_factory=list)
     keys: list = field(default_factory=list)
@@ -115,14 +114,9 @@ class Table:
     @property
     def gaps(self) -> list:
         """Alignment bytes of the caller record, as (first, last)."""
-        gaps, end = [], 0
-        for item in self.fields:
-            if item.offset > end:
-                gaps.append((end, item.offset - 1))
-            end = item.offset + item.width
-        if self.record_size > end:
-            gaps.append((end, self.record_size - 1))
-        return gaps
+        ends = [item.offset + item.width for item in self.fields]
+        begins = [*(item.offset for item in self.fields[1:]), self.record_size]
+        return [(end, begin - 1) for end, begin in zip(ends, begins) if begin > end]
 
     @property
     def schema_hash(self) -> int:
@@ -164,7 +158,7 @@ def describe(value) -> str:
 
 
 def meant(word: str, known) -> str | None:
-    return next(iter(difflib.get_close_matches(word, list(known), 1, 0.5)), None)
+    return next(iter(difflib.get_close_matches(word, known, cutoff=0.5)), None)
 
 
 def nearest(word: str, known) -> str:
@@ -183,20 +177,20 @@ def is_comment(text) -> bool:
 
 
 def parse_type(text: str):
-    """(width, alignment, kind, elements) of a field type, or None."""
+    """(width, alignment, kind) of a field type, or None."""
     if text in INTEGERS:
-        return INTEGERS[text], INTEGERS[text], "integer", 1
+        return INTEGERS[text], INTEGERS[text], "integer"
     if text == "mac":
-        return 6, 1, "mac", 1
+        return 6, 1, "mac"
     if text == "pair":
-        return 2, 1, "pair", 2
+        return 2, 1, "pair"
     if match := re.fullmatch(r"2x([1-9]\d{0,4})", text):
         element = int(match[1])
-        return (2 * element, 1, "context", 2) if 1 < element < 0x8000 else None
+        return (2 * element, 1, "context") if element > 1 else None
     if match := re.fullmatch(r"bytes([1-9]\d{0,4})", text):
         width = int(match[1])
         # An opaque run of an integer's width would be copied like an integer.
-        return (width, 1, "bytes", 1) if width not in (1, 2, 4, 8) and width < 0x10000 else None
+        return (width, 1, "bytes") if width not in (1, 2, 4, 8) else None
     return None
 
 
@@ -210,9 +204,8 @@ def read_toml(path: Path, refuse):
     except UnicodeDecodeError as error:
         refuse(1, "encoding", str(error), "UTF-8")
     except tomllib.TOMLDecodeError as error:
-        match = re.fullmatch(r"(.*) \(at (?:line (\d+), column \d+|end of document)\)", str(error))
-        line = int(match[2]) if match and match[2] else text.count("\n") + 1
-        refuse(line, "syntax", match[1] if match else str(error), "valid TOML")
+        place = re.search(r" \(at line (\d+), column \d+\)$", str(error))
+        refuse(int(place[1]) if place else text.count("\n") + 1, "syntax", error, "valid TOML")
     return None
 
 
@@ -240,11 +233,13 @@ class Reader(Refusals):
         self.ends = []  # where the last field may end
 
     def read(self) -> Table:
+        if document := read_toml(self.table.path, self.refuse):
+            entries, self.table.lines = document
+            self.check(entries)
+        return self.table
+
+    def check(self, entries: dict) -> None:
         table = self.table
-        document = read_toml(table.path, self.refuse)
-        if document is None:
-            return table
-        entries, table.lines = document
         if not re.fullmatch(r"l2vpn(_[a-z0-9]+)+", table.name):
             self.refuse(1, "table name", describe(table.name),
                         'the file to be named l2vpn_<words in lower snake case>.toml')
@@ -257,7 +252,6 @@ class Reader(Refusals):
         self.read_keys(entries.get("keys"))
         self.read_quirks(entries.get("quirks", []))
         self.check_sizes(entries)
-        return table
 
     def check_entries(self, entries: dict) -> None:
         table = self.table
@@ -315,8 +309,7 @@ class Reader(Refusals):
         # What the next row may hold. After a wrong number both readings are allowed, that it alone
         # is wrong and that everything behind it is shifted: one slip is one message.
         next_ids, ends, stored = [0], [0], 0
-        seen, too_long = {}, False
-        self.fields_known = True
+        seen, self.fields_known = {}, True
         for number, row in enumerate(rows):
             line = self.line("fields", number)
             if (not isinstance(row, list) or len(row) not in (4, 5)
@@ -326,24 +319,23 @@ class Reader(Refusals):
                             '[id, offset, "type", "name"] or [id, offset, "type", "name", "print"]')
                 next_ids, ends, self.fields_known = [], [], False
                 continue
-            item = Field(*row[:4], len(row) == 5, line)
-            what = f'field "{item.name}"'
-            self.check_field_name(item, what, seen)
-            if item.id not in (next_ids or [item.id]):
-                self.refuse(line, f"{what}, id", item.id,
+            field_id, _, type_name, name = row[:4]
+            what = f'field "{name}"'
+            self.check_field_name(name, line, what, seen)
+            if field_id not in (next_ids or [field_id]):
+                self.refuse(line, f"{what}, id", field_id,
                             f"{next_ids[0]} (ids count up from 0; a service array takes two)")
-            item.stored_offset = stored
-            self.table.fields.append(item)
-            shape = parse_type(item.type)
+            shape = parse_type(type_name)
             if shape is None:
                 known = [*INTEGERS, "pair", "mac"]
-                self.refuse(line, f"{what}, type", describe(item.type),
+                self.refuse(line, f"{what}, type", describe(type_name),
                             "one of u8, u16, u32, u64, pair (two bytes), mac, 2xN (two elements of N"
                             " bytes, N > 1), bytesN (N opaque bytes, not 1, 2, 4 or 8)"
-                            + nearest(item.type, known))
-                next_ids, ends, self.fields_known = [item.id + 1, item.id + 2], [], False
+                            + nearest(type_name, known))
+                next_ids, ends, self.fields_known = [field_id + 1, field_id + 2], [], False
                 continue
-            item.width, item.alignment, item.kind, item.elements = shape
+            item = Field(*row[:4], len(row) == 5, line, stored, *shape)
+            self.table.fields.append(item)
             offsets = [align_up(end, item.alignment) for end in ends] or [item.offset]
             if item.offset not in offsets:
                 self.refuse(line, f"{what}, offset", item.offset, str(offsets[0]))
@@ -354,14 +346,13 @@ class Reader(Refusals):
             next_ids = self.readings(item.id, next_ids, item.ids)
             ends = self.readings(item.offset, offsets, item.width)
             stored += item.width
-            if ends[0] > MAX_RECORD and not too_long:
+            if offsets[0] <= MAX_RECORD < ends[0]:
                 self.refuse(line, what, f"an end at {ends[0]}", f"records of at most {MAX_RECORD} bytes")
-            too_long = too_long or ends[0] > MAX_RECORD
         self.ends = ends
         if self.fields_known and not any(item.printed for item in self.table.fields):
             self.refuse(self.line("fields"), "fields", "none to be printed", 'at least one with "print"')
         batch = self.table.field_named("batchVersion")
-        if batch and self.table.typed and batch.kind and batch.type != "u32":
+        if batch and self.table.typed and batch.type != "u32":
             self.refuse(batch.line, 'field "batchVersion", type', describe(batch.type), '"u32"')
 
     @staticmethod
@@ -369,15 +360,14 @@ class Reader(Refusals):
         """What comes after a row: from what was expected, if the row differs, and from what it holds."""
         return [found + step] if found in (expected or [found]) else [expected[0] + step, found + step]
 
-    def check_field_name(self, item: Field, what: str, seen: dict) -> None:
-        if not re.fullmatch(r"[a-z][A-Za-z0-9]*", item.name):
-            self.refuse(item.line, what, describe(item.name), "a name in lower camel case")
-        elif item.name in KEYWORDS:
-            self.refuse(item.line, what, "a word of C or C++", "a name that a structure member can have")
-        elif item.name in seen:
-            self.refuse(item.line, what, f"a second field of that name (first in line {seen[item.name]})",
-                        "each field once")
-        seen.setdefault(item.name, item.line)
+    def check_field_name(self, name: str, line: int, what: str, seen: dict) -> None:
+        if not re.fullmatch(r"[a-z][A-Za-z0-9]*", name):
+            self.refuse(line, what, describe(name), "a name in lower camel case")
+        elif name in KEYWORDS:
+            self.refuse(line, what, "a word of C or C++", "a name that a structure member can have")
+        elif name in seen:
+            self.refuse(line, what, f"a second field of that name (first in line {seen[name]})", "each field once")
+        seen.setdefault(name, line)
 
     def check_printable(self, item: Field, what: str) -> None:
         if not item.printed:

@@ -10,17 +10,17 @@ WIDTH = 100
 C_INTEGERS = {1: "uint8_t", 2: "uint16_t", 4: "uint32_t", 8: "uint64_t"}
 
 
-def comment(text: str, indent: str = "") -> str:
+def comment(text: str) -> str:
     """A documentation comment; lines that begin with @ or a blank start a paragraph."""
     lines = []
     for paragraph in text.strip().split("\n"):
         hanging = "        " if paragraph.startswith("@") else ""
-        lines += textwrap.wrap(paragraph, WIDTH - 3 - len(indent), subsequent_indent=hanging,
+        lines += textwrap.wrap(paragraph, WIDTH - 3, subsequent_indent=hanging,
                                break_long_words=False) or [""]
-    if len(lines) == 1 and len(lines[0]) + len(indent) + 8 <= WIDTH:
-        return f"{indent}/** {lines[0]} */\n"
-    body = "".join(f"{indent} * {line}".rstrip() + "\n" for line in lines)
-    return f"{indent}/**\n{body}{indent} */\n"
+    if len(lines) == 1 and len(lines[0]) + 8 <= WIDTH:
+        return f"/** {lines[0]} */\n"
+    body = "".join(f" * {line}".rstrip() + "\n" for line in lines)
+    return f"/**\n{body} */\n"
 
 
 def section(title: str) -> str:

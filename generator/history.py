@@ -118,12 +118,12 @@ class Comparison(Refusals):
 
     def check_fields(self) -> None:
         for number, (at, offset, width, name) in enumerate(self.old.fields):
-            row = self.new.fields[number] if number < len(self.new.fields) else [None] * 4
+            row = self.new.fields[number] if number < len(self.new.fields) else None
             if row == [at, offset, width, name]:
                 continue
-            line = self.table.line("fields", number) if row[3] else self.table.line("fields")
-            if row[3] != name:
-                self.refuse(line, f"field row {number}", describe(row[3]) if row[3] else "none",
+            line = self.table.line("fields", number) if row else self.table.line("fields")
+            if not row or row[3] != name:
+                self.refuse(line, f"field row {number}", describe(row[3]) if row else "none",
                             f'"{name}" (id {at}, {width} bytes at {offset}; new fields go to the end): '
                             f"{self.users} use that field")
             elif row[0] != at:

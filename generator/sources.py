@@ -11,7 +11,7 @@ def c_bool(value) -> str:
     return "true" if value else "false"
 
 
-def facts(table: Table, row: int) -> str:
+def facts(table: Table, typed_tables: list) -> str:
     record, name = table.camel, f"{table.camel}Table"
     checks = "".join(
         f"static_assert(offsetof({record}, {item.name}) == {item.offset} && "
@@ -30,7 +30,7 @@ def facts(table: Table, row: int) -> str:
                  if table.field_named("batchVersion") else "")
         typed = (
             f"    using ControlBlock = {record}GlbCb;\n"
-            f"    static constexpr std::size_t row = {row};\n"
+            f"    static constexpr std::size_t row = {typed_tables.index(table)};\n"
             f"    static constexpr bool no_null_tests = {c_bool('no_null_tests' in table.quirks)};\n"
             f"    static constexpr bool svc_fields_split = {c_bool('svc_fields_split' in table.quirks)};\n"
             f"    static constexpr ControlBlock &control_block() {{ return g_l2vpn{record}GlbCb; }}\n"

@@ -94,7 +94,7 @@ class Project:
         typed = [table for table in tables if table.typed]
         for table in tables:
             headers.header(table, words)
-            sources.facts(table, typed.index(table) if table.typed else 0)
+            sources.facts(table, typed)
             sources.functions(table)
         schemas = {table.name: history.schema_of(table) for table in tables}
         written = tomllib.loads(history.text_of("1.0.0", schemas))

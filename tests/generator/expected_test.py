@@ -31,7 +31,7 @@ def joined(words) -> str:
 def elements(item) -> str:
     if item.kind == "integer":
         return "-"
-    count = item.elements if item.elements > 1 else item.width
+    count = item.ids if item.ids > 1 else item.width
     return f"{count}x{item.width // count}"
 
 
@@ -50,7 +50,7 @@ def found(table) -> dict:
     conversion = (joined(f"{first}-{last}" for first, last in table.gaps),
                   joined(f"{item.name}:{item.width}" for item in fields if item.kind in ("mac", "bytes")),
                   joined(f"{item.name}:{elements(item)}{'*' if item.kind == 'context' else ''}"
-                         for item in fields if item.elements > 1))
+                         for item in fields if item.ids > 1))
     batch = table.field_named("batchVersion")
     facts = {
         "tables": [("typed" if typed else "format", str(table.record_size), str(len(fields)), str(len(keys)),
