@@ -129,7 +129,8 @@ class Refusal(unittest.TestCase):
         self.changed('"u64"', '"U64"', 15, "found \"U64\"", 'did you mean "u64"')
         self.changed('"2x6"', '"2x0"', 13, 'found "2x0"')
         self.changed('"2x6"', '"2x1"', 13, 'found "2x1"', "pair")
-        self.changed('"u16",  "last"', '"bytes4",  "last"', 16, 'found "bytes4"')
+        for width in (1, 2, 4, 8):
+            self.changed('"u16",  "last"', f'"bytes{width}",  "last"', 16, f'found "bytes{width}"')
 
     def test_key_member_that_is_no_field_names_the_nearest(self):
         self.changed('"vrIndex", "macAddr"]', '"vrIndx", "macAddr"]', 19, 'found "vrIndx"',
@@ -180,6 +181,10 @@ class Refusal(unittest.TestCase):
 
     def test_a_row_of_the_wrong_shape(self):
         self.changed('[ 10,  40, "u16",  "last"]', '[ 10,  40, "u16"]', 16, "field row 8")
+        for number in ("10.0", '"10"', "[10]"):
+            self.changed("[ 10,  40", f"[ {number}, 40", 16, "field row 8")
+        for number in ("40.0", '"40"', "[40]"):
+            self.changed("[ 10,  40", f"[ 10, {number}", 16, "field row 8")
         self.changed('["vlan_key", "vlanId"]', '["vlan_key"]', 20, "key row 1")
         self.changed('"vlanId"],\n  [  3', '"vlanId", "prnt"],\n  [  3', 10, '"print"')
 
@@ -198,7 +203,9 @@ class Refusal(unittest.TestCase):
         self.assertEqual(len(self.refused(text.replace("[  8,  28", "[  8,  29"), 14, '"batchVersion", offset')), 2)
 
     def test_syntax_error(self):
-        self.refused(TABLE.replace('"if_inst", "vlanId"', '"if_inst" "vlanId"'), 21, "syntax")
+        self.changed('"if_inst", "vlanId"', '"if_inst" "vlanId"', 21, "syntax: found Unclosed array (at line 21, "
+                     "column 14), expected valid TOML")
+        self.refused(TABLE.removesuffix("]\n"), 22, "syntax: found Invalid value (at end of document), expected valid TOML")
 
     def test_repeated_entry(self):
         self.refused(TABLE + "record_size = 48\n", 23, "syntax")
@@ -223,7 +230,16 @@ class Refusal(unittest.TestCase):
         self.refused(TABLE.replace(', "print"', ""), 6, "fields", "none to be printed")
 
     def test_a_record_that_is_too_long(self):
-        self.refused(TABLE.replace('"2x6"', '"2x5000"'), 13, "records of at most 8192 bytes")
+        for wide in ("2x5000", "2x32768", "bytes65536"):
+            self.refused(TABLE.replace('"2x6"', f'"{wide}"'), 13, "records of at most 8192 bytes")
+        longest = (TABLE.replace('"u16",  "last"', '"bytes8152",  "last"')
+                   .replace("record_size = 48", "record_size = 8192").replace("stored_size = 41", "stored_size = 8191"))
+        result = Project(self, {"l2vpn_test": longest}).run("headers")
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+        longer = (longest.replace('"last"],\n', '"last"],\n  [ 11, 8192, "u8", "more"],\n  [ 12, 8193, "u8", "most"],\n')
+                  .replace("record_size = 8192", "record_size = 8200").replace("stored_size = 8191", "stored_size = 8193"))
+        messages = self.refused(longer, 17, 'field "more": found an end at 8193, expected records of at most 8192 bytes')
+        self.assertEqual(len(messages), 1, messages)
 
     def test_several_errors_are_reported_together(self):
         text = TABLE.replace("record_size = 48", "record_size = 44").replace('"vlan_key"', '"vlan key"')
@@ -275,6 +291,13 @@ class Refusal(unittest.TestCase):
     def test_glossary_entries_that_cannot_stand_in_a_comment(self):
         for text in ("7", '""', '"a\\nb"', '"*/"', '["a"]'):
             found = self.refused(TABLE, 3, 'name "last": found', glossary=f'# words\n\nlast = {text}\n')
+            self.assertEqual(len(found), 1, found)
+
+    def test_glossary_entries_whose_names_are_spelled_with_escapes(self):
+        """Their line is not known, and it is the first that is named."""
+        for name, what in (("last", 'name "last": found 7'), ("frob", 'name: found "frob"')):
+            entry = f'"\\u{ord(name[0]):04x}{name[1:]}" = 7'
+            found = self.refused(TABLE, 1, what, glossary=f"# words\n\n{entry}\n")
             self.assertEqual(len(found), 1, found)
 
     def test_glossary_entries_twice(self):
@@ -393,6 +416,13 @@ keys = [
         project.run("headers")
         self.answers(project.run("check"), "schema/catalog/l2vpn_test.toml:1: table: found no file", self.USERS)
 
+    def test_what_is_released_is_told(self):
+        project = Project(self, {"l2vpn_test": self.TABLE, "l2vpn_other": TABLE})
+        (project.root / "VERSION").write_text("0.1.0\n", encoding="utf-8")
+        for told in ("wrote schema/released/0.1.0.toml: 2 schemas\n", "no schema differs from what has been released\n"):
+            result = project.run("release")
+            self.assertEqual((result.returncode, result.stdout, result.stderr), (0, told, ""))
+
     def test_appending_raises_the_version(self):
         for changes, what in ((self.FIELD, 'field "more"'), (self.KEY, 'key "last_key"')):
             self.accepted(*changes, *self.VERSION_2)
@@ -466,6 +496,7 @@ keys = [
                               (text.replace('"mtu"]', '"mtu", 1]', 1), 1), ("x = 1", 1),
                               (text.replace('"primary_key", "vrIndex"', '"primary_key", 1'), 1),
                               (text.replace('["mtu_key", "mtu"]', '"ab"'), 1),
+                              (text.replace('["mtu_key", "mtu"]', '["mtu_key"]'), 1),
                               (text.replace("version = 1", 'version = "1"', 1), 1)):
             self.assertNotEqual(damaged, text)
             file.write_text(damaged, encoding="utf-8")
@@ -504,6 +535,33 @@ class Drift(unittest.TestCase):
         project.run("headers")
         self.assertFalse(project.header("l2vpn_gone").exists())
 
+    def test_what_is_written_and_removed_is_told(self):
+        project = Project(self, {"l2vpn_test": TABLE, "l2vpn_gone": TABLE})
+        header = project.header("l2vpn_test")
+        header.parent.rmdir()
+        header.parent.parent.rmdir()
+        wrote = "wrote include/l2vpn_db/l2vpn_gone.h\n", "wrote include/l2vpn_db/l2vpn_test.h\n"
+        removed = "removed include/l2vpn_db/l2vpn_gone.h: no catalog file\n"
+
+        def told(words: str) -> None:
+            result = project.run("headers")
+            self.assertEqual((result.returncode, result.stdout, result.stderr), (0, words, ""))
+
+        told("".join(wrote))
+        told("")
+        project.table("l2vpn_gone").unlink()
+        header.write_text("", encoding="utf-8")
+        told(wrote[1] + removed)
+        told("")
+
+    def test_usage(self):
+        for arguments in ([], ["frob"], ["sources"], ["headers", "--new-ok"]):
+            err = io.StringIO()
+            with contextlib.redirect_stderr(err), self.assertRaises(SystemExit) as stopped:
+                generator.main(arguments)
+            self.assertEqual(stopped.exception.code, 2, arguments)
+            self.assertIn("usage: generator", err.getvalue())
+
     def test_missing_lists_are_one_message_each(self):
         for name in ("fields", "keys"):
             project = Project(self, {"l2vpn_test": re.sub(rf"^{name} = \[.*?^\]\n", "", TABLE, flags=re.M | re.S)})
@@ -521,6 +579,19 @@ class Drift(unittest.TestCase):
         self.assertEqual(project.run("sources", str(output)).returncode, 0)
         self.assertFalse(any(path.exists() for path in sources))
         self.assertTrue((output / "facts/l2vpn_test.h").exists())
+
+    def test_alignment_bytes_are_told(self):
+        """Those between fields and those behind the last one."""
+        project = Project(self, {"l2vpn_test": TABLE})
+        project.run("headers")
+        text = project.header("l2vpn_test").read_text(encoding="utf-8").replace("\n * ", " ")
+        self.assertEqual(re.findall(r"Bytes (.*?) are alignment", text), ["27, 42 to 47"])
+
+    def test_a_word_that_is_longer_than_a_line_stays_whole(self):
+        word = "x" * 120
+        project = Project(self, {"l2vpn_test": TABLE.replace("for tests.", f"for {word}.")})
+        project.run("headers")
+        self.assertIn(f"\n * {word}.\n", project.header("l2vpn_test").read_text(encoding="utf-8"))
 
     def test_the_committed_headers_are_what_the_catalog_gives(self):
         result = subprocess.run([sys.executable, "-B", str(ROOT / "generator"), "check"],
