@@ -179,7 +179,8 @@ class DescriptorPrinter:
         self.value = value
 
     def to_string(self):
-        return f"descriptor of {self.value['name'].string()}" if int(self.value["name"]) else "descriptor without a name"
+        name = self.value["name"]
+        return f"descriptor of {name.string()}" if int(name) else "descriptor without a name"
 
 
 class IteratorPrinter:

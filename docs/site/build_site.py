@@ -2,7 +2,7 @@
 """Builds the site: lays out its sources as the repository is, derives the pages of tables and
 headers, and runs Sphinx over both. Any warning fails.
 
-usage: build_site.py OUTPUT
+usage: build_site.py TOOL OUTPUT
 """
 
 import re
@@ -33,7 +33,14 @@ def example_pages() -> dict:
     return found | {"README": readme + "\n```{toctree}\n:hidden:\n\n" + "\n".join(found) + "\n```\n"}
 
 
-def lay_out(source: Path) -> None:
+def draw_layouts(tool: str, folder: Path) -> None:
+    folder.mkdir(parents=True)
+    for path in sorted((ROOT / "schema/catalog").glob("*.toml")):
+        subprocess.run([tool, "layout", path.stem, "--svg", str(folder / f"{path.stem}.svg")],
+                       check=True, stdout=subprocess.DEVNULL)
+
+
+def lay_out(tool: str, source: Path) -> None:
     for pattern in ("README.md", "CHANGELOG.md", "docs/*.md", "examples/*.c", "examples/*.cpp"):
         for path in ROOT.glob(pattern):
             target = source / path.relative_to(ROOT)
@@ -41,6 +48,7 @@ def lay_out(source: Path) -> None:
             target.symlink_to(path)
     for path in [*HERE.glob("*.md"), *HERE.glob("*.svg")]:
         (source / path.name).symlink_to(path)
+    draw_layouts(tool, source / "catalog")
     for name, text in catalog_pages.pages().items():
         write(source / f"catalog/{name}.md", text)
     headers = api.pages(ROOT / "include/l2vpn_db")
@@ -66,10 +74,10 @@ def complete_theme(static: Path) -> None:
 
 
 def main() -> int:
-    output = Path(sys.argv[1]).resolve()
+    tool, output = sys.argv[1], Path(sys.argv[2]).resolve()
     source = output / "source"
     shutil.rmtree(output, ignore_errors=True)
-    lay_out(source)
+    lay_out(tool, source)
     result = subprocess.run(
         [sys.executable, "-m", "sphinx", "-q", "-W", "--keep-going", "-n", "-j", "auto", "-b", "html", "-c", str(HERE),
          "-d", str(output / "doctrees"), str(source), str(output / "html")], check=False).returncode

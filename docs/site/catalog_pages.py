@@ -28,6 +28,7 @@ def table_page(table, words) -> str:
                f"{len(table.keys)} key{'s' if len(table.keys) > 1 else ''}. "
                f"Functions and types: {{doc}}`/api/{table.name}`.\n")
     out += [f"{QUIRKS[quirk]}\n" for quirk in table.quirks]
+    out.append(f"## Layout\n\n```{{container}} picture\n![Layout of {table.name}]({table.name}.svg)\n```\n")
     out.append("## Keys\n")
     head = ("index", "name", "members, in key order", "bytes", *(("word", "functions") if table.typed else ()))
     body = []

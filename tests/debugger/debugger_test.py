@@ -36,7 +36,8 @@ class Debugger(unittest.TestCase):
     def ask(self, program: str, place: str, *commands: str) -> list:
         result = subprocess.run(
             ["gdb", "--batch", "-nx", "-iex", f"add-auto-load-safe-path {FOLDER}",
-             "-ex", "set breakpoint pending on", "-ex", f"break {place}", "-ex", "run", "-ex", ASK.format(commands=json.dumps(commands)), program],
+             "-ex", "set breakpoint pending on", "-ex", f"break {place}", "-ex", "run",
+             "-ex", ASK.format(commands=json.dumps(commands)), program],
             capture_output=True, text=True, timeout=60, check=False)
         for line in result.stdout.splitlines():
             if line.startswith("answers:"):

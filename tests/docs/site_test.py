@@ -35,8 +35,9 @@ class Site(unittest.TestCase):
 
     def test_comments_arrive_whole(self):
         page = api.pages(INCLUDE)["l2vpn_vpls_pw"]
-        self.assertIn("   Opens an iterator of the store over the records with the same vrIndex and instanceId as record.\n"
-                      "\n\n   :return: a handle to release with ReleaseIter; 0 if record is null or the store opens none\n", page)
+        self.assertIn("   Opens an iterator of the store over the records with the same vrIndex and instanceId as record."
+                      "\n\n\n   :return: a handle to release with ReleaseIter; 0 if record is null or the store opens "
+                      "none\n", page)
         self.assertIn("   .. c:member:: uint8_t glbSvcCtx[2][28]\n\n"
                       "      Fields 40 and 41 at 96: global service context, two elements of opaque bytes.\n", page)
 
@@ -46,9 +47,11 @@ class Site(unittest.TestCase):
         tables = catalog_pages.catalog.load(ROOT, errors)
         self.assertEqual((errors, sorted(pages)), ([], sorted([table.name for table in tables] + ["index"])))
         for table in tables:
-            self.assertIn(f"| [{table.name}](/catalog/{table.name}.md) | {table.about} | {table.record_size} |", pages["index"])
+            self.assertIn(f"| [{table.name}](/catalog/{table.name}.md) | {table.about} | {table.record_size} |",
+                          pages["index"])
             for item in table.fields:
-                self.assertRegex(pages[table.name], rf"\| {item.id}(, {item.id + 1})? \| `{item.name}` \| .* \| {item.offset} \|")
+                self.assertRegex(pages[table.name],
+                                 rf"\| {item.id}(, {item.id + 1})? \| `{item.name}` \| .* \| {item.offset} \|")
             for key in table.keys:
                 members = ", ".join(f"`{item.name}`" for item in key.members)
                 self.assertIn(f"| {key.index} | `{key.name}` | {members} | {key.length} |", pages[table.name])
