@@ -40,6 +40,20 @@ def draw_layouts(tool: str, folder: Path) -> None:
                        check=True, stdout=subprocess.DEVNULL)
 
 
+def manual_pages(folder: Path) -> None:
+    """The pages that are installed for man, as they are."""
+    folder.mkdir(parents=True)
+    names = []
+    for path in sorted((*ROOT.glob("*/*.1"), *ROOT.glob("*/*.3"))):
+        names.append(path.name.replace(".", "_"))
+        text = subprocess.run(["mandoc", "-Wwarning", "-Thtml", "-Ofragment", str(path)],
+                              check=True, stdout=subprocess.PIPE, text=True).stdout
+        write(folder / f"{names[-1]}.html", text)
+        write(folder / f"{names[-1]}.md",
+              f"# {path.stem}({path.suffix[1]})\n\n```{{raw}} html\n:file: {names[-1]}.html\n```\n")
+    write(folder / "index.md", "# Manual pages\n\n```{toctree}\n" + "\n".join(names) + "\n```\n")
+
+
 def lay_out(tool: str, source: Path) -> None:
     for pattern in ("README.md", "CHANGELOG.md", "docs/*.md", "examples/*.c", "examples/*.cpp"):
         for path in ROOT.glob(pattern):
@@ -48,6 +62,7 @@ def lay_out(tool: str, source: Path) -> None:
             target.symlink_to(path)
     for path in [*HERE.glob("*.md"), *HERE.glob("*.svg")]:
         (source / path.name).symlink_to(path)
+    manual_pages(source / "manual")
     draw_layouts(tool, source / "catalog")
     for name, text in catalog_pages.pages().items():
         write(source / f"catalog/{name}.md", text)
