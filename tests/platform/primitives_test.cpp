@@ -36,7 +36,7 @@ TEST(BoundedCopy, CopiesExactlyTheCount) {
     EXPECT_EQ(std::string_view(to.data(), to.size()), "xbc#####");
 }
 
-TEST(MemcpyS, CopiesEachLengthAndNothingElse) {
+TEST(BoundedCopy, CopiesEachLengthAndNothingElse) {
     std::array<char, 200> from{};
     for (std::size_t i = 0; i < from.size(); ++i)
         from[i] = static_cast<char>(i + 1);
