@@ -7,23 +7,55 @@
 
 namespace {
 
-/// Copies Size to 2 * Size bytes in two moves, which overlap if need be.
-template <std::size_t Size>
-inline void copy_ends(char *to, const char *from, std::size_t count) {
-    __builtin_memcpy(to, from, Size);
-    __builtin_memcpy(to + count - Size, from + count - Size, Size);
+using Wide [[gnu::vector_size(16)]] = std::uint64_t;
+
+// Pieces that overlap if need be. All are read before the first is written: a processor is slower
+// at reading what may have just been written.
+
+template <class Piece>
+inline Piece load(const char *from) {
+    Piece piece;
+    std::memcpy(&piece, from, sizeof piece);
+    return piece;
+}
+
+template <class Piece>
+inline void store(char *to, Piece piece) {
+    std::memcpy(to, &piece, sizeof piece);
+}
+
+/// Copies from one Piece to two.
+template <class Piece>
+inline void copy_two(char *to, const char *from, std::size_t count) {
+    const std::size_t last = count - sizeof(Piece);
+    const Piece pieces[] = {load<Piece>(from), load<Piece>(from + last)};
+    store(to, pieces[0]);
+    store(to + last, pieces[1]);
+}
+
+/// Copies from two Pieces to four.
+template <class Piece>
+inline void copy_four(char *to, const char *from, std::size_t count) {
+    const std::size_t third = count - 2 * sizeof(Piece);
+    const std::size_t last = count - sizeof(Piece);
+    const Piece pieces[] = {load<Piece>(from), load<Piece>(from + sizeof(Piece)),
+                            load<Piece>(from + third), load<Piece>(from + last)};
+    store(to, pieces[0]);
+    store(to + sizeof(Piece), pieces[1]);
+    store(to + third, pieces[2]);
+    store(to + last, pieces[3]);
 }
 
 /// What tables have is short: addresses of 6 bytes, halves of contexts of 12 to 72 bytes.
 inline void copy(char *to, const char *from, std::size_t count) {
     if (count - 16 <= 16)
-        copy_ends<16>(to, from, count);
+        copy_two<Wide>(to, from, count);
     else if (count - 32 <= 32)
-        copy_ends<32>(to, from, count);
+        copy_four<Wide>(to, from, count);
     else if (count - 4 <= 4)
-        copy_ends<4>(to, from, count);
+        copy_two<std::uint32_t>(to, from, count);
     else if (count - 8 <= 8)
-        copy_ends<8>(to, from, count);
+        copy_two<std::uint64_t>(to, from, count);
     else
         std::memcpy(to, from, count);
 }
