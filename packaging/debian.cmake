@@ -7,7 +7,7 @@ set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES TRUE)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL l2vpn_db l2vpn_platform development)
+set(CPACK_COMPONENTS_ALL l2vpn_db l2vpn_platform development tools)
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER "libl2vpn_db maintainers <maintainers@users.noreply.example>")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION TRUE)
 if(CMAKE_SYSTEM_PROCESSOR STREQUAL "aarch64")
@@ -59,5 +59,11 @@ package(development libl2vpn-db-dev libdevel
 set(CPACK_DEBIAN_L2VPN_DB_PACKAGE_SUGGESTS libl2vpn-platform0)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
   "libl2vpn-db0 (= ${PROJECT_VERSION}), libl2vpn-platform0 (= ${PROJECT_VERSION})")
+package(tools l2vpn-db utils
+"The tool l2vpn-db, which shows what the tables hold, what records and keys
+look like as bytes, and which records a key finds; with a shell.")
+set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS
+  "libc6 (>= 2.36), libgcc-s1 (>= 3.0), libstdc++6 (>= 12), libl2vpn-db0 (>= ${PROJECT_VERSION}), libl2vpn-platform0 (>= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS libedit2)
 
 include(CPack)

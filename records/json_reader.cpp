@@ -43,13 +43,19 @@ private:
 };
 
 /// What went wrong, without the "[json.exception...] " and "parse error at line 1, column 2: " in
-/// front of it.
+/// front of it, and without bytes that may be no text.
 std::string without_position(std::string_view what) {
     what.remove_prefix(what.find("] ") + 2);
     if (what.starts_with("parse error at")) {
         what.remove_prefix(what.find(": ") + 2);
     }
-    return std::string(what);
+    std::string text;
+    for (const char each : what) {
+        const bool plain = each >= ' ' && each <= '~';
+        text += plain ? std::string(1, each)
+                      : fmt::format("\\x{:02x}", static_cast<unsigned char>(each));
+    }
+    return text;
 }
 
 /// Takes a text apart while it is parsed: of what it holds, no more than one field is kept.

@@ -14,15 +14,24 @@
 namespace l2vpn::records {
 namespace {
 
-constexpr std::string_view blanks = " \t\r\n";
 constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
 
 /// Field names begin with a letter, and JSON that says anything does not.
-bool is_csv(std::string_view ahead) {
-    const std::size_t first = ahead.find_first_not_of(blanks);
-    const char begins_with = first == ahead.npos ? '\0' : ahead[first];
-    return begins_with == '"' || (begins_with >= 'a' && begins_with <= 'z') ||
-           (begins_with >= 'A' && begins_with <= 'Z');
+bool is_csv(char first) {
+    return first == '"' || (first >= 'a' && first <= 'z') || (first >= 'A' && first <= 'Z');
+}
+
+/// Goes to what a text begins with.
+void skip_to_beginning(TextSource &source) {
+    if (source.line_ahead().starts_with(byte_order_mark)) {
+        for (std::size_t i = 0; i < byte_order_mark.size(); ++i) {
+            source.skip();
+        }
+    }
+    while (source.peek() == ' ' || source.peek() == '\t' || source.peek() == '\r' ||
+           source.peek() == '\n') {
+        source.skip();
+    }
 }
 
 } // namespace
@@ -108,22 +117,17 @@ void RecordBuilder::refuse(const Refusal &refusal) {
 }
 
 void read_records(TextSource &source, const std::string &csv_table, RecordSink &sink) {
-    if (source.ahead().starts_with(byte_order_mark)) {
-        for (std::size_t i = 0; i < byte_order_mark.size(); ++i) {
-            source.skip();
-        }
-    }
+    skip_to_beginning(source);
     if (source.peek() == TextSource::end) {
         sink.refuse({1, "", "an empty file", "an object of tables"});
-    } else if (is_csv(source.ahead())) {
+    } else if (is_csv(static_cast<char>(source.peek()))) {
         const std::string stem = std::filesystem::path(source.name()).stem();
         if (csv_table.empty() && find_table(stem) == nullptr) {
-            return sink.refuse({1, "", "text that is not JSON",
+            return sink.refuse({source.line(), "", "text that is not JSON",
                                 "an object of tables, or CSV of a table that is named"});
         }
         read_csv(source, csv_table.empty() ? stem : csv_table, sink);
-    } else if (const std::string_view ahead = source.ahead();
-               is_json(ahead.substr(0, ahead.find('\n')))) {
+    } else if (is_json(source.line_ahead())) {
         read_json_lines(source, sink);
     } else {
         read_json(source, sink);

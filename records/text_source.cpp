@@ -5,42 +5,56 @@
 #include <cerrno>
 #include <system_error>
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace l2vpn::records {
 namespace {
 
-constexpr std::size_t piece_size = std::size_t{1} << 18;
-
-int leave_open(std::FILE *) {
-    return 0;
-}
+constexpr std::size_t piece_size = std::size_t{1} << 20;
 
 } // namespace
 
 FileError::FileError(const std::string &path, const std::string &what)
     : std::runtime_error(path + ": " + what + ": " + std::generic_category().message(errno)) {}
 
+TextSource::Descriptor::Descriptor(const std::string &path)
+    : number(path == "-" ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC)) {}
+
+TextSource::Descriptor::~Descriptor() {
+    if (number > STDIN_FILENO) {
+        close(number);
+    }
+}
+
 TextSource::TextSource(const std::string &path)
-    : name_(path == "-" ? "standard input" : path),
-      file_(path == "-" ? stdin : std::fopen(path.c_str(), "rb"),
-            path == "-" ? &leave_open : &std::fclose),
-      buffer_(piece_size) {
+    : name_(path == "-" ? "standard input" : path), file_(path), buffer_(piece_size) {
     struct stat about {};
-    if (file_ == nullptr || fstat(fileno(file_.get()), &about) != 0) {
+    if (file_.number < 0 || fstat(file_.number, &about) != 0) {
         throw FileError(name_, "cannot be read");
     }
     size_ = S_ISREG(about.st_mode) ? static_cast<std::uint64_t>(about.st_size) : 0;
     peek(); // a folder can be opened, but not read
 }
 
-bool TextSource::fill() {
-    before_ += at_;
-    at_ = 0;
-    piece_ = {buffer_.data(), std::fread(buffer_.data(), 1, buffer_.size(), file_.get())};
-    if (piece_.empty() && std::ferror(file_.get()) != 0) {
+/// Takes what there is: whoever writes into a pipe may be slow.
+std::size_t TextSource::read_to(std::size_t offset) {
+    ssize_t length = 0;
+    do {
+        length = read(file_.number, buffer_.data() + offset, buffer_.size() - offset);
+    } while (length < 0 && errno == EINTR);
+    if (length < 0) {
         throw FileError(name_, "cannot be read");
     }
+    return static_cast<std::size_t>(length);
+}
+
+bool TextSource::fill() {
+    const std::size_t length = read_to(0);
+    before_ += at_;
+    at_ = 0;
+    piece_ = {buffer_.data(), length};
     return !piece_.empty();
 }
 
@@ -64,9 +78,15 @@ bool TextSource::read_line(std::string &text) {
     return true;
 }
 
-std::string_view TextSource::ahead() {
+std::string_view TextSource::line_ahead() {
     peek();
-    return piece_.substr(at_);
+    std::size_t more = 1;
+    while (piece_.find('\n', at_) == piece_.npos && piece_.size() < buffer_.size() && more > 0) {
+        more = read_to(piece_.size());
+        piece_ = {buffer_.data(), piece_.size() + more};
+    }
+    const std::string_view rest = piece_.substr(at_);
+    return rest.substr(0, rest.find('\n'));
 }
 
 } // namespace l2vpn::records

@@ -4,8 +4,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <memory>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -27,6 +25,8 @@ public:
     /// @param path  "-" for standard input
     /// @throws FileError here and wherever something is read
     explicit TextSource(const std::string &path);
+    TextSource(const TextSource &) = delete;
+    TextSource &operator=(const TextSource &) = delete;
 
     /// "standard input" for "-".
     const std::string &name() const { return name_; }
@@ -47,19 +47,29 @@ public:
     /// Reads what is left of the line, without its end; false at the end of the text.
     bool read_line(std::string &text);
 
-    /// What comes next, as far as it has been read ahead, and at least one character but at the
-    /// end.
-    std::string_view ahead();
+    /// The line that comes next, or as much of it as is read at a time.
+    std::string_view line_ahead();
 
     /// For showing progress: bytes gone past, and in all; 0 if that is not known.
     std::uint64_t position() const { return before_ + at_; }
     std::uint64_t size() const { return size_; }
 
 private:
+    /// An open file, closed at the end but for standard input.
+    struct Descriptor {
+        explicit Descriptor(const std::string &path);
+        Descriptor(const Descriptor &) = delete;
+        Descriptor &operator=(const Descriptor &) = delete;
+        ~Descriptor();
+
+        int number;
+    };
+
     bool fill();
+    std::size_t read_to(std::size_t offset);
 
     std::string name_;
-    std::unique_ptr<std::FILE, int (*)(std::FILE *)> file_;
+    Descriptor file_;
     std::vector<char> buffer_;
     std::string_view piece_;
     std::size_t at_ = 0;

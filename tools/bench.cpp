@@ -99,7 +99,7 @@ Exit run_bench(const Arguments &arguments) {
         }
     }
     if (arguments.json) {
-        fmt::print("{}", json_line("\"bench\":" + results.dump()));
+        fmt::print("{}", json_line("bench", results));
     } else {
         print_columns(
             {{"table"}, {"operation"}, {"calls", true}, {"ns each", true}, {"million/s", true}},

@@ -108,7 +108,7 @@ Exit run_pack(const Arguments &arguments) {
         const Json pack = {{"table", table.name},
                            {"caller", hexadecimal(record)},
                            {"stored", stored ? Json(hexadecimal(stored_record)) : Json()}};
-        fmt::print("{}", json_line("\"pack\":" + pack.dump()));
+        fmt::print("{}", json_line("pack", pack));
     } else {
         fmt::print("{}\n", bold(fmt::format("caller record, {} bytes", record.size())));
         print_bytes(table, record, record, &Field::offset, arguments.style());
@@ -174,7 +174,7 @@ Exit run_key(const Arguments &arguments) {
                             {"index", key.index},          {"word", word},
                             {"length", request.keyLength}, {"bytes", hexadecimal(buffer)},
                             {"members", members}};
-        fmt::print("{}", json_line("\"key\":" + shown.dump()));
+        fmt::print("{}", json_line("key", shown));
         return exit_done;
     }
     fmt::print("{}: key {}, index {}, flags {}, {} bytes: identifier word {}\n\n", table.name,

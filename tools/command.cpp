@@ -8,12 +8,14 @@
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include "records/nearest.h"
 #include "records/text_source.h"
 #include "records/value.h"
 #include "tools/load.h"
 #include "tools/record_output.h"
+#include "tools/shell.h"
 
 namespace l2vpn::tool {
 namespace {
@@ -265,10 +267,9 @@ Exit run_command(const std::vector<std::string> &words, const Arguments &given) 
 }
 
 void report(std::string_view place, std::string_view what, bool json) {
-    fmt::print(
-        stderr, "{}",
-        json ? json_line("\"error\":" + records::in_quotes(fmt::format("{}: {}", place, what)))
-             : fmt::format("{}: {}\n", place, what));
+    fmt::print(stderr, "{}",
+               json ? json_line("error", fmt::format("{}: {}", place, what))
+                    : fmt::format("{}: {}\n", place, what));
 }
 
 Exit guarded(std::string_view place, bool json, const std::function<Exit()> &run) {
@@ -286,6 +287,10 @@ Exit guarded(std::string_view place, bool json, const std::function<Exit()> &run
 Exit run_tool(const std::vector<std::string> &words) {
     const bool json = std::ranges::count(words, "--json") != 0;
     return guarded("l2vpn-db", json, [&] {
+        if (words.size() == 2 && words[0] == "--complete") { // for a person's own shell
+            fmt::print("{}\n", fmt::join(completions_of(words[1]), "\n"));
+            return exit_done;
+        }
         Parser parser({}, false);
         const Command *const command = parser.parse(words);
         if (command == nullptr) {

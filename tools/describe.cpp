@@ -17,10 +17,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-void print_json(const char *name, const Json &value) {
-    fmt::print("{}", json_line(fmt::format("\"{}\":{}", name, value.dump())));
-}
-
 std::string type_of(const Field &field) {
     constexpr std::size_t mac = 6;
     switch (field.kind) {
@@ -87,12 +83,13 @@ void describe_json(const Table &table) {
                         {"length", key.length()},
                         {"members", records::field_names(key.members)}});
     }
-    print_json("table", {{"name", table.name},
-                         {"recordSize", table.record_size},
-                         {"storedSize", table.access ? Json(table.stored_size) : Json()},
-                         {"fields", fields},
-                         {"padding", padding},
-                         {"keys", keys}});
+    const Json shown = {{"name", table.name},
+                        {"recordSize", table.record_size},
+                        {"storedSize", table.access ? Json(table.stored_size) : Json()},
+                        {"fields", fields},
+                        {"padding", padding},
+                        {"keys", keys}};
+    fmt::print("{}", json_line("table", shown));
 }
 
 void describe(const Table &table) {
@@ -154,7 +151,7 @@ Exit run_tables(const Arguments &arguments) {
                         std::to_string(table.keys.size()), stored(table, records)});
     }
     if (arguments.json) {
-        print_json("tables", list);
+        fmt::print("{}", json_line("tables", list));
     } else {
         print_columns({{"table"},
                        {"record", true},
@@ -181,7 +178,7 @@ Exit run_count(const Arguments &arguments) {
         rows.push_back({table->name, std::to_string(count(*table))});
     }
     if (arguments.json) {
-        print_json("counts", counts);
+        fmt::print("{}", json_line("counts", counts));
     } else {
         print_columns({{"table"}, {"records", true}}, rows);
     }
@@ -202,7 +199,7 @@ Exit run_stats(const Arguments &arguments) {
         }
     }
     if (arguments.json) {
-        print_json("stats", tables);
+        fmt::print("{}", json_line("stats", tables));
     } else {
         print_columns({{"table"}, {"event"}, {"times", true}}, rows);
     }

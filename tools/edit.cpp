@@ -31,7 +31,7 @@ Exit done(const Arguments &arguments, const char *what, const Table &table, cons
         check(result, name_of(table, record));
     }
     if (arguments.json) {
-        fmt::print("{}", json_line(fmt::format("\"{}\":{}", what, found)));
+        fmt::print("{}", json_line(what, found));
     } else {
         fmt::print("{}: {}\n", name_of(table, record), found ? what : "no such record");
     }

@@ -33,7 +33,7 @@ Exit run_generate(const Arguments &arguments) {
     }
     output.finish();
     if (arguments.store) {
-        arguments.json ? fmt::print("{}", json_line(fmt::format("\"generated\":{}", total)))
+        arguments.json ? fmt::print("{}", json_line("generated", total))
                        : fmt::print("{} in {} are stored\n", records::counted(total, "record"),
                                     records::counted(tables.size(), "table"));
     }

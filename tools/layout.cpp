@@ -299,7 +299,7 @@ void print_json(const Table &table, const std::vector<std::vector<Picture>> &gro
             }
         }
     }
-    fmt::print("{}", json_line("\"layout\":" + pictures.dump()));
+    fmt::print("{}", json_line("layout", pictures));
 }
 
 } // namespace

@@ -88,9 +88,8 @@ LineEditor::LineEditor(Completer completer) {
             "rl_attempted_completion_function")) {
         *hook = &complete;
     }
-    static char separators[] = " \t\n,";
-    if (auto **const breaks = library().find<char *>("rl_completer_word_break_characters")) {
-        *breaks = separators;
+    if (auto **const breaks = library().find<const char *>("rl_basic_word_break_characters")) {
+        *breaks = " \t\n,";
     }
 }
 

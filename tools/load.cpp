@@ -142,7 +142,7 @@ void print_json(const std::string &path, const Loaded &loaded) {
                        {"refused", loaded.refused},
                        {"messages", loaded.messages},
                        {"kinds", kinds}};
-    fmt::print("{}", json_line("\"load\":" + load.dump()));
+    fmt::print("{}", json_line("load", load));
 }
 
 void print(const std::string &path, const Loaded &loaded) {

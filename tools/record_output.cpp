@@ -85,6 +85,12 @@ std::string json_line(const std::string &members) {
     return fmt::format("{{\"version\":{},{}}}\n", records::record_version, members);
 }
 
+std::string json_line(const char *name, const nlohmann::ordered_json &value) {
+    return json_line(
+        fmt::format("\"{}\":{}", name,
+                    value.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace)));
+}
+
 std::string record_json(const Table &table, const std::vector<Field> &fields, const Bytes &record,
                         records::Style style) {
     std::string text;

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "tools/access.h"
 #include "tools/command.h"
 
@@ -14,6 +16,8 @@ namespace l2vpn::tool {
 
 /// The JSON that all of the tool's output is: one object a line, which begins with the version.
 std::string json_line(const std::string &members);
+/// With one member beside the version. What is not UTF-8, as a file's name may be, is replaced.
+std::string json_line(const char *name, const nlohmann::ordered_json &value);
 
 /// A record as JSON that can be loaded: {"version":1,"l2vpn_vpls_pw":[{...}]}.
 std::string record_json(const Table &table, const std::vector<Field> &fields, const Bytes &record,

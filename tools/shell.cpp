@@ -38,7 +38,10 @@ Exit run_line(std::string_view place, const std::vector<std::string> &words,
         if (words[0] == "shell") {
             throw Failure(exit_bad_input, "found shell, expected a command, as this is one");
         }
-        const Exit result = run_command(words, arguments);
+        Arguments given;
+        given.json = arguments.json;
+        given.raw = arguments.raw;
+        const Exit result = run_command(words, given);
         if (std::fflush(stdout) != 0) {
             throw records::FileError("standard output", "cannot be written");
         }
@@ -221,7 +224,9 @@ std::vector<std::string> completions_of(const std::string &line) {
     }
     const Context context = context_of(before);
     std::vector<std::string> known;
-    if (context.command == nullptr) {
+    if (!before.empty() && (before.back() == "-l" || before.back() == "--load")) {
+        known = files_like(word);
+    } else if (context.command == nullptr) {
         for (const Command &command : commands()) {
             known.emplace_back(command.name);
         }

@@ -93,7 +93,8 @@ class Consumer(unittest.TestCase):
             self.assertTrue((ARGUMENTS.build / name).read_bytes() == (build / name).read_bytes(),
                             f"{name}: two builds differ")
 
-        run("cpack", "--config", build / "CPackConfig.cmake", "-B", self.folder / "packages")
+        run("cpack", "--config", build / "CPackConfig.cmake", "-B", self.folder / "packages",
+            "-D", "CPACK_COMPONENTS_ALL=l2vpn_db;l2vpn_platform;development")
         packages = sorted((self.folder / "packages").glob("*.deb"))
         names = [run("dpkg-deb", "-f", package, "Package", "Architecture").split()[1::2]
                  for package in packages]

@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: MIT
+// Taking back what was written, however much it is.
+#include <csignal>
+#include <map>
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include "l2vpn_db/l2vpn_stp.h"
+#include "records/text_source.h"
+#include "records/transaction.h"
+#include "tests/demo/loader_test.h"
+
+namespace l2vpn::test {
+namespace {
+
+using namespace records;
+
+class TransactionTest : public testing::Test {
+protected:
+    void SetUp() override { clear_store(); }
+    void TearDown() override { clear_store(); }
+
+    static Bytes record(std::uint32_t interface, std::uint32_t flags) {
+        L2vpnStp stp{};
+        stp.ifIndex = interface;
+        stp.flags = flags;
+        const auto *const at = reinterpret_cast<const std::byte *>(&stp);
+        return {at, at + sizeof stp};
+    }
+    static std::map<std::uint32_t, std::uint32_t> stored() {
+        std::map<std::uint32_t, std::uint32_t> flags;
+        L2vpnStp stp{};
+        L2vpnDbIter *const iter = L2VPN_DB_L2vpnStpCreateIter(0, nullptr);
+        while (L2VPN_DB_L2vpnStpGetNext(iter, &stp) == L2VPN_DB_OK) {
+            flags[stp.ifIndex] = stp.flags;
+        }
+        EXPECT_EQ(L2VPN_DB_L2vpnStpReleaseIter(iter), L2VPN_DB_OK);
+        return flags;
+    }
+
+    const Table &table = *find_table("l2vpn_stp");
+    Transaction transaction;
+    bool replaced = false;
+};
+
+TEST_F(TransactionTest, MoreThanMemoryIsToKeep) {
+    constexpr std::uint32_t count = 60000; // times three entries of 28 bytes and more
+    const auto write = [&](std::uint32_t interface, std::uint32_t flags) {
+        ASSERT_EQ(transaction.write(table, record(interface, flags), replaced), L2VPN_DB_OK);
+    };
+    for (std::uint32_t i = 0; i < count; i += 2) {
+        write(i, 1);
+    }
+    transaction = Transaction();
+    const auto before = stored();
+    EXPECT_EQ(before.size(), count / 2);
+    for (const std::uint32_t flags : {2U, 3U}) {
+        for (std::uint32_t i = 0; i < count; ++i) {
+            write(i, flags);
+            EXPECT_EQ(replaced, flags == 3 || i % 2 == 0);
+        }
+    }
+    EXPECT_EQ(stored().size(), count);
+    EXPECT_EQ(transaction.undo(), 0U);
+    EXPECT_EQ(stored(), before);
+    EXPECT_EQ(transaction.undo(), 0U) << "there is nothing left to undo";
+    EXPECT_EQ(stored(), before);
+}
+
+TEST_F(TransactionTest, WithoutRoomOnTheDisk) {
+    rlimit usual{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &usual), 0);
+    const auto old_handler = std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit small{std::size_t{5} << 19, usual.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+    std::uint32_t written = 0;
+    EXPECT_THROW(
+        while (transaction.write(table, record(written, 1), replaced) == L2VPN_DB_OK) {
+            ++written;
+        },
+        FileError);
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &usual), 0);
+    (void)std::signal(SIGXFSZ, old_handler);
+    EXPECT_EQ(stored().size(), written) << "what is refused for lack of room is not written";
+    EXPECT_GT(written, 50000U);
+    EXPECT_EQ(transaction.undo(), 0U);
+    EXPECT_TRUE(stored().empty());
+}
+
+} // namespace
+} // namespace l2vpn::test

@@ -1,0 +1,203 @@
+# SPDX-License-Identifier: MIT
+"""What the tool says of tables, records and keys, against the figures that were written down by hand."""
+
+import random
+import re
+
+from tool import (DONE, EXAMPLE, FORMAT_ONLY, TABLES, TYPED, ToolTest, fields_of, keys_of, main)
+
+RANDOM = random.Random(7)
+
+
+class Describe(ToolTest):
+    def test_tables(self):
+        listed = {row["name"]: row for row in self.json("tables")["tables"]}
+        self.assertEqual(list(listed), sorted(TABLES))
+        for name, row in TABLES.items():
+            typed = row["access"] == "typed"
+            self.assertEqual(listed[name], {
+                "name": name, "recordSize": int(row["record_size"]),
+                "storedSize": int(row["stored_size"]) if typed else None, "fields": int(row["fields"]),
+                "keys": int(row["keys"]), "records": 0 if typed else None})
+
+    def test_tables_for_people(self):
+        lines = self.lines("tables", "-l", EXAMPLE)
+        self.assertEqual(lines[0], "table                    record  stored  fields  keys  records")
+        self.assertIn("l2vpn_vpls_pw               280     276      43     6       18", lines)
+        self.assertIn("l2vpn_eth                    12       -       5     1        -", lines)
+        self.assertEqual(len(lines), 1 + len(TABLES))
+
+    def test_describe_all_tables(self):
+        for name, row in TABLES.items():
+            typed = row["access"] == "typed"
+            table = self.json("describe", name)["table"]
+            self.assertEqual(
+                [(field["name"], field["id"], field["offset"], field["width"], field["storedOffset"])
+                 for field in table["fields"]],
+                [(field["name"], field["id"], field["offset"], field["width"],
+                  field["stored"] if typed else None) for field in fields_of(name)])
+            self.assertEqual([(key["name"], key["index"], key["members"]) for key in table["keys"]],
+                             [(key["key"], int(key["index"]), key["members"]) for key in keys_of(name)])
+            if typed:
+                self.assertEqual([(key["word"], key["length"]) for key in table["keys"]],
+                                 [(key["word"].lower(), int(key["length"])) for key in keys_of(name)])
+            self.assertEqual(sum(each["width"] for each in table["fields"] + table["padding"]),
+                             int(row["record_size"]))
+            covered = sorted((each["offset"], each["width"])
+                             for each in table["fields"] + table["padding"])
+            self.assertEqual([at + width for at, width in covered[:-1]], [at for at, _ in covered[1:]])
+
+    def test_describe_for_people(self):
+        text = self.output("describe", "l2vpn_vpls_vsimac")
+        for line in ("l2vpn_vpls_vsimac: caller record 136 bytes, stored record 132 bytes",
+                     " 1  macAddr            4      6       4  MAC address",
+                     "13  peerIp            40      4      40  IPv4 address",
+                     "23  svcCtx            64     48      64  2 x 24 bytes",
+                     "    (padding)        116      4       -",
+                     "26  timeStampApp     120      8     116  number",
+                     "    9  if_inst                     0x09090008       8  outIfIndex, instanceId"):
+            self.assertIn(line, text.splitlines())
+        text = self.output("describe", "l2vpn_eth")
+        self.assertIn("l2vpn_eth: caller record 12 bytes, described and formatted only: "
+                      "no stored record, no access", text)
+
+    def test_layout(self):
+        self.assertEqual(self.lines("layout", "l2vpn_vpls_ac_macdraw")[:9], [
+            "caller record, 48 bytes                 stored record, 48 bytes                 "
+            "key 0, primary_key, 0x00010004",
+            *[line.replace("|", "│") for line in (
+                "     ┌───────────────┬───────────────┐       ┌───────────────┬───────────────┐"
+                "       ┌───────────────┐",
+                "   0 |ifIndex        |vrIndex        |     0 |ifIndex        |vrIndex        |"
+                "     0 |ifIndex        |",
+                "     ├───────────────┼───────────────┤       ├───────────────┼───────────────┤"
+                "       └───────────────┘",
+                "   8 |timeStamp      |srcPid         |     8 |timeStamp      |srcPid         |",
+                "     ├───────────────┼───┬───┬───────┤       ├───────────────┼───┬───┬───────┤"
+                "  key 1, smooth_hash_key, 0x01090008",
+                "  16 |flags          |ma…|rs…|rsv2   |    16 |flags          |ma…|rs…|rsv2   |"
+                "       ┌───────────────┬───────────────┐",
+                "     ├───────┬───────┼───┴───┴───────┤       ├───────┬───────┼───┴───┴───────┤"
+                "     0 │vrIndex        │srcPid         │",
+                "  24 |svcSta…|svcErr…|batchVersion   |    24 |svcSta…|svcErr…|batchVersion   |"
+                "       └───────────────┴───────────────┘")]])
+
+    def test_layouts_cover_every_byte(self):
+        for name, row in TABLES.items():
+            pictures = self.json("layout", name)["layout"]
+            sizes = [int(row["record_size"])] + ([int(row["stored_size"])] if name in TYPED else [])
+            for picture, size in zip(pictures, sizes):
+                end = 0
+                for piece in picture["pieces"]:
+                    self.assertLessEqual(piece["at"] + piece["from"], end + 8 * 200)
+                    end = max(end, piece["at"] + piece["to"])
+                self.assertLessEqual(end, size)
+                self.assertIn(f"{size} bytes", picture["title"])
+                named = [piece["field"] for piece in picture["pieces"] if piece["field"]]
+                self.assertEqual(list(dict.fromkeys(named)), [field["name"] for field in fields_of(name)])
+            self.assertEqual(len(pictures) - len(sizes), int(row["keys"]))
+
+    def test_layout_as_svg(self):
+        self.assertEqual(self.output("layout", "l2vpn_stp", "--svg", "stp.svg"), "")
+        svg = (self.folder / "stp.svg").read_text(encoding="utf-8")
+        self.assertTrue(svg.startswith("<svg xmlns="))
+        self.assertIn("caller record, 48 bytes</text>", svg)
+        self.assertIn("<title>batchVersion</title>", svg)
+        self.assertIn("prefers-color-scheme:dark", svg)
+        self.assertEqual(svg, self.output("layout", "l2vpn_stp", "--svg", "-"))
+        self.assertEqual([path.name for path in self.folder.iterdir()], ["stp.svg"])
+
+
+class Bytes(ToolTest):
+    def record(self, table: str) -> tuple[list[str], bytes, bytes]:
+        """Random values as arguments, and what they are packed to by a rule of this test's own."""
+        arguments, caller, stored = [], bytearray(int(TABLES[table]["record_size"])), b""
+        for field in fields_of(table):
+            value = RANDOM.randbytes(field["width"])
+            if field["elements"] == "-" and field["width"] in (1, 2, 4, 8):
+                text = str(int.from_bytes(value, "little"))
+            elif field["elements"] == "2x1":
+                text = f"{value[0]},{value[1]}"
+            else:
+                text = value.hex(":")
+            arguments.append(f"{field['name']}={text}")
+            caller[field["offset"]:field["offset"] + field["width"]] = value
+            stored += value
+        return arguments, bytes(caller), stored
+
+    def test_pack_and_unpack_all_tables(self):
+        for table in TABLES:
+            arguments, caller, stored = self.record(table)
+            typed = table in TYPED
+            self.assertEqual(self.json("pack", table, *arguments)["pack"], {
+                "table": table, "caller": caller.hex(), "stored": stored.hex() if typed else None})
+            layouts = {"caller": caller} | ({"stored": stored} if typed else {})
+            for layout, data in layouts.items():
+                self.assertEqual(self.lines("pack", table, *arguments, "--layout", layout), [data.hex()])
+                record = self.json("unpack", table, "--raw", data.hex())[table][0]
+                again = [f"{name}={','.join(map(str, value)) if isinstance(value, list) else value}"
+                         for name, value in record.items()]
+                self.assertEqual(self.lines("pack", table, *again, "--layout", "caller"), [caller.hex()])
+
+    def test_keys_of_all_tables(self):
+        for table in TYPED:
+            arguments, caller, _ = self.record(table)
+            fields = {field["name"]: field for field in fields_of(table)}
+            for key in keys_of(table):
+                members = [fields[name] for name in key["members"]]
+                values = [caller[each["offset"]:each["offset"] + each["width"]] for each in members]
+                shown = self.json("key", table, "--key", key["key"], *arguments)["key"]
+                self.assertEqual(shown["word"], key["word"].lower())
+                self.assertEqual(shown["bytes"], b"".join(values).hex())
+                self.assertEqual([(each["name"], each["bytes"]) for each in shown["members"]],
+                                 [(name, value.hex()) for name, value in zip(key["members"], values)])
+
+    def test_key_for_people(self):
+        lines = self.lines("key", "l2vpn_extnhp", "tunnelType=3", "tVrfIndex=0x0201", "vrIndex=1",
+                           "tunnelId=65536")
+        self.assertEqual(lines[0], "l2vpn_extnhp: key tunnel_key, index 3, flags 9, 13 bytes: "
+                         "identifier word 0x0309000d")
+        self.assertEqual(lines[2], "at  byte  member         value")
+        self.assertIn(" 4  01    tVrfIndex[0]   513", lines)
+        self.assertIn(" 5  02    tVrfIndex[1]", lines)
+        self.assertIn(" 8  03    tunnelType[0]  3", lines)
+        self.assertIn("11  01    tunnelId[2]", lines)
+
+    def test_pack_for_people(self):
+        lines = self.lines("pack", "l2vpn_vpls_pw", "peerIp=10.0.0.2", "svcStatus=1,0")
+        self.assertEqual(lines[0], "caller record, 280 bytes")
+        self.assertEqual(lines.count("    60  02 00 00 0a                                      "
+                                     "peerIp 10.0.0.2"), 2)
+        self.assertIn("   260  00 00 00 00                                      (padding)", lines)
+        self.assertIn("    60  02 00 00 0a                                      peerIp 167772162",
+                      self.lines("pack", "l2vpn_vpls_pw", "peerIp=10.0.0.2", "--raw"))
+
+    def test_unpack_for_people(self):
+        data = self.output("pack", "l2vpn_vpls_macping", "macAddr=00:1b:44:11:3a:b7", "--layout", "stored")
+        spaced = " ".join(re.findall("..", data)) + "\n"
+        for arguments, stdin in ((("-",), spaced), ((data.strip(),), "")):
+            lines = self.lines("unpack", "l2vpn_vpls_macping", *arguments, stdin=stdin)
+            self.assertIn("  macAddr         00:1b:44:11:3a:b7", lines)
+        self.assertIn("vrId:0, ", self.output("unpack", "l2vpn_vpls_macping", "--line", data.strip()))
+
+    def test_impossible(self):
+        for table in FORMAT_ONLY:
+            for command, doing in (("get", "records are read"), ("find", "records are found"),
+                                   ("put", "records are written"), ("delete", "records are deleted"),
+                                   ("key", "it has no key builders"), ("count", "records are counted"),
+                                   ("stats", "events are counted"), ("dump", "records are printed"),
+                                   ("bench", "operations are measured")):
+                plural = command in ("count", "stats", "dump", "bench")
+                more = [] if plural else ["vrIndex=1"]
+                self.assertEqual(self.refused(command, table, *more),
+                                 f'table "{table}": found a table that can only be described and '
+                                 f"formatted, expected one that is stored: {doing}")
+            self.assertIn("it has no stored layout", self.refused("pack", table, "--layout", "stored"))
+            size = int(TABLES[table]["record_size"])
+            self.assertEqual(self.refused("unpack", table, "00"),
+                             f"HEX: found 1 byte, expected a caller record of {size}")
+            self.run_tool("unpack", table, "00" * size, code=DONE)
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,374 @@
+# SPDX-License-Identifier: MIT
+"""Records through the tool: loaded, shown, found, changed, compared and made up."""
+
+import csv
+import json
+import random
+import subprocess
+import time
+
+from tool import BAD_INPUT, EXAMPLE, FAILED, NO, PROGRAM, TYPED, ToolTest, fields_of, keys_of, main
+
+RECORDS = json.loads(EXAMPLE.read_text(encoding="utf-8"))
+PW = ("l2vpn_vpls_pw", "vrIndex=1", "pwTunnelId=10001", "pwTunnelType=1")
+
+
+class Show(ToolTest):
+    def test_count(self):
+        counts = self.json("count", "--load", EXAMPLE)["counts"]
+        self.assertEqual(counts, {name: len(RECORDS[name]) for name in sorted(TYPED)})
+        self.assertEqual(self.lines("-l", EXAMPLE, "count", "l2vpn_vpls_pw"),
+                         ["table          records", "l2vpn_vpls_pw       18"])
+
+    def test_get(self):
+        given = next(each for each in RECORDS[PW[0]] if each["pwTunnelId"] == 10001)
+        record = self.json("-l", EXAMPLE, "get", *PW)[PW[0]][0]
+        self.assertEqual({name: value for name, value in record.items() if name in given}, given)
+        self.assertEqual(list(record), [field["name"] for field in fields_of(PW[0])])
+        lines = self.lines("-l", EXAMPLE, "get", *PW)
+        self.assertIn("  peerIp         10.0.0.2", lines)
+        self.assertIn("  svcStatus      1,0", lines)
+        self.assertIn("  svcCtx         0", lines)
+        self.assertIn("  peerIp         167772162", self.lines("-l", EXAMPLE, "get", *PW, "--raw"))
+        self.assertTrue(self.output("-l", EXAMPLE, "get", *PW, "--line").startswith(
+            "vrIndex:1, pwTunnelId:10001, pwTunnelType:1, instanceId:100, l2vpnIid:1, "))
+
+    def test_get_nothing(self):
+        out, err = self.run_tool("get", *PW, code=NO)
+        self.assertEqual(err, "")
+        self.assertEqual(out, "l2vpn_vpls_pw: vrIndex 1, pwTunnelId 10001, pwTunnelType 1: "
+                         "no such record\n")
+        self.assertEqual(self.json("get", *PW, code=NO), {"found": False})
+
+    def test_find_by_every_key(self):
+        for table in TYPED:
+            for key in keys_of(table):
+                sample = RECORDS[table][-1]
+                wanted = {name: sample.get(name, 0) for name in key["members"]}
+                arguments = [f"{name}={value}" for name, value in wanted.items()]
+                random.Random(3).shuffle(arguments)
+                found = self.json_lines("-l", EXAMPLE, "find", table, "--key", key["key"], *arguments)
+                expected = [each for each in RECORDS[table]
+                            if all(each.get(name, 0) == value for name, value in wanted.items())]
+                self.assertEqual(len(found), len(expected), (table, key["key"]))
+                for each in found:
+                    self.assertEqual({name: each[table][0][name] for name in wanted}, {
+                        name: value or ("00:00:00:00:00:00" if name == "macAddr" else 0)
+                        for name, value in wanted.items()})
+
+    def test_find_chooses_the_key(self):
+        lines = self.lines("-l", EXAMPLE, "find", "l2vpn_vpls_pw", "instanceId=100",
+                           "--fields", "pwTunnelId,peerIp")
+        self.assertEqual(lines, ["pwTunnelId  peerIp", "     10001  10.0.0.2", "     10002  10.0.0.3",
+                                 "     10003  10.0.0.4", "     10004  10.0.0.2", "     10005  10.0.0.3"])
+
+    def test_find_nothing(self):
+        out, err = self.run_tool("find", "l2vpn_vpls_pw", "instanceId=1", code=NO)
+        self.assertEqual((out, err), ("", "l2vpn_vpls_pw: no record with this instance_key\n"))
+
+    def test_dump_leaves_out_what_is_0(self):
+        lines = self.lines("-l", EXAMPLE, "dump", "l2vpn_stp")
+        self.assertTrue(lines[0].startswith("ifIndex  vrIndex  "), lines[0])
+        self.assertNotIn("flags", lines[0])
+        self.assertTrue(lines[-1].startswith("0 in all: "))
+        self.assertIn("flags", lines[-1])
+        self.assertEqual(len(lines), 2 + len(RECORDS["l2vpn_stp"]))
+        names = self.lines("-l", EXAMPLE, "dump", "l2vpn_stp", "--all")[0].split()
+        self.assertEqual(names, [field["name"] for field in fields_of("l2vpn_stp")])
+        self.assertEqual(self.output("dump"), "")
+
+    def test_dump_line(self):
+        lines = self.lines("-l", EXAMPLE, "dump", "l2vpn_stp", "--line")
+        self.assertEqual(len(lines), 1 + len(RECORDS["l2vpn_stp"]) - 1)
+        self.assertTrue(all(line.startswith("ifIndex:") for line in lines))
+
+    def test_what_is_dumped_can_be_loaded(self):
+        for options in (["--json"], ["--json", "--raw"]):
+            text = self.output("-l", EXAMPLE, "dump", *options)
+            path = self.write("dump.jsonl", text)
+            self.assertEqual(self.lines("diff", EXAMPLE, path),
+                             ["0 removed, 0 added, 0 changed, 197 the same"])
+            self.assertEqual(self.output("-l", path, "dump", *options), text)
+        for table in TYPED:
+            for options in (["--csv"], ["--csv", "--raw"]):
+                self.output("-l", EXAMPLE, "dump", table, *options, "--output", f"{table}.csv")
+                with (self.folder / f"{table}.csv").open(encoding="utf-8", newline="") as file:
+                    rows = list(csv.reader(file))
+                self.assertEqual(rows[0], [field["name"] for field in fields_of(table)])
+                self.assertEqual(self.json("-l", f"{table}.csv", "count", table)["counts"],
+                                 {table: len(RECORDS[table])})
+                removed = 197 - len(RECORDS[table])
+                self.assertEqual(self.json_lines("diff", EXAMPLE, f"{table}.csv", code=NO)[-1]["diff"], {
+                    "removed": removed, "added": 0, "changed": 0, "same": len(RECORDS[table])})
+
+    def test_output_file_is_whole_or_not_there(self):
+        self.assertIn("/no/such/folder/x: cannot be written: No such file",
+                      self.refused("dump", "--output", "/no/such/folder/x", code=FAILED))
+        self.write("kept", "old")
+        self.assertIn("found an unknown field", self.refused("dump", "l2vpn_stp", "--fields", "mtuu",
+                                                              "--output", "kept"))
+        self.assertEqual((self.folder / "kept").read_text(encoding="utf-8"), "old")
+        self.assertEqual([path.name for path in self.folder.iterdir()], ["kept"])
+
+    def test_output_that_nobody_takes(self):
+        script = self.write("script", "tables\n")
+        with open("/dev/full", "wb") as full:
+            for arguments in (["tables"], ["shell", script], ["dump", "--json", "-l", EXAMPLE]):
+                result = subprocess.run([PROGRAM, *arguments], stdout=full, stderr=subprocess.PIPE,
+                                        timeout=60, check=False)
+                self.assertEqual(result.returncode, FAILED, arguments)
+                self.assertIn(b"No space left on device", result.stderr)
+
+
+class Change(ToolTest):
+    def test_put_get_update_delete(self):
+        key = "vrIndex=1 instanceId={} macAddr=00:1b:44:11:3a:b7"
+        script = "\n".join((
+            f"put l2vpn_oam_staticmac {key.format('0x10')}",
+            f"put l2vpn_oam_staticmac {key.format(16)} srcPid=2",
+            f"set-batch-version l2vpn_oam_staticmac 9 {key.format(16)}",
+            f"get l2vpn_oam_staticmac {key.format(16)} --json",
+            f"delete l2vpn_oam_staticmac {key.format(16)}",
+            "count l2vpn_oam_staticmac",
+            "stats l2vpn_oam_staticmac --json"))
+        key = "l2vpn_oam_staticmac: vrIndex 1, instanceId 16, macAddr 00:1b:44:11:3a:b7: "
+        lines = self.lines("shell", stdin=script)
+        self.assertEqual(lines[:3], [key + "inserted", key + "replaced", key + "updated"])
+        record = json.loads(lines[3])["l2vpn_oam_staticmac"][0]
+        self.assertEqual((record["batchVersion"], record["srcPid"], record["macAddr"]),
+                         (9, 2, "00:1b:44:11:3a:b7"))
+        self.assertEqual(lines[4], key + "deleted")
+        self.assertTrue(lines[6].endswith(" 0"))
+        stats = json.loads(lines[7])["stats"]["l2vpn_oam_staticmac"]
+        self.assertEqual({name: times for name, times in stats.items() if times}, {
+            "inserted": 1, "replaced": 1, "read": 2, "readMissed": 1, "deleted": 1, "updated": 1,
+            "counted": 2})
+
+    def test_nothing_to_change(self):
+        for command in (["delete", "l2vpn_stp", "ifIndex=1"],
+                        ["set-batch-version", "l2vpn_stp", "3", "ifIndex=1"]):
+            out, err = self.run_tool(*command, code=NO)
+            self.assertEqual((out, err), ("l2vpn_stp: ifIndex 1: no such record\n", ""))
+
+    def test_impossible(self):
+        self.assertEqual(self.refused("set-batch-version", "l2vpn_vpls_macpingup", 3, "vrId=1"),
+                         'table "l2vpn_vpls_macpingup": found no batchVersion, expected a table whose '
+                         "records have one")
+        self.assertEqual(self.refused("set-batch-version", "l2vpn_stp", 2**32, "ifIndex=1"),
+                         "batch version: found 4294967296, expected a number from 0 to 4294967295 or a "
+                         'text like "192.0.2.1"')
+
+
+class Load(ToolTest):
+    def test_forms(self):
+        record = {"ifIndex": 7, "vrIndex": 2, "svcStatus": [1, 0]}
+        csv_text = 'ifIndex,vrIndex,svcStatus\r\n7,0x2,"1,0"\r\n'
+        for text in (json.dumps({"l2vpn_stp": [record]}),
+                     json.dumps({"version": 1, "l2vpn_stp": [record]}, indent=1),
+                     "\ufeff" + json.dumps({"l2vpn_stp": [record]}),
+                     "{}\n\n" + json.dumps({"l2vpn_stp": [record]}) + "\r\n" + "{}", csv_text,
+                     '"ifIndex","vrIndex","svcStatus"\n\n"7","2","1,0"', "\ufeff" + csv_text):
+            self.write("l2vpn_stp.x", text)
+            found = self.json("-l", "l2vpn_stp.x", "get", "l2vpn_stp", "ifIndex=7")["l2vpn_stp"][0]
+            self.assertEqual({name: found[name] for name in record}, record, text)
+            self.assertEqual(self.lines("load", "-", "--table", "l2vpn_stp", stdin=text),
+                             ["-: 1 record stored in 1 table"])
+
+    def test_what_comes_slowly(self):
+        """The form of a text is told by its first line, however it comes."""
+        with subprocess.Popen([PROGRAM, "load", "-"], stdin=subprocess.PIPE, stdout=subprocess.PIPE) as load:
+            for piece in (b"\n \n{", b'"l2vpn_st', b'p":[{"ifIndex":1}]}', b"\n{}", b'\n{"l2vpn_stp":', b"[{}]}"):
+                load.stdin.write(piece)
+                load.stdin.flush()
+                time.sleep(0.02)
+            load.stdin.close()
+            self.assertEqual(load.stdout.read(), b"-: 2 records stored in 1 table\n")
+
+    def refuse(self, text: str, *messages: str, name: str = "l2vpn_stp.csv", code: int = BAD_INPUT):
+        """None of the file is stored, and these are the reasons."""
+        self.write(name, text)
+        out, err = self.run_tool("load", name, code=code)
+        self.assertEqual(err.splitlines(), [f"{name}:{message}" for message in messages], text)
+        self.assertIn(f"{name}: 0 records stored in 0 tables", out)
+
+    def test_csv_that_is_wrong(self):
+        stp = ' table "l2vpn_stp"'
+        self.refuse("ifIndex,mtuu\n1,2\n", f'1:{stp}, field "mtuu": found an unknown field, expected a '
+                    'known one; nearest is "flags"')
+        self.refuse("ifIndex,ifIndex\n1,2\n", f'1:{stp}, field "ifIndex": found a second column, '
+                    "expected one")
+        self.refuse('ifIndex,vrIndex\n1,2\n3\n4,5,6\n7,"8\n9,1\n',
+                    f"3:{stp}: found 1 cell, expected 2 cells as in the first line",
+                    f"4:{stp}: found 3 cells, expected 2 cells as in the first line",
+                    f"5:{stp}: found a quotation mark that nothing closes, expected 2 cells as in the "
+                    "first line")
+        self.refuse('ifIndex\n1"2\n"3"4\n5\n',
+                    f"2:{stp}: found a quotation mark within a cell, expected 1 cell as in the first line",
+                    f"3:{stp}: found a quotation mark within a cell, expected 1 cell as in the first line")
+        self.refuse("ifIndex\n" + "1" * 70000 + "\n", f"2:{stp}: found a cell of more than 65536 "
+                    "characters, expected 1 cell as in the first line")
+        self.refuse("ifIndex,svcStatus\n-1,\"1,0\"\n1,1\n2,\"1,256\"\n",
+                    f'2:{stp}, field "ifIndex": found "-1", expected a number from 0 to 4294967295 or a '
+                    'text like "192.0.2.1"',
+                    f'3:{stp}, field "svcStatus": found "1", expected a list of two numbers from 0 to 255',
+                    f'4:{stp}, field "svcStatus": found a list of 2 values, expected a list of two '
+                    "numbers from 0 to 255")
+        self.refuse("ifIndex\n1\n", "1: found text that is not JSON, expected an object of tables, or "
+                    "CSV of a table that is named", name="other.csv")
+        self.refuse("ifIndex\n1\n", '1: table "l2vpn_eth": found a table that can only be formatted, '
+                    "expected one that is stored", name="l2vpn_eth.csv")
+        self.refuse("", "1: found an empty file, expected an object of tables")
+
+    def test_json_lines_that_are_wrong(self):
+        self.refuse('{"l2vpn_stp":[{"ifIndex":1}]}\n{"l2vpn_stp":[{"ifIndex":2]}\nnonsense\n'
+                    '{"l2vpn_stpp":[{"ifIndex":2}]}\n{"l2vpn_stp":[{"ifIndex":3},{"flagss":1}]}\n'
+                    '{"version":2}\n{"version":[1]}\n',
+                    "2: syntax error while parsing object - unexpected ']'; expected '}'",
+                    "3: syntax error while parsing value - invalid literal; last read: 'no'",
+                    '4: table "l2vpn_stpp": found an unknown table, expected a known one; nearest is '
+                    '"l2vpn_stp"',
+                    '5: table "l2vpn_stp", field "flagss": found an unknown field, expected a known one; '
+                    'nearest is "flags"', "6: version: found 2, expected 1",
+                    "7: version: found a list of 1 value, expected 1", name="lines")
+
+    def test_all_or_nothing_of_each_file(self):
+        good = self.write("good", '{"l2vpn_stp":[{"ifIndex":1,"vrIndex":1},{"ifIndex":2}]}\n')
+        bad = self.write("bad", '{"l2vpn_stp":[{"ifIndex":1,"vrIndex":9},{"ifIndex":1,"vrIndex":8},'
+                         '{"ifIndex":3}]}\n{"l2vpn_stp":[{"ifIndex":-1}]}\n{"l2vpn_stp":[{"ifIndex":4}]}\n')
+        out, err = self.run_tool("shell", "--keep-going", code=BAD_INPUT, stdin=f"load {good} {bad}\n"
+                                 "dump l2vpn_stp --fields ifIndex,vrIndex\n")
+        self.assertEqual(out.splitlines(), [
+            f"{good}: 2 records stored in 1 table", f"{bad}: 0 records stored in 0 tables, 1 refusal",
+            "ifIndex  vrIndex", "      1        1", "      2        0"])
+        self.assertEqual(err.count("\n"), 1)
+        out, err = self.run_tool("shell", "--keep-going", code=NO,
+                                 stdin=f"load {good} {bad} --keep-going\n"
+                                 "dump l2vpn_stp --fields ifIndex,vrIndex\n")
+        self.assertEqual(sorted(out.splitlines()[3:]), ["      1        8", "      2        0",
+                                                        "      3        0", "      4        0"])
+        self.assertIn("4 records stored in 1 table, 2 of them replaced, 1 refusal", out)
+
+    def test_summary_of_many_refusals(self):
+        lines = [json.dumps({"l2vpn_stp": [{"ifIndex": number, "flags": -1 if number % 3 else 0,
+                                            "vrIndex": "x" if number % 50 == 0 else 0}]})
+                 for number in range(300)]
+        self.write("many", "\n".join(lines))
+        _, err = self.run_tool("load", "many", "--keep-going", code=NO)
+        shown = err.splitlines()
+        self.assertEqual(len(shown), 23)
+        self.assertEqual(shown[20], "and 186 more; in all:")
+        expected = 'expected a number from 0 to 4294967295 or a text like "192.0.2.1"'
+        self.assertEqual(shown[21:], [
+            f'  200 times, first in line 2: table "l2vpn_stp", field "flags": {expected}',
+            f'  6 times, first in line 1: table "l2vpn_stp", field "vrIndex": {expected}'])
+        report = self.json("load", "many", "--keep-going", code=NO)["load"]
+        self.assertEqual((report["stored"], report["refused"], len(report["messages"])), (98, 206, 20))
+        self.assertEqual([kind["times"] for kind in report["kinds"]], [200, 6])
+
+    def test_files_that_cannot_be_read(self):
+        self.assertEqual(self.refused("load", "/no/such", code=FAILED),
+                         "/no/such: cannot be read: No such file or directory")
+        self.assertEqual(self.refused("tables", "-l", "/", code=FAILED),
+                         "/: cannot be read: Is a directory")
+        self.write("bad", "{]")
+        self.assertEqual(self.refused("tables", "-l", "bad"), "nothing is loaded:\nbad:1: syntax error "
+                         "while parsing object key - unexpected ']'; expected string literal")
+
+    def test_bytes_that_are_no_text(self):
+        out, err = self.run_tool("load", "-", code=BAD_INPUT, stdin="\udcff\udcfe\0{}")
+        self.assertEqual(err, "standard input:1: syntax error while parsing value - invalid literal; "
+                         "last read: '\\xff'\n")
+        out, err = self.run_tool("load", "-", "--table", "l2vpn_stp", "--json", code=BAD_INPUT,
+                                 stdin="if\udcffIndex\n1\n")
+        self.assertIn("unknown field", json.loads(out)["load"]["messages"][0])
+
+
+class Compare(ToolTest):
+    def test_changes(self):
+        before = self.write("before", json.dumps({"l2vpn_vpls_pw": [
+            {"vrIndex": 1, "pwTunnelId": 1, "mtu": 1500, "peerIp": "10.0.0.1"},
+            {"vrIndex": 1, "pwTunnelId": 2}, {"vrIndex": 1, "pwTunnelId": 3}]}))
+        after = self.write("after", json.dumps({"l2vpn_vpls_pw": [
+            {"vrIndex": 1, "pwTunnelId": 4}, {"vrIndex": 1, "pwTunnelId": 2},
+            {"vrIndex": 1, "pwTunnelId": 1, "mtu": 1400, "peerIp": "10.0.0.9"}]}))
+        pw = "l2vpn_vpls_pw vrIndex 1, pwTunnelId"
+        self.assertEqual(self.lines("diff", before, after, code=NO), [
+            f"~ {pw} 1, pwTunnelType 0: mtu 1500 -> 1400, peerIp 10.0.0.1 -> 10.0.0.9",
+            f"- {pw} 3, pwTunnelType 0", f"+ {pw} 4, pwTunnelType 0",
+            "1 removed, 1 added, 1 changed, 1 the same"])
+        changes = self.json_lines("diff", before, after, code=NO)
+        self.assertEqual(changes[0], {
+            "change": "changed", "table": "l2vpn_vpls_pw",
+            "key": {"vrIndex": 1, "pwTunnelId": 1, "pwTunnelType": 0},
+            "fields": {"mtu": {"from": 1500, "to": 1400}, "peerIp": {"from": "10.0.0.1", "to": "10.0.0.9"}}})
+        self.assertEqual(changes[-1], {"diff": {"removed": 1, "added": 1, "changed": 1, "same": 1}})
+        self.assertEqual(self.lines("diff", before, before),
+                         ["0 removed, 0 added, 0 changed, 3 the same"])
+
+    def test_wrong_files(self):
+        self.assertEqual(self.refused("diff", EXAMPLE), "diff: found 1 file, expected 2")
+        self.write("bad", '{"l2vpn_stp":[{"x":1}]}')
+        self.assertIn('nothing is compared:\nbad:1: table "l2vpn_stp", field "x": found an unknown',
+                      self.refused("diff", EXAMPLE, "bad"))
+
+
+class MakeUp(ToolTest):
+    def test_same_seed_same_network(self):
+        text = self.output("generate", "--instances", 3, "--seed", 5)
+        self.assertEqual(text, self.output("generate", "--instances", 3, "--seed", 5))
+        self.assertNotEqual(text, self.output("generate", "--instances", 3, "--seed", 6))
+        self.assertEqual(self.output("generate", "--instances", 3, "--seed", 5, "--output", "x"), "")
+        self.assertEqual((self.folder / "x").read_text(encoding="utf-8"), text)
+
+    def test_every_record_has_a_key_of_its_own(self):
+        text = self.output("generate", "--instances", 120)
+        made = {table: [] for table in TYPED}
+        for line in text.splitlines():
+            table, records = next((name, value) for name, value in json.loads(line).items()
+                                  if name != "version")
+            made[table] += records
+        for table, records in made.items():
+            members = keys_of(table)[0]["members"]
+            keys = {tuple(record[name] for name in members) for record in records}
+            self.assertEqual(len(keys), len(records), table)
+            self.assertGreater(len(records), 0, table)
+        self.assertEqual(self.json("load", "-", stdin=text)["load"]["replaced"], 0)
+        # Whoever names something names what there is.
+        instances = {(each["vrIndex"], each["instanceId"]) for each in made["l2vpn_vpls_inst"]}
+        pseudowires = {each["pwTunnelId"]: each for each in made["l2vpn_vpls_pw"]}
+        self.assertGreater(len(pseudowires), len(instances))
+        self.assertGreater(len(made["l2vpn_vpls_vsimac"]), len(pseudowires))
+        for records in made.values():
+            for each in records:
+                if "vrIndex" in each and "instanceId" in each:
+                    self.assertIn((each["vrIndex"], each["instanceId"]), instances)
+                for name in ("pwTunnelId", "bakPwTunnelId"):
+                    if name in each:
+                        self.assertEqual(pseudowires[each[name]]["vrIndex"], each["vrIndex"])
+        self.assertEqual(self.lines("shell", stdin="generate --instances 120 --store\ncount --json\n"), [
+            f"{sum(map(len, made.values()))} records in 25 tables are stored",
+            json.dumps({"version": 1, "counts": {name: len(made[name]) for name in sorted(TYPED)}},
+                       separators=(",", ":"))])
+
+    def test_range(self):
+        for number in (0, 10**7 + 1):
+            self.assertEqual(self.refused("generate", "--instances", number),
+                             f"--instances: found {number}, expected a number from 1 to 10000000")
+
+    def test_bench(self):
+        results = self.json("bench", "l2vpn_vpls_pw", "l2vpn_stp", "--records", 50)["bench"]
+        self.assertEqual({each["table"] for each in results}, {"l2vpn_vpls_pw", "l2vpn_stp"})
+        for each in results:
+            self.assertEqual(each["calls"], 50)
+            self.assertGreater(each["nanoseconds"], 0)
+        lines = self.lines("bench", "l2vpn_stp", "--records", 50)
+        self.assertRegex(lines[0], r"table +operation +calls +ns each +million/s")
+        self.assertEqual([line.split()[1] for line in lines[1:4]], ["insert", "read", "replace"])
+        self.assertEqual(self.lines("shell", stdin="bench l2vpn_stp --records 9\ncount l2vpn_stp\n")[-1],
+                         "l2vpn_stp        0")
+        self.assertIn("expected an empty table to measure with",
+                      self.refused("-l", EXAMPLE, "bench", "l2vpn_stp"))
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,259 @@
+# SPDX-License-Identifier: MIT
+"""Command lines, scripts, and a person at a terminal."""
+
+import json
+import os
+import pty
+import re
+import subprocess
+import time
+
+from tool import BAD_INPUT, DONE, EXAMPLE, FAILED, NO, PROGRAM, ToolTest, main
+
+IF_INDEX = json.loads(EXAMPLE.read_text(encoding="utf-8"))["l2vpn_stp"][0]["ifIndex"]
+MANUAL = EXAMPLE.parents[1] / "tools" / "l2vpn-db.1"
+
+
+class CommandLine(ToolTest):
+    def test_mistakes(self):
+        stp = 'table "l2vpn_stp"'
+        number = "expected a number from 0 to 18446744073709551615"
+        for line, message in {
+                "tabels": '"tabels": found an unknown command, expected a known one; nearest is "tables"',
+                "--jsn tables": '"--jsn": found an unknown option, expected a known one; nearest is "--json"',
+                "layout l2vpn_stp --svgg x": '"--svgg": found an unknown option, expected a known one; '
+                                             'nearest is "--svg"',
+                "describe": "describe: found no TABLE, expected a table's name",
+                "describe l2vpn_stp more": 'describe: found "more", expected no more arguments',
+                "describe l2vpn_sttp": 'table "l2vpn_sttp": found an unknown table, expected a known one; '
+                                       'nearest is "l2vpn_stp"',
+                "get l2vpn_stp": "get: found no VALUES, expected the members of a key, as in vrIndex=1",
+                "get l2vpn_stp ifIndex": 'argument "ifIndex": found no field and value, expected field=value',
+                "get l2vpn_stp =1": 'argument "=1": found no field and value, expected field=value',
+                "get l2vpn_stp ifIndx=1": f'{stp}, field "ifIndx": found an unknown field, expected a '
+                                          'known one; nearest is "ifIndex"',
+                "get l2vpn_stp ifIndex=1 ifIndex=1": f'{stp}, field "ifIndex": found a second time, '
+                                                     "expected once",
+                "get l2vpn_stp ifIndex=1 vrIndex=1": f'{stp}, key "primary_key": found vrIndex, which is '
+                                                     "no member, expected only ifIndex",
+                "put l2vpn_vpls_exp vrIndex=1": 'table "l2vpn_vpls_exp", key "primary_key": found no '
+                                                "instanceId, expected all of vrIndex, instanceId",
+                "find l2vpn_stp --key primry_key ifIndex=1": f'{stp}, key "primry_key": found an unknown '
+                                                             'key, expected a known one; nearest is '
+                                                             '"primary_key"',
+                "find l2vpn_stp flags=1": f"{stp}: found fields that are not those of a key, expected a "
+                                          "key's:\n  primary_key        ifIndex\n"
+                                          "  stp_src_if_key     ifIndex, vrIndex",
+                "get l2vpn_stp ifIndex=0x1ffffffff": f'{stp}, field "ifIndex": found 8589934591, expected a '
+                                                     'number from 0 to 4294967295 or a text like '
+                                                     '"192.0.2.1"',
+                "generate --seed -1": f'--seed: found "-1", {number}',
+                "generate --instances 1e3": f'--instances: found "1e3", {number}',
+                "generate --instances 18446744073709551616":
+                    f'--instances: found "18446744073709551616", {number}',
+                "set-batch-version l2vpn_stp ifIndex=1 3": f'VERSION: found "ifIndex=1", {number}',
+                "unpack l2vpn_stp 0x00": 'HEX: found "0x" at digit 1, expected pairs of hexadecimal digits',
+                "unpack l2vpn_stp 000": 'HEX: found "0" at digit 3, expected pairs of hexadecimal digits',
+                "unpack l2vpn_stp 00": "HEX: found 1 byte, expected a caller record of 48 or a stored "
+                                       "record of 44",
+                "pack l2vpn_stp --layout x": '--layout: found "x", expected caller or stored',
+                "dump --csv": "--csv: found 0 tables, expected one, as each has fields of its own",
+                "dump --csv --line l2vpn_stp": "found several of --json, --csv and --line, expected one",
+        }.items():
+            self.assertEqual(self.refused(*line.split()), message, line)
+
+    def test_mistakes_for_programs(self):
+        out, err = self.run_tool("describe", "x", "--json", code=BAD_INPUT)
+        self.assertEqual(out, "")
+        self.assertEqual(err, '{"version":1,"error":"l2vpn-db: table \\"x\\": found an unknown table, '
+                         'expected a known one; nearest is \\"l2vpn_eth\\""}\n')
+
+    def test_values_as_people_write_them(self):
+        for text, packed in {"peerIp=10.0.0.2": "0200000a", "peerIp=167772162": "0200000a",
+                             "peerIp=0x0A000002": "0200000a"}.items():
+            self.assertEqual(self.output("pack", "l2vpn_vpls_pw", text, "--layout", "stored")[120:128], packed)
+        for text in ("macAddr=00:1B:44:11:3a:b7", "macAddr=0,27,68,17,58,183"):
+            self.assertIn("001b44113ab7", self.output("pack", "l2vpn_vpls_vsimac", text, "--layout", "caller"))
+        self.assertEqual(set(self.output("pack", "l2vpn_vpls_pw", "svcCtx=0", "svcStatus=0", "--layout",
+                                         "caller").strip()), {"0"})
+
+    def test_help_and_version(self):
+        text = self.output("--help")
+        for command in ("tables", "set-batch-version", "shell"):
+            self.assertRegex(text, rf"\n  {command} +[a-z]")
+        self.assertIn("Exit codes: 0 done;", text)
+        self.assertIn("--keep-going", self.output("load", "--help"))
+        self.assertEqual(self.output("--version"),
+                         "l2vpn-db " + (EXAMPLE.parents[1] / "VERSION").read_text(encoding="utf-8"))
+
+    def test_manual_names_every_command_and_option(self):
+        manual = MANUAL.read_text(encoding="utf-8").replace("\\-", "-")
+        commands = re.findall(r"^  ([a-z-]+) +[a-z]", self.output("--help").split("Subcommands:")[1], re.M)
+        self.assertEqual(len(commands), 19)
+        for command in commands:
+            self.assertIn(f"\n.SS {command}", manual)
+            for option in re.findall(r"(--[a-z-]+)", self.output(command, "--help").split("Exit codes")[0]):
+                self.assertIn(option, manual, command)
+
+
+class Script(ToolTest):
+    def test_lines(self):
+        script = self.write("script", f"# what follows works on one store\n\nload '{EXAMPLE}'\r\n"
+                            f"count l2vpn_vpls_pw # 18\n  get \"l2vpn_stp\" ifInd\\ex={IF_INDEX} --line\nquit\nnonsense\n")
+        lines = self.lines("shell", script)
+        self.assertEqual(lines[:3], [f"{EXAMPLE}: 197 records stored in 25 tables",
+                                     "table          records", "l2vpn_vpls_pw       18"])
+        self.assertEqual(lines, self.lines("shell", "-", stdin=script.read_text(encoding="utf-8")))
+        self.assertEqual(lines, self.lines(stdin=script.read_text(encoding="utf-8")))
+
+    def test_stops_at_what_fails(self):
+        script = self.write("script", "count l2vpn_stp\n\ncuont\ncount l2vpn_stp\n")
+        out, err = self.run_tool("shell", script, code=BAD_INPUT)
+        self.assertEqual(out.count("\n"), 2)
+        self.assertEqual(err, f'{script}:3: "cuont": found an unknown command, expected a known one; '
+                         'nearest is "count"\n')
+        out, err = self.run_tool("shell", "--keep-going", script, code=BAD_INPUT)
+        self.assertEqual(out.count("\n"), 4)
+        out, err = self.run_tool("shell", code=NO, stdin="tables\ndelete l2vpn_stp ifIndex=1\ntables\n")
+        self.assertEqual(err, "standard input:2: the answer is no; stopped here\n")
+
+    def test_mistakes(self):
+        for line, message in {
+                'get "l2vpn_stp': '1: found " that nothing closes, expected another one',
+                "shell": "1: found shell, expected a command, as this is one",
+                "-l x tables": '1: "-l": found an unknown option, expected a known one; nearest is "--all"',
+        }.items():
+            _, err = self.run_tool(stdin=line, code=BAD_INPUT)
+            if line[0] != "-":
+                self.assertEqual(err, f"standard input:{message}\n")
+        self.assertIn("/no/such: cannot be read", self.refused("shell", "/no/such", code=FAILED))
+
+    def test_options_hold_for_all_lines(self):
+        lines = self.lines("--json", "shell", stdin="count l2vpn_stp\ncount l2vpn_stp\n")
+        self.assertEqual(lines, ['{"version":1,"counts":{"l2vpn_stp":0}}'] * 2)
+
+    def test_help(self):
+        self.assertEqual(self.output(stdin="help load\n"), self.output(stdin="load --help\n"))
+        self.assertIn("Subcommands:", self.output(stdin="help\n"))
+
+
+class Terminal(ToolTest):
+    """The same as a person sees it."""
+
+    def setUp(self) -> None:
+        super().setUp()
+        self.tmux("new-session", "-d", "-x", 120, "-y", 50,
+                  f"env HOME={self.folder} NO_COLOR= {PROGRAM} -l {EXAMPLE}")
+        self.addCleanup(self.tmux, "kill-server", check=False)
+        self.wait("l2vpn-db> ")
+
+    def tmux(self, *arguments: object, check: bool = True) -> str:
+        return subprocess.run(["tmux", "-f", "/dev/null", "-S", str(self.folder / "tmux"), *map(str, arguments)],
+                              capture_output=True, text=True, check=check, timeout=30).stdout
+
+    def keys(self, *keys: str) -> None:
+        self.tmux("send-keys", *keys)
+
+    def screen(self) -> list[str]:
+        text = self.tmux("capture-pane", "-p")
+        return [line.rstrip() for line in text.splitlines() if line.strip()]
+
+    def wait(self, last_line: str) -> list[str]:
+        deadline = time.monotonic() + 20
+        while time.monotonic() < deadline:
+            screen = self.screen()
+            if screen and screen[-1] == last_line.rstrip():
+                return screen
+            time.sleep(0.02)
+        self.fail(f"{last_line!r} is not the last line of {screen}")
+
+    def test_session(self):
+        self.keys("desc", "Tab")
+        self.wait("l2vpn-db> describe")
+        self.keys("l2vpn_vpls_in", "Tab", "Tab")
+        self.wait("l2vpn-db> describe l2vpn_vpls_inst")
+        self.keys("C-u", "find l2vpn_vpls_inst --k", "Tab")
+        self.wait("l2vpn-db> find l2vpn_vpls_inst --key")
+        self.keys("ins", "Tab")
+        self.wait("l2vpn-db> find l2vpn_vpls_inst --key instance_key")
+        self.keys("instanc", "Tab")
+        self.wait("l2vpn-db> find l2vpn_vpls_inst --key instance_key instanceId=")
+        self.keys("100 --fields mac", "Tab")
+        self.wait("l2vpn-db> find l2vpn_vpls_inst --key instance_key instanceId=100 --fields mac")
+        self.keys("A", "Tab", "C-h", ",vr", "Tab", "Enter")
+        screen = self.wait("l2vpn-db>")
+        self.assertEqual(screen[-3:-1], ["macAgeTime  vrIndex", "       300        1"])
+        self.keys("put l2vpn_stp ifIndex=9", "Enter")
+        self.assertEqual(self.wait("l2vpn-db>")[-2], "l2vpn_stp: ifIndex 9: inserted")
+        self.keys("nonsense", "Enter")
+        self.assertIn("found an unknown command", self.wait("l2vpn-db>")[-2])
+        self.keys("Up", "Up")
+        self.wait("l2vpn-db> put l2vpn_stp ifIndex=9")
+        self.keys("Enter")
+        self.assertEqual(self.wait("l2vpn-db>")[-2], "l2vpn_stp: ifIndex 9: replaced")
+        self.keys("quit", "Enter")
+        deadline = time.monotonic() + 20
+        history = self.folder / ".l2vpn-db_history"
+        while not history.exists() and time.monotonic() < deadline:
+            time.sleep(0.02)
+        time.sleep(0.1)
+        self.assertIn("nonsense", history.read_text(encoding="utf-8"))
+        self.assertEqual(history.stat().st_mode & 0o777, 0o600)
+
+    def test_history_of_last_time(self):
+        self.keys("count l2vpn_stp", "Enter")
+        self.wait("l2vpn-db>")
+        self.keys("quit", "Enter")
+        while self.tmux("list-sessions", check=False):
+            time.sleep(0.02)
+        self.tmux("new-session", "-d", "-x", 120, "-y", 50, f"env HOME={self.folder} {PROGRAM}")
+        self.wait("l2vpn-db> ")
+        self.keys("Up", "Up")
+        self.wait("l2vpn-db> count l2vpn_stp")
+
+
+class Pseudoterminal(ToolTest):
+    """What is written to a terminal only."""
+
+    def run_on_terminal(self, *arguments: object, feed=None, **environment) -> str:
+        primary, secondary = pty.openpty()
+        with subprocess.Popen([PROGRAM, *map(str, arguments)], stdin=subprocess.PIPE, stdout=secondary,
+                              stderr=secondary, cwd=self.folder,
+                              env={**os.environ, "TERM": "xterm", **environment}) as process:
+            os.close(secondary)
+            if feed:
+                feed(process.stdin)
+            process.stdin.close()
+            text = b""
+            while True:
+                try:
+                    piece = os.read(primary, 65536)
+                except OSError:
+                    break
+                text += piece
+            os.close(primary)
+            self.assertEqual(process.wait(), DONE, text)
+        return text.decode("utf-8")
+
+    def test_colours(self):
+        self.assertIn("\x1b[1mtable", self.run_on_terminal("tables"))
+        self.assertIn("\x1b[36mvrIndex", self.run_on_terminal("layout", "l2vpn_bfdlnk"))
+        self.assertNotIn("\x1b", self.run_on_terminal("tables", NO_COLOR="1"))
+        self.assertNotIn("\x1b", self.run_on_terminal("tables", TERM="dumb"))
+        self.assertNotIn("\x1b", self.output("tables", TERM="xterm"))
+
+    def test_progress(self):
+        def slowly(stdin):
+            for number in range(0, 4000, 2000):
+                stdin.write("".join(f'{{"l2vpn_stp":[{{"ifIndex":{each}}}]}}\n'
+                                    for each in range(number, number + 2000)).encode())
+                stdin.flush()
+                time.sleep(1.1)
+
+        text = self.run_on_terminal("load", "-", feed=slowly)
+        self.assertRegex(text, r"\r\x1b\[Kstandard input: \d+ records, \d+/s\r\x1b\[K-: 4000 records stored")
+        self.assertNotIn("\r\x1b", self.run_on_terminal("load", EXAMPLE))
+
+
+if __name__ == "__main__":
+    main()
