@@ -9,11 +9,13 @@
 
 namespace [[gnu::visibility("hidden")]] l2vpn {
 
-template <class T>
-inline constexpr auto key_access = []<std::size_t... K>(std::index_sequence<K...>) {
+template <class T, std::size_t... K>
+constexpr auto make_key_access(std::index_sequence<K...>) {
     return std::array{KeyAccess{&T::descriptor().intf, set_key<T, K>}...};
 }
-(std::make_index_sequence<key_count<T>>{});
+
+template <class T>
+inline constexpr auto key_access = make_key_access<T>(std::make_index_sequence<key_count<T>>{});
 
 template <class T>
 constexpr TableAccess make_access() {

@@ -14,6 +14,7 @@
 #include "schema/descriptor.h"
 #include "tables/conversion.h"
 #include "tables/key_builder.h"
+#include "tables/table_access.h"
 #include "tests/parts/sample_table.h"
 
 namespace l2vpn {
@@ -318,6 +319,33 @@ TEST(ControlBlocks, AreCheckedInEveryPlace) {
     EXPECT_FALSE(control_block_laid_out<KeyTooLate>());
     EXPECT_FALSE(control_block_laid_out<BlockTooLate>());
     EXPECT_FALSE(control_block_laid_out<BlockTooLong>());
+}
+
+TEST(TableAccess, HoldsTheTablesFacts) {
+    const TableAccess access = make_access<SampleTable>();
+    EXPECT_EQ(access.intf, &sample_descriptor.intf);
+    EXPECT_EQ(access.keys, key_access<SampleTable>.data());
+    EXPECT_EQ(access.key_map.pairs, sample_descriptor.keys);
+    EXPECT_EQ(access.key_map.count, 2U);
+    EXPECT_EQ(access.update_map.pairs, sample_descriptor.updates);
+    EXPECT_EQ(access.update_map.count, 1U);
+    EXPECT_EQ(access.batch_version.offset, 28U);
+    EXPECT_EQ(access.batch_version.id, 10U);
+    EXPECT_EQ(access.batch_version.set, SampleTable::set_batch_version);
+    EXPECT_EQ(access.set_fields, nullptr);
+    EXPECT_EQ(access.control_block, &sample_block);
+    EXPECT_EQ(access.cb, &sample_block.cb);
+    EXPECT_EQ(access.record_size, 40U);
+    EXPECT_EQ(access.row, 7U);
+    EXPECT_FALSE(access.null_tests);
+}
+
+TEST(TableAccess, HoldsASetterForEachKey) {
+    const auto keys = make_key_access<SampleTable>(std::make_index_sequence<2>{});
+    EXPECT_EQ(keys[0].intf, &sample_descriptor.intf);
+    EXPECT_EQ(keys[1].intf, &sample_descriptor.intf);
+    EXPECT_EQ(keys[0].set, (set_key<SampleTable, 0>));
+    EXPECT_EQ(keys[1].set, (set_key<SampleTable, 1>));
 }
 
 std::uint32_t told(std::uint32_t *value) {

@@ -27,6 +27,8 @@ struct SampleControlBlock {
     L2vpnDbGlbCb cb;
 };
 
+inline SampleControlBlock sample_block{};
+
 struct SampleTable {
     using Record = SampleRecord;
     using ControlBlock = SampleControlBlock;
@@ -47,7 +49,20 @@ struct SampleTable {
     static constexpr Key keys[] = {{"primary_key", 0, 3}, {"batch_key", 3, 3}};
     static constexpr bool trailing_separator = false;
     static constexpr bool svc_fields_split = false;
+    static constexpr bool no_null_tests = true;
+    static constexpr std::size_t row = 7;
+    static constexpr L2vpnDbSetFieldsFn set_fields_function = nullptr;
+    static std::uint32_t set_batch_version(L2vpnDbRecObj * /*object*/, std::uint32_t value) {
+        return value;
+    }
+    static constexpr ControlBlock &control_block() { return sample_block; }
+    static constexpr TableDescriptor<SampleTable> &descriptor();
 };
+
+inline TableDescriptor<SampleTable> sample_descriptor{};
+constexpr TableDescriptor<SampleTable> &SampleTable::descriptor() {
+    return sample_descriptor;
+}
 
 /// The same table with conversions of its own for the service fields.
 struct SplitTable : SampleTable {

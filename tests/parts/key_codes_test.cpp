@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: MIT
+// The key map leads from a key's index to its code, and stands where others can write to it: a code
+// that no key has leads nowhere.
+#include <gtest/gtest.h>
+
+#include "tables/by_key.h"
+
+namespace l2vpn {
+namespace {
+
+TEST(KeyCodes, OfNoKeyLeadNowhere) {
+    const KeyAccess keys[2]{};
+    for (const std::uint32_t code : {0x101U, 0x009U, 0x209U, L2VPN_DB_NO_MAPPING}) {
+        const IdPair pairs[] = {{0, 0x001}, {1, code}};
+        TableAccess table{};
+        table.keys = keys;
+        table.key_map = {pairs, 2};
+        std::uint32_t count = 77;
+        EXPECT_EQ(create_iter(1, &table, table), nullptr) << code;
+        EXPECT_EQ(count_by_key(1, &table, &count, table), L2VPN_DB_ERR_PARAM) << code;
+        EXPECT_EQ(count, 77U);
+    }
+}
+
+} // namespace
+} // namespace l2vpn
