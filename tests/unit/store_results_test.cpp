@@ -50,7 +50,7 @@ private:
     static constexpr std::ptrdiff_t request_at = ids_at + 8 + gap;
     static constexpr std::ptrdiff_t key_id_at = request_at + sizeof(L2vpnDbKeyData) + gap;
     static constexpr std::ptrdiff_t key_at = key_id_at + L2VPN_DB_KEY_ID_LENGTH + gap;
-    static constexpr std::ptrdiff_t record_at = key_at + 512 + gap;
+    static constexpr std::ptrdiff_t record_at = key_at + 8192 + gap; // the longest record, as a key
 
     template <class T>
     T *at(std::ptrdiff_t offset) {
