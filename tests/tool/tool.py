@@ -13,7 +13,7 @@ import unittest
 HERE = pathlib.Path(__file__).resolve().parent
 EXPECTED = HERE.parent / "expected"
 EXAMPLE = HERE.parents[1] / "examples" / "provider_edge.json"
-PROGRAM = sys.argv[1]
+PROGRAM = str(pathlib.Path(sys.argv[1]).resolve())
 DONE, NO, BAD_INPUT, FAILED = 0, 1, 2, 3
 
 
