@@ -322,7 +322,9 @@ TEST(ControlBlocks, AreCheckedInEveryPlace) {
 }
 
 TEST(TableAccess, HoldsTheTablesFacts) {
-    const TableAccess access = make_access<SampleTable>();
+    // By a pointer that may change, so that it happens now.
+    TableAccess (*volatile make)() = make_access<SampleTable>;
+    const TableAccess access = make();
     EXPECT_EQ(access.intf, &sample_descriptor.intf);
     EXPECT_EQ(access.keys, key_access<SampleTable>.data());
     EXPECT_EQ(access.key_map.pairs, sample_descriptor.keys);
@@ -341,7 +343,9 @@ TEST(TableAccess, HoldsTheTablesFacts) {
 }
 
 TEST(TableAccess, HoldsASetterForEachKey) {
-    const auto keys = make_key_access<SampleTable>(std::make_index_sequence<2>{});
+    std::array<KeyAccess, 2> (*volatile make)(std::index_sequence<0, 1>) =
+        make_key_access<SampleTable>;
+    const std::array<KeyAccess, 2> keys = make({});
     EXPECT_EQ(keys[0].intf, &sample_descriptor.intf);
     EXPECT_EQ(keys[1].intf, &sample_descriptor.intf);
     EXPECT_EQ(keys[0].set, (set_key<SampleTable, 0>));
