@@ -5,6 +5,7 @@
 #include <array>
 #include <utility>
 
+#include "frame/bytes.h"
 #include "l2vpn_db/platform.h"
 #include "schema/facts.h"
 
@@ -49,13 +50,6 @@ constexpr auto item_format(const char (&tail)[N]) {
     for (std::size_t i = 0; i < N; ++i)
         format[length + i] = tail[i];
     return format;
-}
-
-template <class Value>
-inline Value load(const char *at) {
-    Value value;
-    __builtin_memcpy(&value, at, sizeof value);
-    return value;
 }
 
 /// An integer, or the low half of a MAC field's address: MAC addresses are shown by place.

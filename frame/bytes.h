@@ -32,6 +32,13 @@ inline void copy(char *to, const char *from) {
     }
 }
 
+template <class Value>
+inline Value load(const char *at) {
+    Value value;
+    __builtin_memcpy(&value, at, sizeof value);
+    return value;
+}
+
 /// Sets Length bytes to 0.
 template <std::size_t Length>
 inline void clear(char *to) {

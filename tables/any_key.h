@@ -8,8 +8,7 @@
 
 namespace [[gnu::visibility("hidden")]] l2vpn {
 
-/// Rounded up, so that clearing it takes few moves.
-struct AnyKey : KeyBlocks<(longest_key + 15) / 16 * 16> {
+struct AnyKey : KeyBlocks<longest_key> {
     AnyKey(const void *record, KeySetter set) { set(record, &request, id, value); }
 };
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tables/update.h"
 
+#include "frame/bytes.h"
 #include "frame/module_intf.h"
 #include "tables/any_key.h"
 
@@ -18,10 +19,8 @@ std::uint32_t set_fields(const L2vpnDbRecData *record, L2vpnDbRecObj *object,
     for (std::uint32_t i = 0; i < field_count; ++i) {
         if (mapped(field_ids[i], table.update_map) != field.id)
             return L2VPN_DB_ERR_PARAM;
-        std::uint32_t value = 0;
-        __builtin_memcpy(&value, static_cast<const char *>(record->data) + field.offset,
-                         sizeof value);
-        result |= field.set(object, value);
+        const auto *const data = static_cast<const char *>(record->data);
+        result |= field.set(object, load<std::uint32_t>(data + field.offset));
     }
     return result;
 }

@@ -56,24 +56,26 @@ class Templates:
     """Compiles the library with the slip and runs the tests of the library with it: at first for
     tables that have between them everything that tables can have, then for all."""
 
+    PARTS = ("derivations", "key_codes")
     SOME = ("bfdlnk", "extnhp", "glb_en", "oam_staticmac", "stp", "vpls_macpingup", "vpls_pw")
 
     def __init__(self, build: Path):
         self.build, self.gen = build, build / "gen"
         self.library = build / "libl2vpn_db.so.0"
         self.tables = sorted(path.stem for path in (self.gen / "tables").glob("*.cpp"))
-        self.headers = ["-std=c++20", "-w", "-O0", "-fno-exceptions", "-fno-rtti", "-fPIC",
-                        f"-I{ROOT}", f"-I{ROOT}/include", f"-I{self.gen}"]
+        self.headers = ["-std=c++20", "-w", "-O0", f"-I{ROOT}", f"-I{ROOT}/include", f"-I{self.gen}"]
+        self.shared = ["-fno-exceptions", "-fno-rtti", "-fPIC", *self.headers]
         self.some = [f"l2vpn_{table}" for table in self.SOME]
 
     def prepare(self, folder: Path) -> None:
         shared = sorted(path.relative_to(ROOT) for name in LIBRARY for path in (ROOT / name).glob("*.cpp"))
         common = [*shared, "schemas.cpp", "interface_rows.cpp"]
         for name, tables, more in (("some", self.some, common), ("all", self.tables, common),
-                                   ("others", [t for t in self.tables if t not in self.some], [])):
+                                   ("others", [t for t in self.tables if t not in self.some], []),
+                                   ("parts", [], [f"tests/parts/{name}_test.cpp" for name in self.PARTS] + common)):
             (folder / f"{name}.cpp").write_text("".join(
                 f'#include "{path}"\n' for path in more + [f"tables/{table}.cpp" for table in tables]), encoding="utf-8")
-        if not compiles([*self.headers, "-c", folder / "others.cpp", "-o", folder / "others.o"]):
+        if not compiles([*self.shared, "-c", folder / "others.cpp", "-o", folder / "others.o"]):
             sys.exit("mutate: the library does not compile")
 
     def noticed_by(self, folder: Path, mutant: mutants.Mutant) -> str:
@@ -88,22 +90,21 @@ class Templates:
     def look(self, folder: Path) -> str:
         some = ":".join(f"*{table}*" for table in self.some)
         return (self.library_tests(folder, [folder / "some.cpp", folder / "others.o"], [f"--gtest_filter={some}"])
-                or self.derivation_tests(folder) or self.library_tests(folder, [folder / "all.cpp"], []))
+                or self.parts_tests(folder) or self.library_tests(folder, [folder / "all.cpp"], []))
 
     def library_tests(self, folder: Path, sources: list, options: list) -> str:
         library = folder / self.library.name
-        if not compiles([f"-I{folder}/slip", *self.headers, "-shared", f"-Wl,-soname,{library.name}",
+        if not compiles([f"-I{folder}/slip", *self.shared, "-shared", f"-Wl,-soname,{library.name}",
                        f"-Wl,--version-script={self.gen}/exports.map", *sources, "-o", library]):
             return "compiler"
         environment = {**os.environ, "LD_PRELOAD": str(library)}
         programs = [[self.build / "unit_tests", "--gtest_fail_fast", *options], [self.build / "fresh_tests"]]
         return "" if all(passes(program, env=environment) for program in programs) else "tests"
 
-    def derivation_tests(self, folder: Path) -> str:
-        test = folder / "derivations_test"
-        if not compiles([f"-I{folder}/slip", *self.headers, "-fexceptions", "-frtti",
-                       "-I/usr/src/googletest/googletest/include", ROOT / "tests/parts/derivations_test.cpp",
-                       "-o", test, self.build / "lib/libgtest.a", self.build / "lib/libgtest_main.a",
+    def parts_tests(self, folder: Path) -> str:
+        test = folder / "parts_tests"
+        if not compiles([f"-I{folder}/slip", *self.headers, "-I/usr/src/googletest/googletest/include",
+                       folder / "parts.cpp", "-o", test, self.build / "lib/libgtest.a", self.build / "lib/libgtest_main.a",
                        "-Wl,--no-as-needed", self.library, self.build / "libl2vpn_platform.so",
                        f"-Wl,-rpath,{self.build}"]):
             return "compiler"

@@ -166,6 +166,14 @@ TEST(Moves, NeedTheRestToBeClear) {
                                                       std::string(8, 'x') + std::string(3, '\0'));
 }
 
+TEST(Moves, NeedTheFirstAndTheLastFieldToBeClear) {
+    char stored[stored_size<CopiedEndsTable>];
+    std::memset(stored, 'x', sizeof stored);
+    clear_copied<CopiedEndsTable>(stored);
+    EXPECT_EQ(std::string(stored, sizeof stored),
+              std::string(6, '\0') + 'x' + std::string(3, '\0'));
+}
+
 TEST(Moves, KnowTheServiceFieldsByName) {
     for (const char *name : {"svcStatus", "svcErrcode", "glbSvcCtx", "svcCtx"})
         EXPECT_TRUE(is_service_field(name)) << name;

@@ -69,6 +69,15 @@ struct SplitTable : SampleTable {
     static constexpr bool svc_fields_split = true;
 };
 
+/// A table whose first and last fields are copied by memcpy_s.
+struct CopiedEndsTable {
+    static constexpr Field fields[] = {
+        {"svcCtx", 0, 0, 6, Kind::context, false},
+        {"state", 2, 6, 1, Kind::integer, true},
+        {"token", 3, 7, 3, Kind::bytes, false},
+    };
+};
+
 /// A table without batchVersion, of one field.
 struct OneFieldTable {
     struct Record {
