@@ -169,14 +169,14 @@ class Header:
         batch = table.field_named("batchVersion")
         unchecked = "no_null_tests" in table.quirks
         null = "must not be null (not checked)" if unchecked else "names the stored record by its primary key"
-        param = "" if unchecked else "L2VPN_DB_ERR_PARAM if record is null; "
+        param = "" if unchecked else "L2VPN_DB_ERR_PARAM if record is null; else "
         which = (f"the only field that can be is batchVersion ({batch.id})" if batch else
                  "no field of this table can be, so that the setter always refuses")
         self.add(section("Partial update"))
         self.db(f"Changes the listed fields of a stored record to the values that record holds; {which}. "
                 "The record and the list must not change during the call.\n"
                 f"@param record {null}\n@param fieldIds fieldCount field ids; checked by the setter only\n"
-                f"@return {param}else the store's result, which reflects the setter's",
+                f"@return {param}the store's result, which reflects the setter's",
                 "uint32_t", "UpdateFields",
                 f"const {record} *record, const uint32_t *fieldIds, uint32_t fieldCount")
         self.db("Changes one field: the same as UpdateFields with a list of one.",

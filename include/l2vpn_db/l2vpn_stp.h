@@ -109,7 +109,7 @@ uint32_t L2VPN_DB_L2vpnStpCount(uint32_t *count);
  * can be is batchVersion (9). The record and the list must not change during the call.
  * @param record must not be null (not checked)
  * @param fieldIds fieldCount field ids; checked by the setter only
- * @return else the store's result, which reflects the setter's
+ * @return the store's result, which reflects the setter's
  */
 uint32_t L2VPN_DB_L2vpnStpUpdateFields(const L2vpnStp *record, const uint32_t *fieldIds,
                                        uint32_t fieldCount);

@@ -587,6 +587,17 @@ class Drift(unittest.TestCase):
         text = project.header("l2vpn_test").read_text(encoding="utf-8").replace("\n * ", " ")
         self.assertEqual(re.findall(r"Bytes (.*?) are alignment", text), ["27, 42 to 47"])
 
+    def test_what_an_update_returns_is_told_with_and_without_null_tests(self):
+        without = TABLE.replace("trailing_separator", "no_null_tests")
+        project = Project(self, {"l2vpn_test": TABLE, "l2vpn_without": without})
+        project.run("headers")
+        told = []
+        for name in "l2vpn_test", "l2vpn_without":
+            text = re.sub(r"\n \*\s*", " ", project.header(name).read_text(encoding="utf-8"))
+            told += re.findall(r"@return ([^@]*?) ?/\n\w+ L2VPN_DB_\w+UpdateFields", text)
+        result = "the store's result, which reflects the setter's"
+        self.assertEqual(told, [f"L2VPN_DB_ERR_PARAM if record is null; else {result}", result])
+
     def test_a_word_that_is_longer_than_a_line_stays_whole(self):
         word = "x" * 120
         project = Project(self, {"l2vpn_test": TABLE.replace("for tests.", f"for {word}.")})
