@@ -91,10 +91,10 @@ void record_object_call(const ObjectCall &call) {
     platform().objects.push_back(call);
 }
 
-/// The failure that is programmed for the call with this number.
-std::optional<int> failure_of(const std::map<std::size_t, int> &failures, std::size_t number) {
-    const auto found = failures.find(number);
-    return found == failures.end() ? std::nullopt : std::optional(found->second);
+/// The result that is programmed for the call with this number.
+std::optional<int> result_of(const std::map<std::size_t, int> &results, std::size_t number) {
+    const auto found = results.find(number);
+    return found == results.end() ? std::nullopt : std::optional(found->second);
 }
 
 } // namespace
@@ -209,7 +209,7 @@ int memcpy_s(void *destination, std::size_t destinationSize, const void *source,
     if (platform().during_copy) {
         platform().during_copy();
     }
-    if (const auto failure = failure_of(platform().copy_failures, number)) {
+    if (const auto failure = result_of(platform().copy_failures, number)) {
         return *failure;
     }
     if (destination == nullptr || source == nullptr || count > destinationSize) {
@@ -228,9 +228,10 @@ int sprintf_s(char *destination, std::size_t destinationSize, const char *format
     }
     const std::size_t number = platform().prints.size();
     platform().prints.push_back({destination, destinationSize, format});
-    if (const auto failure = failure_of(platform().print_failures, number)) {
-        *destination = '\0';
-        return *failure;
+    if (const auto result = result_of(platform().print_results, number)) {
+        if (*result <= 0)
+            *destination = '\0';
+        return *result;
     }
     std::va_list arguments;
     va_start(arguments, format);

@@ -100,7 +100,8 @@ struct RecordingPlatform {
     std::vector<std::uint32_t> setter_results; ///< of the n-th record-object setter; 0 after these
     std::function<void()> during_copy;         ///< runs inside every memcpy_s, before it copies
     std::map<std::size_t, int> copy_failures;  ///< the n-th memcpy_s copies nothing, returns this
-    std::map<std::size_t, int> print_failures; ///< the n-th sprintf_s prints "", returns this
+    /// The n-th sprintf_s returns this; it prints "" if that is a failure, and otherwise nothing.
+    std::map<std::size_t, int> print_results;
 
     // ---- records
     std::vector<StoreCall> calls;

@@ -52,7 +52,7 @@ TEST_P(Format, NotSupportedPassesThePrintsFailureOn) {
     }
     for (const int failure : {-2, -100, 0, INT32_MIN}) {
         platform().prints.clear();
-        platform().print_failures = {{0, failure}};
+        platform().print_results = {{0, failure}};
         EXPECT_EQ(table.format(5, record.data(), buffer.data(), 64, ","),
                   static_cast<std::uint32_t>(failure));
     }
@@ -171,7 +171,7 @@ TEST_P(FormatTable, FailedPieceCountsAsNothingAndPrintingGoesOn) {
     for (std::size_t failing = 0; failing < pieces.size(); ++failing) {
         for (const int failure : {-1, 0, INT32_MIN}) {
             platform().prints.clear();
-            platform().print_failures = {{failing, failure}};
+            platform().print_results = {{failing, failure}};
             std::vector<Piece> others = pieces;
             others.erase(others.begin() + static_cast<std::ptrdiff_t>(failing));
             const std::string text = joined(others);
@@ -181,6 +181,29 @@ TEST_P(FormatTable, FailedPieceCountsAsNothingAndPrintingGoesOn) {
                 << "piece " << failing;
             ASSERT_EQ(std::string(output.data()), text) << "piece " << failing;
             ASSERT_EQ(platform().prints.size(), pieces.size()) << "piece " << failing;
+        }
+    }
+}
+
+TEST_P(FormatTable, CountAndRoomAreOf32BitsWhateverThePrintsClaim) {
+    const std::size_t pieces = printed_pieces(expected, record, ", ").size();
+    for (const std::uint32_t length : {150U, 0xFFFFFFFFU}) {
+        for (const int claimed : {100, INT32_MAX}) {
+            platform().prints.clear();
+            platform().print_results.clear();
+            for (std::size_t i = 0; i < pieces; ++i) {
+                platform().print_results[i] = claimed;
+            }
+            const auto step = static_cast<std::uint32_t>(claimed);
+            EXPECT_EQ(table.format_table(record.data(), buffer.data(), length, ", "),
+                      static_cast<std::uint32_t>(pieces * step));
+            ASSERT_EQ(platform().prints.size(), pieces);
+            std::uint32_t used = 0;
+            for (const PrintCall &print : platform().prints) {
+                ASSERT_EQ(print.destination, buffer.data() + used);
+                ASSERT_EQ(print.size, length - used);
+                used += step;
+            }
         }
     }
 }
