@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The key map leads from a key's index to its code, and stands where others can write to it: a code
-// that no key has leads nowhere.
+// The key map leads from a key's index to its code, and stands where others can write to it: the
+// first entry for an index counts, and a code that no key has leads nowhere.
 #include <gtest/gtest.h>
 
 #include "tables/by_key.h"
@@ -20,6 +20,15 @@ TEST(KeyCodes, OfNoKeyLeadNowhere) {
         EXPECT_EQ(count_by_key(1, &table, &count, table), L2VPN_DB_ERR_PARAM) << code;
         EXPECT_EQ(count, 77U);
     }
+}
+
+TEST(KeyCodes, AreThoseOfTheFirstEntry) {
+    const IdPair pairs[] = {{4, 0x109}, {7, 0x209}, {4, 0x309}, {7, 0x409}};
+    EXPECT_EQ(mapped(4, {pairs, 4}), 0x109U);
+    EXPECT_EQ(mapped(7, {pairs, 4}), 0x209U);
+    EXPECT_EQ(mapped(4, {pairs + 1, 3}), 0x309U);
+    EXPECT_EQ(mapped(4, {pairs + 1, 1}), L2VPN_DB_NO_MAPPING);
+    EXPECT_EQ(mapped(4, {pairs, 0}), L2VPN_DB_NO_MAPPING);
 }
 
 } // namespace

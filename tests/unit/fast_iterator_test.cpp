@@ -155,6 +155,25 @@ TEST_P(FastIterator, ReleaseOfAFreeSlotLeavesItFree) {
     EXPECT_TRUE(platform().calls.empty());
 }
 
+TEST_P(FastIterator, ReleaseAndCreationStartTheCountAnewEvenWhenTheSlotIsFree) {
+    table.create_fast_pri_iter(record.data());
+    table.release_iter(fast_handle());
+    for (const bool created : {false, true}) {
+        EXPECT_EQ(table.get_next(fast_handle(), buffer.data()), 0U);
+        EXPECT_EQ(table.get_next(fast_handle(), buffer.data()), 60U);
+        if (created) {
+            EXPECT_EQ(table.create_fast_pri_iter(record.data()), fast_handle());
+        } else {
+            EXPECT_EQ(table.release_iter(fast_handle()), 0U);
+        }
+        EXPECT_EQ(block().delivered(), 0);
+        platform().calls.clear();
+        EXPECT_EQ(table.get_next(fast_handle(), buffer.data()), 0U);
+        expect_key(only_call(Op::read).key, 0, record);
+        EXPECT_EQ(table.release_iter(fast_handle()), 0U);
+    }
+}
+
 TEST_P(FastIterator, NullRecordGivesNoIteratorWhileTheSlotIsBusy) {
     table.create_fast_pri_iter(record.data());
     const Bytes before(block().bytes, block().bytes + table.control_block_size);
