@@ -16,6 +16,7 @@ import toml_lines
 
 INTEGERS = {"u8": 1, "u16": 2, "u32": 4, "u64": 8}
 QUIRKS = ("no_null_tests", "svc_fields_split", "trailing_separator")
+COUNT = r"[1-9]\d{0,99}"  # more digits than any record has bytes, but not more than int() takes
 MAX_RECORD = 8192  # what straight-line copies and records on the stack are good for
 SERVICE_FIELDS = ("svcStatus", "svcErrcode", "glbSvcCtx", "svcCtx")
 RESERVED_NAME = re.compile(r"(resv|rsv|rev|res)\d*")
@@ -184,10 +185,10 @@ def parse_type(text: str):
         return 6, 1, "mac"
     if text == "pair":
         return 2, 1, "pair"
-    if match := re.fullmatch(r"2x([1-9]\d{0,4})", text):
+    if match := re.fullmatch(rf"2x({COUNT})", text):
         element = int(match[1])
         return (2 * element, 1, "context") if element > 1 else None
-    if match := re.fullmatch(r"bytes([1-9]\d{0,4})", text):
+    if match := re.fullmatch(rf"bytes({COUNT})", text):
         width = int(match[1])
         # An opaque run of an integer's width would be copied like an integer.
         return (width, 1, "bytes") if width not in (1, 2, 4, 8) else None

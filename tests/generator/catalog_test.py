@@ -230,8 +230,9 @@ class Refusal(unittest.TestCase):
         self.refused(TABLE.replace(', "print"', ""), 6, "fields", "none to be printed")
 
     def test_a_record_that_is_too_long(self):
-        for wide in ("2x5000", "2x32768", "bytes65536"):
+        for wide in ("2x5000", "2x32768", "2x100000", "bytes65536", "bytes100000", "bytes1" + 90 * "0"):
             self.refused(TABLE.replace('"2x6"', f'"{wide}"'), 13, "records of at most 8192 bytes")
+        self.refused(TABLE.replace('"2x6"', '"bytes' + 5000 * "9" + '"'), 13, "bytesN")
         longest = (TABLE.replace('"u16",  "last"', '"bytes8152",  "last"')
                    .replace("record_size = 48", "record_size = 8192").replace("stored_size = 41", "stored_size = 8191"))
         result = Project(self, {"l2vpn_test": longest}).run("headers")
