@@ -3,6 +3,7 @@
 
 import html as escape
 import math
+from typing import NamedTuple
 
 Row = dict
 
@@ -11,46 +12,59 @@ COLOURS = 7
 TIMED = ("read", "insert")
 SAME_WIDTH = 'vector-effect="non-scaling-stroke"'
 
-STYLE = """
-:root { color-scheme: light dark; --page: #fbfbf9; --card: #fff; --text: #1c2126; --soft: #66707a; --line: #e1e4e6;
-  --good: #1a7f5a; --bad: #c2402b; --bar: #dfe9e5; --bad-bar: #f4ded9;
-  --c0: #0b6bcb; --c1: #b3541e; --c2: #7a4fb5; --c3: #2b8a57; --c4: #c0357a; --c5: #8a7a12; --c6: #56707f; }
-@media (prefers-color-scheme: dark) { :root { --page: #14171a; --card: #1c2024; --text: #e6e9eb; --soft: #97a1aa;
-  --line: #30363c; --good: #4cc38a; --bad: #ff8067; --bar: #1f3b30; --bad-bar: #4a2620;
-  --c0: #5aa9ff; --c1: #f0965a; --c2: #b99af2; --c3: #5fcf92; --c4: #f58abb; --c5: #d9c44e; --c6: #9fb4c0; } }
-* { box-sizing: border-box; }
-body { margin: 0; background: var(--page); color: var(--text); font: 16px/1.5 system-ui, sans-serif; }
+# Of the page, and of what stands on it.
+PAGE_STYLE = """
+:root { color-scheme: light dark; }
+body { margin: 0; background: light-dark(#fbfbf9, #14171a); color: light-dark(#1c2126, #e6e9eb);
+  font: 16px/1.5 system-ui, sans-serif; }
 main { max-width: 68rem; margin: 0 auto; padding: 2.5rem 1.25rem 4rem; }
 h1 { font-size: 1.9rem; line-height: 1.2; margin: 0 0 .4rem; letter-spacing: -.01em; }
 h2 { font-size: 1.25rem; margin: 2.6rem 0 .3rem; }
-p { margin: 0 0 1rem; max-width: 46rem; color: var(--soft); }
-.summary { font-size: 1.05rem; color: var(--text); }
-.card { background: var(--card); border: 1px solid var(--line); border-radius: .6rem; padding: 1rem 1.1rem; }
-.charts { display: grid; grid-template-columns: repeat(auto-fit, minmax(min(100%, 24rem), 1fr)); gap: 1rem; }
-h3 { font-size: 1rem; margin: 0 0 .5rem; }
-svg { display: block; width: 100%; overflow: visible; }
-svg text { font: 13px system-ui, sans-serif; fill: var(--soft); }
-.bars { display: grid; gap: .55rem; }
-.bar { display: grid; grid-template-columns: 22rem 1fr 11.5rem; gap: .2rem 1rem; align-items: center; }
-.bar svg { height: 1.15rem; }
-.name { line-height: 1.3; } .name small { display: block; color: var(--soft); font-size: .82rem; }
-.value { text-align: right; font-variant-numeric: tabular-nums; white-space: nowrap; }
-.value small { color: var(--soft); font-size: .82rem; }
-.met b { color: var(--good); } .missed b { color: var(--bad); }
-.met rect { fill: var(--bar); } .missed rect { fill: var(--bad-bar); }
-.met .spread, .met .end { stroke: var(--good); } .missed .spread, .missed .end { stroke: var(--bad); }
-.goal { stroke: var(--text); stroke-dasharray: 3 2; }
-.grid { stroke: var(--line); }
-.scroll { overflow-x: auto; }
-table { border-collapse: collapse; width: 100%; font-size: .9rem; font-variant-numeric: tabular-nums; }
-th, td { padding: .3rem .7rem; text-align: right; border-bottom: 1px solid var(--line); white-space: nowrap; }
-th { color: var(--soft); font-weight: 600; } th:first-child, td:first-child { text-align: left; padding-left: 0; }
-td.text, th.text { text-align: left; } tr:last-child td { border-bottom: 0; }
-@media (max-width: 46rem) {
-  main { padding: 1.5rem .9rem 3rem; } h1 { font-size: 1.5rem; } svg text { font-size: 16px; }
-  th, td { white-space: normal; padding: .3rem .45rem; } td:first-child { min-width: 7.5rem; }
-  .bar { grid-template-columns: 1fr auto; } .bar svg { grid-row: 2; grid-column: 1 / 3; } .bars { gap: .9rem; }
+p { margin: 0 0 1rem; max-width: 46rem; color: light-dark(#66707a, #97a1aa); }
+@media (max-width: 46rem) { main { padding: 1.5rem .9rem 3rem; } h1 { font-size: 1.5rem; } }
+"""
+STYLE = """
+.measurements { --card: light-dark(#fff, #1c2024); --text: light-dark(#1c2126, #e6e9eb);
+  --soft: light-dark(#66707a, #97a1aa); --line: light-dark(#e1e4e6, #30363c);
+  --good: light-dark(#1a7f5a, #4cc38a); --bad: light-dark(#c2402b, #ff8067);
+  --bar: light-dark(#dfe9e5, #1f3b30); --bad-bar: light-dark(#f4ded9, #4a2620);
+  --c0: light-dark(#0b6bcb, #5aa9ff); --c1: light-dark(#b3541e, #f0965a); --c2: light-dark(#7a4fb5, #b99af2);
+  --c3: light-dark(#257a4d, #5fcf92); --c4: light-dark(#c0357a, #f58abb); --c5: light-dark(#786a0d, #d9c44e);
+  --c6: light-dark(#56707f, #9fb4c0); color: var(--text); container-type: inline-size; margin-bottom: 1.5rem; }
+.measurements * { box-sizing: border-box; }
+.measurements .card { background: var(--card); border: 1px solid var(--line); border-radius: .6rem;
+  padding: 1rem 1.1rem; }
+.measurements .charts { display: grid; gap: 1rem;
+  grid-template-columns: repeat(auto-fit, minmax(min(100%, 24rem), 1fr)); }
+.measurements .title { font-weight: 600; margin: 0 0 .5rem; }
+.measurements svg { display: block; width: 100%; overflow: visible; }
+.measurements svg text { font: 13px system-ui, sans-serif; fill: var(--soft); }
+.measurements .bars { display: grid; gap: .55rem; }
+.measurements .bar { display: grid; grid-template-columns: 5fr 4fr 10rem; gap: .2rem 1rem; align-items: center; }
+.measurements .bar svg { height: 1.15rem; }
+.measurements :is(.name, .text) { text-align: left; line-height: 1.3; }
+.measurements :is(.name, .text) small { display: block; }
+.measurements small { color: var(--soft); font-size: .82rem; opacity: 1; }
+.measurements .value { text-align: right; font-variant-numeric: tabular-nums; white-space: nowrap; }
+.measurements .met b { color: var(--good); } .measurements .missed b { color: var(--bad); }
+.measurements .met rect { fill: var(--bar); } .measurements .missed rect { fill: var(--bad-bar); }
+.measurements .met line { stroke: var(--good); } .measurements .missed line { stroke: var(--bad); }
+.measurements .bar .goal { stroke: var(--text); stroke-dasharray: 3 2; }
+.measurements .grid { stroke: var(--line); }
+.measurements .scroll { overflow-x: auto; }
+.measurements table { border-collapse: collapse; width: 100%; font-size: .9rem; font-variant-numeric: tabular-nums; }
+.measurements :is(th, td) { padding: .3rem .7rem; text-align: right; border-bottom: 1px solid var(--line);
+  white-space: nowrap; }
+.measurements th { color: var(--soft); font-weight: 600; }
+.measurements :is(th, td):first-child { padding-left: 0; }
+.measurements td.text { white-space: normal; } .measurements tr:last-child td { border-bottom: 0; }
+@container (max-width: 36rem) {
+  .measurements :is(th, td) { white-space: normal; padding: .3rem .45rem; }
+  .measurements td:first-child { min-width: 7.5rem; }
+  .measurements .bar { grid-template-columns: 1fr auto; } .measurements .bar svg { grid-row: 2; grid-column: 1 / 3; }
+  .measurements .bars { gap: .9rem; }
 }
+@container (max-width: 30rem) { .measurements svg text { font-size: 16px; } }
 """
 
 
@@ -58,8 +72,13 @@ def number(value: float) -> str:
     return f"{value:,.0f}" if value >= 100 else f"{value:.3g}"
 
 
+def against(row: Row) -> str:
+    return f'against: {escape.escape(row["reference"])}' if "reference" in row else row["unit"]
+
+
 def duration(nanoseconds: float) -> str:
-    return f"{nanoseconds:g} ns" if nanoseconds < 1000 else f"{nanoseconds / 1000:g} µs"
+    size, unit = next((size, unit) for size, unit in ((1e6, "ms"), (1e3, "µs"), (1, "ns")) if nanoseconds >= size)
+    return f"{nanoseconds / size:g} {unit}"
 
 
 # ---- Goals --------------------------------------------------------------------------------------
@@ -77,15 +96,14 @@ def bar(row: Row) -> str:
     spread = ""
     if "lower_quartile" in row:
         low, high = sorted((place(row["lower_quartile"]), place(row["upper_quartile"])))
-        spread = f'<line class="spread" x1="{low:.2f}" x2="{high:.2f}" y1="5" y2="5" {SAME_WIDTH}/>'
+        spread = f'<line x1="{low:.2f}" x2="{high:.2f}" y1="5" y2="5" {SAME_WIDTH}/>'
     records = f' &middot; {row["records"]:,} records' if "records" in row else ""
-    against = f'against {escape.escape(row["reference"])}' if "reference" in row else row["unit"]
     return (
         f'<div class="bar {"met" if row["met"] else "missed"}">'
-        f'<div class="name">{escape.escape(row["subject"])}<small>{against}{records}</small></div>'
+        f'<div class="name">{escape.escape(row["subject"])}<small>{against(row)}{records}</small></div>'
         '<svg viewBox="0 0 100 10" preserveAspectRatio="none" role="presentation">'
         f'<rect width="{end:.2f}" height="10"/>'
-        f'<line class="end" x1="{end:.2f}" x2="{end:.2f}" y2="10" stroke-width="3" {SAME_WIDTH}/>{spread}'
+        f'<line x1="{end:.2f}" x2="{end:.2f}" y2="10" stroke-width="3" {SAME_WIDTH}/>{spread}'
         f'<line class="goal" x1="62.5" x2="62.5" y1="-2" y2="12" {SAME_WIDTH}/></svg>'
         f'<div class="value"><b>{number(row["value"])}</b> '
         f'<small>goal {"&ge;" if upward else "&le;"} {number(goal)}</small></div></div>')
@@ -139,15 +157,15 @@ def chart(title: str, lines: dict[str, dict[int, float]]) -> str:
         weight = ' font-weight="700"' if who == "store" else ""
         parts.append(f'<text x="{width - right + 10}" y="{labels[who]:.1f}" style="fill: {colour}"{weight}>'
                      f'{escape.escape(who)}</text>')
-    return (f'<div class="card"><h3>{title}</h3><svg viewBox="0 0 {width} {height}" role="img" '
+    return (f'<div class="card"><p class="title">{title}</p><svg viewBox="0 0 {width} {height}" role="img" '
             f'aria-label="{title}">{"".join(parts)}</svg></div>')
 
 
 # ---- Tables -------------------------------------------------------------------------------------
 
-def table(head: list[str], rows: list[list[str]], texts: int = 1) -> str:
+def table(head: list[str], rows: list[list[str]]) -> str:
     def cells(tag: str, values: list[str]) -> str:
-        return "".join(f'<{tag}{" class=text" if n < texts else ""}>{value}</{tag}>' for n, value in enumerate(values))
+        return "".join(f'<{tag}{"" if n else " class=text"}>{value}</{tag}>' for n, value in enumerate(values))
 
     return ('<div class="card scroll"><table><thead><tr>' + cells("th", head) + "</tr></thead><tbody>" +
             "".join(f"<tr>{cells('td', row)}</tr>" for row in rows) + "</tbody></table></div>")
@@ -167,42 +185,55 @@ def all_rows(rows: list[Row]) -> str:
     def cells(row: Row) -> list[str]:
         spread = (f'{number(row["lower_quartile"])} &ndash; {number(row["upper_quartile"])}'
                   if row.get("upper_quartile") else "")
-        return [escape.escape(row["subject"]), escape.escape(row.get("reference", row["unit"])),
+        return [f'{escape.escape(row["subject"])}<small>{against(row)}</small>',
                 f'{row["records"]:,}' if "records" in row else "", number(row["value"]) if row["value"] else "&ndash;",
                 spread] + [f"{row[key]:,.0f}" if row.get(key) else "" for key in ("subject_ns", "reference_ns")]
 
-    return table(["subject", "reference", "records", "ratio", "quartiles", "ns", "ns, reference"],
-                 [cells(row) for row in rows], texts=2)
+    return table(["subject", "records", "ratio", "quartiles", "ns", "against"], [cells(row) for row in rows])
 
 
-def html(document: dict) -> str:
+class Section(NamedTuple):
+    title: str
+    words: str
+    content: str
+
+
+def sections(document: dict) -> list[Section]:
+    """All there is to see; whoever shows it adds STYLE."""
     rows = document["rows"]
     judged = [row for row in rows if "met" in row]
     met = sum(row["met"] for row in judged)
     quick = " A quick run: what takes time is not judged." if document["quick"] else ""
-    machine = document["machine"]
     charts = "".join(chart(f"{operation.capitalize()}, nanoseconds by records in the table", lines)
                      for operation in TIMED if (lines := curves(rows, operation)))
+    return [
+        Section("Goals", f"{met} of {len(judged)} are met.{quick} The dashed line is the goal, left of it is better; "
+                "the scale is logarithmic. The thin line spans the middle half of the slices.",
+                f'<div class="card bars">{"".join(map(bar, judged))}</div>'),
+        Section("Growing tables", "One record at a time, by primary key; each call takes effect at once and as a whole. "
+                "Both scales are logarithmic.", f'<div class="charts">{charts}</div>'),
+        Section("Instructions per operation", "What the library and the embedded store execute, counted and not timed. "
+                "The store's figures for 64-bit ARM are those of a smaller table.", operations(document["counted"])),
+        Section("All comparisons", "The median of the ratios, slice by slice; and nanoseconds of the two sides.", all_rows(rows))]
+
+
+def origin(document: dict) -> str:
+    machine = document["machine"]
+    return f'Of {document["date"]}: {machine["processor"]}, {machine["processors"]} processors; {machine["compiler"]}.'
+
+
+def framed(section: Section) -> str:
+    return f'<div class="measurements">{section.content}</div>'
+
+
+def html(document: dict) -> str:
+    body = "\n".join(f"<h2>{section.title}</h2>\n<p>{section.words}</p>\n{framed(section)}"
+                     for section in sections(document))
     return f"""<!doctype html>
 <html lang="en"><head><meta charset="utf-8"><meta name="viewport" content="width=device-width, initial-scale=1">
-<title>l2vpn_db: measurements</title><style>{STYLE}</style></head><body><main>
+<title>l2vpn_db: measurements</title><style>{PAGE_STYLE}{STYLE}</style></head><body><main>
 <h1>l2vpn_db: measurements</h1>
-<p class="summary"><b>{met} of {len(judged)}</b> goals are met.{quick}</p>
-<p>{escape.escape(machine["processor"])}, {machine["processors"]} processors; {escape.escape(machine["compiler"])}.</p>
-<h2>Goals</h2>
-<p>The dashed line is the goal, left of it is better; the scale is logarithmic. The thin line spans the middle half
-of the slices.</p>
-<div class="card bars">{"".join(map(bar, judged))}</div>
-<h2>Growing tables</h2>
-<p>One record at a time, by primary key; each call takes effect at once and as a whole. Both scales are
-logarithmic.</p>
-<div class="charts">{charts}</div>
-<h2>Instructions</h2>
-<p>What the library and the embedded store execute, counted and not timed. The store's figures for 64-bit ARM are
-those of a smaller table.</p>
-{operations(document["counted"])}
-<h2>All comparisons</h2>
-<p>Subject by reference: the median of the ratios, slice by slice.</p>
-{all_rows(rows)}
+<p>{escape.escape(origin(document))}</p>
+{body}
 </main></body></html>
 """

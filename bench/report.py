@@ -8,6 +8,7 @@ docs/measurements.md tells what the columns and the JSON are.
 """
 
 import argparse
+import datetime
 import json
 import os
 import subprocess
@@ -18,6 +19,7 @@ from pathlib import Path
 
 import instructions
 import page
+import text
 
 CATALOG = Path(__file__).resolve().parents[1] / "schema" / "catalog"
 JSON_VERSION = 1
@@ -83,41 +85,6 @@ def complete(row: Row, by_processor: dict, quick: bool) -> Row:
     return row
 
 
-# ---- As text ------------------------------------------------------------------------------------
-
-COLUMNS = "{:<45} {:<31} {:>9} {:>8} {:>15} {:>8} {:>4} {:>13} {:>15}"
-
-
-def number(value: float) -> str:
-    return f"{value:,.0f}" if value >= 1000 else f"{value:.3g}" if value >= 100 else f"{value:.2f}"
-
-
-def pair(values: list[float]) -> str:
-    return " / ".join(f"{value:.0f}" for value in values)
-
-
-def line(row: Row) -> str:
-    goal = f"<= {row['at_most']:,g}" if "at_most" in row else f">= {row['at_least']:,g}" if "at_least" in row else ""
-    spread = f"{number(row['lower_quartile'])} - {number(row['upper_quartile'])}" if row.get("upper_quartile") else ""
-    times = [row[key] for key in ("subject_ns", "reference_ns") if row.get(key)]
-    text = COLUMNS.format(
-        row["subject"], row.get("reference", row["unit"]), f"{row['records']:,}" if "records" in row else "",
-        number(row["value"]) if row["value"] else "-", spread, goal,
-        {True: "yes", False: "NO", None: ""}[row.get("met")],
-        pair(list((row.get("instructions") or row.get("bytes") or {}).values())), pair(times))
-    return (text + ("  " + row["remark"] if "remark" in row else "")).rstrip()
-
-
-def print_operations(by_processor: dict) -> None:
-    stub, store, arm = (by_processor["x86_64"][instructions.STUB], by_processor["x86_64"][instructions.STORE],
-                        by_processor["aarch64"][instructions.STUB])
-    print(f"\n{'':42}{'library':>20}{'embedded platform':>20}{'C library':>12}")
-    print(f"{'instructions per operation':42}{'x86-64':>10}{'arm64':>10}{'x86-64':>20}{'x86-64':>12}")
-    for name, amounts in store.items():
-        print(f"{name:42}{stub[name].get('library', 0):10.0f}{arm[name].get('library', 0):10.0f}"
-              f"{amounts.get('platform', 0):20.0f}{amounts.get('libc', 0):12.0f}")
-
-
 def machine() -> dict:
     lines = Path("/proc/cpuinfo").read_text(encoding="utf-8").splitlines()
     model = next((text.split(": ", 1)[1] for text in lines if text.startswith("model name")), "unknown")
@@ -134,15 +101,15 @@ def main() -> None:
     arguments = parser.parse_args()
     by_processor = {"x86_64": counted(arguments.build), "aarch64": counted(arguments.arm64_build)}
     rows = []
-    print(COLUMNS.format("subject", "reference or unit", "records", "ratio", "quartiles", "goal", "met",
-                         "instructions", "nanoseconds"))
+    print(text.HEAD)
     for source in (counted_rows(by_processor), timed_rows(arguments.build, arguments.quick)):
         for row in source:
             rows.append(complete(row, by_processor, arguments.quick))
-            print(line(rows[-1]), flush=True)
-    print_operations(by_processor)
+            print(text.line(rows[-1]), flush=True)
+    print("\n" + text.operations(by_processor))
     document = {
-        "format": "l2vpn_db measurements", "version": JSON_VERSION, "quick": arguments.quick,
+        "format": "l2vpn_db measurements", "version": JSON_VERSION,
+        "date": str(datetime.date.today()), "quick": arguments.quick,
         "machine": machine() | {"compiler": instructions.compiler_of(arguments.build)},
         "rows": rows, "counted": by_processor}
     if arguments.json:

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Puts what a command has printed in the place of its last figures in docs/evidence.md."""
+"""Puts what a command has printed in the place of its last figures in the documents beside this file."""
 
 import argparse
 import datetime
@@ -7,7 +7,17 @@ import re
 import sys
 from pathlib import Path
 
-DOCUMENT = Path(__file__).with_name("evidence.md")
+DOCUMENTS = sorted(Path(__file__).parent.glob("*.md"))
+
+
+def put(name: str, text: str, new: str) -> tuple[str, int]:
+    """The text with what is new between the marks of these figures, and how often those were found."""
+    return re.subn(rf"(<!-- figures: {name} -->\n).*?(<!-- end -->)", lambda found: found[1] + new + found[2], text,
+                   flags=re.S)
+
+
+def as_printed(date: str, printed: str) -> str:
+    return f"Of {date}:\n\n```text\n{printed.strip()}\n```\n"
 
 
 def main() -> int:
@@ -15,15 +25,17 @@ def main() -> int:
     parser.add_argument("name", help="of the figures: <!-- figures: NAME --> begins their place")
     parser.add_argument("output", type=Path, help="what the command has printed")
     arguments = parser.parse_args()
-    printed = arguments.output.read_text(encoding="utf-8").strip()
-    block = f"<!-- figures: {arguments.name} -->\n"
-    text = DOCUMENT.read_text(encoding="utf-8")
-    new = f"{block}Of {datetime.date.today()}:\n\n```text\n{printed}\n```\n<!-- end -->"
-    text, found = re.subn(re.escape(block) + ".*?<!-- end -->", lambda _: new, text, flags=re.S)
-    if found != 1:
-        print(f"{DOCUMENT}: found {found} places for the figures of {arguments.name}, expected one", file=sys.stderr)
+    new = as_printed(str(datetime.date.today()), arguments.output.read_text(encoding="utf-8"))
+    places = 0
+    for document in DOCUMENTS:
+        text, found = put(arguments.name, document.read_text(encoding="utf-8"), new)
+        places += found
+        if found:
+            document.write_text(text, encoding="utf-8")
+    if places != 1:
+        print(f"{DOCUMENTS[0].parent}: found {places} places for the figures of {arguments.name}, expected one",
+              file=sys.stderr)
         return 1
-    DOCUMENT.write_text(text, encoding="utf-8")
     return 0
 
 

@@ -5,6 +5,7 @@ headers, and runs Sphinx over both. Any warning fails.
 usage: build_site.py TOOL OUTPUT
 """
 
+import json
 import re
 import shutil
 import subprocess
@@ -16,6 +17,11 @@ import catalog_pages
 
 HERE = Path(__file__).resolve().parent
 ROOT = HERE.parents[1]
+sys.path += [str(ROOT / "docs"), str(ROOT / "bench")]
+import figures  # noqa: E402  # pylint: disable=wrong-import-position
+import page  # noqa: E402  # pylint: disable=wrong-import-position
+
+MANUALS = sorted((*ROOT.glob("*/*.1"), *ROOT.glob("*/*.3")))
 LANGUAGES = {".c": "c", ".cpp": "cpp"}
 
 
@@ -40,18 +46,31 @@ def draw_layouts(tool: str, folder: Path) -> None:
                        check=True, stdout=subprocess.DEVNULL)
 
 
+def manual(path: Path) -> str:
+    return subprocess.run(["mandoc", "-Wwarning", "-Thtml", "-Ofragment", str(path)],
+                          check=True, stdout=subprocess.PIPE, text=True).stdout
+
+
 def manual_pages(folder: Path) -> None:
     """The pages that are installed for man, as they are."""
     folder.mkdir(parents=True)
     names = []
-    for path in sorted((*ROOT.glob("*/*.1"), *ROOT.glob("*/*.3"))):
+    for path in MANUALS:
         names.append(path.name.replace(".", "_"))
-        text = subprocess.run(["mandoc", "-Wwarning", "-Thtml", "-Ofragment", str(path)],
-                              check=True, stdout=subprocess.PIPE, text=True).stdout
-        write(folder / f"{names[-1]}.html", text)
+        write(folder / f"{names[-1]}.html", manual(path))
         write(folder / f"{names[-1]}.md",
               f"# {path.stem}({path.suffix[1]})\n\n```{{raw}} html\n:file: {names[-1]}.html\n```\n")
     write(folder / "index.md", "# Manual pages\n\n```{toctree}\n" + "\n".join(names) + "\n```\n")
+
+
+def measurements() -> str:
+    """The document with plots in the place of the printed table."""
+    run = json.loads((ROOT / "docs/measurements.json").read_text(encoding="utf-8"))
+    plots = f"{page.origin(run)}\n\n```{{raw}} html\n<style>{page.STYLE}</style>\n```\n" + "".join(
+        f"\n### {section.title}\n\n{section.words}\n\n```{{raw}} html\n{page.framed(section)}\n```\n"
+        for section in page.sections(run))
+    text, _ = figures.put("measurements", (ROOT / "docs/measurements.md").read_text(encoding="utf-8"), plots)
+    return text
 
 
 def lay_out(tool: str, source: Path) -> None:
@@ -62,6 +81,8 @@ def lay_out(tool: str, source: Path) -> None:
             target.symlink_to(path)
     for path in [*HERE.glob("*.md"), *HERE.glob("*.svg")]:
         (source / path.name).symlink_to(path)
+    (source / "docs/measurements.md").unlink()
+    write(source / "docs/measurements.md", measurements())
     manual_pages(source / "manual")
     draw_layouts(tool, source / "catalog")
     for name, text in catalog_pages.pages().items():

@@ -2,6 +2,7 @@
 """The site's pages leave nothing out: every declaration of the headers, every field and key of the
 tables. What links to what is Sphinx's to check, in ./dev docs."""
 
+import json
 import re
 import sys
 import unittest
@@ -10,7 +11,10 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(ROOT / "docs/site"))
 import api  # noqa: E402  # pylint: disable=wrong-import-position
+import build_site  # noqa: E402  # pylint: disable=wrong-import-position
 import catalog_pages  # noqa: E402  # pylint: disable=wrong-import-position
+import figures  # noqa: E402  # pylint: disable=wrong-import-position
+import text as measurements_text  # noqa: E402  # pylint: disable=wrong-import-position
 
 INCLUDE = ROOT / "include/l2vpn_db"
 
@@ -55,6 +59,22 @@ class Site(unittest.TestCase):
             for key in table.keys:
                 members = ", ".join(f"`{item.name}`" for item in key.members)
                 self.assertIn(f"| {key.index} | `{key.name}` | {members} | {key.length} |", pages[table.name])
+
+    def test_measurements(self):
+        run = json.loads((ROOT / "docs/measurements.json").read_text(encoding="utf-8"))
+        document = (ROOT / "docs/measurements.md").read_text(encoding="utf-8")
+        printed = figures.as_printed(run["date"], measurements_text.whole(run))
+        self.assertEqual(figures.put("measurements", document, printed), (document, 1))
+        shown = build_site.measurements()
+        self.assertEqual(shown.count('<div class="bar '), sum("met" in row for row in run["rows"]))
+        for curve in ("store", "typed", "LMDB", "SQLite", "Redis"):
+            self.assertEqual(shown.count(f">{curve}</text>"), 2, curve)  # reads and insertions
+        self.assertNotIn("```text", shown)
+
+    def test_manual_pages(self):
+        self.assertEqual([path.name for path in build_site.MANUALS], ["l2vpn_db.3", "l2vpn-db.1"])
+        for path in build_site.MANUALS:
+            self.assertRegex(build_site.manual(path), ">SYNOPSIS<")  # mandoc fails where it has warnings
 
 
 if __name__ == "__main__":
