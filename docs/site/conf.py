@@ -39,8 +39,8 @@ def resolve(app, _env, node, content):
     path = os.path.normpath(os.path.join(os.path.dirname(node["refdoc"]), target.split("#")[0]))
     if not (ROOT / path).exists():
         return None
-    page = {"include/l2vpn_db": f"api/{Path(path).stem}", "examples": path.replace(".", "_")}.get(
-        os.path.dirname(path), "")
+    page = {"include/l2vpn_db": f"api/{Path(path).stem}", "examples": path.replace(".", "_"),
+            "tools": f"manual/{os.path.basename(path).replace('.', '_')}"}.get(os.path.dirname(path), "")
     if page not in app.env.found_docs:
         return content
     uri = app.builder.get_relative_uri(node["refdoc"], page)
