@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tables/by_key.h"
 
-#include "frame/module_intf.h"
 #include "tables/any_key.h"
 #include "tables/fast_iterator.h"
 
@@ -11,25 +10,25 @@ std::uint32_t remove(const void *record, const TableAccess &table) {
     if (record == nullptr)
         return L2VPN_DB_ERR_PARAM;
     const AnyKey key(record, table.keys[0].set);
-    return DAL_VELD_Delete(module_intf(), table.intf, &key.request);
+    return DAL_VELD_Delete(L2VPN_DB_ModuleIntf(), table.intf, &key.request);
 }
 
 std::uint32_t count(std::uint32_t *result, const TableAccess &table) {
-    return DAL_VELD_Count(module_intf(), table.intf, result);
+    return DAL_VELD_Count(L2VPN_DB_ModuleIntf(), table.intf, result);
 }
 
 L2vpnDbIter *create_key_iter(const void *record, const KeyAccess &key) {
     if (record == nullptr)
         return nullptr;
     const AnyKey built(record, key.set);
-    return DAL_VELD_CreateIteratorByKey(module_intf(), key.intf, &built.request);
+    return DAL_VELD_CreateIteratorByKey(L2VPN_DB_ModuleIntf(), key.intf, &built.request);
 }
 
 std::uint32_t count_by(const void *record, std::uint32_t *count, const KeyAccess &key) {
     if (record == nullptr)
         return L2VPN_DB_ERR_PARAM;
     const AnyKey built(record, key.set);
-    return DAL_VELD_CountByKey(module_intf(), key.intf, &built.request, count);
+    return DAL_VELD_CountByKey(L2VPN_DB_ModuleIntf(), key.intf, &built.request, count);
 }
 
 namespace {
@@ -49,7 +48,7 @@ L2vpnDbIter *create_iter(std::uint32_t key_index, const void *record, const Tabl
         return nullptr;
     if (key != table.keys)
         return create_key_iter(record, *key);
-    return record == nullptr ? DAL_VELD_CreateIterator(module_intf(), table.intf)
+    return record == nullptr ? DAL_VELD_CreateIterator(L2VPN_DB_ModuleIntf(), table.intf)
                              : create_fast_pri_iter(record, table);
 }
 

@@ -31,7 +31,7 @@ L2vpnDbIter *create_fast_pri_iter(const void *record, const TableAccess &table) 
 
 std::uint32_t release_iter(L2vpnDbIter *iter, const TableAccess &table) {
     if (!is_fast(iter, table.control_block))
-        return DAL_VELD_ReleaseIterator(module_intf(), table.intf, iter);
+        return DAL_VELD_ReleaseIterator(L2VPN_DB_ModuleIntf(), table.intf, iter);
     const SpinGuard guard(table.cb->spinLock);
     set_in_use(*table.cb, 0);
     return L2VPN_DB_OK;

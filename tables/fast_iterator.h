@@ -35,8 +35,8 @@ template <class T>
     }
     StoredRecord<T> stored;
     clear<stored_size<T>>(stored.bytes);
-    const std::uint32_t result =
-        DAL_VELD_GetNextEntry(module_intf(), &T::descriptor().intf, iter, stored.described());
+    const std::uint32_t result = DAL_VELD_GetNextEntry(L2VPN_DB_ModuleIntf(), &T::descriptor().intf,
+                                                       iter, stored.described());
     if (result == L2VPN_DB_OK)
         get_all_fields<T>(stored.bytes, record);
     return result;

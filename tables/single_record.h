@@ -2,7 +2,6 @@
 // Write and read: one store call each. What has one caller, the exported function, becomes that.
 #pragma once
 
-#include "frame/module_intf.h"
 #include "tables/conversion.h"
 #include "tables/key_builder.h"
 
@@ -10,12 +9,13 @@ namespace [[gnu::visibility("hidden")]] l2vpn {
 
 template <class T>
 [[gnu::always_inline]] inline std::uint32_t write(const typename T::Record *record) {
-    if (record == nullptr)
+    if (record == nullptr) [[unlikely]]
         return L2VPN_DB_ERR_PARAM;
     StoredRecord<T> stored;
+    L2vpnDbRecData *const request = stored.described(); // here it needs no register for long
     clear_copied<T>(stored.bytes);
     set_all_fields<T>(record, stored.bytes);
-    return DAL_VELD_Write(module_intf(), &T::descriptor().intf, stored.described());
+    return DAL_VELD_Write(L2VPN_DB_ModuleIntf(), &T::descriptor().intf, request);
 }
 
 /// Checks neither pointer; after a failure the record is as it was.
@@ -24,7 +24,7 @@ template <class T>
     StoredRecord<T> stored;
     clear<stored_size<T>>(stored.bytes);
     const std::uint32_t result =
-        DAL_VELD_Read(module_intf(), &T::descriptor().intf, key, stored.described());
+        DAL_VELD_Read(L2VPN_DB_ModuleIntf(), &T::descriptor().intf, key, stored.described());
     if (result == L2VPN_DB_OK)
         get_all_fields<T>(stored.bytes, record);
     return result;

@@ -2,7 +2,6 @@
 #include "tables/update.h"
 
 #include "frame/bytes.h"
-#include "frame/module_intf.h"
 #include "tables/any_key.h"
 
 namespace l2vpn {
@@ -32,7 +31,7 @@ std::uint32_t update_fields(const void *record, const std::uint32_t *field_ids,
     const AnyKey key(record, table.keys[0].set);
     const L2vpnDbRecData caller{const_cast<void *>(record), table.record_size, 0};
     const L2vpnDbUpdData update{field_ids, field_count, 0, table.set_fields};
-    return DAL_VELD_Update(module_intf(), table.intf, &key.request, &caller, &update);
+    return DAL_VELD_Update(L2VPN_DB_ModuleIntf(), table.intf, &key.request, &caller, &update);
 }
 
 std::uint32_t update_field(const void *record, std::uint32_t field_id, const TableAccess &table) {

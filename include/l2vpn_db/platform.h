@@ -91,8 +91,8 @@ int memcpy_s(void *destination, size_t destinationSize, const void *source, size
 
 /**
  * Prints like sprintf into a buffer of known size.
- * @return the number of characters without the terminator, or a negative value if an argument is
- *         null or the text does not fit
+ * @return the number of characters without the terminator, or a negative value if destination or
+ *         format is null or the text does not fit
  */
 int sprintf_s(char *destination, size_t destinationSize, const char *format, ...)
     __attribute__((format(printf, 3, 4)));

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/recording_platform.h"
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -8,6 +9,7 @@
 #include <cstdio>
 #include <cstring>
 #include <mutex>
+#include <utility>
 
 #include "platform/record_object.h"
 
@@ -16,6 +18,16 @@ namespace l2vpn::test {
 namespace {
 
 std::mutex platform_lock;
+
+/// Since this thread's last call of the store.
+thread_local bool module_was_asked_for = false;
+
+/// The library's own function, which this program's stands before.
+L2vpnDbModuleIntf *module_of_library() {
+    static auto *const function =
+        reinterpret_cast<decltype(&L2VPN_DB_ModuleIntf)>(dlsym(RTLD_NEXT, "L2VPN_DB_ModuleIntf"));
+    return function();
+}
 
 KeyCopy copy_key(const L2vpnDbKeyData *key) {
     KeyCopy copy{key, *key, {}, {}};
@@ -59,7 +71,8 @@ StoreCall call_with_key(Op op, L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
 }
 
 void record_call(const StoreCall &call) {
-    EXPECT_EQ(call.module, L2VPN_DB_ModuleIntf());
+    EXPECT_TRUE(std::exchange(module_was_asked_for, false));
+    EXPECT_EQ(call.module, module_of_library());
     EXPECT_EQ(call.table, platform().table);
     {
         const std::lock_guard guard(platform_lock);
@@ -113,6 +126,11 @@ void reset_platform() {
 using namespace l2vpn::test;
 
 extern "C" {
+
+L2vpnDbModuleIntf *L2VPN_DB_ModuleIntf() {
+    module_was_asked_for = true;
+    return module_of_library();
+}
 
 std::uint32_t DAL_VELD_Write(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
                              const L2vpnDbRecData *record) {
@@ -255,18 +273,18 @@ std::array<char, 1> created_object;
 } // namespace
 
 L2vpnDbRecObj *create_object(L2vpnDbModuleIntf *module, const TableLayout &table) {
-    EXPECT_EQ(module, L2VPN_DB_ModuleIntf());
+    EXPECT_EQ(module, module_of_library());
     record_object_call({ObjectOp::create, table.name, created_object.data()});
     return reinterpret_cast<L2vpnDbRecObj *>(created_object.data());
 }
 
 void release_object(L2vpnDbModuleIntf *module, const TableLayout &table, L2vpnDbRecObj *object) {
-    EXPECT_EQ(module, L2VPN_DB_ModuleIntf());
+    EXPECT_EQ(module, module_of_library());
     record_object_call({ObjectOp::release, table.name, object});
 }
 
 void reset_object(L2vpnDbModuleIntf *module, const TableLayout &table, L2vpnDbRecObj *object) {
-    EXPECT_EQ(module, L2VPN_DB_ModuleIntf());
+    EXPECT_EQ(module, module_of_library());
     record_object_call({ObjectOp::reset, table.name, object});
 }
 
