@@ -9,6 +9,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "records/interrupt.h"
+
 namespace l2vpn::records {
 namespace {
 
@@ -42,6 +44,7 @@ TextSource::TextSource(const std::string &path)
 std::size_t TextSource::read_to(std::size_t offset) {
     ssize_t length = 0;
     do {
+        check_interrupt();
         length = read(file_.number, buffer_.data() + offset, buffer_.size() - offset);
     } while (length < 0 && errno == EINTR);
     if (length < 0) {

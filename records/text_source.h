@@ -23,7 +23,7 @@ public:
     static constexpr int end = -1;
 
     /// @param path  "-" for standard input
-    /// @throws FileError here and wherever something is read
+    /// @throws FileError and Interrupted, here and wherever something is read
     explicit TextSource(const std::string &path);
     TextSource(const TextSource &) = delete;
     TextSource &operator=(const TextSource &) = delete;

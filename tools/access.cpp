@@ -10,6 +10,7 @@
 
 #include "l2vpn_db/memory_store.h"
 #include "records/field_value.h"
+#include "records/interrupt.h"
 #include "records/nearest.h"
 #include "tools/command.h"
 
@@ -231,6 +232,7 @@ void walk(const Table &table, const Key &key, const Bytes *record, const Visitor
     Bytes next(table.record_size);
     std::uint32_t result = access.getNext(iterator.get(), next.data(), length);
     for (; result == L2VPN_DB_OK; result = access.getNext(iterator.get(), next.data(), length)) {
+        records::check_interrupt();
         visit(next);
     }
     // The fast iterator says that there is none, or no more, in words of its own.

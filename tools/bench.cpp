@@ -22,12 +22,13 @@ struct Measured {
 
 /// Runs one operation for every record.
 template <class Operation>
-Measured measure(const char *name, const std::vector<Bytes> &records, Operation operation) {
+Measured measure(const char *name, const std::vector<Bytes> &all, Operation operation) {
+    records::check_interrupt();
     const auto begin = std::chrono::steady_clock::now();
-    for (const Bytes &record : records) {
+    for (const Bytes &record : all) {
         check(operation(record), name);
     }
-    return {name, records.size(),
+    return {name, all.size(),
             std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count()};
 }
 

@@ -10,6 +10,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include "records/interrupt.h"
 #include "records/nearest.h"
 #include "records/text_source.h"
 #include "records/value.h"
@@ -52,7 +53,7 @@ const Parameter all{"--all", &Arguments::all, Kind::none, false,
 const Parameter line{"--line", &Arguments::line, Kind::none, false, "the library's one-line form"};
 const Parameter csv{"--csv", &Arguments::csv, Kind::none, false, "comma-separated values"};
 const Parameter output{"--output", &Arguments::output, Kind::file, false,
-                       "a file to write instead of standard output"};
+                       "a file to write; - for standard output"};
 const Parameter svg{"--svg", &Arguments::svg, Kind::file, false, "a file for the picture as SVG"};
 const Parameter csv_table{"--table", &Arguments::csv_table, Kind::table, false,
                           "the table of CSV; without it, the file is named after it"};
@@ -279,6 +280,7 @@ Exit guarded(std::string_view place, bool json, const std::function<Exit()> &run
         report(place, failure.what(), json);
         return failure.code;
     } catch (const std::exception &failure) {
+        records::check_interrupt(); // which ends what waits for input or output
         report(place, failure.what(), json);
         return exit_failed;
     }

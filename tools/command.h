@@ -80,6 +80,7 @@ Exit run_tool(const std::vector<std::string> &words);
 void report(std::string_view place, std::string_view what, bool json);
 
 /// Runs what may fail, and reports it if it does.
+/// @throws records::Interrupted
 Exit guarded(std::string_view place, bool json, const std::function<Exit()> &run);
 
 Exit run_tables(const Arguments &arguments);

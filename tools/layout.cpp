@@ -308,7 +308,7 @@ Exit run_layout(const Arguments &arguments) {
     const Table &table = table_named(arguments.table);
     const auto groups = pictures_of(table);
     if (!arguments.svg.empty()) {
-        OutputFile output(arguments.svg == "-" ? "" : arguments.svg);
+        OutputFile output(arguments.svg);
         fmt::print(output.file(), "{}", svg(table, groups));
         output.finish();
     } else if (arguments.json) {

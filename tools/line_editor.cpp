@@ -9,6 +9,8 @@
 #include <editline/readline.h>
 #include <sys/stat.h>
 
+#include "records/interrupt.h"
+
 namespace l2vpn::tool {
 namespace {
 
@@ -104,9 +106,13 @@ std::optional<std::string> LineEditor::read(const std::string &prompt) {
     if (read_line == nullptr) {
         std::cout << prompt << std::flush;
         std::string line;
-        return std::getline(std::cin, line) ? std::optional(line) : std::nullopt;
+        const bool right = static_cast<bool>(std::getline(std::cin, line));
+        std::cin.clear();
+        records::check_interrupt();
+        return right ? std::optional(line) : std::nullopt;
     }
     char *const read = read_line(prompt.c_str());
+    records::check_interrupt();
     if (read == nullptr) {
         return std::nullopt;
     }

@@ -22,6 +22,7 @@ public:
     ~LineEditor();
 
     /// None at the end.
+    /// @throws records::Interrupted
     std::optional<std::string> read(const std::string &prompt);
 };
 

@@ -102,6 +102,11 @@ Loaded load(const std::string &path, const std::string &csv_table, bool keep_goi
         loader.loaded.unread = error.what();
     } catch (const std::bad_alloc &) {
         loader.loaded.unread = source.name() + ": there is not enough memory";
+    } catch (const records::Interrupted &) {
+        if (!keep_going) {
+            loader.undo();
+        }
+        throw;
     }
     Loaded &loaded = loader.loaded;
     if ((loaded.refused > 0 || !loaded.unread.empty()) && !keep_going) {

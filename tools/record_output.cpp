@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <filesystem>
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -152,13 +153,26 @@ std::size_t write_records(const Table &table, const Arguments &arguments, const 
 }
 
 OutputFile::OutputFile(const std::string &path) : path_(path) {
-    if (path.empty()) {
+    struct stat there {};
+    const bool exists = stat(path.c_str(), &there) == 0;
+    if (path.empty() || path == "-") {
+        path_.clear();
         file_ = stdout;
         return;
     }
-    unfinished_ = path + ".XXXXXX";
-    const int file = mkstemp(unfinished_.data());
-    if (file < 0 || (file_ = fdopen(file, "wb")) == nullptr) {
+    if (exists && !S_ISREG(there.st_mode)) { // a device or a pipe is written to, and stays
+        file_ = std::fopen(path.c_str(), "wb");
+    } else {
+        path_ = std::filesystem::weakly_canonical(path); // a link stays, too
+        unfinished_ = path_ + ".XXXXXX";
+        const int file = mkstemp(unfinished_.data());
+        const mode_t mask = umask(0);
+        umask(mask);
+        if (file >= 0 && fchmod(file, exists ? there.st_mode & 0777 : 0666 & ~mask) == 0) {
+            file_ = fdopen(file, "wb");
+        }
+    }
+    if (file_ == nullptr) {
         throw records::FileError(path, "cannot be written");
     }
 }
@@ -177,11 +191,9 @@ void OutputFile::finish() {
         }
         return;
     }
-    const mode_t mask = umask(0);
-    umask(mask);
-    bool right = fchmod(fileno(file_), 0666 & ~mask) == 0 && std::fflush(file_) == 0;
+    bool right = std::fflush(file_) == 0;
     right = std::fclose(std::exchange(file_, nullptr)) == 0 && right;
-    if (!right || std::rename(unfinished_.c_str(), path_.c_str()) != 0) {
+    if (!right || (!unfinished_.empty() && std::rename(unfinished_.c_str(), path_.c_str()) != 0)) {
         const records::FileError error(path_, "cannot be written");
         (void)std::remove(unfinished_.c_str());
         throw error;

@@ -37,10 +37,11 @@ using Records = std::function<void(const Visitor &visit)>;
 std::size_t write_records(const Table &table, const Arguments &arguments, const Records &records,
                           std::FILE *to);
 
-/// What a command writes: a file that is there as a whole or not at all, or standard output.
+/// What a command writes: a file that is there as a whole or not at all, or standard output, or
+/// what takes everything as it comes, as a pipe does.
 class OutputFile {
 public:
-    /// @param path  empty for standard output
+    /// @param path  empty or "-" for standard output
     /// @throws records::FileError
     explicit OutputFile(const std::string &path);
     OutputFile(const OutputFile &) = delete;

@@ -2,12 +2,14 @@
 #include "tools/shell.h"
 
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <filesystem>
 
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include "records/interrupt.h"
 #include "records/text_source.h"
 #include "tools/command.h"
 #include "tools/line_editor.h"
@@ -88,16 +90,26 @@ Exit run_session(const Arguments &arguments) {
     fmt::print("help lists the commands; Tab completes them and the names of tables, fields and "
                "keys.\n");
     LineEditor editor(completions_of);
-    while (const auto line = editor.read("l2vpn-db> ")) {
-        Exit result = exit_done;
-        const auto words = words_or_none("l2vpn-db", *line, arguments, result);
-        if (ends_session(words)) {
-            return exit_done;
+    while (true) {
+        try {
+            const auto line = editor.read("l2vpn-db> ");
+            if (!line) {
+                fmt::print("\n");
+                return exit_done;
+            }
+            Exit result = exit_done;
+            const auto words = words_or_none("l2vpn-db", *line, arguments, result);
+            if (ends_session(words)) {
+                return exit_done;
+            }
+            run_line("l2vpn-db", words, arguments);
+        } catch (const records::Interrupted &interrupted) {
+            if (interrupted.signal != SIGINT) { // the terminal is gone, or the session is to end
+                throw;
+            }
+            report("l2vpn-db", "interrupted", arguments.json);
         }
-        run_line("l2vpn-db", words, arguments);
     }
-    fmt::print("\n");
-    return exit_done;
 }
 
 /// The command of a line that is being written, and the table that it names.

@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "records/interrupt.h"
+
 namespace l2vpn::tool {
 
 /// The text as it is, or coloured if standard output is a terminal that is to have colours.
@@ -62,7 +64,9 @@ public:
 
     /// @param records  so far
     /// @param done, total  in whatever unit; total 0 if it is not known
+    /// @throws records::Interrupted
     void show(std::uint64_t records, std::uint64_t done, std::uint64_t total) {
+        records::check_interrupt();
         if ((++calls_ & 1023U) == 0 && terminal_) {
             draw(records, done, total);
         }

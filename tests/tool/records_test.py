@@ -3,7 +3,9 @@
 
 import csv
 import json
+import os
 import random
+import signal
 import subprocess
 import time
 
@@ -109,6 +111,34 @@ class Show(ToolTest):
                                                               "--output", "kept"))
         self.assertEqual((self.folder / "kept").read_text(encoding="utf-8"), "old")
         self.assertEqual([path.name for path in self.folder.iterdir()], ["kept"])
+
+    def test_output_into_what_is_there(self):
+        text = self.output("-l", EXAMPLE, "dump", "l2vpn_stp", "--csv")
+        target = self.write("target", "old")
+        target.chmod(0o640)
+        (self.folder / "link").symlink_to("target")
+        self.output("-l", EXAMPLE, "dump", "l2vpn_stp", "--csv", "--output", "link")
+        self.assertTrue((self.folder / "link").is_symlink())
+        self.assertEqual((target.read_text(encoding="utf-8"), target.stat().st_mode & 0o777), (text, 0o640))
+        pipe = self.folder / "pipe"
+        os.mkfifo(pipe)
+        reader = os.open(pipe, os.O_RDONLY | os.O_NONBLOCK)
+        self.output("-l", EXAMPLE, "dump", "l2vpn_stp", "--csv", "--output", "pipe")
+        self.assertEqual(os.read(reader, 65536).decode("utf-8"), text)
+        os.close(reader)
+        self.assertTrue(pipe.is_fifo())
+        self.assertEqual(self.output("-l", EXAMPLE, "dump", "l2vpn_stp", "--csv", "--output", "-"), text)
+        self.assertEqual({path.name for path in self.folder.iterdir()}, {"link", "pipe", "target"})
+
+    def test_interrupted_output_leaves_nothing(self):
+        for number in (signal.SIGINT, signal.SIGTERM):
+            with subprocess.Popen([PROGRAM, "generate", "--instances", "1000000", "--output", "file"],
+                                  cwd=self.folder) as process:
+                while not list(self.folder.iterdir()):
+                    time.sleep(0.01)
+                process.send_signal(number)
+                self.assertEqual(process.wait(timeout=60), -number)
+            self.assertEqual(list(self.folder.iterdir()), [])
 
     def test_output_that_nobody_takes(self):
         script = self.write("script", "tables\n")

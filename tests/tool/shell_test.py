@@ -3,6 +3,7 @@
 
 import json
 import os
+import pathlib
 import pty
 import re
 import subprocess
@@ -144,12 +145,19 @@ class Terminal(ToolTest):
         super().setUp()
         self.tmux("new-session", "-d", "-x", 120, "-y", 50,
                   f"env HOME={self.folder} NO_COLOR= {PROGRAM} -l {EXAMPLE}")
-        self.addCleanup(self.tmux, "kill-server", check=False)
+        self.addCleanup(self.hang_up)
         self.wait("l2vpn-db> ")
 
     def tmux(self, *arguments: object, check: bool = True) -> str:
         return subprocess.run(["tmux", "-f", "/dev/null", "-S", str(self.folder / "tmux"), *map(str, arguments)],
                               capture_output=True, text=True, check=check, timeout=30).stdout
+
+    def hang_up(self) -> None:
+        """Takes the terminal away and waits for the tool to end."""
+        process = self.tmux("display-message", "-p", "#{pane_pid}", check=False).strip()
+        self.tmux("kill-server", check=False)
+        while process and pathlib.Path("/proc", process).exists():
+            time.sleep(0.01)
 
     def keys(self, *keys: str) -> None:
         self.tmux("send-keys", *keys)
@@ -199,6 +207,18 @@ class Terminal(ToolTest):
         time.sleep(0.1)
         self.assertIn("nonsense", history.read_text(encoding="utf-8"))
         self.assertEqual(history.stat().st_mode & 0o777, 0o600)
+
+    def test_interrupted(self):
+        many = self.write("many", '{"l2vpn_stp":[{"ifIndex":1}]}\n' * 3_000_000)
+        self.keys("count l2vpn_st", "C-c")
+        self.wait("l2vpn-db>")
+        for load in (f"load {many}", "load -"):
+            self.keys(load, "Enter")
+            time.sleep(0.5)
+            self.keys("C-c")
+            self.assertIn("l2vpn-db: interrupted", self.wait("l2vpn-db>")[-2])
+        self.keys("count l2vpn_stp", "Enter")
+        self.assertEqual(self.wait("l2vpn-db>")[-2].split(), ["l2vpn_stp", "5"])
 
     def test_history_of_last_time(self):
         self.keys("count l2vpn_stp", "Enter")
