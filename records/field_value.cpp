@@ -172,12 +172,16 @@ Value word_value(const Field &field, std::string_view word) {
 std::string expected_value(const Field &field) {
     if (is_number(field)) {
         return fmt::format("a number from 0 to {}{}", highest(field.width),
-                           field.width == 4 ? " or a text like \"192.0.2.1\"" : "");
+                           field.kind == Field::Kind::address ? " or a text like \"192.0.2.1\""
+                                                              : "");
     }
     if (field.kind == Field::Kind::pair) {
         return "a list of two numbers from 0 to 255";
     }
-    return fmt::format("a text of {} hexadecimal bytes like \"00:1b:44\"", field.width);
+    constexpr std::string_view example = "00:1b:44:11:3a:b7";
+    const std::string_view begin = example.substr(0, std::min(example.size(), 3 * field.width - 1));
+    return fmt::format("a text of {} like \"{}{}\"", counted(field.width, "hexadecimal byte"),
+                       begin, field.width > 6 ? ":..." : "");
 }
 
 std::string field_text(const Field &field, const std::byte *record, Style style) {

@@ -220,22 +220,41 @@ private:
     std::map<std::string, std::size_t> tables_; ///< with their lines
 };
 
+Refusal text_behind_nul(std::size_t line) {
+    return {line, "", "a NUL character", "the end of the text"};
+}
+
 } // namespace
 
-bool is_json(std::string_view text) {
-    return nlohmann::json::accept(text);
+bool is_json_line(std::string_view text) {
+    const std::size_t last = text.find_last_not_of(" \t\r");
+    try {
+        return !nlohmann::json::parse(text).is_discarded();
+    } catch (const nlohmann::json::exception &error) {
+        // What goes on in the next line is wrong at its end only.
+        const auto *const syntax = dynamic_cast<const nlohmann::json::parse_error *>(&error);
+        const bool at_end = syntax != nullptr && syntax->byte > last + 1;
+        return text.front() == '{' && text[last] == '}' && !at_end;
+    }
 }
 
 void read_json(TextSource &source, RecordSink &sink) {
     RecordParser parser(source, sink);
-    nlohmann::json::sax_parse(SourceIterator(&source), SourceIterator(nullptr), &parser);
+    const bool right =
+        nlohmann::json::sax_parse(SourceIterator(&source), SourceIterator(nullptr), &parser);
+    if (right && source.peek() != TextSource::end) { // the parser takes NUL for it
+        sink.refuse(text_behind_nul(source.line()));
+    }
 }
 
 void read_json_lines(TextSource &source, RecordSink &sink) {
     for (std::string line; source.read_line(line);) {
         if (line.find_first_not_of(" \t") != line.npos) {
             RecordParser parser(source, sink);
-            nlohmann::json::sax_parse(line.begin(), line.end(), &parser);
+            const bool right = nlohmann::json::sax_parse(line.begin(), line.end(), &parser);
+            if (right && line.find('\0') != line.npos) {
+                sink.refuse(text_behind_nul(source.line()));
+            }
         }
     }
 }

@@ -8,8 +8,9 @@
 
 namespace l2vpn::records {
 
-/// Whether it is one JSON value, with nothing behind it.
-bool is_json(std::string_view text);
+/// Whether it is a line of JSON Lines, perhaps a wrong one, and not the beginning of a longer text.
+/// @param text  not blank
+bool is_json_line(std::string_view text);
 
 /// One object of tables, in as many lines as it has.
 void read_json(TextSource &source, RecordSink &sink);

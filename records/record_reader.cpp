@@ -123,11 +123,12 @@ void read_records(TextSource &source, const std::string &csv_table, RecordSink &
     } else if (is_csv(static_cast<char>(source.peek()))) {
         const std::string stem = std::filesystem::path(source.name()).stem();
         if (csv_table.empty() && find_table(stem) == nullptr) {
-            return sink.refuse({source.line(), "", "text that is not JSON",
-                                "an object of tables, or CSV of a table that is named"});
+            return sink.refuse(
+                {source.line(), "", "text that is not JSON",
+                 "an object of tables, or CSV in a file or with --table that names its table"});
         }
         read_csv(source, csv_table.empty() ? stem : csv_table, sink);
-    } else if (is_json(source.line_ahead())) {
+    } else if (is_json_line(source.line_ahead())) {
         read_json_lines(source, sink);
     } else {
         read_json(source, sink);

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <system_error>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -16,16 +17,26 @@ namespace {
 
 constexpr std::size_t piece_size = std::size_t{1} << 20;
 
+/// Two readers would each get some of it.
+bool standard_input_taken = false;
+
 } // namespace
 
 FileError::FileError(const std::string &path, const std::string &what)
     : std::runtime_error(path + ": " + what + ": " + std::generic_category().message(errno)) {}
 
 TextSource::Descriptor::Descriptor(const std::string &path)
-    : number(path == "-" ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC)) {}
+    : number(path == "-" ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+    if (number == STDIN_FILENO && std::exchange(standard_input_taken, true)) {
+        throw std::runtime_error("standard input: cannot be read: a script or another file comes "
+                                 "from there");
+    }
+}
 
 TextSource::Descriptor::~Descriptor() {
-    if (number > STDIN_FILENO) {
+    if (number == STDIN_FILENO) {
+        standard_input_taken = false;
+    } else if (number > STDIN_FILENO) {
         close(number);
     }
 }

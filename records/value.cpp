@@ -10,6 +10,23 @@ std::string counted(std::size_t count, std::string_view noun) {
     return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
 }
 
+namespace {
+
+/// The values themselves, if they are as few as those of an address.
+std::string list_text(const std::vector<Value> &items) {
+    constexpr std::size_t few = 8;
+    if (items.size() > few) {
+        return "a list of " + counted(items.size(), "value");
+    }
+    std::string text;
+    for (const Value &item : items) {
+        text += (text.empty() ? "" : ", ") + describe(item);
+    }
+    return '[' + text + ']';
+}
+
+} // namespace
+
 std::string describe(const Value &value) {
     switch (value.kind) {
     case Value::Kind::number:
@@ -17,7 +34,7 @@ std::string describe(const Value &value) {
     case Value::Kind::text:
         return in_quotes(value.text);
     case Value::Kind::list:
-        return "a list of " + counted(value.items.size(), "value");
+        return list_text(value.items);
     case Value::Kind::object:
         return "an object of " + counted(value.items.size(), "member");
     case Value::Kind::other:

@@ -20,7 +20,7 @@ struct Value {
     std::vector<Value> items; ///< of a list or object, in the order of the input
 };
 
-/// A short description for messages: "70000", "\"abc\"", "a list of 3 values".
+/// A short description for messages: "70000", "\"abc\"", "[1, 256]".
 std::string describe(const Value &value);
 
 /// The text in double quotes, control characters escaped.

@@ -123,7 +123,12 @@ std::vector<Field> fields_listed(const Table &table, const std::string &list) {
     std::vector<Field> fields;
     for (std::size_t from = 0; from <= list.size();) {
         const std::size_t comma = std::min(list.find(',', from), list.size());
-        fields.push_back(field_named(table, list.substr(from, comma - from)));
+        const Field &field = field_named(table, list.substr(from, comma - from));
+        if (std::ranges::count(fields, field.name, &Field::name) != 0) {
+            throw Failure(exit_bad_input, fmt::format("{}: found a second time, expected once",
+                                                      place_of(table.name, field.name)));
+        }
+        fields.push_back(field);
         from = comma + 1;
     }
     return fields;

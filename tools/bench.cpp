@@ -83,8 +83,8 @@ Exit run_bench(const Arguments &arguments) {
                                       records::counted(count(*table), "record")));
         }
     }
+    const Network network("--records", arguments.records, arguments.seed);
     for (const Table *const table : tables) {
-        const Network network(arguments.records, arguments.seed);
         std::vector<Bytes> records;
         network.records_of(*table, arguments.records,
                            [&](const Bytes &record) { records.push_back(record); });

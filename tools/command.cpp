@@ -24,12 +24,14 @@ namespace {
 using Kind = Parameter::Kind;
 
 constexpr const char *about_tool =
-    "Looks into the layer-2 VPN tables: what they hold, what a record means, what it looks like\n"
-    "packed, which records a key finds. The tables live as long as the process: load records "
-    "first.";
+    "Looks into the layer-2 VPN tables: what they hold, what a record means, what it\n"
+    "looks like packed, which records a key finds. The tables live as long as the\n"
+    "process: load records first.";
+constexpr const char *common_options =
+    "All commands take --json, --raw and --load, see l2vpn-db --help.";
 constexpr const char *exit_codes =
-    "Exit codes: 0 done; 1 no such record, or a difference; 2 wrong command line or input;\n"
-    "3 refused by the store, or a file that cannot be read or written.";
+    "Exit codes: 0 done; 1 no such record, or a difference; 2 wrong command line or\n"
+    "input; 3 refused by the store, or a file that cannot be read or written.";
 
 const Parameter table{"TABLE", &Arguments::table, Kind::table, true, "a table's name"};
 const Parameter tables{"TABLE", &Arguments::tables, Kind::table, false, "tables; all without one"};
@@ -37,15 +39,15 @@ const Parameter files{"FILE", &Arguments::files, Kind::file, true, "files; - for
 const Parameter script{"FILE", &Arguments::files, Kind::file, false,
                        "scripts; - or nothing for standard input"};
 const Parameter values{"VALUES", &Arguments::values, Kind::field, false,
-                       "a record's fields, as in mtu=1500; the others are 0"};
+                       "fields, as in mtu=1500; the others are 0"};
 const Parameter key_values{"VALUES", &Arguments::values, Kind::field, true,
                            "the members of a key, as in vrIndex=1"};
 const Parameter batch_version{"VERSION", &Arguments::batch_version, Kind::none, true,
                               "the new batch version"};
 const Parameter hex{"HEX", &Arguments::hex, Kind::none, true,
-                    "a record's bytes, with or without blanks or colons; - for standard input"};
+                    "bytes, perhaps with blanks; - for standard input"};
 const Parameter key_name{"--key", &Arguments::key, Kind::key, false,
-                         "a key's name; without it, the key that has these members"};
+                         "a key's name, if its members do not tell"};
 const Parameter fields{"--fields", &Arguments::fields, Kind::value, false,
                        "the fields to show, as in mtu,state"};
 const Parameter all{"--all", &Arguments::all, Kind::none, false,
@@ -56,11 +58,11 @@ const Parameter output{"--output", &Arguments::output, Kind::file, false,
                        "a file to write; - for standard output"};
 const Parameter svg{"--svg", &Arguments::svg, Kind::file, false, "a file for the picture as SVG"};
 const Parameter csv_table{"--table", &Arguments::csv_table, Kind::table, false,
-                          "the table of CSV; without it, the file is named after it"};
+                          "the table of CSV, if its file's name does not tell"};
 const Parameter keep_going{"--keep-going", &Arguments::keep_going, Kind::none, false,
-                           "leave out what is wrong instead of refusing its file"};
+                           "leave out what is wrong, not the whole file"};
 const Parameter only_layout{"--layout", &Arguments::layout, Kind::layout, false,
-                            "nothing but the bytes of this layout: caller or stored"};
+                            "only the bytes of this layout: caller or stored"};
 const Parameter instances{"--instances", &Arguments::instances, Kind::none, false,
                           "service instances in the network"};
 const Parameter seed{"--seed", &Arguments::seed, Kind::none, false,
@@ -91,6 +93,42 @@ std::string not_a_number(const std::string &text) {
                                UINT64_MAX);
 }
 
+/// What stands for an option's value in help; an argument with a place has its name.
+std::string type_name(const Parameter &parameter) {
+    if (*parameter.name != '-') {
+        return "";
+    }
+    switch (parameter.kind) {
+    case Kind::table:
+        return "TABLE";
+    case Kind::key:
+        return "NAME";
+    case Kind::file:
+        return "FILE";
+    case Kind::value:
+        return "FIELD,...";
+    case Kind::layout:
+        return "LAYOUT";
+    case Kind::field:
+    case Kind::none:
+        break;
+    }
+    return "N";
+}
+
+bool is_given(const Parameter &parameter, const Arguments &arguments) {
+    return std::visit(
+        [&](auto member) {
+            const auto &value = arguments.*member;
+            if constexpr (requires { value.empty(); }) {
+                return !value.empty();
+            } else {
+                return value != 0;
+            }
+        },
+        parameter.target);
+}
+
 void add(CLI::App &app, const Parameter &parameter, Arguments &arguments) {
     std::visit(
         [&](auto member) {
@@ -99,7 +137,7 @@ void add(CLI::App &app, const Parameter &parameter, Arguments &arguments) {
                 app.add_flag(parameter.name, target, parameter.about);
             } else {
                 CLI::Option *const added = app.add_option(parameter.name, target, parameter.about);
-                added->required(parameter.required);
+                added->required(parameter.required)->type_name(type_name(parameter));
                 if constexpr (std::is_same_v<decltype(target), std::uint64_t &>) {
                     added->check(not_a_number);
                     if (!parameter.required) {
@@ -113,14 +151,15 @@ void add(CLI::App &app, const Parameter &parameter, Arguments &arguments) {
 
 /// What stands where nothing fits.
 /// @param command  null if none has been named
-std::string unexpected(const std::string &word, const Command *command) {
+/// @param for_shell  whether the tool's own options are out of place, too
+std::string unexpected(const std::string &word, const Command *command, bool for_shell) {
     const bool option = word.starts_with('-');
     if (command != nullptr && !option) {
         return fmt::format("{}: found {}, expected no more arguments", command->name,
                            records::in_quotes(word));
     }
-    std::vector<std::string> known =
-        option ? std::vector<std::string>{"--help", "--load"} : command_names();
+    std::vector<std::string> known = option ? std::vector<std::string>{"--help"} : command_names();
+    known.emplace_back(option ? for_shell ? "--json" : "--load" : "help");
     const auto add_options = [&](const std::vector<const Parameter *> &parameters) {
         for (const Parameter *const parameter : parameters) {
             if (option && *parameter->name == '-') {
@@ -138,8 +177,8 @@ std::string unexpected(const std::string &word, const Command *command) {
 /// Parses a command line and says which command it gives; none if it gives none.
 class Parser {
 public:
-    /// @param for_shell  for a line in which the tool's own name and what is for it are left out
-    Parser(const Arguments &given, bool for_shell) : arguments(given) {
+    /// @param for_shell  for a line in which the tool's own options are left out
+    Parser(const Arguments &given, bool for_shell) : arguments(given), for_shell_(for_shell) {
         app_.name("l2vpn-db");
         app_.description(about_tool);
         app_.footer(exit_codes);
@@ -153,11 +192,12 @@ public:
             app_.add_option("-l,--load", load, "a file to load first; may be given again")
                 ->type_name("FILE")
                 ->allow_extra_args(false);
-            app_.set_version_flag("--version", "l2vpn-db " L2VPN_VERSION);
+            app_.set_version_flag("--version", "l2vpn-db " L2VPN_VERSION, "the version");
         }
         for (const Command &command : commands()) {
             CLI::App &added = *app_.add_subcommand(command.name, command.about);
             added.fallthrough();
+            added.footer(fmt::format("{}\n{}", common_options, exit_codes));
             for (const Parameter *const parameter : command.parameters) {
                 add(added, *parameter, arguments);
             }
@@ -166,12 +206,17 @@ public:
 
     const Command *parse(const std::vector<std::string> &words) {
         std::vector<std::string> reversed(words.rbegin(), words.rend());
+        if (!reversed.empty() && reversed.back() == "help") { // "help load" is "load --help"
+            reversed.pop_back();
+            reversed.insert(reversed.begin(), "--help");
+        }
         try {
             app_.parse(std::move(reversed));
         } catch (const CLI::ExtrasError &) {
-            throw Failure(exit_bad_input, unexpected(app_.remaining(true).front(), command()));
+            throw Failure(exit_bad_input,
+                          unexpected(app_.remaining(true).front(), command(), for_shell_));
         } catch (const CLI::CallForHelp &) {
-            fmt::print("{}", last_app().help());
+            fmt::print("{}", command() == nullptr ? app_.help() : last_app().help(app_.get_name()));
             return nullptr;
         } catch (const CLI::CallForVersion &version) {
             fmt::print("{}\n", version.what());
@@ -181,7 +226,9 @@ public:
         } catch (const CLI::ParseError &error) {
             throw Failure(exit_bad_input, error.what());
         }
-        return command() == nullptr ? &commands().back() : command(); // the shell
+        const Command *const chosen = command() == nullptr ? &commands().back() : command();
+        check_either(*chosen);
+        return chosen;
     }
 
     Arguments arguments;
@@ -198,6 +245,20 @@ private:
                                              [](const Command &each) { return each.name; });
         return found == commands().end() ? nullptr : &*found;
     }
+    void check_either(const Command &command) const {
+        for (const auto &options : command.either) {
+            std::vector<const char *> found;
+            for (const Parameter *const option : options) {
+                if (is_given(*option, arguments)) {
+                    found.push_back(option->name);
+                }
+            }
+            if (found.size() > 1) {
+                throw Failure(exit_bad_input, fmt::format("{}: found {}, expected one of them",
+                                                          command.name, fmt::join(found, " and ")));
+            }
+        }
+    }
     std::string missing() {
         for (const Parameter *const parameter : command()->parameters) {
             if (parameter->required && last_app().count(parameter->name) == 0) {
@@ -209,15 +270,20 @@ private:
     }
 
     CLI::App app_;
+    bool for_shell_;
 };
 
 } // namespace
 
 const std::vector<Command> &commands() {
     static const std::vector<Command> list = {
-        {"tables", "lists the tables, with sizes and numbers of records", {}, run_tables},
+        {"tables", "lists the tables, their sizes and their records", {}, run_tables},
         {"describe", "shows a table's fields and keys", {&table}, run_describe},
-        {"layout", "draws a table's records and keys byte by byte", {&table, &svg}, run_layout},
+        {"layout",
+         "draws a table's records and keys byte by byte",
+         {&table, &svg},
+         run_layout,
+         {{&json, &svg}}},
         {"load",
          "reads records from files into the tables",
          {&files, &csv_table, &keep_going},
@@ -225,12 +291,18 @@ const std::vector<Command> &commands() {
         {"dump",
          "prints the records of tables",
          {&tables, &fields, &all, &line, &csv, &output},
-         run_dump},
-        {"get", "prints the record with a primary key", {&table, &key_values, &line}, run_get},
+         run_dump,
+         {{&json, &csv, &line}, {&line, &fields}, {&line, &all}}},
+        {"get",
+         "prints the record with a primary key",
+         {&table, &key_values, &line},
+         run_get,
+         {{&json, &line}}},
         {"find",
          "prints the records with a key",
          {&table, &key_values, &key_name, &fields, &all, &line, &csv},
-         run_find},
+         run_find,
+         {{&json, &csv, &line}, {&line, &fields}, {&line, &all}}},
         {"put", "inserts or replaces a record", {&table, &values}, run_put},
         {"set-batch-version",
          "changes nothing but a record's batch version",
@@ -242,11 +314,20 @@ const std::vector<Command> &commands() {
         {"pack",
          "shows a record's bytes in both layouts",
          {&table, &values, &only_layout},
-         run_pack},
-        {"unpack", "shows the record that bytes hold", {&table, &hex, &line}, run_unpack},
+         run_pack,
+         {{&json, &only_layout}}},
+        {"unpack",
+         "shows the record that bytes hold",
+         {&table, &hex, &line},
+         run_unpack,
+         {{&json, &line}}},
         {"key", "shows a key of a record byte by byte", {&table, &values, &key_name}, run_key},
         {"diff", "compares the records of two files", {&files, &csv_table}, run_diff},
-        {"generate", "makes up a network", {&instances, &seed, &output, &store}, run_generate},
+        {"generate",
+         "makes up a network",
+         {&instances, &seed, &output, &store},
+         run_generate,
+         {{&output, &store}}},
         {"bench", "measures the tables' operations", {&tables, &record_count}, run_bench},
         {"shell",
          "runs commands line by line, on one set of tables",
@@ -288,7 +369,7 @@ Exit guarded(std::string_view place, bool json, const std::function<Exit()> &run
 
 Exit run_tool(const std::vector<std::string> &words) {
     const bool json = std::ranges::count(words, "--json") != 0;
-    return guarded("l2vpn-db", json, [&] {
+    const auto run = [&]() -> Exit {
         if (words.size() == 2 && words[0] == "--complete") { // for a person's own shell
             fmt::print("{}\n", fmt::join(completions_of(words[1]), "\n"));
             return exit_done;
@@ -301,7 +382,10 @@ Exit run_tool(const std::vector<std::string> &words) {
         for (const std::string &file : parser.load) {
             load_before(file);
         }
-        const Exit result = command->run(parser.arguments);
+        return command->run(parser.arguments);
+    };
+    return guarded("l2vpn-db", json, [&] {
+        const Exit result = run();
         if (std::fflush(stdout) != 0) {
             throw records::FileError("standard output", "cannot be written");
         }

@@ -59,6 +59,8 @@ struct Command {
     const char *about;
     std::vector<const Parameter *> parameters; ///< those with a place in their order
     Exit (*run)(const Arguments &arguments);
+    /// Sets of options of which one at most can be given.
+    std::vector<std::vector<const Parameter *>> either = {};
 };
 
 /// In the order in which help lists them.

@@ -31,7 +31,10 @@ std::string type_of(const Field &field) {
     if (field.elements == 2) {
         return fmt::format("2 x {}", records::counted(field.width / 2, "byte"));
     }
-    return field.width == mac ? "MAC address" : fmt::format("{} bytes", field.width);
+    // By name, as the descriptors do not tell one from other bytes.
+    const bool address = field.width == mac && (field.name.starts_with("mac") ||
+                                                field.name.find("Mac") != field.name.npos);
+    return address ? "MAC address" : fmt::format("{} bytes", field.width);
 }
 
 /// Bytes of the caller record that belong to no field.

@@ -20,6 +20,9 @@ public:
     Contents(const std::string &path, const std::string &csv_table) : source_(path) {
         records::read_records(source_, csv_table, *this);
         if (!wrong_.empty()) {
+            if (refused_ > most_messages) {
+                wrong_ += fmt::format("\nand {} more", refused_ - most_messages);
+            }
             throw Failure(exit_bad_input, "nothing is compared:" + wrong_);
         }
     }
@@ -29,8 +32,7 @@ public:
         progress_.show(++records_, source_.position(), source_.size());
     }
     void refuse(const records::Refusal &refusal) override {
-        constexpr std::size_t most = 20;
-        if (++refused_ <= most) {
+        if (++refused_ <= most_messages) {
             wrong_ += "\n" + refusal.message(source_.name());
         }
     }
@@ -38,6 +40,8 @@ public:
     std::map<const Table *, std::map<Bytes, Bytes>> tables; ///< a table's place is its name's
 
 private:
+    static constexpr std::size_t most_messages = 20;
+
     records::TextSource source_;
     Progress progress_{source_.name()};
     std::string wrong_;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Records: shown, found, written, changed and deleted.
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include "l2vpn_db/memory_store.h"
 #include "tools/access.h"
@@ -38,17 +39,9 @@ Exit done(const Arguments &arguments, const char *what, const Table &table, cons
     return found ? exit_done : exit_no;
 }
 
-/// One kind of output of the three that columns have instead of.
-void check_output(const Arguments &arguments) {
-    if (int{arguments.json} + int{arguments.csv} + int{arguments.line} > 1) {
-        throw Failure(exit_bad_input, "found several of --json, --csv and --line, expected one");
-    }
-}
-
 } // namespace
 
 Exit run_dump(const Arguments &arguments) {
-    check_output(arguments);
     if (arguments.csv && arguments.tables.size() != 1) {
         throw Failure(exit_bad_input,
                       fmt::format("--csv: found {}, expected one, as each has fields of its own",
@@ -83,11 +76,15 @@ Exit run_dump(const Arguments &arguments) {
             output.file());
     }
     output.finish();
+    if (total == 0 && !arguments.json) {
+        fmt::print(stderr, "{}: no records\n",
+                   arguments.tables.empty() ? "all tables"
+                                            : fmt::format("{}", fmt::join(arguments.tables, ", ")));
+    }
     return exit_done;
 }
 
 Exit run_get(const Arguments &arguments) {
-    check_output(arguments);
     const Table &table = stored_table_named(arguments.table, "records are read");
     Bytes record = with_primary_key(table, arguments);
     const std::uint32_t result = table.access->read(record.data(), length_of(table));
@@ -106,7 +103,6 @@ Exit run_get(const Arguments &arguments) {
 }
 
 Exit run_find(const Arguments &arguments) {
-    check_output(arguments);
     const Table &table = stored_table_named(arguments.table, "records are found");
     const Key &key = key_for(table, arguments.key, arguments.values);
     const Bytes record = record_with_key(table, key, arguments.values, true);

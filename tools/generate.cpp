@@ -10,13 +10,13 @@
 namespace l2vpn::tool {
 
 Exit run_generate(const Arguments &arguments) {
-    const Network network(arguments.instances, arguments.seed);
+    const Network network("--instances", arguments.instances, arguments.seed);
     const auto tables = stored_tables_named({}, "records are made up");
     std::uint64_t total = 0, done = 0;
     for (const Table *const table : tables) {
         total += network.size(*table);
     }
-    OutputFile output(arguments.store ? "" : arguments.output);
+    OutputFile output(arguments.output);
     Progress progress("generate");
     for (const Table *const table : tables) {
         const auto length = static_cast<std::uint32_t>(table->record_size);

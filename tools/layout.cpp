@@ -190,12 +190,15 @@ private:
 };
 
 void print(const std::vector<std::vector<Picture>> &groups) {
-    constexpr std::size_t narrowest = 4, widest = 8, gap = 2;
-    const std::size_t room = terminal_width() / groups.size();
-    const std::size_t byte_width =
-        std::clamp((room - std::min(room, margin + 1 + gap)) / row_bytes, narrowest, widest);
+    constexpr std::size_t least_beside = 4, least = 2, most = 8, gap = 2, usual = 132;
+    const std::size_t there = terminal_width(stdout, usual);
+    const auto byte_width_in = [](std::size_t room) {
+        return (room - std::min(room, margin + 1)) / row_bytes;
+    };
+    const std::size_t in_part = byte_width_in((there + gap) / groups.size() - gap);
+    const bool beside = in_part >= least_beside;
+    const std::size_t byte_width = std::clamp(beside ? in_part : byte_width_in(there), least, most);
     const std::size_t width = margin + row_bytes * byte_width + 1;
-    const bool beside = groups.size() * (width + gap) <= terminal_width() + gap;
     std::vector<std::vector<std::string>> columns;
     for (const std::vector<Picture> &group : groups) {
         if (beside || columns.empty()) {

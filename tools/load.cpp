@@ -93,8 +93,7 @@ private:
     Progress progress_;
 };
 
-Loaded load(const std::string &path, const std::string &csv_table, bool keep_going) {
-    records::TextSource source(path);
+Loaded load(records::TextSource &source, const std::string &csv_table, bool keep_going) {
     Loader loader(source, keep_going);
     try {
         records::read_records(source, csv_table, loader);
@@ -113,6 +112,17 @@ Loaded load(const std::string &path, const std::string &csv_table, bool keep_goi
         loader.undo();
     }
     return loaded;
+}
+
+Loaded load(const std::string &path, const std::string &csv_table, bool keep_going) {
+    try {
+        records::TextSource source(path);
+        return load(source, csv_table, keep_going);
+    } catch (const std::runtime_error &error) {
+        Loaded nothing;
+        nothing.unread = error.what();
+        return nothing;
+    }
 }
 
 /// Everything that is wrong, and the ways in which it is.
@@ -136,7 +146,10 @@ Exit exit_of(const Loaded &loaded, bool keep_going) {
 }
 
 void print_json(const std::string &path, const Loaded &loaded) {
-    Json kinds = Json::array();
+    Json kinds = Json::array(), messages = loaded.messages;
+    if (!loaded.unread.empty()) {
+        messages.push_back(loaded.unread);
+    }
     for (const auto &[kind, times] : loaded.kinds) {
         kinds.push_back({{"what", kind}, {"times", times.times}, {"firstLine", times.first_line}});
     }
@@ -145,7 +158,7 @@ void print_json(const std::string &path, const Loaded &loaded) {
                        {"replaced", loaded.replaced},
                        {"tables", loaded.tables},
                        {"refused", loaded.refused},
-                       {"messages", loaded.messages},
+                       {"messages", messages},
                        {"kinds", kinds}};
     fmt::print("{}", json_line("load", load));
 }

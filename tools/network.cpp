@@ -235,11 +235,11 @@ void set(const Field &field, Meaning meaning, const Row &row, std::uint64_t seed
 
 } // namespace
 
-Network::Network(std::uint64_t instances, std::uint64_t seed) : instances_(instances), seed_(seed) {
+Network::Network(const char *option, std::uint64_t instances, std::uint64_t seed)
+    : instances_(instances), seed_(seed) {
     if (instances == 0 || instances > most_instances) {
-        throw Failure(exit_bad_input, fmt::format("--instances: found {}, expected a number from 1 "
-                                                  "to {}",
-                                                  instances, most_instances));
+        throw Failure(exit_bad_input, fmt::format("{}: found {}, expected a number from 1 to {}",
+                                                  option, instances, most_instances));
     }
 }
 
@@ -255,6 +255,11 @@ std::uint64_t Network::size(const Table &table) const {
             return instances_ * pseudowires;
         case Meaning::mac:
             return instances_ * macs;
+        case Meaning::other: { // only its key's first member tells a record from the others
+            const std::size_t width = table.primary_key().members.front().width;
+            return width < sizeof instances_ ? std::min(instances_, std::uint64_t{1} << 8 * width)
+                                             : instances_;
+        }
         default:
             return instances_;
         }

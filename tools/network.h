@@ -14,8 +14,9 @@ class Network {
 public:
     static constexpr std::uint64_t most_instances = 10'000'000;
 
+    /// @param option  that gives the number, for messages
     /// @throws Failure if it is too large, or has no instance
-    Network(std::uint64_t instances, std::uint64_t seed);
+    Network(const char *option, std::uint64_t instances, std::uint64_t seed);
 
     /// How many records a table has.
     std::uint64_t size(const Table &table) const;

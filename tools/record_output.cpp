@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
+#include <iterator>
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -23,6 +24,10 @@ bool is_zero(const Field &field, const Bytes &record) {
                        [](std::byte each) { return each == std::byte{0}; });
 }
 
+bool is_key(const Table &table, const Field &field) {
+    return std::ranges::count(table.primary_key().members, field.name, &Field::name) != 0;
+}
+
 /// For people, to whom many bytes that are all 0 say no more than one.
 std::string cell(const Field &field, const Bytes &record, records::Style style) {
     constexpr std::size_t address = 6;
@@ -30,6 +35,29 @@ std::string cell(const Field &field, const Bytes &record, records::Style style) 
         return "0";
     }
     return field_text(field, record.data(), style);
+}
+
+/// Columns in groups that there is room for, each behind the columns of the primary key.
+std::vector<Columns::Group> groups_of(const Table &table, const std::vector<Field> &columns,
+                                      const Columns &layout, std::size_t room) {
+    const Columns::Group all = layout.all();
+    if (layout.width(all) <= room) {
+        return {all};
+    }
+    std::vector<Columns::Group> groups;
+    Columns::Group key, others;
+    std::ranges::partition_copy(all, std::back_inserter(key), std::back_inserter(others),
+                                [&](std::size_t i) { return is_key(table, columns[i]); });
+    for (const std::size_t i : others) {
+        if (groups.empty() || layout.width(groups.back()) + layout.width({i}) > room) {
+            groups.push_back(key);
+        }
+        groups.back().push_back(i);
+    }
+    if (groups.empty()) {
+        groups.push_back(key);
+    }
+    return groups;
 }
 
 /// Looks at all records first: columns get their widths, and those that are 0 in every record are
@@ -40,9 +68,7 @@ std::size_t write_columns(const Table &table, const Arguments &arguments, const 
     std::vector<bool> shown(fields.size(), arguments.all || !arguments.fields.empty());
     records([&](const Bytes &record) {
         for (std::size_t i = 0; i < fields.size(); ++i) {
-            const auto &members = table.primary_key().members;
-            shown[i] = shown[i] || !is_zero(fields[i], record) ||
-                       std::ranges::count(members, fields[i].name, &Field::name) != 0;
+            shown[i] = shown[i] || !is_zero(fields[i], record) || is_key(table, fields[i]);
         }
     });
     std::vector<Columns::Title> titles;
@@ -72,10 +98,17 @@ std::size_t write_columns(const Table &table, const Arguments &arguments, const 
     if (count == 0) {
         return 0;
     }
-    layout.print_titles(to);
-    records([&](const Bytes &record) { layout.print(to, row(record)); });
+    const std::size_t room = terminal_width(to, SIZE_MAX);
+    const char *gap = "";
+    for (const Columns::Group &group : groups_of(table, columns, layout, room)) {
+        fmt::print(to, "{}", std::exchange(gap, "\n"));
+        layout.print_titles(to, group);
+        records([&](const Bytes &record) { layout.print(to, row(record), group); });
+    }
     if (!left_out.empty()) {
-        fmt::print(to, "{}\n", dim(fmt::format("0 in all: {}", fmt::join(left_out, ", "))));
+        const std::string_view title = "0 in all: ";
+        const std::string names = fmt::format("{}", fmt::join(left_out, ", "));
+        fmt::print(to, "{}\n", dim(fmt::format("{}{}", title, folded(names, title.size(), room))));
     }
     return count;
 }

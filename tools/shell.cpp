@@ -21,15 +21,6 @@ bool ends_session(const std::vector<std::string> &words) {
     return words.size() == 1 && (words[0] == "quit" || words[0] == "exit");
 }
 
-/// "help" and "help load" say what --help says.
-std::vector<std::string> with_help(std::vector<std::string> words) {
-    if (!words.empty() && words[0] == "help") {
-        words.erase(words.begin());
-        words.emplace_back("--help");
-    }
-    return words;
-}
-
 Exit run_line(std::string_view place, const std::vector<std::string> &words,
               const Arguments &arguments) {
     if (words.empty()) {
@@ -55,7 +46,7 @@ std::vector<std::string> words_or_none(std::string_view place, const std::string
                                        const Arguments &arguments, Exit &result) {
     std::vector<std::string> words;
     result = guarded(place, arguments.json, [&] {
-        words = with_help(words_of(line));
+        words = words_of(line);
         return exit_done;
     });
     return words;

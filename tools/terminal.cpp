@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <numeric>
 
 #include <fmt/format.h>
 #include <sys/ioctl.h>
@@ -50,16 +51,31 @@ std::string tinted(std::string_view text, std::size_t which) {
     return styled(text, codes[which % codes.size()]);
 }
 
-std::size_t terminal_width() {
-    constexpr std::size_t usual = 132; // of what is no terminal
+std::size_t terminal_width(std::FILE *file, std::size_t otherwise) {
     winsize size{};
-    const bool known = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    return known ? size.ws_col : usual;
+    const bool known = ioctl(fileno(file), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return known ? size.ws_col : otherwise;
 }
 
 std::size_t width_of(std::string_view text) {
     return static_cast<std::size_t>(
         std::ranges::count_if(text, [](char each) { return (each & 0xC0) != 0x80; }));
+}
+
+std::string folded(std::string_view text, std::size_t column, std::size_t width) {
+    constexpr std::size_t least = 16;
+    const std::size_t room = width - std::min(width, column);
+    std::string result;
+    while (room >= least && text.size() > room) {
+        const std::size_t last = text.rfind(' ', room);
+        const std::size_t blank = last == text.npos ? text.find(' ') : last;
+        if (blank == text.npos) {
+            break;
+        }
+        result += fmt::format("{}\n{:{}}", text.substr(0, blank), "", column);
+        text.remove_prefix(blank + 1);
+    }
+    return result.append(text);
 }
 
 Columns::Columns(std::vector<Title> titles) : titles_(std::move(titles)), widths_(titles_.size()) {
@@ -73,33 +89,49 @@ void Columns::measure(const Row &row) {
     }
 }
 
-std::string Columns::line(const Row &row) const {
+Columns::Group Columns::all() const {
+    Group all(titles_.size());
+    std::iota(all.begin(), all.end(), std::size_t{0});
+    return all;
+}
+
+std::size_t Columns::width(const Group &group) const {
+    return std::accumulate(group.begin(), group.end(), std::size_t{0},
+                           [&](std::size_t sum, std::size_t i) { return sum + widths_[i] + gap; });
+}
+
+std::string Columns::line(const Row &row, const Group &group, std::size_t room) const {
     std::string line;
-    for (std::size_t i = 0; i < row.size(); ++i) {
-        const std::string gap(widths_[i] - std::min(widths_[i], width_of(row[i])), ' ');
-        line += titles_[i].numbers ? gap + row[i] : row[i] + gap;
-        line += "  ";
+    for (const std::size_t i : group) {
+        const std::string fill(widths_[i] - std::min(widths_[i], width_of(row[i])), ' ');
+        if (titles_[i].numbers) {
+            line += fill + row[i];
+        } else {
+            line += (i == group.back() ? folded(row[i], width_of(line), room) : row[i]) + fill;
+        }
+        line += std::string(gap, ' ');
     }
     line.erase(line.find_last_not_of(' ') + 1);
     return line;
 }
 
-void Columns::print_titles(std::FILE *to) const {
+void Columns::print_titles(std::FILE *to, const Group &group) const {
     Row row(titles_.size());
     std::ranges::transform(titles_, row.begin(), &Title::text);
-    fmt::print(to, "{}\n", bold(line(row)));
+    fmt::print(to, "{}\n", bold(line(row, group, SIZE_MAX)));
 }
 
-void Columns::print(std::FILE *to, const Row &row) const {
-    fmt::print(to, "{}\n", line(row));
+void Columns::print(std::FILE *to, const Row &row, const Group &group) const {
+    fmt::print(to, "{}\n", line(row, group, terminal_width(to, SIZE_MAX)));
 }
 
 void print_columns(const std::vector<Columns::Title> &titles,
                    const std::vector<Columns::Row> &rows) {
     Columns columns(titles);
     std::ranges::for_each(rows, [&](const Columns::Row &row) { columns.measure(row); });
-    columns.print_titles(stdout);
-    std::ranges::for_each(rows, [&](const Columns::Row &row) { columns.print(stdout, row); });
+    columns.print_titles(stdout, columns.all());
+    std::ranges::for_each(
+        rows, [&](const Columns::Row &row) { columns.print(stdout, row, columns.all()); });
 }
 
 Progress::Progress(std::string_view what) : what_(what), terminal_(isatty(STDERR_FILENO) == 1) {}
@@ -120,16 +152,17 @@ void Progress::draw(std::uint64_t records, std::uint64_t done, std::uint64_t tot
     drawn_ = now;
     shown_ = true;
     const double seconds = std::chrono::duration<double>(now - begin_).count();
-    std::string line = fmt::format("\r\x1b[K{}: {} records, {:.0f}/s", what_, records,
-                                   static_cast<double>(records) / seconds);
+    std::string line;
     if (total > 0) {
         const double part = std::min(1.0, static_cast<double>(done) / static_cast<double>(total));
         const auto filled = static_cast<std::size_t>(part * bar_width);
         const double left = part > 0 ? seconds / part - seconds : 0;
-        line += fmt::format(" [{:<{}}] {:.0f} %, {} left", std::string(filled, '#'), bar_width,
-                            part * 100, duration(static_cast<std::uint64_t>(left)));
+        line = fmt::format("[{:<{}}] {:.0f} %, {} left, ", std::string(filled, '#'), bar_width,
+                           part * 100, duration(static_cast<std::uint64_t>(left)));
     }
-    fmt::print(stderr, "{}", line);
+    line += fmt::format("{} records, {:.0f}/s: {}", records, static_cast<double>(records) / seconds,
+                        what_); // a name may be long: it is what a narrow terminal cuts
+    fmt::print(stderr, "\r\x1b[K{}", line.substr(0, terminal_width(stderr, SIZE_MAX) - 1));
 }
 
 } // namespace l2vpn::tool

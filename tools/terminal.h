@@ -19,14 +19,18 @@ std::string dim(std::string_view text);
 /// One of a few colours that differ.
 std::string tinted(std::string_view text, std::size_t which);
 
-/// Columns that stand in a person's terminal, on standard output.
-std::size_t terminal_width();
+/// Columns of a terminal that is open there, or otherwise what is given.
+std::size_t terminal_width(std::FILE *file, std::size_t otherwise);
 
 /// The number of characters of a text in UTF-8.
 std::size_t width_of(std::string_view text);
 
+/// A text that begins at a column and goes on there in as many lines of a width as it takes, broken
+/// at blanks.
+std::string folded(std::string_view text, std::size_t column, std::size_t width);
+
 /// Rows with aligned columns. All rows are measured before the first is printed, but need not be
-/// kept in between.
+/// kept in between. In a terminal that is too narrow, what the last column says is folded.
 class Columns {
 public:
     struct Title {
@@ -38,11 +42,18 @@ public:
 
     using Row = std::vector<std::string>;
     void measure(const Row &row);
-    void print_titles(std::FILE *to) const;
-    void print(std::FILE *to, const Row &row) const;
+    /// Some of the columns, by their places.
+    using Group = std::vector<std::size_t>;
+    Group all() const;
+    /// With the gaps behind them.
+    std::size_t width(const Group &group) const;
+    void print_titles(std::FILE *to, const Group &group) const;
+    void print(std::FILE *to, const Row &row, const Group &group) const;
 
 private:
-    std::string line(const Row &row) const;
+    static constexpr std::size_t gap = 2;
+
+    std::string line(const Row &row, const Group &group, std::size_t room) const;
 
     std::vector<Title> titles_;
     std::vector<std::size_t> widths_;

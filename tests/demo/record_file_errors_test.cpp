@@ -79,7 +79,7 @@ TEST_F(RecordFileErrors, NumberOutOfRange) {
                         R"(expected a number from 0 to 65535)");
     expect_line_refused(R"("l2vpn_vpls_pw": [{"vcId": 4294967296}])",
                         R"(table "l2vpn_vpls_pw", field "vcId": found 4294967296, )"
-                        R"(expected a number from 0 to 4294967295 or a text like "192.0.2.1")");
+                        R"(expected a number from 0 to 4294967295)");
     expect_line_refused(R"("l2vpn_vpls_pw": [{"timeStampApp": 18446744073709551616}])",
                         R"(table "l2vpn_vpls_pw", field "timeStampApp": )"
                         R"(found 18446744073709551616, )"
@@ -97,7 +97,7 @@ TEST_F(RecordFileErrors, NotAnUnsignedNumber) {
         {"null", "null"},
         {R"("7")", R"("7")"},
         {R"("10.0.0.1")", R"("10.0.0.1")"},
-        {"[7]", "a list of 1 value"},
+        {"[7]", "[7]"},
         {R"({"a": 1, "b": 2})", "an object of 2 members"}};
     for (const auto &[value, description] : found) {
         expect_line_refused("\"l2vpn_vpls_pw\": [{\"mtu\": " + value + "}]",
@@ -123,19 +123,15 @@ TEST_F(RecordFileErrors, TextThatIsNoAddress) {
 // ---- Arrays of two bytes, and bytes ----------------------------------------------------------
 
 TEST_F(RecordFileErrors, NotAPair) {
-    const std::map<std::string, std::string> found = {{"1", "1"},
-                                                      {"[]", "a list of 0 values"},
-                                                      {"[1]", "a list of 1 value"},
-                                                      {"[1, 0, 0]", "a list of 3 values"},
-                                                      {"[1, 256]", "a list of 2 values"},
-                                                      {"[-1, 0]", "a list of 2 values"},
-                                                      {R"(["1", "0"])", "a list of 2 values"},
-                                                      {R"("01:00")", R"("01:00")"}};
-    for (const auto &[value, description] : found) {
+    for (const std::string value :
+         {"1", "[]", "[1]", "[1, 0, 0]", "[1, 256]", "[-1, 0]", R"(["1", "0"])", R"("01:00")"}) {
         expect_line_refused("\"l2vpn_vpls_pw\": [{\"svcStatus\": " + value + "}]",
-                            "table \"l2vpn_vpls_pw\", field \"svcStatus\": found " + description +
+                            "table \"l2vpn_vpls_pw\", field \"svcStatus\": found " + value +
                                 ", expected a list of two numbers from 0 to 255");
     }
+    expect_line_refused(R"("l2vpn_vpls_pw": [{"svcStatus": [1, 2, 3, 4, 5, 6, 7, 8, 9]}])",
+                        R"(table "l2vpn_vpls_pw", field "svcStatus": found a list of 9 values, )"
+                        "expected a list of two numbers from 0 to 255");
 }
 
 TEST_F(RecordFileErrors, NotBytesOfTheFieldsWidth) {
@@ -146,14 +142,15 @@ TEST_F(RecordFileErrors, NotBytesOfTheFieldsWidth) {
           "7"}) {
         expect_line_refused("\"l2vpn_vpls_vsimac\": [{\"macAddr\": " + value + "}]",
                             "table \"l2vpn_vpls_vsimac\", field \"macAddr\": found " + value +
-                                ", expected a text of 6 hexadecimal bytes like \"00:1b:44\"");
+                                ", expected a text of 6 hexadecimal bytes like "
+                                "\"00:1b:44:11:3a:b7\"");
     }
     expect_line_refused(R"("l2vpn_extnhp": [{"svcCtx": "00:01"}])",
                         R"(table "l2vpn_extnhp", field "svcCtx": found "00:01", )"
-                        R"(expected a text of 32 hexadecimal bytes like "00:1b:44")");
+                        R"(expected a text of 32 hexadecimal bytes like "00:1b:44:11:3a:b7:...")");
     expect_line_refused(R"("l2vpn_extnhp": [{"svcCtx": [1, 2]}])",
-                        R"(table "l2vpn_extnhp", field "svcCtx": found a list of 2 values, )"
-                        R"(expected a text of 32 hexadecimal bytes like "00:1b:44")");
+                        R"(table "l2vpn_extnhp", field "svcCtx": found [1, 2], )"
+                        R"(expected a text of 32 hexadecimal bytes like "00:1b:44:11:3a:b7:...")");
 }
 
 // ---- Records ---------------------------------------------------------------------------------
@@ -187,7 +184,7 @@ TEST_F(RecordFileErrors, NotAListOfRecords) {
 }
 
 TEST_F(RecordFileErrors, NotAnObjectOfTables) {
-    expect_refused("[]", {":1: found a list of 0 values, expected an object of tables"});
+    expect_refused("[]", {":1: found [], expected an object of tables"});
     expect_refused("\n\n7\n", {":3: found 7, expected an object of tables"});
 }
 
@@ -253,8 +250,7 @@ TEST_F(RecordFileErrors, EveryValueHasItsOwnLine) {
                         "\"peerIp\": found \"x\", expected a number from 0 to 4294967295 or a text "
                         "like \"192.0.2.1\"",
                     ":14: " + field +
-                        "\"svcStatus\": found a list of 1 value, expected a list of two numbers "
-                        "from 0 to 255"});
+                        "\"svcStatus\": found [1], expected a list of two numbers from 0 to 255"});
 }
 
 TEST_F(RecordFileErrors, AllOfThemAreFound) {
@@ -273,7 +269,7 @@ TEST_F(RecordFileErrors, AllOfThemAreFound) {
          R"(:2: table "l2vpn_eth": found a table that can only be )" + stored,
          ":3: " + inst + R"(, field "vrIndx": found an unknown field)" + known + R"("vrIndex")",
          ":4: " + inst + R"(, field "state": found 256, expected a number from 0 to 255)",
-         ":5: " + inst + ": found a list of 0 values, expected a record, an object of fields",
+         ":5: " + inst + ": found [], expected a record, an object of fields",
          ":6: " + inst +
              ", primary key vrIndex 1, instanceId 0: found a second time, "
              "first in line 6, expected once",

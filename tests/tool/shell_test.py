@@ -7,6 +7,7 @@ import pathlib
 import pty
 import re
 import subprocess
+import termios
 import time
 
 from tool import BAD_INPUT, DONE, EXAMPLE, FAILED, NO, PROGRAM, ToolTest, main
@@ -46,8 +47,7 @@ class CommandLine(ToolTest):
                                           "key's:\n  primary_key        ifIndex\n"
                                           "  stp_src_if_key     ifIndex, vrIndex",
                 "get l2vpn_stp ifIndex=0x1ffffffff": f'{stp}, field "ifIndex": found 8589934591, expected a '
-                                                     'number from 0 to 4294967295 or a text like '
-                                                     '"192.0.2.1"',
+                                                     'number from 0 to 4294967295',
                 "generate --seed -1": f'--seed: found "-1", {number}',
                 "generate --instances 1e3": f'--instances: found "1e3", {number}',
                 "generate --instances 18446744073709551616":
@@ -59,7 +59,14 @@ class CommandLine(ToolTest):
                                        "record of 44",
                 "pack l2vpn_stp --layout x": '--layout: found "x", expected caller or stored',
                 "dump --csv": "--csv: found 0 tables, expected one, as each has fields of its own",
-                "dump --csv --line l2vpn_stp": "found several of --json, --csv and --line, expected one",
+                "dump --csv --line l2vpn_stp": "dump: found --csv and --line, expected one of them",
+                "find --line --fields flags l2vpn_stp ifIndex=1":
+                    "find: found --line and --fields, expected one of them",
+                "dump --line --all": "dump: found --line and --all, expected one of them",
+                "generate --store --output x": "generate: found --output and --store, expected one of them",
+                "dump l2vpn_stp --fields flags,ifIndex,flags":
+                    f'{stp}, field "flags": found a second time, expected once',
+                "bench l2vpn_stp --records 0": "--records: found 0, expected a number from 1 to 10000000",
         }.items():
             self.assertEqual(self.refused(*line.split()), message, line)
 
@@ -68,6 +75,22 @@ class CommandLine(ToolTest):
         self.assertEqual(out, "")
         self.assertEqual(err, '{"version":1,"error":"l2vpn-db: table \\"x\\": found an unknown table, '
                          'expected a known one; nearest is \\"l2vpn_eth\\""}\n')
+
+    def test_one_form_of_output(self):
+        for line, options in {"get --line l2vpn_stp ifIndex=1": "--json and --line",
+                              "unpack --line l2vpn_stp 00": "--json and --line",
+                              "pack --layout caller l2vpn_stp": "--json and --layout",
+                              "layout --svg x l2vpn_stp": "--json and --svg",
+                              "dump --csv l2vpn_stp": "--json and --csv"}.items():
+            out, err = self.run_tool(*line.split(), "--json", code=BAD_INPUT)
+            self.assertEqual((out, json.loads(err)["error"]), (
+                "", f"l2vpn-db: {line.split()[0]}: found {options}, expected one of them"))
+
+    def test_files_with_any_name(self):
+        for name in ("tables", "-x", "--json", "é\n"):
+            self.write(name, '{"l2vpn_stp":[{"ifIndex":1}]}')
+            for arguments in (["load", "--", name], ["load", f"./{name}"]):
+                self.assertIn("1 record stored in 1 table", self.output(*arguments))
 
     def test_values_as_people_write_them(self):
         for text, packed in {"peerIp=10.0.0.2": "0200000a", "peerIp=167772162": "0200000a",
@@ -84,6 +107,11 @@ class CommandLine(ToolTest):
             self.assertRegex(text, rf"\n  {command} +[a-z]")
         self.assertIn("Exit codes: 0 done;", text)
         self.assertIn("--keep-going", self.output("load", "--help"))
+        self.assertIn("\nUsage: l2vpn-db find [OPTIONS] TABLE VALUES...\n", self.output("find", "--help"))
+        self.assertEqual(self.output("help", "load"), self.output("load", "--help"))
+        self.assertEqual(self.output("help"), text)
+        for line in (text + self.output("help", "dump")).splitlines():
+            self.assertLessEqual(len(line), 80)
         self.assertEqual(self.output("--version"),
                          "l2vpn-db " + (EXAMPLE.parents[1] / "VERSION").read_text(encoding="utf-8"))
 
@@ -122,11 +150,13 @@ class Script(ToolTest):
         for line, message in {
                 'get "l2vpn_stp': '1: found " that nothing closes, expected another one',
                 "shell": "1: found shell, expected a command, as this is one",
-                "-l x tables": '1: "-l": found an unknown option, expected a known one; nearest is "--all"',
+                "--load x": '1: "--load": found an unknown option, expected a known one; nearest is "--raw"',
         }.items():
             _, err = self.run_tool(stdin=line, code=BAD_INPUT)
-            if line[0] != "-":
-                self.assertEqual(err, f"standard input:{message}\n")
+            self.assertEqual(err, f"standard input:{message}\n")
+        for line in ("load -", "unpack l2vpn_stp -"):
+            _, err = self.run_tool(stdin=f"{line}\n00", code=FAILED)
+            self.assertIn("standard input: cannot be read: a script or another file comes from there\n", err)
         self.assertIn("/no/such: cannot be read", self.refused("shell", "/no/such", code=FAILED))
 
     def test_options_hold_for_all_lines(self):
@@ -162,6 +192,13 @@ class Terminal(ToolTest):
     def keys(self, *keys: str) -> None:
         self.tmux("send-keys", *keys)
 
+    def enter(self, line: str) -> list[str]:
+        """What the screen shows when the line has been run: not before it stands there."""
+        self.keys(line)
+        self.wait(f"l2vpn-db> {line}")
+        self.keys("Enter")
+        return self.wait("l2vpn-db>")
+
     def screen(self) -> list[str]:
         text = self.tmux("capture-pane", "-p")
         return [line.rstrip() for line in text.splitlines() if line.strip()]
@@ -188,13 +225,13 @@ class Terminal(ToolTest):
         self.wait("l2vpn-db> find l2vpn_vpls_inst --key instance_key instanceId=")
         self.keys("100 --fields mac", "Tab")
         self.wait("l2vpn-db> find l2vpn_vpls_inst --key instance_key instanceId=100 --fields mac")
-        self.keys("A", "Tab", "C-h", ",vr", "Tab", "Enter")
+        self.keys("A", "Tab", "C-h", ",vr", "Tab")
+        self.wait("l2vpn-db> find l2vpn_vpls_inst --key instance_key instanceId=100 --fields macAgeTime,vrIndex")
+        self.keys("Enter")
         screen = self.wait("l2vpn-db>")
         self.assertEqual(screen[-3:-1], ["macAgeTime  vrIndex", "       300        1"])
-        self.keys("put l2vpn_stp ifIndex=9", "Enter")
-        self.assertEqual(self.wait("l2vpn-db>")[-2], "l2vpn_stp: ifIndex 9: inserted")
-        self.keys("nonsense", "Enter")
-        self.assertIn("found an unknown command", self.wait("l2vpn-db>")[-2])
+        self.assertEqual(self.enter("put l2vpn_stp ifIndex=9")[-2], "l2vpn_stp: ifIndex 9: inserted")
+        self.assertIn("found an unknown command", self.enter("nonsense")[-2])
         self.keys("Up", "Up")
         self.wait("l2vpn-db> put l2vpn_stp ifIndex=9")
         self.keys("Enter")
@@ -210,19 +247,21 @@ class Terminal(ToolTest):
 
     def test_interrupted(self):
         many = self.write("many", '{"l2vpn_stp":[{"ifIndex":1}]}\n' * 3_000_000)
-        self.keys("count l2vpn_st", "C-c")
+        self.keys("count l2vpn_st")
+        self.wait("l2vpn-db> count l2vpn_st")
+        self.keys("C-c")
         self.wait("l2vpn-db>")
         for load in (f"load {many}", "load -"):
-            self.keys(load, "Enter")
+            self.keys(load)
+            self.wait(f"l2vpn-db> {load}")
+            self.keys("Enter")
             time.sleep(0.5)
             self.keys("C-c")
             self.assertIn("l2vpn-db: interrupted", self.wait("l2vpn-db>")[-2])
-        self.keys("count l2vpn_stp", "Enter")
-        self.assertEqual(self.wait("l2vpn-db>")[-2].split(), ["l2vpn_stp", "5"])
+        self.assertEqual(self.enter("count l2vpn_stp")[-2].split(), ["l2vpn_stp", "5"])
 
     def test_history_of_last_time(self):
-        self.keys("count l2vpn_stp", "Enter")
-        self.wait("l2vpn-db>")
+        self.enter("count l2vpn_stp")
         self.keys("quit", "Enter")
         while self.tmux("list-sessions", check=False):
             time.sleep(0.02)
@@ -235,8 +274,9 @@ class Terminal(ToolTest):
 class Pseudoterminal(ToolTest):
     """What is written to a terminal only."""
 
-    def run_on_terminal(self, *arguments: object, feed=None, **environment) -> str:
+    def run_on_terminal(self, *arguments: object, feed=None, columns: int = 0, **environment) -> str:
         primary, secondary = pty.openpty()
+        termios.tcsetwinsize(secondary, (24, columns))
         with subprocess.Popen([PROGRAM, *map(str, arguments)], stdin=subprocess.PIPE, stdout=secondary,
                               stderr=secondary, cwd=self.folder,
                               env={**os.environ, "TERM": "xterm", **environment}) as process:
@@ -262,6 +302,31 @@ class Pseudoterminal(ToolTest):
         self.assertNotIn("\x1b", self.run_on_terminal("tables", TERM="dumb"))
         self.assertNotIn("\x1b", self.output("tables", TERM="xterm"))
 
+    def narrow(self, *arguments: object, columns: int = 80) -> list[str]:
+        """Lines that all have room."""
+        text = self.run_on_terminal(*arguments, columns=columns, NO_COLOR="1").replace("\r", "")
+        for line in text.splitlines():
+            self.assertLessEqual(len(line), columns)
+        return text.splitlines()
+
+    def test_narrow_columns(self):
+        lines = self.narrow("-l", EXAMPLE, "find", "l2vpn_vpls_pw", "instanceId=100")
+        titles = [line.split() for line in lines if line.startswith("vrIndex")]
+        self.assertGreater(len(titles), 2)
+        for title in titles:
+            self.assertEqual(title[:3], ["vrIndex", "pwTunnelId", "pwTunnelType"])
+        wide = self.lines("-l", EXAMPLE, "find", "l2vpn_vpls_pw", "instanceId=100")
+        self.assertEqual([name for title in titles for name in title[3:]], wide[0].split()[3:])
+        self.assertEqual(len([line for line in lines if line.startswith("      1       1000")]), 5 * len(titles))
+        left_out = next(at for at, line in enumerate(lines) if line.startswith("0 in all: "))
+        self.assertEqual(" ".join(line.strip() for line in lines[left_out:]), wide[-1])
+        self.assertIn(" " * 63 + "vrIndex,", self.narrow("describe", "l2vpn_vpls_ac_sub"))
+
+    def test_narrow_layout(self):
+        lines = self.narrow("layout", "l2vpn_vpls_vsimac")
+        self.assertIn("     ┌" + "─" * 31 + "┬" + "─" * 31 + "┐", lines)
+        self.narrow("layout", "l2vpn_stp", columns=24)
+
     def test_progress(self):
         def slowly(stdin):
             for number in range(0, 4000, 2000):
@@ -271,8 +336,23 @@ class Pseudoterminal(ToolTest):
                 time.sleep(1.1)
 
         text = self.run_on_terminal("load", "-", feed=slowly)
-        self.assertRegex(text, r"\r\x1b\[Kstandard input: \d+ records, \d+/s\r\x1b\[K-: 4000 records stored")
+        self.assertRegex(text, r"\r\x1b\[K\d+ records, \d+/s: standard input\r\x1b\[K-: 4000 records stored")
         self.assertNotIn("\r\x1b", self.run_on_terminal("load", EXAMPLE))
+
+    def test_progress_where_it_is_narrow(self):
+        primary, secondary = pty.openpty()
+        termios.tcsetwinsize(secondary, (24, 40))
+        with subprocess.Popen([PROGRAM, "generate", "--instances", "10000000", "--output", "/dev/null"],
+                              stderr=secondary) as process:
+            text = ""
+            while text.count("\r") < 3:
+                text += os.read(primary, 65536).decode("utf-8")
+            process.terminate()
+        os.close(primary)
+        os.close(secondary)
+        for line in re.findall(r"\x1b\[K([^\r]+)\r", text):
+            self.assertRegex(line, r"^\[[# ]{24}\] \d+ %, (\d+:)*\d")
+            self.assertEqual(len(line), 39)
 
 
 if __name__ == "__main__":
