@@ -71,8 +71,8 @@ const Parameter store{"--store", &Arguments::store, Kind::none, false,
                       "write the records into the tables instead"};
 const Parameter record_count{"--records", &Arguments::records, Kind::none, false,
                              "how many records to measure with"};
-const Parameter json{"--json", &Arguments::json, Kind::none, false,
-                     "one JSON object a line, for programs"};
+const Parameter as_json{"--json", &Arguments::json, Kind::none, false,
+                        "one JSON object a line, for programs"};
 const Parameter raw{"--raw", &Arguments::raw, Kind::none, false, "addresses and bytes as numbers"};
 
 std::vector<std::string> command_names() {
@@ -283,7 +283,7 @@ const std::vector<Command> &commands() {
          "draws a table's records and keys byte by byte",
          {&table, &svg},
          run_layout,
-         {{&json, &svg}}},
+         {{&as_json, &svg}}},
         {"load",
          "reads records from files into the tables",
          {&files, &csv_table, &keep_going},
@@ -292,17 +292,17 @@ const std::vector<Command> &commands() {
          "prints the records of tables",
          {&tables, &fields, &all, &line, &csv, &output},
          run_dump,
-         {{&json, &csv, &line}, {&line, &fields}, {&line, &all}}},
+         {{&as_json, &csv, &line}, {&line, &fields}, {&line, &all}}},
         {"get",
          "prints the record with a primary key",
          {&table, &key_values, &line},
          run_get,
-         {{&json, &line}}},
+         {{&as_json, &line}}},
         {"find",
          "prints the records with a key",
          {&table, &key_values, &key_name, &fields, &all, &line, &csv},
          run_find,
-         {{&json, &csv, &line}, {&line, &fields}, {&line, &all}}},
+         {{&as_json, &csv, &line}, {&line, &fields}, {&line, &all}}},
         {"put", "inserts or replaces a record", {&table, &values}, run_put},
         {"set-batch-version",
          "changes nothing but a record's batch version",
@@ -315,12 +315,12 @@ const std::vector<Command> &commands() {
          "shows a record's bytes in both layouts",
          {&table, &values, &only_layout},
          run_pack,
-         {{&json, &only_layout}}},
+         {{&as_json, &only_layout}}},
         {"unpack",
          "shows the record that bytes hold",
          {&table, &hex, &line},
          run_unpack,
-         {{&json, &line}}},
+         {{&as_json, &line}}},
         {"key", "shows a key of a record byte by byte", {&table, &values, &key_name}, run_key},
         {"diff", "compares the records of two files", {&files, &csv_table}, run_diff},
         {"generate",
@@ -338,7 +338,7 @@ const std::vector<Command> &commands() {
 }
 
 const std::vector<const Parameter *> &common_parameters() {
-    static const std::vector<const Parameter *> list = {&json, &raw};
+    static const std::vector<const Parameter *> list = {&as_json, &raw};
     return list;
 }
 

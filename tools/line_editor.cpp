@@ -64,14 +64,16 @@ char **complete(const char *word, int, int) {
     char **const found = matches(word, &next_completion);
     int *const append = library().find<int>("rl_completion_append_character");
     if (append != nullptr && found != nullptr && found[0] != nullptr) {
-        *append = std::strchr(found[0], '=') == nullptr ? ' ' : '\0';
+        *append = std::strchr(found[0], '=') == nullptr ? int{' '} : 0;
     }
     return found;
 }
 
 std::string history_file() {
+    // NOLINTBEGIN(concurrency-mt-unsafe): there is one thread
     const char *const state = std::getenv("XDG_STATE_HOME");
     const char *const home = std::getenv("HOME");
+    // NOLINTEND(concurrency-mt-unsafe)
     if (state != nullptr && *state == '/') {
         return std::string(state) + "/l2vpn-db_history";
     }

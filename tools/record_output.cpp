@@ -227,9 +227,10 @@ void OutputFile::finish() {
     bool right = std::fflush(file_) == 0;
     right = std::fclose(std::exchange(file_, nullptr)) == 0 && right;
     if (!right || (!unfinished_.empty() && std::rename(unfinished_.c_str(), path_.c_str()) != 0)) {
-        const records::FileError error(path_, "cannot be written");
+        const int reason = errno;
         (void)std::remove(unfinished_.c_str());
-        throw error;
+        errno = reason;
+        throw records::FileError(path_, "cannot be written");
     }
 }
 

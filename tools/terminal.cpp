@@ -16,8 +16,10 @@ namespace {
 
 bool in_colour() {
     static const bool answer = [] {
+        // NOLINTBEGIN(concurrency-mt-unsafe): there is one thread
         const char *const no_color = std::getenv("NO_COLOR");
         const char *const terminal = std::getenv("TERM");
+        // NOLINTEND(concurrency-mt-unsafe)
         return isatty(STDOUT_FILENO) == 1 && (no_color == nullptr || *no_color == '\0') &&
                terminal != nullptr && std::string_view(terminal) != "dumb";
     }();
