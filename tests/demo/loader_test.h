@@ -14,8 +14,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "records/table.h"
 #include "examples/record_file.h"
+#include "records/table.h"
 #include "tests/support/table_list.h"
 
 namespace l2vpn::test {
