@@ -141,13 +141,7 @@ Exit run_unpack(const Arguments &arguments) {
                                       ? fmt::format(" or a stored record of {}", table.stored_size)
                                       : ""));
     }
-    if (arguments.json) {
-        fmt::print("{}", record_json(table, table.fields, record, arguments.style()));
-    } else if (arguments.line) {
-        fmt::print("{}\n", record_line(table, record));
-    } else {
-        print_fields(table, record, arguments.style());
-    }
+    print_record(table, arguments, record);
     return exit_done;
 }
 

@@ -9,6 +9,7 @@
 #include "tools/access.h"
 #include "tools/command.h"
 #include "tools/record_output.h"
+#include "tools/refusals.h"
 #include "tools/terminal.h"
 
 namespace l2vpn::tool {
@@ -19,11 +20,8 @@ class Contents final : public records::RecordSink {
 public:
     Contents(const std::string &path, const std::string &csv_table) : source_(path) {
         records::read_records(source_, csv_table, *this);
-        if (!wrong_.empty()) {
-            if (refused_ > most_messages) {
-                wrong_ += fmt::format("\nand {} more", refused_ - most_messages);
-            }
-            throw Failure(exit_bad_input, "nothing is compared:" + wrong_);
+        if (refused_.count > 0) {
+            throw Failure(exit_bad_input, "nothing is compared:\n" + refused_.text());
         }
     }
 
@@ -31,22 +29,15 @@ public:
         tables[&table][key_of(table.primary_key(), record)] = record;
         progress_.show(++records_, source_.position(), source_.size());
     }
-    void refuse(const records::Refusal &refusal) override {
-        if (++refused_ <= most_messages) {
-            wrong_ += "\n" + refusal.message(source_.name());
-        }
-    }
+    void refuse(const records::Refusal &refusal) override { refused_.add(refusal, source_.name()); }
 
     std::map<const Table *, std::map<Bytes, Bytes>> tables; ///< a table's place is its name's
 
 private:
-    static constexpr std::size_t most_messages = 20;
-
     records::TextSource source_;
     Progress progress_{source_.name()};
-    std::string wrong_;
+    Refusals refused_;
     std::uint64_t records_ = 0;
-    std::size_t refused_ = 0;
 };
 
 class Report {

@@ -92,13 +92,7 @@ Exit run_get(const Arguments &arguments) {
         return done(arguments, "found", table, record, result);
     }
     check(result, name_of(table, record));
-    if (arguments.json) {
-        fmt::print("{}", record_json(table, table.fields, record, arguments.style()));
-    } else if (arguments.line) {
-        fmt::print("{}\n", record_line(table, record));
-    } else {
-        print_fields(table, record, arguments.style());
-    }
+    print_record(table, arguments, record);
     return exit_done;
 }
 

@@ -11,6 +11,7 @@
 #include "tools/access.h"
 #include "tools/command.h"
 #include "tools/record_output.h"
+#include "tools/refusals.h"
 #include "tools/terminal.h"
 
 namespace l2vpn::tool {
@@ -20,16 +21,10 @@ using Json = nlohmann::ordered_json;
 
 /// What came of a file.
 struct Loaded {
-    struct Kind {
-        std::size_t times;
-        std::size_t first_line;
-    };
-
     std::map<std::string, std::size_t> tables; ///< records that are stored
-    std::size_t stored = 0, replaced = 0, refused = 0;
-    std::vector<std::string> messages; ///< of the first refusals, each with its place
-    std::map<std::string, Kind> kinds; ///< of refusals
-    std::string unread;                ///< why the file could not be read to its end
+    std::size_t stored = 0, replaced = 0;
+    Refusals refused;
+    std::string failure; ///< of what else went wrong, as in reading the file
 };
 
 class Loader final : public records::RecordSink {
@@ -39,7 +34,7 @@ public:
 
     void record(const Table &table, std::size_t line, const Bytes &record) override {
         progress_.show(loaded.stored, source_.position(), source_.size());
-        if (loaded.refused > 0 && !keep_going_) {
+        if (loaded.refused.count > 0 && !keep_going_) {
             return; // what is still of interest is what else is wrong
         }
         bool replaced = false;
@@ -57,21 +52,15 @@ public:
     }
 
     void refuse(const records::Refusal &refusal) override {
-        constexpr std::size_t most_messages = 20;
-        constexpr std::size_t most_kinds = 1000; // a file can be wrong in any number of ways
-        ++loaded.refused;
-        if (loaded.messages.size() < most_messages) {
-            loaded.messages.push_back(refusal.message(source_.name()));
-        }
-        const std::string kind = loaded.kinds.size() < most_kinds ? refusal.kind() : "other";
-        ++loaded.kinds.try_emplace(kind, Loaded::Kind{0, refusal.line}).first->second.times;
+        loaded.refused.add(refusal, source_.name());
     }
 
     /// Takes everything back that was stored.
     void undo() {
         if (const std::size_t failed = transaction_.undo(); failed > 0) {
-            loaded.messages.push_back(fmt::format("{}: {} could not be put back", source_.name(),
-                                                  records::counted(failed, "record")));
+            loaded.failure +=
+                fmt::format("{}{}: {} could not be put back", loaded.failure.empty() ? "" : "\n",
+                            source_.name(), records::counted(failed, "record"));
         }
         loaded.stored = loaded.replaced = 0;
         loaded.tables.clear();
@@ -98,9 +87,9 @@ Loaded load(records::TextSource &source, const std::string &csv_table, bool keep
     try {
         records::read_records(source, csv_table, loader);
     } catch (const records::FileError &error) {
-        loader.loaded.unread = error.what();
+        loader.loaded.failure = error.what();
     } catch (const std::bad_alloc &) {
-        loader.loaded.unread = source.name() + ": there is not enough memory";
+        loader.loaded.failure = source.name() + ": there is not enough memory";
     } catch (const records::Interrupted &) {
         if (!keep_going) {
             loader.undo();
@@ -108,7 +97,7 @@ Loaded load(records::TextSource &source, const std::string &csv_table, bool keep
         throw;
     }
     Loaded &loaded = loader.loaded;
-    if ((loaded.refused > 0 || !loaded.unread.empty()) && !keep_going) {
+    if ((loaded.refused.count > 0 || !loaded.failure.empty()) && !keep_going) {
         loader.undo();
     }
     return loaded;
@@ -120,44 +109,37 @@ Loaded load(const std::string &path, const std::string &csv_table, bool keep_goi
         return load(source, csv_table, keep_going);
     } catch (const std::runtime_error &error) {
         Loaded nothing;
-        nothing.unread = error.what();
+        nothing.failure = error.what();
         return nothing;
     }
 }
 
 /// Everything that is wrong, and the ways in which it is.
 std::string complaint(const Loaded &loaded) {
-    std::string text = fmt::format("{}", fmt::join(loaded.messages, "\n"));
-    if (loaded.refused > loaded.messages.size()) {
-        text += fmt::format("\nand {} more; in all:", loaded.refused - loaded.messages.size());
-        for (const auto &[kind, times] : loaded.kinds) {
-            text += fmt::format("\n  {}, first in line {}: {}",
-                                records::counted(times.times, "time"), times.first_line, kind);
-        }
-    }
-    return text + (text.empty() || loaded.unread.empty() ? "" : "\n") + loaded.unread;
+    const std::string text = loaded.refused.text();
+    return text + (text.empty() || loaded.failure.empty() ? "" : "\n") + loaded.failure;
 }
 
 Exit exit_of(const Loaded &loaded, bool keep_going) {
-    if (!loaded.unread.empty()) {
+    if (!loaded.failure.empty()) {
         return exit_failed;
     }
-    return loaded.refused == 0 ? exit_done : keep_going ? exit_no : exit_bad_input;
+    return loaded.refused.count == 0 ? exit_done : keep_going ? exit_no : exit_bad_input;
 }
 
 void print_json(const std::string &path, const Loaded &loaded) {
-    Json kinds = Json::array(), messages = loaded.messages;
-    if (!loaded.unread.empty()) {
-        messages.push_back(loaded.unread);
+    Json kinds = Json::array(), messages = loaded.refused.messages;
+    if (!loaded.failure.empty()) {
+        messages.push_back(loaded.failure);
     }
-    for (const auto &[kind, times] : loaded.kinds) {
+    for (const auto &[kind, times] : loaded.refused.kinds) {
         kinds.push_back({{"what", kind}, {"times", times.times}, {"firstLine", times.first_line}});
     }
     const Json load = {{"file", path},
                        {"stored", loaded.stored},
                        {"replaced", loaded.replaced},
                        {"tables", loaded.tables},
-                       {"refused", loaded.refused},
+                       {"refused", loaded.refused.count},
                        {"messages", messages},
                        {"kinds", kinds}};
     fmt::print("{}", json_line("load", load));
@@ -167,9 +149,9 @@ void print(const std::string &path, const Loaded &loaded) {
     fmt::print("{}: {} stored in {}{}{}\n", path, records::counted(loaded.stored, "record"),
                records::counted(loaded.tables.size(), "table"),
                loaded.replaced == 0 ? "" : fmt::format(", {} of them replaced", loaded.replaced),
-               loaded.refused == 0
+               loaded.refused.count == 0
                    ? ""
-                   : fmt::format(", {}", records::counted(loaded.refused, "refusal")));
+                   : fmt::format(", {}", records::counted(loaded.refused.count, "refusal")));
 }
 
 } // namespace

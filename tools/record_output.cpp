@@ -37,6 +37,18 @@ std::string cell(const Field &field, const Bytes &record, records::Style style) 
     return field_text(field, record.data(), style);
 }
 
+void print_fields(const Table &table, const Bytes &record, records::Style style) {
+    std::size_t widest = 0;
+    for (const Field &field : table.fields) {
+        widest = std::max(widest, field.name.size());
+    }
+    for (const Field &field : table.fields) {
+        const std::string text = cell(field, record, style);
+        const std::string line = fmt::format("  {:<{}}  {}", field.name, widest, text);
+        fmt::print("{}\n", is_zero(field, record) ? dim(line) : line);
+    }
+}
+
 /// Columns in groups that there is room for, each behind the columns of the primary key.
 std::vector<Columns::Group> groups_of(const Table &table, const std::vector<Field> &columns,
                                       const Columns &layout, std::size_t room) {
@@ -145,15 +157,13 @@ std::string record_line(const Table &table, const Bytes &record) {
     return line;
 }
 
-void print_fields(const Table &table, const Bytes &record, records::Style style) {
-    std::size_t widest = 0;
-    for (const Field &field : table.fields) {
-        widest = std::max(widest, field.name.size());
-    }
-    for (const Field &field : table.fields) {
-        const std::string text = cell(field, record, style);
-        const std::string line = fmt::format("  {:<{}}  {}", field.name, widest, text);
-        fmt::print("{}\n", is_zero(field, record) ? dim(line) : line);
+void print_record(const Table &table, const Arguments &arguments, const Bytes &record) {
+    if (arguments.json) {
+        fmt::print("{}", record_json(table, table.fields, record, arguments.style()));
+    } else if (arguments.line) {
+        fmt::print("{}\n", record_line(table, record));
+    } else {
+        print_fields(table, record, arguments.style());
     }
 }
 

@@ -26,8 +26,8 @@ std::string record_json(const Table &table, const std::vector<Field> &fields, co
 /// The library's own one-line form.
 std::string record_line(const Table &table, const Bytes &record);
 
-/// "name  value" lines.
-void print_fields(const Table &table, const Bytes &record, records::Style style);
+/// One record as the arguments want it; lines of "name  value" if they want nothing else.
+void print_record(const Table &table, const Arguments &arguments, const Bytes &record);
 
 /// Calls a visitor with each of some records, and does so again when asked again.
 using Records = std::function<void(const Visitor &visit)>;
