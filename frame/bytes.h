@@ -32,6 +32,7 @@ inline void copy(char *to, const char *from) {
     }
 }
 
+/// The value whose bytes stand there, aligned or not.
 template <class Value>
 inline Value load(const char *at) {
     Value value;
