@@ -15,7 +15,7 @@ namespace l2vpn::bench {
 
 namespace {
 
-auto *volatile to_stored = L2VPN_DB_L2vpnVplsPwSetAllFields;
+auto *volatile to_packed = L2VPN_DB_L2vpnVplsPwSetAllFields;
 auto *volatile to_caller = L2VPN_DB_L2vpnVplsPwGetAllFields;
 
 /// What encodes the record and decodes it again, after a look at what comes out.
@@ -33,7 +33,7 @@ Slice round_trip(void (*encode_and_decode)(const L2vpnVplsPw &, L2vpnVplsPw &)) 
 
 void convert_both_ways(const L2vpnVplsPw &record, L2vpnVplsPw &result) {
     char stored[stored_length];
-    to_stored(&record, stored);
+    to_packed(&record, stored);
     to_caller(stored, &result);
 }
 
@@ -42,7 +42,7 @@ void convert_both_ways(const L2vpnVplsPw &record, L2vpnVplsPw &result) {
 void measure_conversion(const Scale &scale) {
     const Slice store =
         repeated([records = few_records(), stored = FewBytes{}](std::size_t n) mutable {
-            to_stored(&records[n % few], stored[n % few].data());
+            to_packed(&records[n % few], stored[n % few].data());
         });
     const Slice load =
         repeated([records = few_records(), stored = FewBytes{}](std::size_t n) mutable {

@@ -6,7 +6,7 @@
 #include <cstdio>
 
 #include "facts/l2vpn_vpls_pw.h"
-#include "format/formatter.h"
+#include "library/formatter.h"
 
 #include "bench/plain_format.h"
 

@@ -9,7 +9,7 @@
 
 #include "records/field_value.h"
 #include "records/record_reader.h"
-#include "records/transaction.h"
+#include "records/undo_log.h"
 
 namespace l2vpn::demo {
 namespace {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A file of records (records/record_reader.h) in memory: read and checked as a whole, and then
+// A file of records (src/records/record_reader.h) in memory: read and checked as a whole, and then
 // stored as a whole.
 #pragma once
 
@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "records/table.h"
+#include "records/table_schema.h"
 
 namespace l2vpn::demo {
 

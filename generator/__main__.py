@@ -92,7 +92,7 @@ def write_sources(tables: list, output: Path) -> None:
         "exports.map": sources.export_list(tables),
         "platform/record_objects.cpp": sources.record_objects(tables),
         "debugger/tables.py": debugger.facts(tables),
-        "records/table_list.cpp": sources.record_table_list(tables),
+        "records/table_functions.cpp": sources.record_table_list(tables),
         "tests/table_list.cpp": sources.test_table_list(tables),
     }
     typed = [table for table in tables if table.typed]

@@ -42,7 +42,7 @@ def facts(table: Table, typed_tables: list) -> str:
             f'extern "C" constinit l2vpn::TableDescriptor<l2vpn::{name}> {table.name}_descriptor\n'
             f'    __asm__("g_l2vpn{record}Intf") __attribute__((visibility("default")));\n\n'
             f"constexpr l2vpn::TableDescriptor<l2vpn::{name}> &l2vpn::{name}::descriptor() {{ return {table.name}_descriptor; }}\n")
-    return (f'{NOTICE}#pragma once\n\n#include "frame/table_descriptor.h"\n'
+    return (f'{NOTICE}#pragma once\n\n#include "library/table_descriptor.h"\n'
             f'#include "l2vpn_db/{table.name}.h"\n\n{checks}\n'
             "namespace [[gnu::visibility(\"hidden\")]] l2vpn {\n\n"
             f"struct {name} {{\n"
@@ -66,7 +66,7 @@ def functions(table: Table) -> str:
                    f"({passed}); }}\n")
 
     u32, it = "uint32_t ", "L2vpnDbIter *"
-    access = f"l2vpn::table_access<{tag}>"
+    access = f"l2vpn::table_info<{tag}>"
     if table.typed:
         db = lambda *args: one("DB", *args)
         db(u32, "Write", f"write<{tag}>", rec, "record")
@@ -85,14 +85,14 @@ def functions(table: Table) -> str:
         db(u32, "GetNext", f"get_next<{tag}>", f"L2vpnDbIter *iter, {record} *record", "iter, record")
         db(u32, "ReleaseIter", "release_iter", "L2vpnDbIter *iter", f"iter, {access}")
         for key in table.keys:
-            this = f"l2vpn::key_access<{tag}>[{key.index}]"
+            this = f"l2vpn::key_info<{tag}>[{key.index}]"
             db(it, f"Create{key.infix}Iter", "create_key_iter", rec, f"record, {this}")
             db(u32, f"CountBy{key.infix}Key", "count_by", f"{rec}, uint32_t *count", f"record, count, {this}")
-            db("void ", f"Set{key.infix}Key", f"set_key<{tag}, {key.index}>",
+            db("void ", f"Set{key.infix}Key", f"build_key_out_of_line<{tag}, {key.index}>",
                f"{rec}, L2vpnDbKeyData *request, uint32_t *keyId, void *key",
                "record, request, keyId, key")
-        db(u32, "MapKeyId", "mapped", "uint32_t keyIndex", f"keyIndex, {access}.key_map")
-        db(u32, "MapUpdateFieldId", "mapped", "uint32_t fieldId", f"fieldId, {access}.update_map")
+        db(u32, "MapKeyId", "find_mapping", "uint32_t keyIndex", f"keyIndex, {access}.key_map")
+        db(u32, "MapUpdateFieldId", "find_mapping", "uint32_t fieldId", f"fieldId, {access}.update_map")
         db(u32, "SetFields", "set_fields", f"const L2vpnDbRecData *record, L2vpnDbRecObj *object, {ids}",
            f"record, object, fieldIds, fieldCount, {access}")
         halves = ["All"] + (["Svc"] if "svc_fields_split" in table.quirks else [])
@@ -107,8 +107,8 @@ def functions(table: Table) -> str:
                    f"l2vpn::dal_intf(intf, {access}); return intf; }}\n")
         dal = lambda *args: one("DAL", *args)
         crec = "const void *record, uint32_t length"
-        dal(u32, "Read", "dal_access", "void *record, uint32_t length", f"record, length, L2VPN_DB_{record}Read")
-        dal(u32, "Write", "dal_access", crec, f"record, length, L2VPN_DB_{record}Write")
+        dal(u32, "Read", "dal_read_write", "void *record, uint32_t length", f"record, length, L2VPN_DB_{record}Read")
+        dal(u32, "Write", "dal_read_write", crec, f"record, length, L2VPN_DB_{record}Write")
         dal(u32, "Update", "dal_update", f"{crec}, {ids}", f"record, length, fieldIds, fieldCount, {access}")
         dal(u32, "Remove", "dal_remove", crec, f"record, length, {access}")
         dal(it, "CreateIter", "dal_create_iter", f"uint32_t keyIndex, {crec}",
@@ -133,10 +133,10 @@ def functions(table: Table) -> str:
             f"        db_set_{table.name}_all_fields, L2VPN_DB_{record}Stat, {{0, 0, 0, 0}}}});\n"
             f"constinit {record}GlbCb g_l2vpn{record}GlbCb{{}};\n")
     includes = "".join(f'#include "{path}.h"\n' for path in (
-        "dal/interface_table", "tables/by_key", "tables/fast_iterator", "tables/single_record",
-        "tables/table_access", "tables/update")) if table.typed else ""
+        "library/generic_interface", "library/key_operations", "library/fast_iterator", "library/record_operations",
+        "library/make_table_info", "library/update")) if table.typed else ""
     body = "".join(out).replace(f"<{tag}", f"<l2vpn::{tag}")
-    return (f'{NOTICE}#include "facts/{table.name}.h"\n\n{includes}#include "format/formatter.h"\n\n'
+    return (f'{NOTICE}#include "facts/{table.name}.h"\n\n{includes}#include "library/formatter.h"\n\n'
             f"extern \"C\" {{\n\n{objects}\n{body}\n}} // extern \"C\"\n")
 
 
@@ -158,7 +158,7 @@ def schemas(tables: list) -> str:
     accessors = "".join(
         f"L2vpnAstModule *L2VPN_AST_{t.camel}Module(void) {{ return &l2vpn::schemas.{t.name}.module; }}\n"
         for t in tables)
-    return (f'{NOTICE}{includes}#include "schema/descriptor.h"\n\n'
+    return (f'{NOTICE}{includes}#include "library/schema_descriptor.h"\n\n'
             'namespace [[gnu::visibility("hidden")]] l2vpn {\n\n'
             f"struct Schemas {{\n{members}}};\n\nextern Schemas schemas;\n\n"
             f"constinit Schemas schemas{{\n{values}}};\n\n}} // namespace l2vpn\n\n"
@@ -172,7 +172,7 @@ def interface_rows(tables: list) -> str:
              "DB_{}ReleaseIter", "DAL_{}GetNext", "DB_{}Count", "DAL_{}CountByKey")
     rows = "".join("    {" + ", ".join("L2VPN_" + slot.format(t.camel) for slot in slots) + ", nullptr},\n"
                    for t in typed)
-    return (f'{NOTICE}{includes}#include "dal/interface_table.h"\n\n'
+    return (f'{NOTICE}{includes}#include "library/generic_interface.h"\n\n'
             'namespace [[gnu::visibility("hidden")]] l2vpn {\n\n'
             f"constinit const InterfaceRow interface_rows[] = {{\n{rows}}};\n\n"
             "} // namespace l2vpn\n")
@@ -216,7 +216,7 @@ def record_objects(tables: list) -> str:
             functions_out += (
                 f"uint32_t db_set_{table.name}_batchVersion(L2vpnDbRecObj *object, uint32_t value) {{ "
                 f"return set_batch_version({layout}, object, value); }}\n")
-    return (f'{NOTICE}{includes}#include "platform/record_object.h"\n\n'
+    return (f'{NOTICE}{includes}#include "platform/store/record_object.h"\n\n'
             f"namespace l2vpn::platform {{\n\nnamespace {{\n\n{arrays}\n"
             f"constexpr TableLayout layouts[] = {{\n{rows}}};\n\n}} // namespace\n\n"
             "extern constinit const std::span<const TableLayout> table_layouts;\n"
@@ -232,11 +232,11 @@ def record_table_list(tables: list) -> str:
     for table in tables:
         db, typed = f"L2VPN_DB_{table.camel}", ""
         if table.typed:
-            set_key = ", ".join(f"untyped<{db}Set{key.infix}Key>" for key in table.keys)
+            key_builders = ", ".join(f"untyped<{db}Set{key.infix}Key>" for key in table.keys)
             typed = (f", {db}DalIntf, {db}GetStat, untyped<{db}SetAllFields>,\n"
-                     f"     untyped<{db}GetAllFields>, {{{set_key}}}")
+                     f"     untyped<{db}GetAllFields>, {{{key_builders}}}")
         rows += f"    {{L2VPN_AST_{table.camel}Module{typed}}},\n"
-    return (f'{NOTICE}{includes}#include "records/table_list.h"\n\nnamespace l2vpn::records {{\n\n'
+    return (f'{NOTICE}{includes}#include "records/table_functions.h"\n\nnamespace l2vpn::records {{\n\n'
             f"const std::vector<TableFunctions> table_functions = {{\n{rows}}};\n\n"
             "} // namespace l2vpn::records\n")
 

@@ -15,7 +15,7 @@
 #include <unistd.h>
 
 #include "examples/record_file.h"
-#include "records/table.h"
+#include "records/table_schema.h"
 #include "tests/support/table_list.h"
 
 namespace l2vpn::test {

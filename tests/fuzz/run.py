@@ -21,8 +21,8 @@ CORPUS = HERE / "corpus"
 CATALOG = HERE.parents[1] / "schema/catalog"
 # The longest input, and which functions are under test: by their names or their sources.
 TARGETS = {
-    "store": (600, r"/platform/memory/|/platform/record_objects"),
-    "print": (1200, r"/platform/base/|/format/|L2VPN_AST_\w+Format"),
+    "store": (600, r"/platform/store/|/platform/record_objects"),
+    "print": (1200, r"/platform/runtime/|/formatter\.|L2VPN_AST_\w+Format"),
     "record_file": (1500, r"/examples/|/records/"),
 }
 DIGITS = re.compile(r"stat::(\w+):\s+(\d+)")

@@ -55,7 +55,7 @@ def main():
         cases += [(path, language, [*command, *WARNINGS, *public, *TO_NOWHERE, str(path)])
                   for language, command in languages.items()]
     internal = sorted(HERE.glob("internal/*.cpp"))
-    with_internals = [*languages["C++20"][:-2], *WARNINGS, *public, "-I", options.root,
+    with_internals = [*languages["C++20"][:-2], *WARNINGS, *public, "-I", options.root, "-I", f"{options.root}/src",
                       "-I", options.generated]
     with tempfile.TemporaryDirectory() as folder:
         # The library's own headers are read once for all.

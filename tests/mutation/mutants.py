@@ -33,12 +33,12 @@ OPERATORS = {"==": ["!="], "!=": ["=="], "<": ["<="], "<=": ["<"], ">": [">="], 
              "&": ["|"], "|": ["&"], "<<": [">>"], ">>": ["<<"], "+=": ["-="], "-=": ["+="]}
 OPERATOR = re.compile(r"(?<= )(" + "|".join(map(re.escape, sorted(OPERATORS, key=len, reverse=True))) + r")(?= |$)")
 WORDS = {"true": ["false"], "false": ["true"], "max": ["min"], "min": ["max"],
-         "to_stored": ["to_caller"], "to_caller": ["to_stored"],
+         "to_packed": ["to_caller"], "to_caller": ["to_packed"],
          "L2VPN_DB_OK": ["L2VPN_DB_ERR_PARAM"], "L2VPN_DB_ERR_PARAM": ["L2VPN_DB_OK"],
          "mac": ["bytes"], "pair": ["context"], "context": ["pair"], "integer": ["pair"],
          "caller": ["stored"], "stored": ["caller"]}
 WORD = re.compile(r"(?<=[\s(!])(true|false)\b|(?<=std::)(max|min)\b|"
-                  r"(?<=Direction::)(to_stored|to_caller)\b|\b(L2VPN_DB_OK|L2VPN_DB_ERR_PARAM)\b|"
+                  r"(?<=Direction::)(to_packed|to_caller)\b|\b(L2VPN_DB_OK|L2VPN_DB_ERR_PARAM)\b|"
                   r"(?<=Kind::)(mac|pair|context|integer)\b|(?<=Step\.)(caller|stored)\b")
 NUMBER = re.compile(r"(?<![\w.'])(0x[0-9A-Fa-f]+|\d+)(?=U?\b)(?![\w.]*['.])")
 CONDITION = re.compile(r"^(\s*(?:\} else )?(?:if|while)(?: constexpr)? \()(.*)(\)(?: \{| \[\[\w+\]\] \{|)?)$")

@@ -20,9 +20,9 @@ from pathlib import Path
 import mutants
 
 ROOT = Path(__file__).resolve().parents[2]
-LIBRARY = ("frame", "schema", "tables", "dal", "format")
+LIBRARY = "src/library"
 FILES = {
-    "templates": [f"{folder}/*.{ending}" for folder in LIBRARY for ending in ("h", "cpp")],
+    "templates": [f"{LIBRARY}/*.{ending}" for ending in ("h", "cpp")],
     "generator": ["generator/*.py"],
     "catalog": ["schema/catalog/*.toml"],
 }
@@ -63,12 +63,12 @@ class Templates:
         self.build, self.gen = build, build / "gen"
         self.library = build / "libl2vpn_db.so.0"
         self.tables = sorted(path.stem for path in (self.gen / "tables").glob("*.cpp"))
-        self.headers = ["-std=c++20", "-w", "-O0", f"-I{ROOT}", f"-I{ROOT}/include", f"-I{self.gen}"]
+        self.headers = ["-std=c++20", "-w", "-O0", f"-I{ROOT}", f"-I{ROOT}/src", f"-I{ROOT}/include", f"-I{self.gen}"]
         self.shared = ["-fno-exceptions", "-fno-rtti", "-fPIC", *self.headers]
         self.some = [f"l2vpn_{table}" for table in self.SOME]
 
     def prepare(self, folder: Path) -> None:
-        shared = sorted(path.relative_to(ROOT) for name in LIBRARY for path in (ROOT / name).glob("*.cpp"))
+        shared = sorted(path.relative_to(ROOT) for path in (ROOT / LIBRARY).glob("*.cpp"))
         common = [*shared, "schemas.cpp", "interface_rows.cpp"]
         for name, tables, more in (("some", self.some, common), ("all", self.tables, common),
                                    ("others", [t for t in self.tables if t not in self.some], []),
@@ -94,7 +94,7 @@ class Templates:
 
     def library_tests(self, folder: Path, sources: list, options: list) -> str:
         library = folder / self.library.name
-        if not compiles([f"-I{folder}/slip", *self.shared, "-shared", f"-Wl,-soname,{library.name}",
+        if not compiles([f"-I{folder}/slip", f"-I{folder}/slip/src", *self.shared, "-shared", f"-Wl,-soname,{library.name}",
                        f"-Wl,--version-script={self.gen}/exports.map", *sources, "-o", library]):
             return "compiler"
         environment = {**os.environ, "LD_PRELOAD": str(library)}
@@ -103,7 +103,7 @@ class Templates:
 
     def parts_tests(self, folder: Path) -> str:
         test = folder / "parts_tests"
-        if not compiles([f"-I{folder}/slip", *self.headers, "-I/usr/src/googletest/googletest/include",
+        if not compiles([f"-I{folder}/slip", f"-I{folder}/slip/src", *self.headers, "-I/usr/src/googletest/googletest/include",
                        folder / "parts.cpp", "-o", test, self.build / "lib/libgtest.a", self.build / "lib/libgtest_main.a",
                        "-Wl,--no-as-needed", self.library, self.build / "libl2vpn_platform.so",
                        f"-Wl,-rpath,{self.build}"]):

@@ -8,13 +8,13 @@
 #include <tuple>
 #include <vector>
 
-#include "dal/interface_table.h"
-#include "format/formatter.h"
-#include "frame/control_block.h"
-#include "schema/descriptor.h"
-#include "tables/conversion.h"
-#include "tables/key_builder.h"
-#include "tables/table_access.h"
+#include "library/control_block.h"
+#include "library/conversion.h"
+#include "library/formatter.h"
+#include "library/generic_interface.h"
+#include "library/key_builder.h"
+#include "library/make_table_info.h"
+#include "library/schema_descriptor.h"
 #include "tests/parts/sample_table.h"
 
 namespace l2vpn {
@@ -81,52 +81,52 @@ TEST(Facts, OfKeys) {
 using Seen = std::vector<std::tuple<std::size_t, std::size_t, std::size_t, bool>>;
 
 template <class List>
-Seen moves_of(const List &list) {
+Seen listed(const List &list) {
     Seen seen;
     for (std::size_t i = 0; i < list.count; ++i)
-        seen.emplace_back(list.items[i].caller, list.items[i].stored, list.items[i].width,
+        seen.emplace_back(list.items[i].caller, list.items[i].packed, list.items[i].width,
                           list.items[i].plain);
     return seen;
 }
 
-TEST(Moves, JoinPlainBytesThatGoOnInBothLayouts) {
-    Moves<6> moves;
-    moves.add({0, 0, 4, true});
-    moves.add({4, 4, 1, true});
-    EXPECT_EQ(moves_of(moves), (Seen{{0, 0, 5, true}}));
-    moves.add({6, 5, 2, true}); // padding before it
-    moves.add({8, 8, 2, true}); // not in the stored record
-    moves.add({10, 10, 2, false});
-    moves.add({12, 12, 2, true}); // after bytes that are not plain
-    moves.add({14, 14, 2, false});
-    EXPECT_EQ(moves_of(moves), (Seen{{0, 0, 5, true},
-                                     {6, 5, 2, true},
-                                     {8, 8, 2, true},
-                                     {10, 10, 2, false},
-                                     {12, 12, 2, true},
-                                     {14, 14, 2, false}}));
+TEST(Segments, MergePlainBytesThatGoOnInBothLayouts) {
+    Segments<6> segments;
+    segments.add({0, 0, 4, true});
+    segments.add({4, 4, 1, true});
+    EXPECT_EQ(listed(segments), (Seen{{0, 0, 5, true}}));
+    segments.add({6, 5, 2, true}); // padding before it
+    segments.add({8, 8, 2, true}); // not in the stored record
+    segments.add({10, 10, 2, false});
+    segments.add({12, 12, 2, true}); // after bytes that are not plain
+    segments.add({14, 14, 2, false});
+    EXPECT_EQ(listed(segments), (Seen{{0, 0, 5, true},
+                                      {6, 5, 2, true},
+                                      {8, 8, 2, true},
+                                      {10, 10, 2, false},
+                                      {12, 12, 2, true},
+                                      {14, 14, 2, false}}));
 }
 
-TEST(Moves, OfAWholeRecordFollowTheSchema) {
-    EXPECT_EQ(moves_of(record_moves<SampleTable>()), (Seen{{0, 0, 5, true},
+TEST(Segments, OfAWholeRecordFollowTheSchema) {
+    EXPECT_EQ(listed(record_segments<SampleTable>()), (Seen{{0, 0, 5, true},
+                                                            {6, 5, 2, true},
+                                                            {8, 7, 6, false},
+                                                            {14, 13, 4, true},
+                                                            {18, 17, 5, false},
+                                                            {23, 22, 5, false},
+                                                            {28, 27, 8, true},
+                                                            {36, 35, 3, false}}));
+}
+
+TEST(Segments, LeaveServiceFieldsToTheirOwnConversion) {
+    EXPECT_EQ(listed(record_segments<SplitTable>()), (Seen{{0, 0, 5, true},
                                                            {6, 5, 2, true},
                                                            {8, 7, 6, false},
-                                                           {14, 13, 4, true},
-                                                           {18, 17, 5, false},
-                                                           {23, 22, 5, false},
                                                            {28, 27, 8, true},
                                                            {36, 35, 3, false}}));
-}
-
-TEST(Moves, LeaveServiceFieldsToTheirOwnConversion) {
-    EXPECT_EQ(moves_of(record_moves<SplitTable>()), (Seen{{0, 0, 5, true},
-                                                          {6, 5, 2, true},
-                                                          {8, 7, 6, false},
-                                                          {28, 27, 8, true},
-                                                          {36, 35, 3, false}}));
-    EXPECT_EQ(moves_of(service_moves<SplitTable, Direction::to_stored>()),
+    EXPECT_EQ(listed(service_segments<SplitTable, Direction::to_packed>()),
               (Seen{{18, 17, 5, false}, {23, 22, 5, false}, {14, 13, 4, true}}));
-    EXPECT_EQ(moves_of(service_moves<SplitTable, Direction::to_caller>()),
+    EXPECT_EQ(listed(service_segments<SplitTable, Direction::to_caller>()),
               (Seen{{14, 13, 4, true}, {18, 17, 5, false}, {23, 22, 5, false}}));
 }
 
@@ -138,21 +138,21 @@ struct ServiceAround {
     static constexpr bool svc_fields_split = true;
 };
 
-TEST(Moves, FindServiceFieldsWhereverTheyStand) {
-    EXPECT_EQ(moves_of(record_moves<ServiceAround>()), (Seen{{2, 2, 2, true}}));
-    EXPECT_EQ(moves_of(service_moves<ServiceAround, Direction::to_stored>()),
+TEST(Segments, FindServiceFieldsWhereverTheyStand) {
+    EXPECT_EQ(listed(record_segments<ServiceAround>()), (Seen{{2, 2, 2, true}}));
+    EXPECT_EQ(listed(service_segments<ServiceAround, Direction::to_packed>()),
               (Seen{{4, 4, 5, false}, {9, 9, 5, false}, {0, 0, 2, true}}));
 }
 
-TEST(Moves, WithoutACallOfMemcpySGiveZero) {
-    static constexpr auto none = record_moves<OneFieldTable>();
+TEST(Segments, WithoutACallOfMemcpySGiveZero) {
+    static constexpr auto none = record_segments<OneFieldTable>();
     const char from = 7;
     char to = 0;
-    EXPECT_EQ((run<Direction::to_stored, none>(&to, &from)), 0U);
+    EXPECT_EQ((copy_segments<Direction::to_packed, none>(&to, &from)), 0U);
     EXPECT_EQ(to, 7);
 }
 
-TEST(Moves, NeedTheRestToBeClear) {
+TEST(Segments, NeedTheRestToBeClear) {
     EXPECT_EQ(end_of_copied<SampleTable>(2), 2U);
     EXPECT_EQ(end_of_copied<SampleTable>(3), 4U);
     EXPECT_EQ(end_of_copied<SampleTable>(9), 10U);
@@ -166,7 +166,7 @@ TEST(Moves, NeedTheRestToBeClear) {
                                                       std::string(8, 'x') + std::string(3, '\0'));
 }
 
-TEST(Moves, NeedTheFirstAndTheLastFieldToBeClear) {
+TEST(Segments, NeedTheFirstAndTheLastFieldToBeClear) {
     char stored[stored_size<CopiedEndsTable>];
     std::memset(stored, 'x', sizeof stored);
     clear_copied<CopiedEndsTable>(stored);
@@ -174,26 +174,20 @@ TEST(Moves, NeedTheFirstAndTheLastFieldToBeClear) {
               std::string(6, '\0') + 'x' + std::string(3, '\0'));
 }
 
-TEST(Moves, KnowTheServiceFieldsByName) {
+TEST(Segments, KnowTheServiceFieldsByName) {
     for (const char *name : {"svcStatus", "svcErrcode", "glbSvcCtx", "svcCtx"})
         EXPECT_TRUE(is_service_field(name)) << name;
     for (const char *name : {"svcStatu", "svcCtx2", "batchVersion", ""})
         EXPECT_FALSE(is_service_field(name)) << name;
 }
 
-template <class List>
-Seen runs_of(const List &list) {
-    Seen seen;
-    for (std::size_t i = 0; i < list.count; ++i)
-        seen.emplace_back(list.items[i].record, list.items[i].key, list.items[i].width,
-                          list.items[i].plain);
-    return seen;
-}
-
-TEST(KeyRuns, JoinMembersThatStandTogetherInTheRecord) {
-    EXPECT_EQ(runs_of(key_runs<SampleTable, 0>()),
-              (Seen{{0, 0, 4, true}, {6, 4, 2, true}, {8, 6, 6, false}}));
-    EXPECT_EQ(runs_of(key_runs<SampleTable, 1>()), (Seen{{28, 0, 8, true}, {0, 8, 4, true}}));
+TEST(KeySegments, MergeMembersThatAreContiguousInTheRecord) {
+    EXPECT_EQ(listed(key_segments<SampleTable, 0, true>()),
+              (Seen{{0, 0, 4, true}, {6, 4, 2, true}}));
+    EXPECT_EQ(listed(key_segments<SampleTable, 0, false>()), (Seen{{8, 6, 6, false}}));
+    EXPECT_EQ(listed(key_segments<SampleTable, 1, true>()),
+              (Seen{{28, 0, 8, true}, {0, 8, 4, true}}));
+    EXPECT_EQ(listed(key_segments<SampleTable, 1, false>()), Seen{});
 }
 
 /// A key whose members all stand together in the record, but for the last one.
@@ -206,12 +200,11 @@ struct MacsAmongNumbers {
     static constexpr Key keys[] = {{"primary_key", 0, 6}};
 };
 
-TEST(KeyRuns, NeverJoinMacAddresses) {
-    EXPECT_EQ(runs_of(key_runs<MacsAmongNumbers, 0>()), (Seen{{0, 0, 6, true},
-                                                              {6, 6, 6, false},
-                                                              {12, 12, 6, false},
-                                                              {18, 18, 2, true},
-                                                              {24, 20, 4, true}}));
+TEST(KeySegments, NeverMergeMacAddresses) {
+    EXPECT_EQ(listed(key_segments<MacsAmongNumbers, 0, true>()),
+              (Seen{{0, 0, 6, true}, {18, 18, 2, true}, {24, 20, 4, true}}));
+    EXPECT_EQ(listed(key_segments<MacsAmongNumbers, 0, false>()),
+              (Seen{{6, 6, 6, false}, {12, 12, 6, false}}));
 }
 
 /// The last item is followed by the separator, too.
@@ -254,16 +247,16 @@ TEST(Descriptors, GoOnWithTheirMaps) {
     const auto descriptor = make_descriptor<SampleTable>(intf);
     EXPECT_EQ(descriptor.intf.name, SampleTable::name);
     EXPECT_EQ(descriptor.updates[0].id, 10U);
-    EXPECT_EQ(descriptor.updates[0].mapped, 10U);
+    EXPECT_EQ(descriptor.updates[0].value, 10U);
     ASSERT_EQ(std::size(descriptor.keys), 2U);
     EXPECT_EQ(descriptor.keys[0].id, 0U);
-    EXPECT_EQ(descriptor.keys[0].mapped, 0x001U);
+    EXPECT_EQ(descriptor.keys[0].value, 0x001U);
     EXPECT_EQ(descriptor.keys[1].id, 1U);
-    EXPECT_EQ(descriptor.keys[1].mapped, 0x109U);
+    EXPECT_EQ(descriptor.keys[1].value, 0x109U);
     static_assert(sizeof descriptor == 80 + 8 + 16);
 
     const auto short_one = make_descriptor<OneFieldTable>(intf);
-    EXPECT_EQ(short_one.keys[0].mapped, 0x001U);
+    EXPECT_EQ(short_one.keys[0].value, 0x001U);
     static_assert(sizeof short_one == 80 + 8);
 }
 
@@ -329,12 +322,12 @@ TEST(ControlBlocks, AreCheckedInEveryPlace) {
     EXPECT_FALSE(control_block_laid_out<BlockTooLong>());
 }
 
-TEST(TableAccess, HoldsTheTablesFacts) {
+TEST(TableInfo, HoldsTheTablesFacts) {
     // By a pointer that may change, so that it happens now.
-    TableAccess (*volatile make)() = make_access<SampleTable>;
-    const TableAccess access = make();
+    TableInfo (*volatile make)() = make_table_info<SampleTable>;
+    const TableInfo access = make();
     EXPECT_EQ(access.intf, &sample_descriptor.intf);
-    EXPECT_EQ(access.keys, key_access<SampleTable>.data());
+    EXPECT_EQ(access.keys, key_info<SampleTable>.data());
     EXPECT_EQ(access.key_map.pairs, sample_descriptor.keys);
     EXPECT_EQ(access.key_map.count, 2U);
     EXPECT_EQ(access.update_map.pairs, sample_descriptor.updates);
@@ -347,17 +340,16 @@ TEST(TableAccess, HoldsTheTablesFacts) {
     EXPECT_EQ(access.cb, &sample_block.cb);
     EXPECT_EQ(access.record_size, 40U);
     EXPECT_EQ(access.row, 7U);
-    EXPECT_FALSE(access.null_tests);
+    EXPECT_FALSE(access.checks_null);
 }
 
-TEST(TableAccess, HoldsASetterForEachKey) {
-    std::array<KeyAccess, 2> (*volatile make)(std::index_sequence<0, 1>) =
-        make_key_access<SampleTable>;
-    const std::array<KeyAccess, 2> keys = make({});
+TEST(TableInfo, HoldsASetterForEachKey) {
+    std::array<KeyInfo, 2> (*volatile make)(std::index_sequence<0, 1>) = make_key_info<SampleTable>;
+    const std::array<KeyInfo, 2> keys = make({});
     EXPECT_EQ(keys[0].intf, &sample_descriptor.intf);
     EXPECT_EQ(keys[1].intf, &sample_descriptor.intf);
-    EXPECT_EQ(keys[0].set, (set_key<SampleTable, 0>));
-    EXPECT_EQ(keys[1].set, (set_key<SampleTable, 1>));
+    EXPECT_EQ(keys[0].build, (build_key_out_of_line<SampleTable, 0>));
+    EXPECT_EQ(keys[1].build, (build_key_out_of_line<SampleTable, 1>));
 }
 
 std::uint32_t told(std::uint32_t *value) {
@@ -367,8 +359,8 @@ std::uint32_t told(std::uint32_t *value) {
 TEST(GenericInterface, KnowsTheRecordsLength) {
     std::uint32_t record = 77;
     for (const std::uint32_t length : {0U, 3U, 5U})
-        EXPECT_EQ(dal_access(static_cast<void *>(&record), length, told), L2VPN_DB_ERR_PARAM);
-    EXPECT_EQ(dal_access(static_cast<void *>(&record), 4, told), 77U);
+        EXPECT_EQ(dal_read_write(static_cast<void *>(&record), length, told), L2VPN_DB_ERR_PARAM);
+    EXPECT_EQ(dal_read_write(static_cast<void *>(&record), 4, told), 77U);
 }
 
 } // namespace

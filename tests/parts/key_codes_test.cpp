@@ -3,16 +3,16 @@
 // first entry for an index counts, and a code that no key has leads nowhere.
 #include <gtest/gtest.h>
 
-#include "tables/by_key.h"
+#include "library/key_operations.h"
 
 namespace l2vpn {
 namespace {
 
 TEST(KeyCodes, OfNoKeyLeadNowhere) {
-    const KeyAccess keys[2]{};
+    const KeyInfo keys[2]{};
     for (const std::uint32_t code : {0x101U, 0x009U, 0x209U, L2VPN_DB_NO_MAPPING}) {
         const IdPair pairs[] = {{0, 0x001}, {1, code}};
-        TableAccess table{};
+        TableInfo table{};
         table.keys = keys;
         table.key_map = {pairs, 2};
         std::uint32_t count = 77;
@@ -24,11 +24,11 @@ TEST(KeyCodes, OfNoKeyLeadNowhere) {
 
 TEST(KeyCodes, AreThoseOfTheFirstEntry) {
     const IdPair pairs[] = {{4, 0x109}, {7, 0x209}, {4, 0x309}, {7, 0x409}};
-    EXPECT_EQ(mapped(4, {pairs, 4}), 0x109U);
-    EXPECT_EQ(mapped(7, {pairs, 4}), 0x209U);
-    EXPECT_EQ(mapped(4, {pairs + 1, 3}), 0x309U);
-    EXPECT_EQ(mapped(4, {pairs + 1, 1}), L2VPN_DB_NO_MAPPING);
-    EXPECT_EQ(mapped(4, {pairs, 0}), L2VPN_DB_NO_MAPPING);
+    EXPECT_EQ(find_mapping(4, {pairs, 4}), 0x109U);
+    EXPECT_EQ(find_mapping(7, {pairs, 4}), 0x209U);
+    EXPECT_EQ(find_mapping(4, {pairs + 1, 3}), 0x309U);
+    EXPECT_EQ(find_mapping(4, {pairs + 1, 1}), L2VPN_DB_NO_MAPPING);
+    EXPECT_EQ(find_mapping(4, {pairs, 0}), L2VPN_DB_NO_MAPPING);
 }
 
 } // namespace

@@ -4,7 +4,7 @@
 // fields of every kind.
 #pragma once
 
-#include "frame/table_descriptor.h"
+#include "library/table_descriptor.h"
 
 namespace l2vpn {
 

@@ -11,8 +11,8 @@
 
 #include <pthread.h>
 
-#include "platform/memory/cursors.h"
-#include "platform/memory/events.h"
+#include "platform/store/cursors.h"
+#include "platform/store/events.h"
 
 namespace {
 

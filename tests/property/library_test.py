@@ -24,7 +24,7 @@ EXPORTS = ("test_exports_exactly_the_interface", "test_exports_are_strong_functi
            "test_imports_exactly_the_platform", "test_objects_have_their_sizes",
            "test_objects_are_writable_and_blocks_zero_filled")
 # These have room for the longest key of all tables.
-KEY_ROOM = ("tables/by_key.cpp", "tables/update.cpp")
+KEY_ROOM = ("src/library/key_operations.cpp", "src/library/update.cpp")
 
 
 class Failure(Exception):

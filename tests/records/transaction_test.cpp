@@ -7,8 +7,8 @@
 #include <sys/resource.h>
 
 #include "l2vpn_db/l2vpn_stp.h"
-#include "records/text_source.h"
-#include "records/transaction.h"
+#include "records/input_file.h"
+#include "records/undo_log.h"
 #include "tests/demo/loader_test.h"
 
 namespace l2vpn::test {

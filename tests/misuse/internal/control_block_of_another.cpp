@@ -3,7 +3,7 @@
 // message: static assertion failed.*control_block_laid_out|control_block_laid_out
 #include "facts/l2vpn_stp.h"
 #include "facts/l2vpn_vpls_pw.h"
-#include "tables/table_access.h"
+#include "library/make_table_info.h"
 
 #ifdef MISTAKE
 using Block = L2vpnVplsPwGlbCb;
@@ -20,6 +20,6 @@ struct [[gnu::visibility("hidden")]] Table : l2vpn::L2vpnStpTable {
     }
 };
 
-l2vpn::TableAccess access() {
-    return l2vpn::make_access<Table>();
+l2vpn::TableInfo access() {
+    return l2vpn::make_table_info<Table>();
 }

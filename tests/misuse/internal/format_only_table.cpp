@@ -3,7 +3,7 @@
 // message: is not a member of
 #include "facts/l2vpn_eth.h"
 #include "facts/l2vpn_stp.h"
-#include "tables/single_record.h"
+#include "library/record_operations.h"
 
 #ifdef MISTAKE
 using Table = l2vpn::L2vpnEthTable;

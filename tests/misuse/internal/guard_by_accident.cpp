@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // A word does not turn into a guard by itself.
 // message: conversion from|could not convert|no viable conversion
-#include "frame/spin_lock.h"
+#include "library/spin_lock.h"
 
 void hold(std::uint32_t &lock) {
 #ifdef MISTAKE

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // A lock that is held twice would be given back twice.
 // message: use of deleted function|call to deleted
-#include "frame/spin_lock.h"
+#include "library/spin_lock.h"
 
 void hold(std::uint32_t &lock) {
     const l2vpn::SpinGuard guard(lock);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The lock is a word of 32 bits.
 // message: cannot bind|no matching function
-#include "frame/spin_lock.h"
+#include "library/spin_lock.h"
 
 #ifdef MISTAKE
 using Word = std::uint64_t;

@@ -2,7 +2,7 @@
 // A key that the table does not have.
 // message: constant.expression|outside the bounds
 #include "facts/l2vpn_stp.h"
-#include "tables/key_builder.h"
+#include "library/key_builder.h"
 
 #ifdef MISTAKE
 constexpr std::size_t key = 2;
@@ -10,6 +10,6 @@ constexpr std::size_t key = 2;
 constexpr std::size_t key = 1;
 #endif
 
-l2vpn::KeySetter setter() {
-    return l2vpn::set_key<l2vpn::L2vpnStpTable, key>;
+l2vpn::BuildKeyFn setter() {
+    return l2vpn::build_key_out_of_line<l2vpn::L2vpnStpTable, key>;
 }

@@ -3,7 +3,7 @@
 // message: cannot convert|no matching function
 #include "facts/l2vpn_stp.h"
 #include "facts/l2vpn_vpls_pw.h"
-#include "tables/single_record.h"
+#include "library/record_operations.h"
 
 std::uint32_t store(const L2vpnStp *stp, const L2vpnVplsPw *pw) {
 #ifdef MISTAKE

@@ -2,7 +2,7 @@
 // The flags stand in the common part of a control block.
 // message: invalid initialization|cannot bind
 #include "facts/l2vpn_stp.h"
-#include "tables/fast_iterator.h"
+#include "library/fast_iterator.h"
 
 void take(L2vpnStpGlbCb &block) {
 #ifdef MISTAKE

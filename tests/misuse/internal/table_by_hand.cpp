@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // A table of the embedded store is made by its own function, from its own memory.
 // message: is private|use of deleted|no matching function
-#include "platform/memory/table.h"
+#include "platform/store/table.h"
 
 l2vpn::platform::Table *make(const l2vpn::platform::Memory &memory,
                              const l2vpn::platform::TableLayout &layout) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // A table of the embedded store has one place.
 // message: use of deleted function
-#include "platform/memory/table.h"
+#include "platform/store/table.h"
 
 void look(l2vpn::platform::Table &table) {
 #ifdef MISTAKE

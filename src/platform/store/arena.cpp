@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+#include "platform/store/arena.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+#include <sys/mman.h>
+
+namespace l2vpn::platform {
+
+namespace {
+
+constexpr std::size_t line = 64;
+constexpr std::size_t page = 4096;
+constexpr std::size_t huge_page = std::size_t{2} << 20;
+
+constexpr std::size_t round_up(std::size_t size, std::size_t to) {
+    return (size + to - 1) / to * to;
+}
+
+} // namespace
+
+void *Arena::take(const Memory &memory, std::size_t size) {
+    size = round_up(size, line);
+    if (size > left_ && !grow(memory, size))
+        return nullptr;
+    void *const taken = free_;
+    free_ += size;
+    left_ -= size;
+    std::memset(taken, 0, size);
+    return taken;
+}
+
+// Blocks grow with the arena, so that a small table stays small and a large one gets huge pages.
+// They have room for a number of pieces like the one that is wanted: most are followed by such.
+bool Arena::grow(const Memory &memory, std::size_t size) {
+    if (size_ >= 4 * huge_page && size <= huge_page && memory.own()) {
+        void *const block = std::aligned_alloc(huge_page, huge_page);
+        if (block == nullptr)
+            return false;
+        madvise(block, huge_page, MADV_HUGEPAGE); // a hint: nothing depends on it
+        free_ = static_cast<char *>(block);
+        left_ = huge_page;
+        size_ += huge_page;
+        return true;
+    }
+    const std::size_t step = std::min(round_up(size_ / 16 + 1, page), huge_page);
+    const std::size_t wanted = std::max(size, step - step % size);
+    void *const block = memory.allocate(wanted + line);
+    if (block == nullptr)
+        return false;
+    const std::size_t skip = line - reinterpret_cast<std::uintptr_t>(block) % line;
+    free_ = static_cast<char *>(block) + skip;
+    left_ = wanted;
+    size_ += wanted + line;
+    return true;
+}
+
+} // namespace l2vpn::platform

@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: MIT
+#include "platform/store/cursors.h"
+
+namespace l2vpn::platform {
+
+namespace {
+
+// 1 | table, 12 bits | generation, 31 bits | slot, 20 bits: the first bit keeps handles apart from
+// the addresses of a process.
+constexpr unsigned slot_bits = 20, generation_bits = 31, table_bits = 12;
+static_assert(1 + slot_bits + generation_bits + table_bits == 64);
+
+constexpr std::uint64_t field(std::uint64_t handle, unsigned from, unsigned bits) {
+    return handle >> from & ((std::uint64_t{1} << bits) - 1);
+}
+
+} // namespace
+
+Cursor *Cursors::at(std::uint32_t slot) const {
+    const std::uint32_t scaled = slot / first_chunk + 1;
+    const auto chunk = static_cast<std::uint32_t>(std::bit_width(scaled) - 1);
+    // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult): scaled is not 0
+    return chunks_[chunk] + (slot - first_chunk * ((1U << chunk) - 1));
+}
+
+Cursor *Cursors::open(const Memory &memory, Arena &arena, std::size_t key) {
+    if (free_ == nullptr) {
+        const std::uint32_t chunk =
+            static_cast<std::uint32_t>(std::bit_width(used_ / first_chunk + 1) - 1);
+        // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult): nor is this
+        const bool starts = used_ == first_chunk * ((1U << chunk) - 1);
+        if (starts) {
+            if (chunk == chunk_count)
+                return nullptr;
+            chunks_[chunk] =
+                static_cast<Cursor *>(arena.take(memory, (first_chunk << chunk) * sizeof(Cursor)));
+            if (chunks_[chunk] == nullptr)
+                return nullptr;
+        }
+        free_ = at(used_);
+        free_->slot = used_++;
+    }
+    Cursor *const cursor = free_;
+    free_ = cursor->older;
+    cursor->key = key;
+    cursor->open = true;
+    cursor->newer = nullptr;
+    cursor->older = nullptr;
+    if (key != Cursor::whole_table) {
+        cursor->older = newest_[key];
+        if (cursor->older != nullptr)
+            cursor->older->newer = cursor;
+        newest_[key] = cursor;
+    }
+    return cursor;
+}
+
+void Cursors::release(Cursor &cursor) {
+    if (cursor.key != Cursor::whole_table) {
+        (cursor.newer != nullptr ? cursor.newer->older : newest_[cursor.key]) = cursor.older;
+        if (cursor.older != nullptr)
+            cursor.older->newer = cursor.newer;
+    }
+    cursor.open = false;
+    ++cursor.generation;
+    cursor.older = free_;
+    free_ = &cursor;
+}
+
+L2vpnDbIter *Cursors::handle(const Cursor &cursor) const {
+    const std::uint64_t handle =
+        std::uint64_t{1} << 63 | std::uint64_t{table_} << (slot_bits + generation_bits) |
+        field(cursor.generation, 0, generation_bits) << slot_bits | cursor.slot;
+    return reinterpret_cast<L2vpnDbIter *>(handle); // NOLINT(performance-no-int-to-ptr)
+}
+
+Cursor *Cursors::find(const L2vpnDbIter *handle) const {
+    const auto bits = reinterpret_cast<std::uintptr_t>(handle);
+    const auto slot = static_cast<std::uint32_t>(field(bits, 0, slot_bits));
+    if (bits >> 63 == 0 || field(bits, slot_bits + generation_bits, table_bits) != table_ ||
+        slot >= used_)
+        return nullptr;
+    Cursor *const cursor = at(slot);
+    const bool current =
+        field(bits, slot_bits, generation_bits) == field(cursor->generation, 0, generation_bits);
+    return cursor->open && current ? cursor : nullptr;
+}
+
+} // namespace l2vpn::platform

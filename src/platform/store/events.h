@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: MIT
+// Counting of a table's events through the library's statistics function. Several threads that add
+// to one counter at every call would wait for each other longer than a read takes. So one thread at
+// a time, the table's owner, counts at once, and the others count in lots.
+#pragma once
+
+#include "l2vpn_db/l2vpn_db.h"
+#include "platform/store/seqlock_copy.h"
+
+namespace l2vpn::platform {
+
+class Events {
+public:
+    /// Counts an event of the table.
+    void count(L2vpnDbStatFn stat, std::uint32_t event) {
+        if (stat == nullptr)
+            return;
+        if (load(owner_) == idle_thread) [[likely]]
+            stat(event, 1);
+        else
+            count_with_care(stat, event);
+    }
+
+private:
+    friend class EventThread;
+
+    static constexpr std::uint32_t nobody = UINT32_MAX;
+
+    /// This thread's number while it holds no events back, otherwise 0.
+    static inline constinit thread_local std::uint32_t idle_thread = 0;
+
+    void count_with_care(L2vpnDbStatFn stat, std::uint32_t event);
+
+    /// The number of the thread that owns the table. A thread that has ended owns none.
+    std::uint32_t owner_ = nobody;
+};
+
+} // namespace l2vpn::platform

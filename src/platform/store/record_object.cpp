@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: MIT
+#include "platform/store/record_object.h"
+
+#include <cstring>
+#include <new>
+
+#include "platform/store/record_bytes.h"
+#include "platform/store/request_checks.h"
+
+namespace l2vpn::platform {
+
+L2vpnDbRecObj *create_object(L2vpnDbModuleIntf *module, const TableLayout &table) {
+    const Memory memory(module);
+    void *const place = memory.allocate(sizeof(L2vpnDbRecObj) + table.stored_length);
+    if (place == nullptr)
+        return nullptr;
+    auto *const object = new (place) L2vpnDbRecObj{&table, memory.releaser()};
+    reset_object(module, table, object);
+    return object;
+}
+
+void release_object(L2vpnDbModuleIntf * /*module*/, const TableLayout & /*table*/,
+                    L2vpnDbRecObj *object) {
+    if (object != nullptr)
+        object->release(object);
+}
+
+void reset_object(L2vpnDbModuleIntf * /*module*/, const TableLayout & /*table*/,
+                  L2vpnDbRecObj *object) {
+    if (object != nullptr)
+        std::memset(object->bytes(), 0, object->table->stored_length);
+}
+
+std::uint32_t set_all_fields(const TableLayout &table, L2vpnDbRecObj *object,
+                             const L2vpnDbRecData *record) {
+    if (object == nullptr || object->table != &table)
+        return L2VPN_STORE_BAD_OBJECT;
+    const std::uint32_t code = check_record(table.stored_length, record);
+    if (code == L2VPN_DB_OK)
+        std::memcpy(object->bytes(), record->data, record->length);
+    return code;
+}
+
+std::uint32_t set_batch_version(const TableLayout &table, L2vpnDbRecObj *object,
+                                std::uint32_t value) {
+    if (object == nullptr || object->table != &table)
+        return L2VPN_STORE_BAD_OBJECT;
+    std::memcpy(object->bytes() + table.batch_version_offset, &value, sizeof value);
+    return L2VPN_DB_OK;
+}
+
+} // namespace l2vpn::platform

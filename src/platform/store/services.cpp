@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: MIT
+#include "platform/store/services.h"
+
+#include <cstdarg>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+
+namespace l2vpn::platform {
+
+namespace {
+
+/// The services may be registered while others read them; each word is read once.
+std::uintptr_t load(const std::uintptr_t &word) {
+    return __atomic_load_n(&word, __ATOMIC_RELAXED);
+}
+
+template <class Function>
+Function function(std::uintptr_t word) {
+    return reinterpret_cast<Function>(word); // NOLINT(performance-no-int-to-ptr)
+}
+
+} // namespace
+
+Memory::Memory(const L2vpnDbModuleIntf *module) : allocate_(std::malloc), release_(std::free) {
+    if (module == nullptr)
+        return;
+    const std::uintptr_t allocate = load(module->memory[0]);
+    const std::uintptr_t release = load(module->memory[1]);
+    if (allocate != 0 && release != 0) {
+        allocate_ = function<L2vpnStoreAllocateFn>(allocate);
+        release_ = function<L2vpnStoreReleaseFn>(release);
+    }
+}
+
+bool Memory::own() const {
+    return allocate_ == std::malloc && release_ == std::free;
+}
+
+void log(const L2vpnDbModuleIntf *module, const char *format, ...) {
+    const std::uintptr_t word = module == nullptr ? 0 : load(module->log);
+    if (word == 0)
+        return;
+    char text[201];
+    std::va_list arguments;
+    va_start(arguments, format);
+    (void)std::vsnprintf(text, sizeof text, format, arguments);
+    va_end(arguments);
+    function<L2vpnStoreLogFn>(word)(text);
+}
+
+} // namespace l2vpn::platform

@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: MIT
+#include "records/record_reader.h"
+
+#include <algorithm>
+#include <filesystem>
+
+#include <fmt/format.h>
+
+#include "records/csv_reader.h"
+#include "records/field_value.h"
+#include "records/json_reader.h"
+#include "records/suggestion.h"
+
+namespace l2vpn::records {
+namespace {
+
+constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
+
+/// Field names begin with a letter, and JSON that says anything does not.
+bool is_csv(char first) {
+    return first == '"' || (first >= 'a' && first <= 'z') || (first >= 'A' && first <= 'Z');
+}
+
+/// Goes to what a text begins with.
+void skip_to_beginning(TextSource &source) {
+    if (source.line_ahead().starts_with(byte_order_mark)) {
+        for (std::size_t i = 0; i < byte_order_mark.size(); ++i) {
+            source.skip();
+        }
+    }
+    while (source.peek() == ' ' || source.peek() == '\t' || source.peek() == '\r' ||
+           source.peek() == '\n') {
+        source.skip();
+    }
+}
+
+} // namespace
+
+std::string place_of(std::string_view table) {
+    return "table " + in_quotes(table);
+}
+
+std::string place_of(std::string_view table, std::string_view field) {
+    return place_of(table) + ", field " + in_quotes(field);
+}
+
+std::string Refusal::message(const std::string &name) const {
+    return fmt::format("{}{}: {}{}{}", name, line == 0 ? "" : ":" + std::to_string(line), where,
+                       where.empty() ? "" : ": ",
+                       found.empty() ? expected
+                                     : fmt::format("found {}, expected {}", found, expected));
+}
+
+std::string Refusal::kind() const {
+    return found.empty()
+               ? expected
+               : fmt::format("{}{}expected {}", where, where.empty() ? "" : ": ", expected);
+}
+
+Refusal unknown_name(std::size_t line, std::string where, std::string_view what,
+                     const std::string &name, const std::vector<std::string> &known) {
+    return {line, std::move(where), fmt::format("an unknown {}", what),
+            "a known one; nearest is " + in_quotes(nearest(name, known))};
+}
+
+const Table *stored_table(const std::string &name, std::size_t line, RecordSink &sink) {
+    const Table *const table = find_table(name);
+    if (table == nullptr) {
+        sink.refuse(unknown_name(line, place_of(name), "table", name, table_names()));
+        return nullptr;
+    }
+    if (!table->access) {
+        sink.refuse(
+            {line, place_of(name), "a table that can only be formatted", "one that is stored"});
+        return nullptr;
+    }
+    return table;
+}
+
+void RecordBuilder::begin(const Table &table, std::size_t line) {
+    table_ = &table;
+    line_ = line;
+    record_.assign(table.record_size, std::byte{0});
+    given_in_.assign(table.fields.size(), 0);
+    right_ = true;
+}
+
+void RecordBuilder::field(const std::string &name, std::size_t line, const Value &value) {
+    if (const Field *const known = table_->field(name)) {
+        return field(*known, line, value);
+    }
+    refuse(unknown_name(line, place_of(table_->name, name), "field", name,
+                        field_names(table_->fields)));
+}
+
+void RecordBuilder::field(const Field &field, std::size_t line, const Value &value) {
+    std::size_t &first = given_in_[static_cast<std::size_t>(&field - table_->fields.data())];
+    if (first != 0) {
+        refuse({line, place_of(table_->name, field.name),
+                fmt::format("a second time, first in line {}", first), "once"});
+    } else if (!set_field(field, value, record_.data())) {
+        refuse({value.line, place_of(table_->name, field.name), describe(value),
+                expected_value(field)});
+    }
+    first = first == 0 ? line : first;
+}
+
+void RecordBuilder::end() {
+    if (right_) {
+        sink_.record(*table_, line_, record_);
+    }
+}
+
+void RecordBuilder::refuse(const Refusal &refusal) {
+    right_ = false;
+    sink_.refuse(refusal);
+}
+
+void read_records(TextSource &source, const std::string &csv_table, RecordSink &sink) {
+    skip_to_beginning(source);
+    if (source.peek() == TextSource::end) {
+        sink.refuse({1, "", "an empty file", "an object of tables"});
+    } else if (is_csv(static_cast<char>(source.peek()))) {
+        const std::string stem = std::filesystem::path(source.name()).stem();
+        if (csv_table.empty() && find_table(stem) == nullptr) {
+            return sink.refuse(
+                {source.line(), "", "text that is not JSON",
+                 "an object of tables, or CSV in a file or with --table that names its table"});
+        }
+        read_csv(source, csv_table.empty() ? stem : csv_table, sink);
+    } else if (is_json_line(source.line_ahead())) {
+        read_json_lines(source, sink);
+    } else {
+        read_json(source, sink);
+    }
+}
+
+} // namespace l2vpn::records

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: MIT
+// Records of a made-up network, as JSON Lines or into the tables.
+#include <fmt/format.h>
+
+#include "tool/command.h"
+#include "tool/sample_network.h"
+#include "tool/record_output.h"
+#include "tool/terminal.h"
+
+namespace l2vpn::tool {
+
+Exit run_generate(const Arguments &arguments) {
+    const Network network("--instances", arguments.instances, arguments.seed);
+    const auto tables = stored_tables_named({}, "records are made up");
+    std::uint64_t total = 0, done = 0;
+    for (const Table *const table : tables) {
+        total += network.size(*table);
+    }
+    OutputFile output(arguments.output);
+    Progress progress("generate");
+    for (const Table *const table : tables) {
+        const auto length = static_cast<std::uint32_t>(table->record_size);
+        network.records_of(*table, UINT64_MAX, [&](const Bytes &record) {
+            ++done;
+            progress.show(done, done, total);
+            if (arguments.store) {
+                check(table->access->write(record.data(), length), table->name);
+            } else {
+                fmt::print(output.file(), "{}",
+                           record_json(*table, table->fields, record, arguments.style()));
+            }
+        });
+    }
+    output.finish();
+    if (arguments.store) {
+        arguments.json ? fmt::print("{}", json_line("generated", total))
+                       : fmt::print("{} in {} are stored\n", records::counted(total, "record"),
+                                    records::counted(tables.size(), "table"));
+    }
+    return exit_done;
+}
+
+} // namespace l2vpn::tool

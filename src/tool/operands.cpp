@@ -1,0 +1,250 @@
+// SPDX-License-Identifier: MIT
+#include "tool/operands.h"
+
+#include <algorithm>
+#include <map>
+#include <memory>
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include "l2vpn_db/memory_store.h"
+#include "records/field_value.h"
+#include "records/interrupt.h"
+#include "records/suggestion.h"
+#include "tool/command.h"
+
+namespace l2vpn::tool {
+namespace {
+
+using records::in_quotes;
+using records::place_of;
+
+[[noreturn]] void unknown(const std::string &where, std::string_view what, const std::string &name,
+                          const std::vector<std::string> &known) {
+    throw Failure(exit_bad_input,
+                  fmt::format("{}: found an unknown {}, expected a known one; nearest is {}", where,
+                              what, in_quotes(records::nearest(name, known))));
+}
+
+/// Keeps the one record that a command line gives, and what is wrong with it.
+class OneRecord final : public records::RecordSink {
+public:
+    void record(const Table &, std::size_t, const Bytes &record) override { bytes = record; }
+    void refuse(const records::Refusal &refusal) override {
+        const std::string found = fmt::format("{}: found {}, expected {}", refusal.where,
+                                              refusal.found, refusal.expected);
+        wrong += wrong.empty() ? found : "\n" + found;
+    }
+
+    Bytes bytes;
+    std::string wrong;
+};
+
+std::string name_of(const std::string &value) {
+    const std::size_t equals = value.find('=');
+    if (equals == value.npos || equals == 0) {
+        throw Failure(exit_bad_input, fmt::format("argument {}: found no field and value, expected "
+                                                  "field=value",
+                                                  in_quotes(value)));
+    }
+    return value.substr(0, equals);
+}
+
+std::string members_text(const Key &key) {
+    return fmt::format("{}", fmt::join(records::field_names(key.members), ", "));
+}
+
+bool has_member(const Key &key, const std::string &name) {
+    return std::ranges::count(key.members, name, &Field::name) != 0;
+}
+
+} // namespace
+
+const Table &table_named(const std::string &name) {
+    const Table *const table = records::find_table(name);
+    if (table == nullptr) {
+        unknown(place_of(name), "table", name, records::table_names());
+    }
+    return *table;
+}
+
+const Field &field_named(const Table &table, const std::string &name) {
+    const Field *const field = table.field(name);
+    if (field == nullptr) {
+        unknown(place_of(table.name, name), "field", name, records::field_names(table.fields));
+    }
+    return *field;
+}
+
+const Key &key_named(const Table &table, const std::string &name) {
+    const Key *const key = table.key(name);
+    if (key == nullptr) {
+        unknown(fmt::format("{}, key {}", place_of(table.name), in_quotes(name)), "key", name,
+                records::key_names(table));
+    }
+    return *key;
+}
+
+const Table &stored_table_named(const std::string &name, const std::string &doing) {
+    const Table &table = table_named(name);
+    if (!table.access) {
+        throw Failure(exit_bad_input,
+                      fmt::format("{}: found a table that can only be described and formatted, "
+                                  "expected one that is stored: {}",
+                                  place_of(name), doing));
+    }
+    return table;
+}
+
+std::vector<const Table *> tables_named(const std::vector<std::string> &names) {
+    std::vector<const Table *> result;
+    for (const std::string &name : names.empty() ? records::table_names() : names) {
+        result.push_back(&table_named(name));
+    }
+    return result;
+}
+
+std::vector<const Table *> stored_tables_named(const std::vector<std::string> &names,
+                                               const std::string &doing) {
+    std::vector<const Table *> result = tables_named(names);
+    if (names.empty()) {
+        std::erase_if(result, [](const Table *table) { return !table->access; });
+    }
+    std::ranges::for_each(result,
+                          [&](const Table *table) { stored_table_named(table->name, doing); });
+    return result;
+}
+
+std::vector<Field> fields_listed(const Table &table, const std::string &list) {
+    if (list.empty()) {
+        return table.fields;
+    }
+    std::vector<Field> fields;
+    for (std::size_t from = 0; from <= list.size();) {
+        const std::size_t comma = std::min(list.find(',', from), list.size());
+        const Field &field = field_named(table, list.substr(from, comma - from));
+        if (std::ranges::count(fields, field.name, &Field::name) != 0) {
+            throw Failure(exit_bad_input, fmt::format("{}: found a second time, expected once",
+                                                      place_of(table.name, field.name)));
+        }
+        fields.push_back(field);
+        from = comma + 1;
+    }
+    return fields;
+}
+
+Bytes record_of(const Table &table, const std::vector<std::string> &values) {
+    OneRecord one;
+    records::RecordBuilder builder(one);
+    builder.begin(table, 1);
+    std::map<std::string, bool> given;
+    for (const std::string &value : values) {
+        const std::string name = name_of(value);
+        if (!given.emplace(name, true).second) {
+            one.refuse({0, place_of(table.name, name), "a second time", "once"});
+            continue;
+        }
+        const Field *const field = table.field(name);
+        const std::string word = value.substr(name.size() + 1);
+        builder.field(name, 1, field == nullptr ? records::Value{} : word_value(*field, word));
+    }
+    builder.end();
+    if (!one.wrong.empty()) {
+        throw Failure(exit_bad_input, one.wrong);
+    }
+    return one.bytes;
+}
+
+Bytes record_with_key(const Table &table, const Key &key, const std::vector<std::string> &values,
+                      bool only) {
+    Bytes record = record_of(table, values);
+    std::vector<std::string> names(values.size());
+    std::ranges::transform(values, names.begin(), name_of);
+    const std::string where = fmt::format("{}, key {}", place_of(table.name), in_quotes(key.name));
+    for (const Field &member : key.members) {
+        if (std::ranges::count(names, member.name) == 0) {
+            throw Failure(exit_bad_input, fmt::format("{}: found no {}, expected all of {}", where,
+                                                      member.name, members_text(key)));
+        }
+    }
+    for (const std::string &name : names) {
+        if (only && !has_member(key, name)) {
+            throw Failure(exit_bad_input, fmt::format("{}: found {}, which is no member, expected "
+                                                      "only {}",
+                                                      where, name, members_text(key)));
+        }
+    }
+    return record;
+}
+
+const Key &key_for(const Table &table, const std::string &name,
+                   const std::vector<std::string> &values) {
+    if (!name.empty()) {
+        return key_named(table, name);
+    }
+    record_of(table, values); // what is wrong with them says more than that they are no key
+    for (const Key &key : table.keys) {
+        if (key.members.size() == values.size() &&
+            std::ranges::all_of(values, [&](const std::string &value) {
+                return has_member(key, name_of(value));
+            })) {
+            return key;
+        }
+    }
+    std::string known;
+    for (const Key &key : table.keys) {
+        known += fmt::format("\n  {:<18} {}", key.name, members_text(key));
+    }
+    throw Failure(exit_bad_input,
+                  fmt::format("{}: found fields that are not those of a key, expected a key's:{}",
+                              place_of(table.name), known));
+}
+
+std::string result_text(std::uint32_t result) {
+    static const std::map<std::uint32_t, const char *> names = {
+        {L2VPN_DB_ERR_PARAM, "wrong parameter"},
+        {L2VPN_STORE_NOT_FOUND, "not found"},
+        {L2VPN_STORE_UNKNOWN_TABLE, "unknown table"},
+        {L2VPN_STORE_NO_MEMORY, "out of memory"},
+    };
+    const auto found = names.find(result);
+    const std::string text = fmt::format("result {:#x}", result);
+    return found == names.end() ? text : fmt::format("{} ({})", found->second, text);
+}
+
+void check(std::uint32_t result, const std::string &what) {
+    if (result != L2VPN_DB_OK) {
+        throw Failure(exit_failed, fmt::format("{}: {}", what, result_text(result)));
+    }
+}
+
+std::uint32_t count(const Table &table) {
+    std::uint32_t records = 0;
+    check(table.access->count(&records), table.name + ": count");
+    return records;
+}
+
+void walk(const Table &table, const Key &key, const Bytes *record, const Visitor &visit) {
+    const L2vpnDalIntf &access = *table.access;
+    const auto length = static_cast<std::uint32_t>(table.record_size);
+    const std::unique_ptr<L2vpnDbIter, std::uint32_t (*)(L2vpnDbIter *)> iterator(
+        access.createIter(key.index, record == nullptr ? nullptr : record->data(), length),
+        access.releaseIter);
+    if (iterator == nullptr) {
+        throw Failure(exit_failed, table.name + ": the store opens no iterator");
+    }
+    Bytes next(table.record_size);
+    std::uint32_t result = access.getNext(iterator.get(), next.data(), length);
+    for (; result == L2VPN_DB_OK; result = access.getNext(iterator.get(), next.data(), length)) {
+        records::check_interrupt();
+        visit(next);
+    }
+    // The fast iterator says that there is none, or no more, in words of its own.
+    if (result != L2VPN_STORE_END && result != L2VPN_DB_NO_MORE &&
+        result != L2VPN_STORE_NOT_FOUND) {
+        check(result, table.name + ": next record");
+    }
+}
+
+} // namespace l2vpn::tool

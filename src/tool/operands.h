@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: MIT
+// Tables, keys and records as command lines name them, and the store behind them.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "records/record_reader.h"
+#include "records/table_schema.h"
+
+namespace l2vpn::tool {
+
+using records::Bytes;
+using records::Field;
+using records::Key;
+using records::Table;
+
+/// @throws Failure, with the nearest name, if there is none of that name
+const Table &table_named(const std::string &name);
+const Field &field_named(const Table &table, const std::string &name);
+const Key &key_named(const Table &table, const std::string &name);
+
+/// The same, of a table with access.
+/// @param doing  what is impossible with another one: "records are counted"
+const Table &stored_table_named(const std::string &name, const std::string &doing);
+
+/// The tables of these names; all if there are no names.
+std::vector<const Table *> tables_named(const std::vector<std::string> &names);
+/// All tables with access, or those that are named, which must have it.
+std::vector<const Table *> stored_tables_named(const std::vector<std::string> &names,
+                                               const std::string &doing);
+
+/// "mtu,state"; all fields if it is empty.
+std::vector<Field> fields_listed(const Table &table, const std::string &list);
+
+/// A record with the fields that "field=value" give.
+Bytes record_of(const Table &table, const std::vector<std::string> &values);
+/// The same, with all of a key's members and, if `only`, nothing else.
+Bytes record_with_key(const Table &table, const Key &key, const std::vector<std::string> &values,
+                      bool only);
+/// The key that has these members, or the one of that name if there is a name.
+const Key &key_for(const Table &table, const std::string &name,
+                   const std::vector<std::string> &values);
+
+/// "not found" or "result 0x7".
+std::string result_text(std::uint32_t result);
+/// @throws Failure if it is not L2VPN_DB_OK
+void check(std::uint32_t result, const std::string &what);
+
+std::uint32_t count(const Table &table);
+
+using Visitor = std::function<void(const Bytes &)>;
+/// All records with a key's members as in the record; all of the table without a record.
+void walk(const Table &table, const Key &key, const Bytes *record, const Visitor &visit);
+
+} // namespace l2vpn::tool

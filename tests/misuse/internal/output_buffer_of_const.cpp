@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: MIT
+// A line needs a buffer that it may write.
+// message: invalid conversion|no matching function
+#include "library/formatter.h"
+
+#ifdef MISTAKE
+l2vpn::OutputBuffer begin(const char *buffer) {
+#else
+l2vpn::OutputBuffer begin(char *buffer) {
+#endif
+    return l2vpn::OutputBuffer(buffer, 8);
+}
