@@ -21,7 +21,7 @@ sys.path += [str(ROOT / "docs"), str(ROOT / "bench")]
 import figures  # noqa: E402  # pylint: disable=wrong-import-position
 import page  # noqa: E402  # pylint: disable=wrong-import-position
 
-MANUALS = sorted((*ROOT.glob("*/*.1"), *ROOT.glob("*/*.3")))
+MANUALS = [ROOT / "packaging/l2vpn_db.3", ROOT / "src/tool/l2vpn-db.1"]
 LANGUAGES = {".c": "c", ".cpp": "cpp"}
 
 

@@ -40,7 +40,7 @@ def resolve(app, _env, node, content):
     if not (ROOT / path).exists():
         return None
     page = {"include/l2vpn_db": f"api/{Path(path).stem}", "examples": path.replace(".", "_"),
-            "tools": f"manual/{os.path.basename(path).replace('.', '_')}"}.get(os.path.dirname(path), "")
+            "src/tool": f"manual/{os.path.basename(path).replace('.', '_')}"}.get(os.path.dirname(path), "")
     if page not in app.env.found_docs:
         return content
     uri = app.builder.get_relative_uri(node["refdoc"], page)
