@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What holds in a process in which nothing has been called yet. The tests stand in the order in
-// which they may run in one process; each leaves the blocks zero for the next.
+// State of a process before the first call. The tests are ordered so that they may share a process:
+// each leaves the control blocks zeroed.
 #include "tests/support/table_test.h"
 
 #include <unistd.h>
@@ -41,7 +41,7 @@ TEST_P(FreshTable, GetNextOnTheUnusedSlotReadsWithAnEmptyKeyRequest) {
 }
 
 TEST_P(FreshTable, FastIteratorNeedsNoInitialisation) {
-    alarm(30); // a lock that is taken when zero would wait for ever
+    alarm(30); // a lock whose zero state is locked would deadlock
     const Bytes record = sample_record(expected.record_size);
     platform().iterator = store_iterator();
     EXPECT_EQ(table.create_fast_pri_iter(record.data()), fast_handle());

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the scenarios call: a table whose primary key is built by a move and by memcpy_s.
+// The table that the scenarios use: its primary key takes a plain copy and a memcpy_s.
 #pragma once
 
 #include <array>
@@ -11,20 +11,21 @@
 namespace l2vpn::interleavings {
 
 constexpr std::uint32_t key_length = 14;
-/// The store's result if it is asked for another record than the calling thread's.
+/// The store's result for a key that is not the calling thread's.
 constexpr std::uint32_t other_key = 99;
 
-/// One for each thread of a scenario, with keys that differ in every byte.
+/// One per thread; the keys differ in every byte.
 extern std::array<L2vpnVplsMacping, max_threads> records;
 
-/// Locks that are none.
+/// Broken locks, which the exploration must detect.
 namespace broken {
 
-/// Takes a lock by looking at it and then storing to it.
+/// Tests the lock and then stores to it, not atomically.
 void lock(std::uint32_t &lock);
 void unlock(std::uint32_t &lock);
 
-/// Raises a flag and looks at the other one; true if that is down.
+/// Sets its own flag and tests the other one, without a fence between them.
+/// @return whether the other flag is clear
 bool enter(std::uint32_t &own, const std::uint32_t &other);
 
 } // namespace broken

@@ -15,7 +15,7 @@ namespace {
 
 enum class Kind : std::uint8_t { none, read, write, load, store, change, lock, unlock, finished };
 
-/// What a thread is about to do.
+/// The next access of a thread.
 struct Access {
     Kind kind = Kind::none;
     std::size_t at = 0;
@@ -31,7 +31,7 @@ struct Access {
         return both && at < other.at + other.size && other.at < at + size &&
                (writes() || other.writes()) && (plain() || other.plain());
     }
-    /// A locked instruction.
+    /// Whether it is a locked instruction, which drains the store buffer.
     [[nodiscard]] bool drains() const {
         return kind == Kind::change || kind == Kind::lock || kind == Kind::unlock;
     }
@@ -44,23 +44,23 @@ constexpr std::size_t widest = 16;
 struct PendingWrite {
     std::uint32_t at;
     std::uint32_t size;
-    bool locked; ///< by a locked instruction, after looking
+    bool locked; ///< by a locked instruction
     std::uint8_t bytes[widest];
 };
 
 struct Thread {
     ucontext_t context;
     Access next;
-    std::uint64_t history[2]; ///< of all that it has done and seen
+    std::uint64_t history[2]; ///< hash of its accesses and the values it read
     std::size_t writes;
     PendingWrite pending[max_pending_writes];
-    Access made;          ///< last
-    std::uint64_t before; ///< what was there
+    Access made;          ///< the last one
+    std::uint64_t before; ///< value that it found
     bool owns;
     Notes notes;
     alignas(64) char stack[16384];
 
-    /// How much of the stack is in use, and in the red zone below it.
+    /// Bytes of the stack in use, the red zone included.
     [[nodiscard]] std::size_t used() const {
         const auto top = reinterpret_cast<std::uintptr_t>(stack + sizeof stack);
         return top - static_cast<std::uintptr_t>(context.uc_mcontext.gregs[REG_RSP]) + 128;
@@ -85,10 +85,11 @@ const std::function<void()> *bodies = nullptr;
 ucontext_t scheduler;
 Thread *running = nullptr;
 
-/// The world at one point. It comes back to the same addresses, so that stacks stay what they are.
-class Saved {
+/// A snapshot of the world. It is restored to the same addresses, so that pointers into stacks stay
+/// valid.
+class Snapshot {
 public:
-    Saved() {
+    Snapshot() {
         for (const Thread &thread : std::span(world.threads, thread_count)) {
             keep(&thread, offsetof(Thread, stack));
             keep(thread.stack + sizeof thread.stack - thread.used(), thread.used());
@@ -127,14 +128,14 @@ void mix(std::uint64_t (&hash)[2], const void *data, std::size_t size) {
     }
 }
 
-/// The object as a thread sees it: with its own writes.
+/// Shows the object as a thread sees it: memory and its own store buffer.
 void show(const Thread &thread) {
     std::memcpy(object, world.memory, object_size);
     for (std::size_t i = 0; i < thread.writes; ++i)
         std::memcpy(object + thread.pending[i].at, thread.pending[i].bytes, thread.pending[i].size);
 }
 
-void arrive(Thread &thread) {
+void drain_one(Thread &thread) {
     const PendingWrite &first = thread.pending[0];
     std::memcpy(world.memory + first.at, first.bytes, first.size);
     if (first.at == watched && !first.locked && !std::exchange(thread.owns, false))
@@ -150,8 +151,8 @@ std::uint64_t seen(const Access &access) {
     return value;
 }
 
-/// Has the scheduler choose who goes on; returns when this thread may make the access.
-void announce(Kind kind, const void *address, std::size_t size) {
+/// Yields to the scheduler; returns when this thread may make the access.
+void yield_before(Kind kind, const void *address, std::size_t size) {
     const auto *const at = static_cast<const std::uint8_t *>(address);
     if (running == nullptr ||
         (kind != Kind::finished && (at < object || at >= object + object_size)))
@@ -166,10 +167,10 @@ void announce(Kind kind, const void *address, std::size_t size) {
 void begin(unsigned number) {
     bodies[number]();
     forget();
-    announce(Kind::finished, object, 0);
+    yield_before(Kind::finished, object, 0);
 }
 
-/// Lets a thread make its next access and everything up to the one after that.
+/// Runs a thread through its next access, up to the one after it.
 void step(Thread &thread) {
     const Access made = thread.next;
     show(thread);
@@ -192,7 +193,7 @@ void step(Thread &thread) {
         write.locked = made.drains();
         std::memcpy(write.bytes, object + made.at, made.size);
         while (thread.writes != 0 && (!buffered || made.drains()))
-            arrive(thread);
+            drain_one(thread);
     }
 }
 
@@ -209,8 +210,8 @@ bool may_step(const Thread &thread) {
     return true;
 }
 
-/// Numbers of what may happen next: a thread's step, or the arrival of its oldest write.
-std::vector<std::size_t> choices() {
+/// The possible transitions: a thread's step, or its oldest buffered store becoming visible.
+std::vector<std::size_t> transitions() {
     std::vector<std::size_t> all;
     for (std::size_t t = 0; t < thread_count; ++t) {
         if (may_step(world.threads[t]))
@@ -221,11 +222,11 @@ std::vector<std::size_t> choices() {
     return all;
 }
 
-void choose(std::size_t choice) {
+void take(std::size_t choice) {
     if (choice < max_threads)
         step(world.threads[choice]);
     else
-        arrive(world.threads[choice - max_threads]);
+        drain_one(world.threads[choice - max_threads]);
 }
 
 using Identity = std::pair<std::uint64_t, std::uint64_t>;
@@ -247,8 +248,8 @@ Identity identity() {
     return {hash[0], hash[1]};
 }
 
-Point point(bool stuck) {
-    Point here;
+State state(bool stuck) {
+    State here;
     here.overrun = world.overrun;
     here.memory = {world.memory, object_size};
     bool finished = true;
@@ -261,19 +262,19 @@ Point point(bool stuck) {
             here.race = here.race || thread.next.conflicts(world.threads[other].next);
     }
     here.end = stuck && finished;
-    here.dead = stuck && !finished;
+    here.deadlock = stuck && !finished;
     return here;
 }
 
 } // namespace
 
-std::uint64_t explore(const Scenario &scenario, const std::function<void(const Point &)> &visit) {
+std::uint64_t explore(const Scenario &scenario, const std::function<void(const State &)> &visit) {
     object = static_cast<std::uint8_t *>(scenario.object);
     object_size = scenario.size;
     watched =
         static_cast<std::size_t>(reinterpret_cast<const std::uint8_t *>(scenario.watched) - object);
     thread_count = scenario.threads.size();
-    buffered = scenario.writes == Writes::in_time;
+    buffered = scenario.memory_model == MemoryModel::total_store_order;
     bodies = scenario.threads.data();
     if (object_size > max_size || thread_count > max_threads)
         std::abort();
@@ -290,32 +291,32 @@ std::uint64_t explore(const Scenario &scenario, const std::function<void(const P
         step(thread);
     }
 
-    struct Visited {
-        Saved world;
-        std::vector<std::size_t> choices;
+    struct Frame {
+        Snapshot world;
+        std::vector<std::size_t> transitions;
     };
-    std::vector<Visited> path;
+    std::vector<Frame> path;
     std::unordered_set<Identity, HashOfIdentity> known;
-    const auto arrived = [&] {
+    const auto reached = [&] {
         if (!known.insert(identity()).second)
             return;
-        std::vector<std::size_t> next = choices();
-        visit(point(next.empty()));
+        std::vector<std::size_t> next = transitions();
+        visit(state(next.empty()));
         if (!next.empty())
-            path.push_back({Saved(), std::move(next)});
+            path.push_back({Snapshot(), std::move(next)});
     };
-    arrived();
+    reached();
     while (!path.empty()) {
-        Visited &last = path.back();
-        if (last.choices.empty()) {
+        Frame &last = path.back();
+        if (last.transitions.empty()) {
             path.pop_back();
             continue;
         }
-        const std::size_t choice = last.choices.back();
-        last.choices.pop_back();
+        const std::size_t choice = last.transitions.back();
+        last.transitions.pop_back();
         last.world.restore();
-        choose(choice);
-        arrived();
+        take(choice);
+        reached();
     }
     std::memcpy(object, original.data(), object_size);
     return known.size();
@@ -339,7 +340,7 @@ void forget() {
 
 using namespace l2vpn::interleavings;
 
-// ---- What the compiler announces ----------------------------------------------------------------
+// ---- Instrumentation hooks ----------------------------------------------------------------------
 
 // NOLINTBEGIN
 extern "C" {
@@ -350,16 +351,16 @@ void __tsan_func_exit() {}
 
 #define PLAIN(size)                                                                                \
     void __tsan_read##size(void *at) {                                                             \
-        announce(Kind::read, at, size);                                                            \
+        yield_before(Kind::read, at, size);                                                        \
     }                                                                                              \
     void __tsan_write##size(void *at) {                                                            \
-        announce(Kind::write, at, size);                                                           \
+        yield_before(Kind::write, at, size);                                                       \
     }                                                                                              \
     void __tsan_unaligned_read##size(void *at) {                                                   \
-        announce(Kind::read, at, size);                                                            \
+        yield_before(Kind::read, at, size);                                                        \
     }                                                                                              \
     void __tsan_unaligned_write##size(void *at) {                                                  \
-        announce(Kind::write, at, size);                                                           \
+        yield_before(Kind::write, at, size);                                                       \
     }
 PLAIN(1)
 PLAIN(2)
@@ -368,30 +369,30 @@ PLAIN(8)
 PLAIN(16)
 
 void __tsan_read_range(void *at, std::size_t size) {
-    announce(Kind::read, at, size);
+    yield_before(Kind::read, at, size);
 }
 void __tsan_write_range(void *at, std::size_t size) {
-    announce(Kind::write, at, size);
+    yield_before(Kind::write, at, size);
 }
 
 std::uint32_t __tsan_atomic32_load(const volatile std::uint32_t *at, int) {
-    announce(Kind::load, const_cast<const std::uint32_t *>(at), sizeof *at);
+    yield_before(Kind::load, const_cast<const std::uint32_t *>(at), sizeof *at);
     return *at;
 }
 void __tsan_atomic32_store(volatile std::uint32_t *at, std::uint32_t value, int order) {
     if (order == __ATOMIC_SEQ_CST)
-        std::abort(); // a locked instruction, which nothing here needs
-    announce(Kind::store, const_cast<const std::uint32_t *>(at), sizeof *at);
+        std::abort(); // a locked instruction, which no scenario uses
+    yield_before(Kind::store, const_cast<const std::uint32_t *>(at), sizeof *at);
     *at = value;
 }
 std::uint32_t __tsan_atomic32_exchange(volatile std::uint32_t *at, std::uint32_t value, int) {
-    announce(Kind::change, const_cast<const std::uint32_t *>(at), sizeof *at);
+    yield_before(Kind::change, const_cast<const std::uint32_t *>(at), sizeof *at);
     const std::uint32_t old = *at;
     *at = value;
     return old;
 }
 std::uint32_t __tsan_atomic32_fetch_add(volatile std::uint32_t *at, std::uint32_t value, int) {
-    announce(Kind::change, const_cast<const std::uint32_t *>(at), sizeof *at);
+    yield_before(Kind::change, const_cast<const std::uint32_t *>(at), sizeof *at);
     const std::uint32_t old = *at;
     *at = old + value;
     return old;
@@ -404,14 +405,14 @@ int __real_pthread_mutex_unlock(pthread_mutex_t *mutex);
 int __wrap_pthread_mutex_lock(pthread_mutex_t *mutex) {
     if (running == nullptr)
         return __real_pthread_mutex_lock(mutex);
-    announce(Kind::lock, mutex, 1);
+    yield_before(Kind::lock, mutex, 1);
     *reinterpret_cast<std::uint8_t *>(mutex) = 1;
     return 0;
 }
 int __wrap_pthread_mutex_unlock(pthread_mutex_t *mutex) {
     if (running == nullptr)
         return __real_pthread_mutex_unlock(mutex);
-    announce(Kind::unlock, mutex, 1);
+    yield_before(Kind::unlock, mutex, 1);
     *reinterpret_cast<std::uint8_t *>(mutex) = 0;
     return 0;
 }

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
-// Runs a few threads of calls in every order that there is. The calls' code is compiled for
-// ThreadSanitizer, which has it announce each access to memory; here those announcements lead not
-// to a sanitizer but to a scheduler, which lets one thread at a time make one access to the shared
-// object. Points from which everything has been tried are recognised, so that the threads' loops
-// end.
+// A model checker for a few threads of library calls: explores every interleaving of their accesses
+// to one shared object. The code is compiled with -fsanitize=thread, which calls a hook before each
+// memory access; the hooks here enter a scheduler that lets one thread at a time make one access.
+// Visited states are recognised, so that the exploration terminates.
 //
-// A thread that waits for a word to change, by loading it again and again, is let on when it has.
+// A thread that spins on a word is scheduled again when the word has changed.
 #pragma once
 
 #include <array>
@@ -18,48 +17,49 @@
 
 namespace l2vpn::interleavings {
 
-/// When a thread's writes reach the others.
-enum class Writes : std::uint8_t {
-    at_once,
-    /// As on x86-64: after a while, in order; locked instructions wait for those before them.
-    in_time,
+enum class MemoryModel : std::uint8_t {
+    sequential,        ///< sequential consistency: a store is visible at once
+    total_store_order, ///< x86-64: FIFO store buffers, drained by locked instructions
 };
 
 constexpr std::size_t max_threads = 3;
-/// What a thread tells about itself, by names of its own.
+/// Bytes in which a thread records its progress; the scenario gives the indexes a meaning.
 using Notes = std::array<std::uint8_t, 3>;
 
-/// A point that was reached: between two accesses.
-struct Point {
-    bool end = false;  ///< all threads have finished and all writes have arrived
-    bool dead = false; ///< nobody can go on
-    /// Two threads are about to access the same bytes, one of them writes, and not both access is
-    /// atomic: a data race.
+/// A reachable state, between two accesses.
+struct State {
+    bool end = false;      ///< all threads have finished and all store buffers are empty
+    bool deadlock = false; ///< no thread can run
+    /// A data race: the next accesses of two threads overlap, one of them writes, and at least one
+    /// is not atomic.
     bool race = false;
-    /// Threads that have exchanged the watched word from 0 and whose store to it has not arrived.
+    /// Threads that have exchanged the watched word from 0 and whose store to it is not visible
+    /// yet.
     unsigned owners = 0;
-    /// Whether, on the way, a thread's store to the watched word arrived while another owned it.
+    /// Whether, on this path, one thread's store to the watched word became visible while another
+    /// thread owned it.
     bool overrun = false;
     std::vector<Notes> notes; ///< by thread
     std::span<const std::uint8_t> memory;
 };
 
 struct Scenario {
-    void *object; ///< shared; as it is now, the threads find it
+    void *object; ///< shared; its present contents are the initial state
     std::size_t size;
     const std::uint32_t *watched; ///< a lock in it
     std::vector<std::function<void()>> threads;
-    Writes writes = Writes::at_once;
+    MemoryModel memory_model = MemoryModel::sequential;
 };
 
-/// Calls `visit` for each point that can be reached; their number. The object is then as it was.
-std::uint64_t explore(const Scenario &scenario, const std::function<void(const Point &)> &visit);
+/// Calls `visit` once for each reachable state and restores the object.
+/// @return the number of states
+std::uint64_t explore(const Scenario &scenario, const std::function<void(const State &)> &visit);
 
-/// In a thread of a scenario: its number and its notes.
+/// The calling thread's index and notes. Only within a scenario.
 std::size_t this_thread();
 std::uint8_t &note(std::size_t name);
-/// Tells that what the thread does from here on depends on its notes alone, one of which says how
-/// often it has been here. What led here need not be told apart then.
+/// Declares that the calling thread's future depends only on its notes, one of which counts how
+/// often it has been here. Merges the states that differ in its history only.
 void forget();
 
 } // namespace l2vpn::interleavings

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The fast iterator's slot, its lock and the counters, by the library's own code, in every order
-// that two and three threads can make.
+// The library's own fast iterator, spin lock and counters under every interleaving of two and three
+// threads.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -17,10 +17,10 @@ L2vpnVplsMacpingGlbCb &block = g_l2vpnL2vpnVplsMacpingGlbCb;
 
 L2vpnDbIter *const fast_handle = reinterpret_cast<L2vpnDbIter *>(&block);
 
-// What a thread notes.
-constexpr std::size_t holds = 0;  ///< the fast handle
-constexpr std::size_t failed = 1; ///< whether anything was not as it should be
-constexpr std::size_t turn = 2;   ///< how far it has come
+// Indexes of a thread's notes.
+constexpr std::size_t holds = 0;  ///< whether it holds the fast handle
+constexpr std::size_t failed = 1; ///< whether an expectation failed
+constexpr std::size_t turn = 2;   ///< progress
 
 void expect(bool right) {
     note(failed) |= right ? 0 : 1;
@@ -61,27 +61,27 @@ void initialise() {
     expect(L2VPN_DB_L2vpnVplsMacpingGlbInit() == L2VPN_DB_OK);
 }
 
-/// What came out, over all points.
+/// Summary over all states.
 struct Findings {
-    std::uint64_t points = 0;
+    std::uint64_t states = 0;
     std::uint64_t ends = 0;
-    bool dead = false;
+    bool deadlock = false;
     bool race = false;
     bool failed = false;
     bool overrun = false;
-    bool lock_left = false; ///< at an end
-    bool slot_left = false; ///< at an end, though nobody holds it
-    unsigned owners = 0;    ///< of the lock, at once, at most
-    unsigned holders = 0;   ///< of the slot
+    bool lock_leaked = false; ///< held at an end
+    bool slot_leaked = false; ///< in use at an end, without a holder
+    unsigned owners = 0;      ///< of the lock; maximum at one time
+    unsigned holders = 0;     ///< of the slot; maximum at one time
     unsigned owners_before_overrun = 0;
     unsigned holders_before_overrun = 0;
     std::set<std::uint32_t> counts; ///< counter 5, at the ends
 };
 
-class Interleavings : public testing::TestWithParam<Writes> {
+class Interleavings : public testing::TestWithParam<MemoryModel> {
 protected:
     void SetUp() override {
-        std::thread([] {}).join(); // from now on the C library knows of threads
+        std::thread([] {}).join(); // the C library takes its multi-threaded paths from here on
         std::memset(&block, 0, sizeof block);
         for (std::size_t i = 0; i < records.size(); ++i)
             std::memset(&records[i], static_cast<int>(0x11 * (i + 1)), sizeof records[i]);
@@ -90,27 +90,27 @@ protected:
     static Findings explored(const std::vector<std::function<void()>> &threads) {
         Findings found;
         const Scenario scenario{&block, sizeof block, &block.cb.spinLock, threads, GetParam()};
-        found.points = explore(scenario, [&](const Point &point) {
+        found.states = explore(scenario, [&](const State &state) {
             unsigned holders = 0;
-            for (const Notes &notes : point.notes) {
+            for (const Notes &notes : state.notes) {
                 holders += notes[holds];
                 found.failed = found.failed || notes[failed] != 0;
             }
-            found.dead = found.dead || point.dead;
-            found.race = found.race || point.race;
-            found.overrun = found.overrun || point.overrun;
-            found.owners = std::max(found.owners, point.owners);
+            found.deadlock = found.deadlock || state.deadlock;
+            found.race = found.race || state.race;
+            found.overrun = found.overrun || state.overrun;
+            found.owners = std::max(found.owners, state.owners);
             found.holders = std::max(found.holders, holders);
-            if (!point.overrun) {
-                found.owners_before_overrun = std::max(found.owners_before_overrun, point.owners);
+            if (!state.overrun) {
+                found.owners_before_overrun = std::max(found.owners_before_overrun, state.owners);
                 found.holders_before_overrun = std::max(found.holders_before_overrun, holders);
             }
-            if (point.end) {
+            if (state.end) {
                 ++found.ends;
                 L2vpnVplsMacpingGlbCb last;
-                std::memcpy(&last, point.memory.data(), sizeof last);
-                found.lock_left = found.lock_left || last.cb.spinLock != 0;
-                found.slot_left = found.slot_left || (holders == 0 && last.cb.inUse != 0);
+                std::memcpy(&last, state.memory.data(), sizeof last);
+                found.lock_leaked = found.lock_leaked || last.cb.spinLock != 0;
+                found.slot_leaked = found.slot_leaked || (holders == 0 && last.cb.inUse != 0);
                 found.counts.insert(last.cb.stat[5]);
             }
         });
@@ -119,33 +119,34 @@ protected:
 
     static void expect_exclusion(const Findings &found, unsigned holders = 1) {
         EXPECT_GE(found.ends, 1U);
-        EXPECT_EQ(found.owners, 1U) << "two threads in the lock";
-        EXPECT_EQ(found.holders, holders) << "two threads with the slot";
+        EXPECT_EQ(found.owners, 1U) << "two threads own the lock";
+        EXPECT_EQ(found.holders, holders) << "two threads hold the slot";
         EXPECT_FALSE(found.overrun);
-        expect_order(found);
+        expect_clean_end(found);
         EXPECT_FALSE(found.race);
-        EXPECT_FALSE(found.failed) << "a key that is not the holder's, or a wrong result";
+        EXPECT_FALSE(found.failed) << "another thread's key, or a wrong result";
     }
-    static void expect_order(const Findings &found) {
-        EXPECT_FALSE(found.dead);
-        EXPECT_FALSE(found.lock_left);
-        EXPECT_FALSE(found.slot_left);
+    static void expect_clean_end(const Findings &found) {
+        EXPECT_FALSE(found.deadlock);
+        EXPECT_FALSE(found.lock_leaked);
+        EXPECT_FALSE(found.slot_leaked);
     }
 };
 
-std::string name_of_writes(const testing::TestParamInfo<Writes> &writes) {
-    return writes.param == Writes::at_once ? "AtOnce" : "InTime";
+std::string model_name(const testing::TestParamInfo<MemoryModel> &model) {
+    return model.param == MemoryModel::sequential ? "Sequential" : "TotalStoreOrder";
 }
 
-INSTANTIATE_TEST_SUITE_P(Writes, Interleavings, testing::Values(Writes::at_once, Writes::in_time),
-                         name_of_writes);
+INSTANTIATE_TEST_SUITE_P(Models, Interleavings,
+                         testing::Values(MemoryModel::sequential, MemoryModel::total_store_order),
+                         model_name);
 
-// From the block as it is at load, with nobody having initialised anything.
+// The initial state is the zero-filled block of a freshly loaded library.
 TEST_P(Interleavings, ZeroFilledLockAdmitsOneOfTwo) {
     expect_exclusion(explored({iterate, iterate}));
 }
 
-TEST_P(Interleavings, ZeroFilledLockAdmitsOneOfTwoTimeAndAgain) {
+TEST_P(Interleavings, ZeroFilledLockAdmitsOneOfTwoRepeatedly) {
     expect_exclusion(explored({iterate_twice, iterate_twice}));
 }
 
@@ -153,53 +154,53 @@ TEST_P(Interleavings, ZeroFilledLockAdmitsOneOfThree) {
     expect_exclusion(explored({iterate, iterate, iterate}));
 }
 
-TEST_P(Interleavings, SlotGoesToOneOfThreeThatKeepIt) {
+TEST_P(Interleavings, OneOfThreeCreatorsGetsTheSlot) {
     const Findings found = explored({create, create, create});
     expect_exclusion(found);
 }
 
-TEST_P(Interleavings, CreationMeetsRelease) {
+TEST_P(Interleavings, CreationIsSafeDuringRelease) {
     const Findings found = explored({iterate, create});
     expect_exclusion(found);
 }
 
-// Later calls do nothing.
+// GlbInit does nothing after the first call.
 TEST_P(Interleavings, InitialisedLockAdmitsOneWhileOthersInitialise) {
     block.cb.spinLockReady = 1;
     expect_exclusion(explored({iterate, iterate, initialise}));
 }
 
-// The block as a first call leaves it is the block as at load, but for the flag.
+// The first GlbInit changes nothing but the flag.
 TEST_P(Interleavings, InitialisationHappensOnce) {
     const Findings found = explored({initialise, initialise, initialise});
-    EXPECT_FALSE(found.race || found.dead || found.failed || found.lock_left);
-    block.cb.spinLock = 1; // would be gone after another initialisation
+    EXPECT_FALSE(found.race || found.deadlock || found.failed || found.lock_leaked);
+    block.cb.spinLock = 1; // a second initialisation would clear it
     block.cb.spinLockReady = 1;
-    EXPECT_TRUE(explored({initialise, initialise, initialise}).lock_left);
+    EXPECT_TRUE(explored({initialise, initialise, initialise}).lock_leaked);
 }
 
-// The first call initialises the lock even if somebody holds it at that moment. Then, and only
-// then, another one may come in beside the holder and take the slot, too.
-TEST_P(Interleavings, FirstInitialisationOpensALockThatIsHeld) {
+// The first GlbInit initialises the lock even if a thread holds it. Only then can a second thread
+// enter and take the slot, too.
+TEST_P(Interleavings, FirstInitialisationReleasesAHeldLock) {
     const Findings found = explored({create, create, initialise});
     EXPECT_TRUE(found.overrun);
     EXPECT_EQ(found.owners_before_overrun, 1U);
     EXPECT_EQ(found.holders_before_overrun, 1U);
     EXPECT_EQ(found.owners, 2U);
     EXPECT_EQ(found.holders, 2U);
-    EXPECT_TRUE(found.race) << "over the slot's key";
-    expect_order(found);
+    EXPECT_TRUE(found.race) << "on the slot's key";
+    expect_clean_end(found);
 }
 
-TEST_P(Interleavings, InitialisationBesideOneUserHarmsNobody) {
+TEST_P(Interleavings, InitialisationBesideOneUserIsSafe) {
     const Findings found = explored({iterate_twice, initialise, initialise});
     EXPECT_EQ(found.owners, 1U);
     EXPECT_EQ(found.holders, 1U);
     EXPECT_FALSE(found.race || found.failed);
-    expect_order(found);
+    expect_clean_end(found);
 }
 
-TEST_P(Interleavings, NoCountIsLost) {
+TEST_P(Interleavings, CountersLoseNoIncrement) {
     const auto count = [] {
         L2VPN_DB_L2vpnVplsMacpingStat(5, 1);
         expect(L2VPN_DB_L2vpnVplsMacpingGetStat(5) >= 1);
@@ -207,10 +208,10 @@ TEST_P(Interleavings, NoCountIsLost) {
     };
     const Findings found = explored({count, count, count});
     EXPECT_EQ(found.counts, std::set<std::uint32_t>{9});
-    EXPECT_FALSE(found.race || found.dead || found.failed);
+    EXPECT_FALSE(found.race || found.deadlock || found.failed);
 }
 
-// ---- What the exploration must find ------------------------------------------------------------
+// ---- Faults that the exploration must find -----------------------------------------------------
 
 TEST_P(Interleavings, UseAfterReleaseRacesWithTheNextCreation) {
     const auto misuse = [] {
@@ -220,7 +221,7 @@ TEST_P(Interleavings, UseAfterReleaseRacesWithTheNextCreation) {
     };
     const Findings found = explored({misuse, iterate});
     EXPECT_TRUE(found.race);
-    EXPECT_TRUE(found.failed) << "another one's key was read";
+    EXPECT_TRUE(found.failed) << "another thread's key was read";
 }
 
 TEST_P(Interleavings, BrokenLocksAreFound) {
@@ -235,16 +236,16 @@ TEST_P(Interleavings, BrokenLocksAreFound) {
     const Findings found = explored({enter, enter});
     EXPECT_EQ(found.holders, 2U);
     EXPECT_TRUE(found.race);
-    EXPECT_FALSE(found.dead);
+    EXPECT_FALSE(found.deadlock);
 }
 
-// Two flags keep two threads apart if writes arrive at once, and only then.
-TEST_P(Interleavings, WritesThatArriveInTimeDiffer) {
+// Two flags without a fence exclude two threads under sequential consistency only.
+TEST_P(Interleavings, StoreBuffersBreakFencelessFlags) {
     const auto side = [](std::size_t own) {
         note(holds) = broken::enter(block.cb.stat[own], block.cb.stat[1 - own]) ? 1 : 0;
     };
     const Findings found = explored({[&] { side(0); }, [&] { side(1); }});
-    EXPECT_EQ(found.holders, GetParam() == Writes::at_once ? 1U : 2U);
+    EXPECT_EQ(found.holders, GetParam() == MemoryModel::sequential ? 1U : 2U);
 }
 
 } // namespace

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The library without a platform, with half of one and with two: what the loader makes of it.
+// The dynamic loader and the library: without a platform, with an incomplete one and with two.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -41,7 +41,7 @@ constexpr std::array imports{"DAL_VELD_Write",
                              "db_set_l2vpn_stp_all_fields",
                              "db_set_l2vpn_stp_batchVersion"};
 
-/// A shared object, for as long as it is needed.
+/// A loaded shared object; unloaded by the destructor.
 class Opened {
 public:
     Opened(const std::string &file, int mode) : handle_(dlopen(file.c_str(), mode)) {
@@ -70,7 +70,7 @@ private:
     void *handle_;
 };
 
-/// The name that the loader misses, if that is what it says.
+/// The undefined symbol that the loader reports; the whole message if it reports another error.
 std::string missing(const Opened &opened) {
     EXPECT_FALSE(opened);
     std::smatch found;
@@ -78,7 +78,7 @@ std::string missing(const Opened &opened) {
     return std::regex_search(opened.error, found, message) ? found[1].str() : opened.error;
 }
 
-/// A copy of the embedded platform, with a function less if it is given.
+/// A copy of the embedded platform, optionally without one function.
 class PlatformCopy {
 public:
     explicit PlatformCopy(std::string_view without = {})
@@ -119,7 +119,7 @@ std::uint32_t write_record(const Opened &db) {
     return db.function<decltype(L2VPN_DB_L2vpnStpWrite)>("L2VPN_DB_L2vpnStpWrite")(&record);
 }
 
-// All imports are bound when the library is loaded: nobody finds out later that one is missing.
+// All imports are bound at load time: a missing one cannot surface later.
 TEST(Loader, RefusesTheLibraryWithoutPlatform) {
     for (const int mode : {RTLD_NOW, RTLD_LAZY}) {
         const std::string name = missing(Opened(library, mode));

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* Linked with the library but with no platform: the loader must not let it begin. */
+/* Linked with the library but without a platform: the loader must refuse to start it. */
 #include <stdio.h>
 
 #include "l2vpn_db/l2vpn_db.h"

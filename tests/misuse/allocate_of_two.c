@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* The embedded platform's memory service allocates by one size. */
+/* An allocate function with two parameters. */
 /* message: incompatible.pointer.type|invalid conversion */
 #include "l2vpn_db/memory_store.h"
 

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* A control block is the fast iterator only for whoever says so. */
+/* A control block passed as an iterator without a cast. */
 /* message: incompatible-pointer-types|cannot convert */
 #include "l2vpn_db/l2vpn_vpls_pw.h"
 

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* The store would write behind it. */
+/* A 16-bit count: the store would write past it. */
 /* message: incompatible-pointer-types|cannot convert */
 #include "l2vpn_db/l2vpn_vpls_pw.h"
 

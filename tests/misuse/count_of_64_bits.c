@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* The store writes 32 bits. */
+/* A 64-bit count: the store writes 32 bits. */
 /* message: incompatible-pointer-types|cannot convert */
 #include "l2vpn_db/l2vpn_vpls_pw.h"
 

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* The module interface comes before the table. */
+/* Descriptor and module interface swapped. */
 /* message: incompatible-pointer-types|cannot convert */
 #include "l2vpn_db/l2vpn_vpls_pw.h"
 #include "l2vpn_db/platform.h"

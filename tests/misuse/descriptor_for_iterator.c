@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* A table's descriptor where an iterator is wanted. */
+/* A table descriptor passed as an iterator. */
 /* message: incompatible-pointer-types|cannot convert */
 #include "l2vpn_db/l2vpn_vpls_pw.h"
 

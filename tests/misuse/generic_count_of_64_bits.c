@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* The same through the generic interface. */
+/* A 64-bit count through the generic interface. */
 /* message: incompatible-pointer-types|cannot convert */
 #include "l2vpn_db/l2vpn_vpls_pw.h"
 

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* The same through the generic interface, which knows no record type. */
+/* A const record as output of the generic interface. */
 /* message: discarded-qualifiers|invalid conversion from .const */
 #include "l2vpn_db/l2vpn_vpls_pw.h"
 

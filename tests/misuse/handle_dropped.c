@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* An iterator that nobody can release. */
+/* An iterator handle that is dropped and thus leaks. */
 /* message: unused-result */
 #include "l2vpn_db/l2vpn_stp.h"
 

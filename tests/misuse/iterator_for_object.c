@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* An iterator where a record object is wanted. */
+/* An iterator passed as a record object. */
 /* message: incompatible-pointer-types|cannot convert */
 #include "l2vpn_db/l2vpn_vpls_pw.h"
 

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* A key request to a store operation that wants a record. */
+/* A key request passed as a record request. */
 /* message: incompatible-pointer-types|cannot convert */
 #include "l2vpn_db/l2vpn_vpls_pw.h"
 #include "l2vpn_db/platform.h"

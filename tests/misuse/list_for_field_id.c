@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* One field id is a number, several are a list. */
+/* A list of field ids passed as one field id. */
 /* message: int-conversion|invalid conversion */
 #include "l2vpn_db/l2vpn_vpls_pw.h"
 

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* The embedded platform's log service takes one line, nothing else. */
+/* A log function with a level parameter. */
 /* message: incompatible.pointer.type|invalid conversion */
 #include "l2vpn_db/memory_store.h"
 

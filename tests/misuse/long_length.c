@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* A length that may not fit into 32 bits. */
+/* A 64-bit length. */
 /* message: may change value */
 #include "l2vpn_db/l2vpn_vpls_pw.h"
 

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* Nobody knows what an iterator holds. */
+/* Access to a member of the opaque iterator type. */
 /* message: incomplete */
 #include "l2vpn_db/l2vpn_vpls_pw.h"
 

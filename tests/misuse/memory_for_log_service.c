@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* One service registered as the other. */
+/* A memory service registered as the log service. */
 /* message: incompatible-pointer-types|cannot convert */
 #include "l2vpn_db/l2vpn_db.h"
 

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* The generic interface wants the length of every record. */
+/* A generic call without the record length. */
 /* message: too few arguments */
 #include "l2vpn_db/l2vpn_vpls_pw.h"
 

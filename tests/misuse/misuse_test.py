@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
-"""Compiles each file here as it is, which must work, and with MISTAKE defined, which must be refused
-with the message that the file's head names. The files in C stand for C and C++ programs alike and
-see the public headers only; those in internal/ see the library's own."""
+"""Compiles each file here twice: as it is, which must succeed, and with MISTAKE defined, which must fail
+with the message named at its head. The C files use the public headers and are compiled as C and as C++;
+the files in internal/ use the library's internal headers."""
 
 import argparse
 import concurrent.futures
@@ -15,7 +15,7 @@ import tempfile
 HERE = pathlib.Path(__file__).resolve().parent
 WARNINGS = ["-Wall", "-Wextra", "-Wpedantic", "-Wconversion", "-Wsign-conversion",
             "-Wno-missing-field-initializers", "-Werror"]
-TO_NOWHERE = ["-S", "-o", os.devnull]  # not all is refused by the syntax alone
+DISCARD = ["-S", "-o", os.devnull]  # -fsyntax-only misses some of the mistakes
 
 
 def compile_once(command):
@@ -25,10 +25,10 @@ def compile_once(command):
 
 
 def check(path, command):
-    """What is wrong with the case, if anything."""
+    """A description of the failure, or None."""
     head = re.search(r"message: (.*?)(?: \*/)?$", path.read_text(), re.MULTILINE)
     if head is None:
-        return "no message is named in its head"
+        return "names no message at its head"
     failed, message = compile_once(command)
     if failed:
         return "does not compile without the mistake:\n" + message
@@ -36,7 +36,7 @@ def check(path, command):
     if not failed:
         return "compiles with the mistake"
     if re.search(head[1], message) is None:
-        return f"is refused, but not with '{head[1]}':\n{message}"
+        return f"fails, but not with '{head[1]}':\n{message}"
     return None
 
 
@@ -52,13 +52,13 @@ def main():
     }
     cases = []
     for path in sorted(HERE.glob("*.c")):
-        cases += [(path, language, [*command, *WARNINGS, *public, *TO_NOWHERE, str(path)])
+        cases += [(path, language, [*command, *WARNINGS, *public, *DISCARD, str(path)])
                   for language, command in languages.items()]
     internal = sorted(HERE.glob("internal/*.cpp"))
     with_internals = [*languages["C++20"][:-2], *WARNINGS, *public, "-I", options.root, "-I", f"{options.root}/src",
                       "-I", options.generated]
     with tempfile.TemporaryDirectory() as folder:
-        # The library's own headers are read once for all.
+        # Precompile the internal headers.
         headers = pathlib.Path(folder) / "headers.h"
         headers.write_text("".join(sorted({
             line + "\n" for path in internal for line in path.read_text().splitlines()
@@ -67,7 +67,7 @@ def main():
         if failed:
             sys.exit(message)
         cases += [(path, "C++20", [*with_internals, "-include", str(headers),
-                                   *TO_NOWHERE, str(path)]) for path in internal]
+                                   *DISCARD, str(path)]) for path in internal]
         with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
             found = list(pool.map(lambda case: check(case[0], case[2]), cases))
     for (path, language, _), wrong in zip(cases, found):

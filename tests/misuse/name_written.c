@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* A table's name is nobody's to write. */
+/* A write to a table's name. */
 /* message: read-only */
 #include "l2vpn_db/l2vpn_stp.h"
 

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* A key index is no number that may be negative. */
+/* A signed key index. */
 /* message: may change the sign */
 #include "l2vpn_db/l2vpn_vpls_pw.h"
 

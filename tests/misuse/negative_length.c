@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* A buffer's length that may be negative. */
+/* A signed buffer length. */
 /* message: may change the sign */
 #include "l2vpn_db/l2vpn_vpls_pw.h"
 

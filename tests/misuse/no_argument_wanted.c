@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* What takes nothing is given nothing. */
+/* An argument to a function without parameters. */
 /* message: too many arguments */
 #include "l2vpn_db/l2vpn_stp.h"
 

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* A record object where an iterator is wanted. */
+/* A record object passed as an iterator. */
 /* message: incompatible-pointer-types|cannot convert */
 #include "l2vpn_db/l2vpn_vpls_pw.h"
 

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* A record of one table to a function of another. */
+/* A record passed to another table's function. */
 /* message: incompatible-pointer-types|cannot convert */
 #include "l2vpn_db/l2vpn_vpls_ac.h"
 #include "l2vpn_db/l2vpn_vpls_pw.h"

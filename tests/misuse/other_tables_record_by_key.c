@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* A record of one table to another's key functions. */
+/* A record passed to another table's key builder. */
 /* message: incompatible-pointer-types|cannot convert */
 #include "l2vpn_db/l2vpn_vll_pw.h"
 #include "l2vpn_db/l2vpn_vpls_pw.h"

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* A record of one table to another's text. */
+/* A record passed to another table's formatter. */
 /* message: incompatible-pointer-types|cannot convert */
 #include "l2vpn_db/l2vpn_stp.h"
 #include "l2vpn_db/l2vpn_vpls_pw.h"

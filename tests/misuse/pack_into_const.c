@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* Stored bytes that must not change, as the place to pack into. */
+/* A const buffer as output of SetAllFields. */
 /* message: discarded-qualifiers|invalid conversion from .const */
 #include "l2vpn_db/l2vpn_vpls_pw.h"
 

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* A record that must not change, as the place to read into. */
+/* A const record as output of Read. */
 /* message: discarded-qualifiers|invalid conversion from .const */
 #include "l2vpn_db/l2vpn_vpls_pw.h"
 

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* Allocating comes before releasing. */
+/* Allocate and release functions swapped. */
 /* message: incompatible.pointer.type|invalid conversion */
 #include "l2vpn_db/memory_store.h"
 

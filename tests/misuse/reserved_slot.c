@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* The reserved slots of the generic interface are no functions of a table. */
+/* A call of a reserved slot of the generic interface. */
 /* message: too many arguments */
 #include "l2vpn_db/l2vpn_vpls_pw.h"
 

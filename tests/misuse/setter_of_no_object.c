@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* A setter gets the record object, too. */
+/* A setter without the record object parameter. */
 /* message: incompatible.pointer.type|invalid conversion */
 #include "l2vpn_db/l2vpn_db.h"
 

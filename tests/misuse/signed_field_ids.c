@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* Field ids are unsigned. */
+/* A list of signed field ids. */
 /* message: incompatible-pointer-types|cannot convert|pointer-sign|invalid conversion */
 #include "l2vpn_db/l2vpn_vpls_pw.h"
 

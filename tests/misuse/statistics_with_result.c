@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* The store takes no answer from a statistics function. */
+/* A statistics function with a result. */
 /* message: incompatible.pointer.type|invalid conversion */
 #include "l2vpn_db/l2vpn_stp.h"
 

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* sprintf_s is held to its format. */
+/* An sprintf_s argument that does not match its format. */
 /* message: expects argument of type 'unsigned int' */
 #include "l2vpn_db/platform.h"
 

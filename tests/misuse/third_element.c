@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* Two elements hold no third one. */
+/* Three initializers for an array of two. */
 /* message: excess elements|too many initializers */
 #include "l2vpn_db/l2vpn_stp.h"
 

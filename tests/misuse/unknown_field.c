@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* A field of another table. */
+/* A member that the record does not have. */
 /* message: no member named|has no non-static data member|no designated|has no member */
 #include "l2vpn_db/l2vpn_stp.h"
 

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* A key that the table does not have. */
+/* A key constant that the table does not have. */
 /* message: undeclared|not declared */
 #include "l2vpn_db/l2vpn_stp.h"
 

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* The formatter that a descriptor names chooses its presentation. */
+/* The whole-record formatter assigned to a descriptor's formatter. */
 /* message: incompatible.pointer.type|invalid conversion */
 #include "l2vpn_db/l2vpn_stp.h"
 

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* A value that does not fit its field. */
+/* A value too wide for its field. */
 /* message: may change value */
 #include "l2vpn_db/l2vpn_vpls_pw.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A control block whose key buffer is not the primary key's.
+// A table whose control block belongs to another table.
 // message: static assertion failed.*control_block_laid_out|control_block_laid_out
 #include "facts/l2vpn_stp.h"
 #include "facts/l2vpn_vpls_pw.h"

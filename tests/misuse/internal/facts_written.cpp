@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A table's facts are constants.
+// A write to a table's facts.
 // message: read-only|assignment of
 #include "facts/l2vpn_stp.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A table without typed access cannot be written.
+// A write to a table without typed access.
 // message: is not a member of
 #include "facts/l2vpn_eth.h"
 #include "facts/l2vpn_stp.h"

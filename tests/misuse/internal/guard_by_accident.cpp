@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A word does not turn into a guard by itself.
+// An implicit conversion from a lock word to a guard.
 // message: conversion from|could not convert|no viable conversion
 #include "library/spin_lock.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A lock that is held twice would be given back twice.
+// A copied guard: it would unlock twice.
 // message: use of deleted function|call to deleted
 #include "library/spin_lock.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The lock is a word of 32 bits.
+// A 64-bit lock word.
 // message: cannot bind|no matching function
 #include "library/spin_lock.h"
 

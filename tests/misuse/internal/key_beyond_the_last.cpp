@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A key that the table does not have.
+// A key index past the last key.
 // message: constant.expression|outside the bounds
 #include "facts/l2vpn_stp.h"
 #include "library/key_builder.h"

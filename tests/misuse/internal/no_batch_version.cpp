@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A table without batchVersion has no setter for it.
+// The batchVersion setter of a table without that field.
 // message: is not a member of
 #include "facts/l2vpn_stp.h"
 #include "facts/l2vpn_vpls_macpingup.h"

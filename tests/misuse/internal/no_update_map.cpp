@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Nor has its descriptor an update-field map.
+// The update-field map of a table without batchVersion.
 // message: has no member named .updates
 #include "facts/l2vpn_stp.h"
 #include "facts/l2vpn_vpls_macpingup.h"

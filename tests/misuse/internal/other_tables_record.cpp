@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A record of one table to another's template.
+// A record passed to another table's template.
 // message: cannot convert|no matching function
 #include "facts/l2vpn_stp.h"
 #include "facts/l2vpn_vpls_pw.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A line needs a buffer that it may write.
+// An output buffer over const memory.
 // message: invalid conversion|no matching function
 #include "library/formatter.h"
 

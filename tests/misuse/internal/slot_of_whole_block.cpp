@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The flags stand in the common part of a control block.
+// A whole control block passed as its common part.
 // message: invalid initialization|cannot bind
 #include "facts/l2vpn_stp.h"
 #include "library/fast_iterator.h"

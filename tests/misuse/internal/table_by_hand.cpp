@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A table of the embedded store is made by its own function, from its own memory.
+// A store table constructed without Table::create.
 // message: is private|use of deleted|no matching function
 #include "platform/store/table.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A table of the embedded store has one place.
+// A copied store table.
 // message: use of deleted function
 #include "platform/store/table.h"
 

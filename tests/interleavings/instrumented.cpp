@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What the library calls within a scenario, announced like the library's own accesses. The store
-// answers for one record, whose key is given with the call.
+// The imports of the library within a scenario, instrumented like the library itself. The store
+// accepts the calling thread's key only.
 #include <cstddef>
 #include <cstdint>
 
@@ -13,7 +13,7 @@ std::array<L2vpnVplsMacping, max_threads> records;
 
 namespace {
 
-/// In three moves, as few as there are, so that others may come in between.
+/// Compares one part; a key takes three, so that other threads can run between them.
 template <class Part>
 bool same_part(const void *one, const void *other, std::size_t at) {
     Part parts[2];
@@ -22,7 +22,7 @@ bool same_part(const void *one, const void *other, std::size_t at) {
     return parts[0] == parts[1];
 }
 
-/// Whether it is the key of the calling thread's record.
+/// Whether the request holds the key of the calling thread's record.
 bool own_key(const L2vpnDbKeyData *request) {
     const L2vpnVplsMacping *const own = &records[this_thread()];
     return request->keyLength == key_length && *request->keyId == (1U << 16 | key_length) &&
@@ -66,7 +66,7 @@ L2vpnDbIter *DAL_VELD_CreateIteratorByKey(L2vpnDbModuleIntf * /*module*/,
     return own_key(key) ? reinterpret_cast<L2vpnDbIter *>(records.data()) : nullptr;
 }
 
-/// Of the 6 bytes of an address only.
+/// Copies 6 bytes, the width of a MAC address.
 int memcpy_s(void *destination, std::size_t /*destinationSize*/, const void *source,
              std::size_t /*count*/) {
     __builtin_memcpy(destination, source, 4);
