@@ -2,7 +2,7 @@
 // A store that does nothing, so that the library's own work is left and what the other services do
 // for it. Keys and records are not looked at; every call succeeds.
 #include "l2vpn_db/platform.h"
-#include "platform/store/record_object.h"
+#include "platform/store/record_object_functions.h"
 
 namespace {
 

@@ -17,7 +17,7 @@
 
 #include "l2vpn_db/memory_store.h" // its codes, which programs know
 #include "l2vpn_db/platform.h"
-#include "platform/store/record_object.h"
+#include "platform/store/record_object_functions.h"
 
 struct L2vpnDbRecObj { // a stored record that is being changed
     std::string bytes;

@@ -216,7 +216,7 @@ def record_objects(tables: list) -> str:
             functions_out += (
                 f"uint32_t db_set_{table.name}_batchVersion(L2vpnDbRecObj *object, uint32_t value) {{ "
                 f"return set_batch_version({layout}, object, value); }}\n")
-    return (f'{NOTICE}{includes}#include "platform/store/record_object.h"\n\n'
+    return (f'{NOTICE}{includes}#include "platform/store/record_object_functions.h"\n\n'
             f"namespace l2vpn::platform {{\n\nnamespace {{\n\n{arrays}\n"
             f"constexpr TableLayout layouts[] = {{\n{rows}}};\n\n}} // namespace\n\n"
             "extern constinit const std::span<const TableLayout> table_layouts;\n"

@@ -11,7 +11,7 @@
 
 #include <pthread.h>
 
-#include "platform/store/cursors.h"
+#include "platform/store/cursor_table.h"
 #include "platform/store/events.h"
 
 namespace {
@@ -58,12 +58,12 @@ protected:
     StoreParts &operator=(const StoreParts &) = delete;
 
     const L2vpnDbModuleIntf module_ = services(allocate, release);
-    const Memory memory_{&module_};
+    const Allocator allocator_{&module_};
     Arena arena_;
 };
 
 TEST(StoreMemoryOwner, IsTheLibraryOnlyIfBothFunctionsAre) {
-    EXPECT_TRUE(Memory(nullptr).own());
+    EXPECT_TRUE(Allocator(nullptr).own());
     for (const auto &[module, own] : {std::pair{services(std::malloc, std::free), true},
                                       std::pair{services(allocate, std::free), false},
                                       std::pair{services(std::malloc, release), false},
@@ -71,13 +71,13 @@ TEST(StoreMemoryOwner, IsTheLibraryOnlyIfBothFunctionsAre) {
                                       // One without the other is no service.
                                       std::pair{services(allocate, nullptr), true},
                                       std::pair{services(nullptr, release), true}})
-        EXPECT_EQ(Memory(&module).own(), own);
+        EXPECT_EQ(Allocator(&module).own(), own);
 }
 
 TEST_F(StoreParts, ArenaGivesZeroedLines) {
     char *last = nullptr;
     for (const std::size_t size : {1U, 64U, 65U, 5000U, 3U}) {
-        auto *const piece = static_cast<char *>(arena_.take(memory_, size));
+        auto *const piece = static_cast<char *>(arena_.allocate(allocator_, size));
         ASSERT_NE(piece, nullptr);
         EXPECT_EQ(reinterpret_cast<std::uintptr_t>(piece) % 64, 0U);
         EXPECT_EQ(std::count(piece, piece + size, '\0'), static_cast<std::ptrdiff_t>(size));
@@ -88,53 +88,53 @@ TEST_F(StoreParts, ArenaGivesZeroedLines) {
 }
 
 TEST_F(StoreParts, ArenaTakesNothingFromAReserveThatSuffices) {
-    ASSERT_TRUE(arena_.reserve(memory_, 1000));
+    ASSERT_TRUE(arena_.reserve(allocator_, 1000));
     allocations_left = 0;
-    EXPECT_TRUE(arena_.reserve(memory_, 1000));
-    EXPECT_NE(arena_.take(memory_, 500), nullptr);
-    EXPECT_FALSE(arena_.reserve(memory_, 10'000));
-    EXPECT_NE(arena_.take(memory_, 300), nullptr) << "a failed reserve must lose nothing";
+    EXPECT_TRUE(arena_.reserve(allocator_, 1000));
+    EXPECT_NE(arena_.allocate(allocator_, 500), nullptr);
+    EXPECT_FALSE(arena_.reserve(allocator_, 10'000));
+    EXPECT_NE(arena_.allocate(allocator_, 300), nullptr) << "a failed reserve must lose nothing";
 }
 
 /// Takes pieces until `total` bytes are taken, each from the memory given.
-void fill(Arena &arena, const Memory &memory, std::size_t total) {
+void fill(Arena &arena, const Allocator &allocator, std::size_t total) {
     constexpr std::size_t piece = std::size_t{1} << 20;
     for (std::size_t taken = 0; taken < total; taken += piece)
-        ASSERT_NE(arena.take(memory, piece), nullptr);
+        ASSERT_NE(arena.allocate(allocator, piece), nullptr);
 }
 
 TEST_F(StoreParts, LargeArenaTakesHugePagesOfItsOwnMemory) {
-    const Memory own(nullptr);
+    const Allocator own(nullptr);
     fill(arena_, own, std::size_t{12} << 20);
-    void *const piece = arena_.take(own, std::size_t{2} << 20);
+    void *const piece = arena_.allocate(own, std::size_t{2} << 20);
     ASSERT_NE(piece, nullptr);
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(piece) % (std::size_t{2} << 20), 0U);
     refuse_aligned = true;
-    EXPECT_EQ(arena_.take(own, std::size_t{2} << 20), nullptr);
+    EXPECT_EQ(arena_.allocate(own, std::size_t{2} << 20), nullptr);
     refuse_aligned = false;
-    EXPECT_NE(arena_.take(own, std::size_t{2} << 20), nullptr);
+    EXPECT_NE(arena_.allocate(own, std::size_t{2} << 20), nullptr);
     // Larger pieces than a huge page come from malloc.
     refuse_aligned = true;
-    EXPECT_NE(arena_.take(own, std::size_t{3} << 20), nullptr);
+    EXPECT_NE(arena_.allocate(own, std::size_t{3} << 20), nullptr);
 }
 
 TEST_F(StoreParts, LargeArenaStaysWithARegisteredService) {
-    fill(arena_, memory_, std::size_t{12} << 20);
+    fill(arena_, allocator_, std::size_t{12} << 20);
     refuse_aligned = true;
-    EXPECT_NE(arena_.take(memory_, std::size_t{1} << 20), nullptr);
+    EXPECT_NE(arena_.allocate(allocator_, std::size_t{1} << 20), nullptr);
     allocations_left = 0;
-    EXPECT_EQ(arena_.take(memory_, std::size_t{2} << 20), nullptr);
+    EXPECT_EQ(arena_.allocate(allocator_, std::size_t{2} << 20), nullptr);
 }
 
 TEST_F(StoreParts, IndexFindsRecordsOfOneHash) {
-    KeyIndex index;
+    HashIndex index;
     EXPECT_FALSE(index.find(7, [](RecordId) { return true; }));
     // 511 fit under one hash: a free place must end every search.
     for (RecordId id = 0; id < 511; ++id) {
-        ASSERT_TRUE(index.prepare(memory_, arena_, 7)) << id;
+        ASSERT_TRUE(index.reserve(allocator_, arena_, 7)) << id;
         index.insert(7, id);
     }
-    EXPECT_FALSE(index.prepare(memory_, arena_, 7));
+    EXPECT_FALSE(index.reserve(allocator_, arena_, 7));
     for (RecordId id = 0; id < 511; ++id)
         EXPECT_TRUE(index.find(7, [id](RecordId found) { return found == id; })) << id;
     EXPECT_FALSE(index.find(7, [](RecordId found) { return found == 511; }));
@@ -142,18 +142,18 @@ TEST_F(StoreParts, IndexFindsRecordsOfOneHash) {
         index.erase(7, id);
     for (RecordId id = 0; id < 511; ++id)
         EXPECT_EQ(index.find(7, [id](RecordId found) { return found == id; }), id % 2 == 1) << id;
-    EXPECT_TRUE(index.prepare(memory_, arena_, 7));
+    EXPECT_TRUE(index.reserve(allocator_, arena_, 7));
 }
 
 TEST_F(StoreParts, IndexLosesNothingWhenMemoryRunsOut) {
     // Each number of allocations in turn, until all records find room.
     for (std::uint32_t successes = 0;; ++successes) {
         Arena arena;
-        KeyIndex index;
+        HashIndex index;
         allocations_left = successes;
         RecordId id = 0;
         const auto hash = [](RecordId of) { return of * 0x9E3779B1U; };
-        while (id < 5000 && index.prepare(memory_, arena, hash(id))) {
+        while (id < 5000 && index.reserve(allocator_, arena, hash(id))) {
             index.insert(hash(id), id);
             ++id;
         }
@@ -162,41 +162,41 @@ TEST_F(StoreParts, IndexLosesNothingWhenMemoryRunsOut) {
         if (id == 5000)
             break;
         allocations_left = UINT32_MAX;
-        EXPECT_TRUE(index.prepare(memory_, arena, hash(id)));
+        EXPECT_TRUE(index.reserve(allocator_, arena, hash(id)));
     }
 }
 
 TEST_F(StoreParts, RecordsThatNeverWereAreNotFound) {
-    Records records(10, 1);
+    RecordPool records(10, 1);
     EXPECT_EQ(records.find(0), nullptr);
-    EXPECT_EQ(records.find_link(0, 1), nullptr);
-    ASSERT_TRUE(records.prepare(memory_, arena_));
-    EXPECT_EQ(records.take(), 0U);
+    EXPECT_EQ(records.try_link(0, 1), nullptr);
+    ASSERT_TRUE(records.reserve(allocator_, arena_));
+    EXPECT_EQ(records.allocate(), 0U);
     EXPECT_EQ(records.find(0), records.words(0));
-    EXPECT_EQ(records.find_link(0, 1), &records.link(0, 1));
+    EXPECT_EQ(records.try_link(0, 1), &records.link(0, 1));
     EXPECT_EQ(records.find(63), records.words(63));
     EXPECT_EQ(records.find(64), nullptr);
     EXPECT_EQ(records.find(no_record), nullptr);
-    EXPECT_EQ(records.find_link(64, 1), nullptr);
+    EXPECT_EQ(records.try_link(64, 1), nullptr);
 }
 
 TEST_F(StoreParts, RecordsEndAtTheirLimit) {
-    Records records(8, 0, 128);
+    RecordPool records(8, 0, 128);
     for (RecordId id = 0; id < 128; ++id) {
-        ASSERT_TRUE(records.prepare(memory_, arena_));
-        EXPECT_EQ(records.take(), id);
+        ASSERT_TRUE(records.reserve(allocator_, arena_));
+        EXPECT_EQ(records.allocate(), id);
     }
-    EXPECT_FALSE(records.prepare(memory_, arena_));
-    records.give_back(3);
-    ASSERT_TRUE(records.prepare(memory_, arena_));
-    EXPECT_EQ(records.take(), 3U);
+    EXPECT_FALSE(records.reserve(allocator_, arena_));
+    records.free(3);
+    ASSERT_TRUE(records.reserve(allocator_, arena_));
+    EXPECT_EQ(records.allocate(), 3U);
 }
 
 TEST_F(StoreParts, CursorsEndAtTheirLimit) {
     Cursor *newest[1] = {};
-    Cursors cursors(5, newest);
+    CursorTable cursors(5, newest);
     std::vector<const L2vpnDbIter *> handles;
-    while (const Cursor *const cursor = cursors.open(memory_, arena_, Cursor::whole_table))
+    while (const Cursor *const cursor = cursors.open(allocator_, arena_, Cursor::whole_table))
         handles.push_back(cursors.handle(*cursor));
     // 16, then twice as many each time.
     ASSERT_EQ(handles.size(), 16U * ((1U << 16) - 1));
@@ -206,18 +206,18 @@ TEST_F(StoreParts, CursorsEndAtTheirLimit) {
     EXPECT_EQ(last->slot, handles.size() - 1);
     cursors.release(*last);
     EXPECT_EQ(cursors.find(handles.back()), nullptr);
-    EXPECT_EQ(cursors.open(memory_, arena_, 0), last);
-    EXPECT_EQ(cursors.open(memory_, arena_, 0), nullptr);
+    EXPECT_EQ(cursors.open(allocator_, arena_, 0), last);
+    EXPECT_EQ(cursors.open(allocator_, arena_, 0), nullptr);
 }
 
 TEST_F(StoreParts, CursorWithoutMemoryComesWhenThereIsSome) {
     Cursor *newest[1] = {};
-    Cursors cursors(5, newest);
+    CursorTable cursors(5, newest);
     allocations_left = 0;
-    EXPECT_EQ(cursors.open(memory_, arena_, 0), nullptr);
+    EXPECT_EQ(cursors.open(allocator_, arena_, 0), nullptr);
     EXPECT_EQ(cursors.over(0), nullptr);
     allocations_left = 1;
-    EXPECT_NE(cursors.open(memory_, arena_, 0), nullptr);
+    EXPECT_NE(cursors.open(allocator_, arena_, 0), nullptr);
 }
 
 TEST(StoreWords, OfBytes) {

@@ -31,7 +31,7 @@ std::uint32_t set_contents(const L2vpnDbRecData *, L2vpnDbRecObj *object, const 
 
 } // namespace
 
-RandomCalls::RandomCalls(const TypedTable &table, const RecordPool &pool, Share share,
+RandomCalls::RandomCalls(const TypedTable &table, const TestRecords &pool, Share share,
                          std::uint32_t seed)
     : table_(table), pool_(pool), keys_(pool.table().keys), share_(share), random_(seed),
       held_(pool.size()), groups_(keys_.size()) {}
@@ -42,7 +42,7 @@ std::uint32_t RandomCalls::any() {
 }
 
 Bytes RandomCalls::random_version(std::uint32_t number) {
-    return pool_.make(number, static_cast<std::uint32_t>(random_() % RecordPool::versions));
+    return pool_.make(number, static_cast<std::uint32_t>(random_() % TestRecords::versions));
 }
 
 const RandomCalls::Numbers &RandomCalls::group(std::size_t key, const Bytes &value) const {
@@ -56,9 +56,9 @@ const RandomCalls::Numbers &RandomCalls::group(std::size_t key, const Bytes &val
 void RandomCalls::put(std::uint32_t number, Bytes stored) {
     const bool is_new = !is_held(number);
     for (std::size_t k = 0; k < keys_.size(); ++k) {
-        const Bytes value = RecordPool::key_value(keys_[k], stored);
+        const Bytes value = TestRecords::key_value(keys_[k], stored);
         if (!is_new) {
-            if (RecordPool::key_value(keys_[k], held_[number]) == value)
+            if (TestRecords::key_value(keys_[k], held_[number]) == value)
                 continue;
             leave(number, k);
         }
@@ -72,7 +72,7 @@ void RandomCalls::put(std::uint32_t number, Bytes stored) {
 }
 
 void RandomCalls::leave(std::uint32_t number, std::size_t key) {
-    const auto left = groups_[key].find(RecordPool::key_value(keys_[key], held_[number]));
+    const auto left = groups_[key].find(TestRecords::key_value(keys_[key], held_[number]));
     left->second.erase(number);
     if (left->second.empty())
         groups_[key].erase(left);
@@ -101,7 +101,7 @@ std::optional<std::uint32_t> RandomCalls::expect_delivered(const Bytes &stored, 
         EXPECT_TRUE(pool_.is_whole(*number, stored)) << "half a record";
     }
     if (key != whole_table) {
-        EXPECT_EQ(RecordPool::key_value(keys_[key], stored), value);
+        EXPECT_EQ(TestRecords::key_value(keys_[key], stored), value);
     }
     return number;
 }
@@ -177,7 +177,8 @@ void RandomCalls::update(std::uint32_t number) {
 }
 
 void RandomCalls::update(std::uint32_t number, Bytes contents, std::uint32_t result) {
-    const bool changes_primary = RecordPool::key_value(keys_[0], contents) != pool_.primary(number);
+    const bool changes_primary =
+        TestRecords::key_value(keys_[0], contents) != pool_.primary(number);
     setting = {table_.descriptor, std::move(contents), result, 0};
     const KeyRequest key(keys_[0], pool_.primary(number), KeyRequest::Value{});
     const L2vpnDbRecData record{nullptr, 0, 0};
@@ -292,8 +293,8 @@ void RandomCalls::open_some() {
     std::uint32_t number = any();
     for (int attempt = 0; attempt < 8 && !is_held(number); ++attempt)
         number = any();
-    open(choice, RecordPool::key_value(keys_[choice],
-                                       is_held(number) ? held_[number] : random_version(number)));
+    open(choice, TestRecords::key_value(keys_[choice],
+                                        is_held(number) ? held_[number] : random_version(number)));
 }
 
 bool RandomCalls::advance(Open &iterator) {
@@ -362,7 +363,7 @@ void RandomCalls::call() {
     const std::uint32_t number = any();
     const std::size_t choice = random_() % 100;
     const std::size_t key = random_() % keys_.size();
-    const auto value = [&] { return RecordPool::key_value(keys_[key], random_version(number)); };
+    const auto value = [&] { return TestRecords::key_value(keys_[key], random_version(number)); };
     if (choice < 38) {
         const bool grows = random_() % 100 < growth_;
         if (is_held(number) == grows || random_() % 8 == 0)
@@ -414,7 +415,7 @@ void RandomCalls::fill() {
     }
 }
 
-void RandomCalls::change_all(const RecordPool &contents) {
+void RandomCalls::change_all(const TestRecords &contents) {
     for (std::uint32_t number = share_.first; number < pool_.size(); number += share_.step) {
         if (number % 2 == 0) {
             write(number, contents.make(number, 0));

@@ -8,7 +8,7 @@
 #include <unordered_set>
 
 #include "l2vpn_db/memory_store.h"
-#include "tests/platform/record_pool.h"
+#include "tests/platform/test_records.h"
 #include "tests/support/table_list.h"
 
 namespace l2vpn::test {
@@ -24,7 +24,7 @@ struct Share {
 
 class RandomCalls {
 public:
-    RandomCalls(const TypedTable &table, const RecordPool &pool, Share share, std::uint32_t seed);
+    RandomCalls(const TypedTable &table, const TestRecords &pool, Share share, std::uint32_t seed);
 
     /// From now on each call is first made with its allocations failing, one after the other, which
     /// must leave everything as it was. Needs the memory service.
@@ -33,7 +33,7 @@ public:
     /// Writes nearly all records of the share, with a random call after each.
     void fill();
     /// Gives every record of the share new contents from another pool, by Write and by Update.
-    void change_all(const RecordPool &contents);
+    void change_all(const TestRecords &contents);
     /// `growth`: of 100 chances to write or delete a record, how many are taken to write.
     void play(std::uint32_t calls, std::uint32_t growth);
     /// Reads, counts and iterates over everything that the share holds.
@@ -102,7 +102,7 @@ private:
                                                   const Bytes &value);
 
     const TypedTable &table_;
-    const RecordPool &pool_;
+    const TestRecords &pool_;
     const std::vector<Key> &keys_;
     const Share share_;
     std::mt19937 random_;

@@ -28,7 +28,7 @@ L2VPN_TEST_TYPED_TABLES(FreshStoreMemory, any_table);
 
 TEST_P(StoreMemory, EveryAllocationMayFail) {
     const Counters before = counters();
-    const RecordPool records(facts_, 1100, RecordPool::Spread::even);
+    const TestRecords records(facts_, 1100, TestRecords::Spread::even);
     RandomCalls calls(table_, records, {}, 5);
     calls.let_allocations_fail();
     calls.fill();
@@ -42,8 +42,8 @@ TEST_P(StoreMemory, EveryAllocationMayFail) {
 // One large group falls apart into a thousand, for which the indexes must grow.
 TEST_P(StoreMemory, EveryAllocationOfChangedKeysMayFail) {
     const Counters before = counters();
-    const RecordPool together(facts_, 1000, RecordPool::Spread::skewed);
-    const RecordPool apart(facts_, 1000, RecordPool::Spread::apart);
+    const TestRecords together(facts_, 1000, TestRecords::Spread::skewed);
+    const TestRecords apart(facts_, 1000, TestRecords::Spread::apart);
     RandomCalls calls(table_, together, {}, 6);
     calls.change_all(together);
     calls.let_allocations_fail();
@@ -135,7 +135,7 @@ protected:
 
     /// How many calls were refused.
     std::uint32_t live() {
-        const RecordPool pool(facts_, records, RecordPool::Spread::apart);
+        const TestRecords pool(facts_, records, TestRecords::Spread::apart);
         for (std::uint32_t i = 0; i < records; ++i) {
             Bytes stored = pool.make(i, 0);
             const L2vpnDbRecData request = record_request(stored);
@@ -154,7 +154,7 @@ protected:
         std::vector<L2vpnDbIter *> iterators;
         while (iterators.size() < 60) {
             const Key &by = facts_.keys[iterators.size() % facts_.keys.size()];
-            const KeyRequest key(by, RecordPool::key_value(by, pool.make(7, 0)),
+            const KeyRequest key(by, TestRecords::key_value(by, pool.make(7, 0)),
                                  KeyRequest::Value{});
             iterators.push_back(expect_created(
                 [&] { return DAL_VELD_CreateIteratorByKey(module_, intf_, &key.request); }));
@@ -281,10 +281,10 @@ const TypedTable &long_table(std::size_t rank) {
 template <class Call>
 void for_plenty_of_records(const TypedTable &table, Call call) {
     const Facts &about = facts(table.name);
-    Bytes stored = RecordPool(about, 1, RecordPool::Spread::even).make(0, 0);
+    Bytes stored = TestRecords(about, 1, TestRecords::Spread::even).make(0, 0);
     for (std::uint32_t i = 0; i < plenty / about.stored_size; ++i) {
         std::memcpy(stored.data() + about.keys[0].members[0].stored_offset, &i, sizeof i);
-        const KeyRequest key(about.keys[0], RecordPool::key_value(about.keys[0], stored),
+        const KeyRequest key(about.keys[0], TestRecords::key_value(about.keys[0], stored),
                              KeyRequest::Value{});
         L2vpnDbRecData request = record_request(stored);
         call(key.request, request);

@@ -9,7 +9,7 @@ namespace {
 
 class StoreModel : public StoreTest {
 protected:
-    [[nodiscard]] RecordPool pool(std::uint32_t records, RecordPool::Spread spread) const {
+    [[nodiscard]] TestRecords pool(std::uint32_t records, TestRecords::Spread spread) const {
         return {facts_, records, spread};
     }
 
@@ -25,23 +25,23 @@ protected:
     }
 };
 L2VPN_TEST_TYPED_TABLES(StoreModel,
-                        [](const Facts &table) { return RecordPool::fits(table, 6000); });
+                        [](const Facts &table) { return TestRecords::fits(table, 6000); });
 
 TEST_P(StoreModel, PoolMakesWhatTheLibraryPacks) {
-    const RecordPool records = pool(500, RecordPool::Spread::even);
+    const TestRecords records = pool(500, TestRecords::Spread::even);
     for (std::uint32_t number = 0; number < records.size(); ++number) {
         const Bytes stored = records.make(number, 1);
         EXPECT_EQ(packed(unpacked(stored)), stored);
         EXPECT_EQ(records.number(stored), number);
         EXPECT_NE(records.make(number, 0), stored);
         for (const Key &key : facts_.keys)
-            EXPECT_EQ(RecordPool::key_value(key, stored), packed_key(key, unpacked(stored)));
+            EXPECT_EQ(TestRecords::key_value(key, stored), packed_key(key, unpacked(stored)));
     }
 }
 
 TEST_P(StoreModel, FewRecordsThatComeAndGo) {
     const Counters before = counters();
-    const RecordPool records = pool(40, RecordPool::Spread::even);
+    const TestRecords records = pool(40, TestRecords::Spread::even);
     RandomCalls calls(table_, records, {}, 1);
     for (const std::uint32_t growth : {50U, 80U, 15U, 50U})
         calls.play(4000, growth);
@@ -52,7 +52,7 @@ TEST_P(StoreModel, FewRecordsThatComeAndGo) {
 
 TEST_P(StoreModel, ManyRecordsThatSplitTheIndexes) {
     const Counters before = counters();
-    const RecordPool records = pool(6000, RecordPool::Spread::even);
+    const TestRecords records = pool(6000, TestRecords::Spread::even);
     RandomCalls calls(table_, records, {}, 2);
     calls.fill();
     calls.play(5000, 50);
@@ -67,7 +67,7 @@ TEST_P(StoreModel, ManyRecordsThatSplitTheIndexes) {
 
 TEST_P(StoreModel, GroupsOfThousands) {
     const Counters before = counters();
-    const RecordPool records = pool(3000, RecordPool::Spread::skewed);
+    const TestRecords records = pool(3000, TestRecords::Spread::skewed);
     RandomCalls calls(table_, records, {}, 3);
     calls.fill();
     calls.play(8000, 50);

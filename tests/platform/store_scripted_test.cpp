@@ -47,7 +47,7 @@ void meeting_stat(std::uint32_t event, std::uint32_t) {
 constexpr std::uint32_t pool_size = 1200;
 
 bool has_pool(const Facts &table) {
-    return RecordPool::fits(table, pool_size);
+    return TestRecords::fits(table, pool_size);
 }
 
 class StoreScripted : public StoreTest {
@@ -65,7 +65,7 @@ protected:
     }
     /// The record with the first record's value of a key; none if the store says so.
     [[nodiscard]] std::optional<Bytes> quietly_read(const Key &key, const Bytes &of) const {
-        const KeyRequest selected(key, RecordPool::key_value(key, of), KeyRequest::Value{});
+        const KeyRequest selected(key, TestRecords::key_value(key, of), KeyRequest::Value{});
         Bytes stored(facts_.stored_size);
         L2vpnDbRecData request = record_request(stored);
         const std::uint32_t code = DAL_VELD_Read(module_, intf_, &selected.request, &request);
@@ -107,7 +107,7 @@ protected:
         });
     }
 
-    const RecordPool pool_{facts_, pool_size, RecordPool::Spread::apart};
+    const TestRecords pool_{facts_, pool_size, TestRecords::Spread::apart};
     const Bytes old_ = pool_.make(0, 0);
     const Bytes new_ = pool_.make(0, 2);
     Script script_;

@@ -27,8 +27,8 @@ protected:
 
     /// Random calls from all threads, each in turn on all tables; then the events must add up.
     static void play_random_calls(const std::vector<const TypedTable *> &tables,
-                                  RecordPool::Spread spread) {
-        std::vector<RecordPool> pools;
+                                  TestRecords::Spread spread) {
+        std::vector<TestRecords> pools;
         std::vector<Counters> events;
         for (const TypedTable *table : tables) {
             pools.emplace_back(facts(table->name), 1200, spread);
@@ -69,9 +69,9 @@ L2VPN_TEST_TYPED_TABLES(StoreThreads, any_table);
 
 // One thread gives a record one contents after the other, as fast as it can; the others read it.
 TEST_P(StoreThreads, ReadersSeeWholeRecordsOnly) {
-    const RecordPool pool(facts_, 1, RecordPool::Spread::apart);
+    const TestRecords pool(facts_, 1, TestRecords::Spread::apart);
     std::vector<Bytes> versions;
-    for (std::uint32_t version = 0; version < RecordPool::versions; ++version)
+    for (std::uint32_t version = 0; version < TestRecords::versions; ++version)
         versions.push_back(pool.make(0, version));
     const auto write_version = [&](std::uint32_t version) {
         const L2vpnDbRecData request = record_request(versions[version % versions.size()]);
@@ -89,7 +89,7 @@ TEST_P(StoreThreads, ReadersSeeWholeRecordsOnly) {
         }
         // By the primary key there is always a record; by another one, if it has that value.
         const Key &key = facts_.keys[thread % 2 == 0 ? 0 : facts_.keys.size() - 1];
-        const KeyRequest selected(key, RecordPool::key_value(key, versions[0]),
+        const KeyRequest selected(key, TestRecords::key_value(key, versions[0]),
                                   KeyRequest::Value{});
         Bytes buffer(facts_.stored_size);
         L2vpnDbRecData request = record_request(buffer);
@@ -105,7 +105,7 @@ TEST_P(StoreThreads, ReadersSeeWholeRecordsOnly) {
             if (code == 0) {
                 EXPECT_NE(std::find(versions.begin(), versions.end(), buffer), versions.end())
                     << "half a record";
-                EXPECT_EQ(RecordPool::key_value(key, buffer), selected.value);
+                EXPECT_EQ(TestRecords::key_value(key, buffer), selected.value);
             } else {
                 EXPECT_EQ(code, L2VPN_STORE_NOT_FOUND);
             }
@@ -176,17 +176,17 @@ TEST_P(StoreThreads, IteratorsLiveThroughWritesAndDeletes) {
 
 // Each thread has records of its own, about which its model is exact, and meets those of others.
 TEST_P(StoreThreads, RandomCallsOnOneTable) {
-    play_random_calls({&table_}, RecordPool::Spread::even);
+    play_random_calls({&table_}, TestRecords::Spread::even);
 }
 
 TEST_P(StoreThreads, RandomCallsOnOneTableWithLargeGroups) {
-    play_random_calls({&table_}, RecordPool::Spread::skewed);
+    play_random_calls({&table_}, TestRecords::Spread::skewed);
 }
 
 TEST_P(StoreThreads, RandomCallsOnSeveralTables) {
     const std::size_t at = static_cast<std::size_t>(&table_ - typed_tables.data());
     play_random_calls({&table_, &typed_tables[(at + 1) % typed_tables.size()]},
-                      RecordPool::Spread::even);
+                      TestRecords::Spread::even);
 }
 
 TEST_P(StoreThreads, MisusedHandlesAreRefused) {
@@ -247,7 +247,7 @@ TEST_P(StoreThreads, MisusedHandlesAreRefused) {
 TEST_P(StoreThreads, TypedCallsMeetAtTheSlotAndTheCounters) {
     table_.glb_init(); // the first one is not to meet a creation
     auto *const fast = static_cast<L2vpnDbIter *>(table_.control_block);
-    const RecordPool pool(facts_, thread_count, RecordPool::Spread::even);
+    const TestRecords pool(facts_, thread_count, TestRecords::Spread::even);
     const Counters before = counters();
     std::atomic<std::uint32_t> fast_ones = 0;
     in_threads([&](std::uint32_t thread) {

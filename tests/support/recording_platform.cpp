@@ -11,7 +11,7 @@
 #include <mutex>
 #include <utility>
 
-#include "platform/store/record_object.h"
+#include "platform/store/record_object_functions.h"
 
 namespace l2vpn::test {
 

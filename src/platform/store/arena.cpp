@@ -22,9 +22,9 @@ constexpr std::size_t round_up(std::size_t size, std::size_t to) {
 
 } // namespace
 
-void *Arena::take(const Memory &memory, std::size_t size) {
+void *Arena::allocate(const Allocator &allocator, std::size_t size) {
     size = round_up(size, line);
-    if (size > left_ && !grow(memory, size))
+    if (size > left_ && !grow(allocator, size))
         return nullptr;
     void *const taken = free_;
     free_ += size;
@@ -35,8 +35,8 @@ void *Arena::take(const Memory &memory, std::size_t size) {
 
 // Blocks grow with the arena, so that a small table stays small and a large one gets huge pages.
 // They have room for a number of pieces like the one that is wanted: most are followed by such.
-bool Arena::grow(const Memory &memory, std::size_t size) {
-    if (size_ >= 4 * huge_page && size <= huge_page && memory.own()) {
+bool Arena::grow(const Allocator &allocator, std::size_t size) {
+    if (size_ >= 4 * huge_page && size <= huge_page && allocator.own()) {
         void *const block = std::aligned_alloc(huge_page, huge_page);
         if (block == nullptr)
             return false;
@@ -48,7 +48,7 @@ bool Arena::grow(const Memory &memory, std::size_t size) {
     }
     const std::size_t step = std::min(round_up(size_ / 16 + 1, page), huge_page);
     const std::size_t wanted = std::max(size, step - step % size);
-    void *const block = memory.allocate(wanted + line);
+    void *const block = allocator.allocate(wanted + line);
     if (block == nullptr)
         return false;
     const std::size_t skip = line - reinterpret_cast<std::uintptr_t>(block) % line;

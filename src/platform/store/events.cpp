@@ -21,7 +21,7 @@ bool alive(std::uint32_t number) {
 
 /// Events of one table that have been counted but not yet reported. By the function and not the
 /// descriptor, which may be gone by then.
-struct Lot {
+struct EventBatch {
     L2vpnDbStatFn stat = nullptr;
     std::uint32_t total = 0;
     std::uint32_t amounts[L2VPN_DB_STAT_COUNT] = {};
@@ -75,29 +75,29 @@ public:
 private:
     void hold_back(L2vpnDbStatFn stat, std::uint32_t event) {
         Events::idle_thread = 0;
-        if (lot_.stat != stat) {
-            const Lot other = std::exchange(lot_, Lot{stat});
-            lot_.add(event);
+        if (batch_.stat != stat) {
+            const EventBatch other = std::exchange(batch_, EventBatch{stat});
+            batch_.add(event);
             other.report();
             return;
         }
-        lot_.add(event);
-        if (lot_.total == L2VPN_STORE_EVENT_LOT)
+        batch_.add(event);
+        if (batch_.total == L2VPN_STORE_EVENT_LOT)
             report();
     }
 
     void report() {
-        const Lot lot = std::exchange(lot_, Lot{});
+        const EventBatch lot = std::exchange(batch_, EventBatch{});
         Events::idle_thread = number_;
         lot.report();
     }
 
     /// 0 for a thread beyond the first few thousand, which never owns a table.
     std::uint32_t number_ = 0;
-    Lot lot_;
+    EventBatch batch_;
 };
 
-void Events::count_with_care(L2vpnDbStatFn stat, std::uint32_t event) {
+void Events::count_slow(L2vpnDbStatFn stat, std::uint32_t event) {
     if (ended) {
         stat(event, 1);
         return;

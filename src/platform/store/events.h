@@ -18,21 +18,21 @@ public:
         if (load(owner_) == idle_thread) [[likely]]
             stat(event, 1);
         else
-            count_with_care(stat, event);
+            count_slow(stat, event);
     }
 
 private:
     friend class EventThread;
 
-    static constexpr std::uint32_t nobody = UINT32_MAX;
+    static constexpr std::uint32_t no_thread = UINT32_MAX;
 
     /// This thread's number while it holds no events back, otherwise 0.
     static inline constinit thread_local std::uint32_t idle_thread = 0;
 
-    void count_with_care(L2vpnDbStatFn stat, std::uint32_t event);
+    void count_slow(L2vpnDbStatFn stat, std::uint32_t event);
 
     /// The number of the thread that owns the table. A thread that has ended owns none.
-    std::uint32_t owner_ = nobody;
+    std::uint32_t owner_ = no_thread;
 };
 
 } // namespace l2vpn::platform

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Finds a record by the hash of a key. An extendible hash table: the hash's upper bits choose a
-// segment, its lower bits a place in it, and a full segment is split in two. Growing thus moves
+// bucket, its lower bits a place in it, and a full bucket is split in two. Growing thus moves
 // some hundred entries at a time and frees nothing that a reader might look at.
 #pragma once
 
@@ -13,7 +13,7 @@ namespace l2vpn::platform {
 using RecordId = std::uint32_t;
 constexpr RecordId no_record = UINT32_MAX;
 
-class KeyIndex {
+class HashIndex {
 public:
     /// Looks for the record with the hash for which matches(id) is true. Another thread may be
     /// changing the index; then the result means nothing.
@@ -25,8 +25,8 @@ public:
     // What follows is for the one thread that may change the index.
 
     /// Makes room for one more record with the hash; false without memory.
-    [[nodiscard]] bool prepare(const Memory &memory, Arena &arena, Hash hash);
-    /// Adds a record that prepare() has made room for.
+    [[nodiscard]] bool reserve(const Allocator &allocator, Arena &arena, Hash hash);
+    /// Adds a record that reserve() has made room for.
     void insert(Hash hash, RecordId id);
     /// Takes a record out that is there.
     void erase(Hash hash, RecordId id);
@@ -37,38 +37,38 @@ private:
     /// hash << 32 | record + 1; 0 if free.
     using Slot = Word;
 
-    static constexpr std::uint32_t segment_size = 512;
-    static constexpr std::uint32_t segment_limit = segment_size / 8 * 7;
+    static constexpr std::uint32_t bucket_size = 512;
+    static constexpr std::uint32_t bucket_limit = bucket_size / 8 * 7;
     static constexpr std::uint32_t max_depth = 24;
 
-    struct Segment {
-        Slot slots[segment_size];
+    struct Bucket {
+        Slot slots[bucket_size];
         std::uint32_t count;
         std::uint32_t depth; ///< number of the hash's upper bits that all its entries share
     };
 
     /// 2^depth pointers follow.
-    struct alignas(Segment *) Directory {
+    struct alignas(Bucket *) Directory {
         std::uint32_t depth;
 
-        Segment **segments() { return reinterpret_cast<Segment **>(this + 1); }
-        [[nodiscard]] Segment *const *segments() const {
-            return reinterpret_cast<Segment *const *>(this + 1);
+        Bucket **buckets() { return reinterpret_cast<Bucket **>(this + 1); }
+        [[nodiscard]] Bucket *const *buckets() const {
+            return reinterpret_cast<Bucket *const *>(this + 1);
         }
     };
-    static_assert(sizeof(Word) == sizeof(Segment *));
+    static_assert(sizeof(Word) == sizeof(Bucket *));
 
     static constexpr RecordId record(Slot slot) { return static_cast<RecordId>(slot) - 1; }
     static constexpr Hash hash(Slot slot) { return static_cast<Hash>(slot >> 32); }
     static constexpr Slot make_slot(Hash hash, RecordId id) { return Slot{hash} << 32 | (id + 1); }
-    static constexpr std::uint32_t home(Hash hash) { return hash % segment_size; }
-    static constexpr std::uint32_t next(std::uint32_t at) { return (at + 1) % segment_size; }
+    static constexpr std::uint32_t home(Hash hash) { return hash % bucket_size; }
+    static constexpr std::uint32_t next(std::uint32_t at) { return (at + 1) % bucket_size; }
     static constexpr std::size_t place(Hash hash, std::uint32_t depth) {
         return Word{hash} >> (32 - depth);
     }
 
-    [[nodiscard]] Segment &own_segment(Hash hash) const {
-        return *directory_->segments()[place(hash, directory_->depth)];
+    [[nodiscard]] Bucket &bucket_of(Hash hash) const {
+        return *directory_->buckets()[place(hash, directory_->depth)];
     }
 
     template <class Matches>
@@ -76,8 +76,8 @@ private:
         const Directory *const directory = __atomic_load_n(&directory_, __ATOMIC_ACQUIRE);
         if (directory == nullptr)
             return nullptr;
-        const Segment *const in = __atomic_load_n(
-            &directory->segments()[place(wanted, directory->depth)], __ATOMIC_ACQUIRE);
+        const Bucket *const in = __atomic_load_n(
+            &directory->buckets()[place(wanted, directory->depth)], __ATOMIC_ACQUIRE);
         std::uint32_t at = home(wanted);
         // A free slot ends the search, but for a reader to whom a change shows others each time.
         std::uint32_t n = 0;
@@ -88,15 +88,15 @@ private:
             if (hash(slot) == wanted && matches(record(slot)))
                 return &in->slots[at];
             at = next(at);
-        } while (++n < segment_size); // unreachable: the other way, but in the middle of a change
-        return nullptr;               // unreachable: as the line above
+        } while (++n < bucket_size); // unreachable: the other way, but in the middle of a change
+        return nullptr;              // unreachable: as the line above
     }
 
     Slot &slot_of(Hash hash, RecordId id) const;
-    bool start(const Memory &memory, Arena &arena);
-    bool split(const Memory &memory, Arena &arena, Hash hash);
-    bool double_directory(const Memory &memory, Arena &arena);
-    static void add(Segment &segment, Slot slot);
+    bool start(const Allocator &allocator, Arena &arena);
+    bool split(const Allocator &allocator, Arena &arena, Hash hash);
+    bool double_directory(const Allocator &allocator, Arena &arena);
+    static void add(Bucket &bucket, Slot slot);
 
     Directory *directory_ = nullptr;
 };

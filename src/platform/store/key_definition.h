@@ -17,30 +17,30 @@ struct PackedKey {
 };
 
 /// Some bytes of a key that stand together in the record, at most 16, as two numbers.
-struct Piece {
+struct SegmentValue {
     Word first;
-    Word last; ///< overlaps `first` if the piece has fewer than 16 bytes
+    Word last; ///< overlaps `first` if the segment has fewer than 16 bytes
 
-    bool operator==(const Piece &) const = default;
+    bool operator==(const SegmentValue &) const = default;
 };
 
-struct KeyPiece {
+struct KeySegment {
     std::uint16_t key;    ///< offset in the packed key
     std::uint16_t record; ///< offset in the record
     std::uint16_t bytes;
 
-    [[nodiscard]] Piece of(PackedKey from) const { return at(from.bytes + key); }
+    [[nodiscard]] SegmentValue of(PackedKey from) const { return at(from.bytes + key); }
     /// Of a record that is not stored.
-    [[nodiscard]] Piece of(const char *from) const { return at(from + record); }
+    [[nodiscard]] SegmentValue of(const char *from) const { return at(from + record); }
     /// Of a stored record, behind which more words of the store's stand.
-    [[nodiscard]] Piece of(const Word *from) const {
+    [[nodiscard]] SegmentValue of(const Word *from) const {
         if (bytes >= sizeof(Word)) [[likely]]
             return {load_within(from, record), load_within(from, record + bytes - sizeof(Word))};
         return {load_within(from, record) & ~Word{0} >> (64 - 8 * bytes), 0};
     }
 
 private:
-    [[nodiscard]] Piece at(const char *from) const {
+    [[nodiscard]] SegmentValue at(const char *from) const {
         if (bytes >= sizeof(Word)) [[likely]]
             return {load_bytes(from, sizeof(Word)),
                     load_bytes(from + bytes - sizeof(Word), sizeof(Word))};
@@ -56,11 +56,11 @@ inline Word mix(Word value) {
 }
 
 /// One key of a table.
-struct KeyPlan {
+struct KeyDefinition {
     std::uint32_t id;     ///< the key identifier word: index, flags and length
     std::uint32_t length; ///< in bytes
-    KeyPiece head;        ///< its first piece: of most primary keys, the only one
-    std::span<const KeyPiece> rest;
+    KeySegment head;      ///< its first segment: of most primary keys, the only one
+    std::span<const KeySegment> rest;
 
     template <class Source>
     [[nodiscard]] Hash hash(Source from) const {
@@ -72,38 +72,38 @@ struct KeyPlan {
 
     /// Whether a stored record has the key.
     template <class Source>
-    [[nodiscard]] bool same(Source from, const Word *stored) const {
-        return head.of(stored) == head.of(from) && (rest.empty() || rest_same(from, stored));
+    [[nodiscard]] bool matches(Source from, const Word *stored) const {
+        return head.of(stored) == head.of(from) && (rest.empty() || rest_matches(from, stored));
     }
 
 private:
     // The two words are not multiplied by one another: a word that makes a factor 0 or all ones
     // would give all keys with it one hash.
-    static Word add(Word hash, Piece piece) {
-        return mix(hash ^ piece.first ^ std::rotl(piece.last * 0x8CB92BA72F3D8DD7, 32));
+    static Word add(Word hash, SegmentValue segment) {
+        return mix(hash ^ segment.first ^ std::rotl(segment.last * 0x8CB92BA72F3D8DD7, 32));
     }
 
     // Not inline: most searches would lose by it.
 
     template <class Source>
     [[nodiscard, gnu::noinline]] Word rest_hash(Word hash, Source from) const {
-        for (const KeyPiece &piece : rest)
-            hash = add(hash, piece.of(from));
+        for (const KeySegment &segment : rest)
+            hash = add(hash, segment.of(from));
         return hash;
     }
     template <class Source>
-    [[nodiscard, gnu::noinline]] bool rest_same(Source from, const Word *stored) const {
-        for (const KeyPiece &piece : rest)
-            if (piece.of(stored) != piece.of(from))
+    [[nodiscard, gnu::noinline]] bool rest_matches(Source from, const Word *stored) const {
+        for (const KeySegment &segment : rest)
+            if (segment.of(stored) != segment.of(from))
                 return false;
         return true;
     }
 };
 
-/// The most pieces that a key of the layout can have.
-std::size_t max_pieces(const KeyLayout &key);
+/// The most segments that a key of the layout can have.
+std::size_t max_segments(const KeyLayout &key);
 
-/// The plan for key `index` of a table; pieces but the first are written to `pieces`.
-KeyPlan make_plan(const TableLayout &table, std::size_t index, KeyPiece *pieces);
+/// The plan for key `index` of a table; segments but the first are written to `segments`.
+KeyDefinition define_key(const TableLayout &table, std::size_t index, KeySegment *segments);
 
 } // namespace l2vpn::platform

@@ -1,27 +1,15 @@
 // SPDX-License-Identifier: MIT
-// What the generated db_* record-object functions call: one behaviour for all tables.
+// The record object of this platform: a stored record, the table that it belongs to, and how its
+// memory is given back.
 #pragma once
 
-#include "l2vpn_db/l2vpn_db.h"
-#include "platform/store/table_layout.h"
+#include "platform/store/record_object_functions.h"
+#include "platform/store/services.h"
 
-namespace l2vpn::platform {
+struct L2vpnDbRecObj {
+    const l2vpn::platform::TableLayout *table;
+    L2vpnStoreReleaseFn release;
 
-/// Creates an object that holds a zero-filled stored record of the table; null without memory.
-L2vpnDbRecObj *create_object(L2vpnDbModuleIntf *module, const TableLayout &table);
-
-/// Releases an object; null is let through.
-void release_object(L2vpnDbModuleIntf *module, const TableLayout &table, L2vpnDbRecObj *object);
-
-/// Sets the object's record to zeros; null is let through.
-void reset_object(L2vpnDbModuleIntf *module, const TableLayout &table, L2vpnDbRecObj *object);
-
-/// Fills the object from a stored record; 0, or a code of the store if the length is wrong.
-std::uint32_t set_all_fields(const TableLayout &table, L2vpnDbRecObj *object,
-                             const L2vpnDbRecData *record);
-
-/// Sets the object's batchVersion; 0, or a code of the store if the object is null.
-std::uint32_t set_batch_version(const TableLayout &table, L2vpnDbRecObj *object,
-                                std::uint32_t value);
-
-} // namespace l2vpn::platform
+    /// The stored record, which follows the structure.
+    char *bytes() { return reinterpret_cast<char *>(this + 1); }
+};

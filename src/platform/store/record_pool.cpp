@@ -5,7 +5,7 @@
 
 namespace l2vpn::platform {
 
-bool Records::prepare(const Memory &memory, Arena &table) {
+bool RecordPool::reserve(const Allocator &allocator, Arena &table) {
     const std::size_t chunks = chunks_ == nullptr ? 0 : chunks_->count;
     if (free_ != no_record || end_ < chunks * chunk_size)
         return true;
@@ -13,8 +13,8 @@ bool Records::prepare(const Memory &memory, Arena &table) {
         return false;
     if (chunks_ == nullptr || chunks == chunks_->room) {
         const std::size_t room = std::max<std::size_t>(8, 2 * chunks);
-        auto *const longer =
-            static_cast<Chunks *>(table.take(memory, sizeof(Chunks) + room * sizeof(Word *)));
+        auto *const longer = static_cast<Chunks *>(
+            table.allocate(allocator, sizeof(Chunks) + room * sizeof(Word *)));
         if (longer == nullptr)
             return false;
         longer->room = room;
@@ -24,7 +24,7 @@ bool Records::prepare(const Memory &memory, Arena &table) {
         __atomic_store_n(&chunks_, longer, __ATOMIC_RELEASE);
     }
     auto *const chunk =
-        static_cast<Word *>(arena_.take(memory, chunk_size * stride_ * sizeof(Word)));
+        static_cast<Word *>(arena_.allocate(allocator, chunk_size * stride_ * sizeof(Word)));
     if (chunk == nullptr)
         return false;
     chunks_->at(chunks) = chunk;
@@ -32,17 +32,17 @@ bool Records::prepare(const Memory &memory, Arena &table) {
     return true;
 }
 
-RecordId Records::take() {
+RecordId RecordPool::allocate() {
     RecordId id = free_;
     if (id != no_record)
         free_ = static_cast<RecordId>(words(id)[0]);
     else
         id = end_++;
-    store(words(id)[stride_ - 1], ++births_);
+    store(words(id)[stride_ - 1], ++last_sequence_);
     return id;
 }
 
-void Records::give_back(RecordId id) {
+void RecordPool::free(RecordId id) {
     store(words(id)[0], Word{free_});
     store(words(id)[stride_ - 1], Word{0});
     free_ = id;

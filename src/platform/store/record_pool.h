@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The records of a table, numbered from 0, in chunks that stay where they are. Behind each record
-// stand its links in the groups of the secondary keys and its birth number.
+// stand its links in the groups of the secondary keys and its insert_sequence number.
 #pragma once
 
 #include "platform/store/hash_index.h"
@@ -9,30 +9,30 @@ namespace l2vpn::platform {
 
 /// A record's place in a group: the records with one value of one secondary key, in a ring, in the
 /// order in which they joined. The group is represented by its first record.
-struct Link {
+struct ChainLink {
     RecordId next;
     RecordId previous;
     std::uint32_t count; ///< of the group, in its first record; 0 in the others
 };
 
-class Records {
+class RecordPool {
 public:
-    Records() = default;
+    RecordPool() = default;
     /// Of at most `limit` records, a multiple of 64.
-    Records(std::size_t stored_length, std::size_t secondary_keys,
-            RecordId limit = RecordId{1} << 31)
+    RecordPool(std::size_t stored_length, std::size_t secondary_keys,
+               RecordId limit = RecordId{1} << 31)
         : limit_(limit), record_words_(words_for(stored_length)),
-          stride_(record_words_ + words_for(secondary_keys * sizeof(Link)) + 1) {}
+          stride_(record_words_ + words_for(secondary_keys * sizeof(ChainLink)) + 1) {}
 
     /// Makes sure that there is a free number; false without memory. The table's arena holds the
     /// directory.
-    [[nodiscard]] bool prepare(const Memory &memory, Arena &table);
+    [[nodiscard]] bool reserve(const Allocator &allocator, Arena &table);
 
-    /// Takes a number that prepare() has made sure of. Its record is born but without contents.
-    RecordId take();
+    /// Takes a number that reserve() has made sure of. Its record is born but without contents.
+    RecordId allocate();
 
     /// Gives a number back.
-    void give_back(RecordId id);
+    void free(RecordId id);
 
     /// The words of a record; null for a number that no record ever had, as a reader may see one
     /// while the table changes.
@@ -49,18 +49,18 @@ public:
     }
 
     /// A record's link in the group of secondary key `key`, 1 or more.
-    [[nodiscard]] Link &link(RecordId id, std::size_t key) const {
-        return reinterpret_cast<Link *>(words(id) + record_words_)[key - 1];
+    [[nodiscard]] ChainLink &link(RecordId id, std::size_t key) const {
+        return reinterpret_cast<ChainLink *>(words(id) + record_words_)[key - 1];
     }
-    [[nodiscard]] const Link *find_link(RecordId id, std::size_t key) const {
+    [[nodiscard]] const ChainLink *try_link(RecordId id, std::size_t key) const {
         const Word *const at = find(id);
         return at == nullptr ? nullptr
-                             : &reinterpret_cast<const Link *>(at + record_words_)[key - 1];
+                             : &reinterpret_cast<const ChainLink *>(at + record_words_)[key - 1];
     }
 
-    /// When the record was born, counted in births; 0 if the number is free.
-    [[nodiscard]] Word birth(RecordId id) const { return words(id)[stride_ - 1]; }
-    [[nodiscard]] Word births() const { return births_; }
+    /// When the record was born, counted in last_sequence; 0 if the number is free.
+    [[nodiscard]] Word insert_sequence(RecordId id) const { return words(id)[stride_ - 1]; }
+    [[nodiscard]] Word last_sequence() const { return last_sequence_; }
 
     /// One more than the highest number ever used.
     [[nodiscard]] RecordId end() const { return end_; }
@@ -86,7 +86,7 @@ private:
     Arena arena_; ///< of chunks only
     RecordId end_ = 0;
     RecordId free_ = no_record; ///< a free record's first word is the next free number
-    Word births_ = 0;
+    Word last_sequence_ = 0;
 };
 
 } // namespace l2vpn::platform

@@ -9,12 +9,12 @@ namespace l2vpn::platform {
 inline constinit thread_local bool inside_store = false;
 
 /// Marks this thread as inside for a scope.
-class InsideStore {
+class ReentrancyGuard {
 public:
-    InsideStore() { inside_store = true; }
-    ~InsideStore() { inside_store = false; }
-    InsideStore(const InsideStore &) = delete;
-    InsideStore &operator=(const InsideStore &) = delete;
+    ReentrancyGuard() { inside_store = true; }
+    ~ReentrancyGuard() { inside_store = false; }
+    ReentrancyGuard(const ReentrancyGuard &) = delete;
+    ReentrancyGuard &operator=(const ReentrancyGuard &) = delete;
 };
 
 } // namespace l2vpn::platform

@@ -20,12 +20,12 @@ const TableLayout *find_layout(std::string_view name) {
     return found != table_layouts.end() && found->name == name ? &*found : nullptr;
 }
 
-Table *table_of(const Memory &memory, const TableLayout &layout) {
+Table *table_of(const Allocator &allocator, const TableLayout &layout) {
     for (Table *table = tables; table != nullptr; table = table->older)
         if (&table->layout() == &layout)
             return table;
-    Table *const table =
-        Table::create(memory, layout, static_cast<std::uint32_t>(&layout - table_layouts.data()));
+    Table *const table = Table::create(allocator, layout,
+                                       static_cast<std::uint32_t>(&layout - table_layouts.data()));
     if (table != nullptr) {
         table->older = tables;
         tables = table;
@@ -35,16 +35,17 @@ Table *table_of(const Memory &memory, const TableLayout &layout) {
 
 /// The descriptor's table, created and made known. A descriptor for which there is no place is
 /// looked up by its name each time.
-Table *register_table(const Memory &memory, const L2vpnDbTblIntf *descriptor,
+Table *register_table(const Allocator &allocator, const L2vpnDbTblIntf *descriptor,
                       const TableLayout &layout) {
     const std::lock_guard lock(creating);
-    const InsideStore inside;
-    Table *const table = table_of(memory, layout);
+    const ReentrancyGuard inside;
+    Table *const table = table_of(allocator, layout);
     if (table == nullptr)
         return nullptr;
-    std::size_t place = KnownTables::place(descriptor);
-    for (std::size_t n = 0; n < KnownTables::size; ++n, place = (place + 1) % KnownTables::size) {
-        Known &known = KnownTables::at[place];
+    std::size_t place = DescriptorCache::place(descriptor);
+    for (std::size_t n = 0; n < DescriptorCache::size;
+         ++n, place = (place + 1) % DescriptorCache::size) {
+        Known &known = DescriptorCache::at[place];
         if (known.descriptor == descriptor)
             break;
         if (known.descriptor == nullptr) {
@@ -64,9 +65,10 @@ Table *find_or_create_table(L2vpnDbModuleIntf *module, const L2vpnDbTblIntf *des
     code = L2VPN_STORE_UNKNOWN_TABLE;
     if (descriptor == nullptr || descriptor->name == nullptr)
         return nullptr;
-    std::size_t place = KnownTables::place(descriptor);
-    for (std::size_t n = 0; n < KnownTables::size; ++n, place = (place + 1) % KnownTables::size) {
-        const Known &known = KnownTables::at[place];
+    std::size_t place = DescriptorCache::place(descriptor);
+    for (std::size_t n = 0; n < DescriptorCache::size;
+         ++n, place = (place + 1) % DescriptorCache::size) {
+        const Known &known = DescriptorCache::at[place];
         const L2vpnDbTblIntf *const found = __atomic_load_n(&known.descriptor, __ATOMIC_ACQUIRE);
         if (found == descriptor && load(known.name) == descriptor->name)
             return load(known.table);
@@ -76,7 +78,7 @@ Table *find_or_create_table(L2vpnDbModuleIntf *module, const L2vpnDbTblIntf *des
     const TableLayout *const layout = find_layout(descriptor->name);
     if (layout == nullptr)
         return nullptr;
-    Table *const table = register_table(Memory(module), descriptor, *layout);
+    Table *const table = register_table(Allocator(module), descriptor, *layout);
     if (table == nullptr)
         code = L2VPN_STORE_NO_MEMORY;
     return table;

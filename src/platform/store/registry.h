@@ -14,7 +14,7 @@ struct alignas(32) Known {
 };
 
 /// A hash table: a descriptor stands in its place or, if that was taken, behind it.
-class KnownTables {
+class DescriptorCache {
 public:
     static constexpr std::size_t size = 1024; // a power of two
 
@@ -33,7 +33,7 @@ Table *find_or_create_table(L2vpnDbModuleIntf *module, const L2vpnDbTblIntf *des
 /// descriptor is null or names no table, or without memory.
 inline Table *find_table(L2vpnDbModuleIntf *module, const L2vpnDbTblIntf *descriptor,
                          std::uint32_t &code) {
-    const Known &known = KnownTables::at[KnownTables::place(descriptor)];
+    const Known &known = DescriptorCache::at[DescriptorCache::place(descriptor)];
     if (descriptor == nullptr ||
         __atomic_load_n(&known.descriptor, __ATOMIC_ACQUIRE) != descriptor ||
         load(known.name) != descriptor->name) [[unlikely]]

@@ -21,7 +21,7 @@ inline std::uint32_t check_record(std::uint32_t stored_length, const L2vpnDbRecD
 }
 
 /// 0 with the key filled, or the code that refuses the key request.
-inline std::uint32_t check_key(std::span<const KeyPlan> keys, const L2vpnDbKeyData *request,
+inline std::uint32_t check_key(std::span<const KeyDefinition> keys, const L2vpnDbKeyData *request,
                                Key &key) {
     if (request == nullptr || request->keyId == nullptr || request->key == nullptr)
         return L2VPN_STORE_NULL_POINTER;
@@ -39,8 +39,8 @@ inline std::uint32_t check_key(std::span<const KeyPlan> keys, const L2vpnDbKeyDa
 }
 
 /// The same for operations on one record, which take no secondary key.
-inline std::uint32_t check_primary_key(std::span<const KeyPlan> keys, const L2vpnDbKeyData *request,
-                                       Key &key) {
+inline std::uint32_t check_primary_key(std::span<const KeyDefinition> keys,
+                                       const L2vpnDbKeyData *request, Key &key) {
     const std::uint32_t code = check_key(keys, request, key);
     return code == L2VPN_DB_OK && key.index != 0 ? L2VPN_STORE_NOT_PRIMARY : code;
 }

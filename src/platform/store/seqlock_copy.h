@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Records are read while they may be written: the reader finds out afterwards, throws away what it
-// has read and starts again. What both touch is therefore read and written by means that the
+// RecordPool are read while they may be written: the reader finds out afterwards, throws away what
+// it has read and starts again. What both touch is therefore read and written by means that the
 // compiler must take at their word.
 #pragma once
 

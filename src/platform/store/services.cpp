@@ -22,7 +22,8 @@ Function function(std::uintptr_t word) {
 
 } // namespace
 
-Memory::Memory(const L2vpnDbModuleIntf *module) : allocate_(std::malloc), release_(std::free) {
+Allocator::Allocator(const L2vpnDbModuleIntf *module)
+    : allocate_(std::malloc), release_(std::free) {
     if (module == nullptr)
         return;
     const std::uintptr_t allocate = load(module->memory[0]);
@@ -33,7 +34,7 @@ Memory::Memory(const L2vpnDbModuleIntf *module) : allocate_(std::malloc), releas
     }
 }
 
-bool Memory::own() const {
+bool Allocator::own() const {
     return allocate_ == std::malloc && release_ == std::free;
 }
 

@@ -9,9 +9,9 @@
 namespace l2vpn::platform {
 
 /// The memory service as registered when it is asked for; malloc and free without one.
-class Memory {
+class Allocator {
 public:
-    explicit Memory(const L2vpnDbModuleIntf *module);
+    explicit Allocator(const L2vpnDbModuleIntf *module);
 
     /// Null without memory. Aligned for any type.
     [[nodiscard]] void *allocate(std::size_t size) const { return allocate_(size); }

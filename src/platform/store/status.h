@@ -7,14 +7,14 @@
 
 namespace l2vpn::platform {
 
-struct Outcome {
+struct Status {
     std::uint32_t code;
     std::uint32_t event;
 };
 
-constexpr Outcome done(std::uint32_t event) {
+constexpr Status done(std::uint32_t event) {
     return {L2VPN_DB_OK, event};
 }
-constexpr Outcome out_of_memory{L2VPN_STORE_NO_MEMORY, L2VPN_STORE_STAT_NO_MEMORY};
+constexpr Status out_of_memory{L2VPN_STORE_NO_MEMORY, L2VPN_STORE_STAT_NO_MEMORY};
 
 } // namespace l2vpn::platform

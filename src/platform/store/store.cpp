@@ -24,7 +24,7 @@ std::uint32_t refusal_event(std::uint32_t code) {
     }
 }
 
-Outcome refused(std::uint32_t code) {
+Status refused(std::uint32_t code) {
     return {code, refusal_event(code)};
 }
 
@@ -62,9 +62,9 @@ const char *explain(std::uint32_t code) {
 /// The log tells what the program did wrong or what ran out, not what became of good calls. A code
 /// that a setter has chosen means what the setter says.
 void report(const L2vpnDbModuleIntf *module, const char *operation,
-            const L2vpnDbTblIntf *descriptor, Outcome outcome) {
-    const std::uint32_t code = outcome.code;
-    if (outcome.event == L2VPN_STORE_STAT_UPDATE_REFUSED && code != L2VPN_STORE_KEY_CHANGED)
+            const L2vpnDbTblIntf *descriptor, Status status) {
+    const std::uint32_t code = status.code;
+    if (status.event == L2VPN_STORE_STAT_UPDATE_REFUSED && code != L2VPN_STORE_KEY_CHANGED)
         return;
     if (const char *const reason = explain(code))
         log(module, "%s %s: refused with 0x%X: %s", operation,
@@ -88,11 +88,11 @@ inline std::uint32_t perform(const char *operation, L2vpnDbModuleIntf *module,
         report(module, operation, descriptor, refused(code));
         return code;
     }
-    const Outcome outcome = work(*table);
-    table->events().count(descriptor->stat, outcome.event);
-    if (outcome.code != L2VPN_DB_OK) [[unlikely]]
-        report(module, operation, descriptor, outcome);
-    return outcome.code;
+    const Status status = work(*table);
+    table->events().count(descriptor->stat, status.event);
+    if (status.code != L2VPN_DB_OK) [[unlikely]]
+        report(module, operation, descriptor, status);
+    return status.code;
 }
 
 } // namespace
@@ -106,7 +106,7 @@ std::uint32_t DAL_VELD_Write(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
     return perform("write to", module, table, [&](Table &target) {
         const std::uint32_t code = check_record(target.stored_length(), record);
         return code == L2VPN_DB_OK
-                   ? target.write(Memory(module), static_cast<const char *>(record->data))
+                   ? target.write(Allocator(module), static_cast<const char *>(record->data))
                    : refused(code);
     });
 }
@@ -151,7 +151,7 @@ std::uint32_t DAL_VELD_Delete(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
 L2vpnDbIter *DAL_VELD_CreateIterator(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table) {
     L2vpnDbIter *handle = nullptr;
     perform("iterator over", module, table,
-            [&](Table &target) { return target.open(Memory(module), nullptr, handle); });
+            [&](Table &target) { return target.open(Allocator(module), nullptr, handle); });
     return handle;
 }
 
@@ -161,7 +161,8 @@ L2vpnDbIter *DAL_VELD_CreateIteratorByKey(L2vpnDbModuleIntf *module, L2vpnDbTblI
     perform("iterator over a key of", module, table, [&](Table &target) {
         Key checked{};
         const std::uint32_t code = check_key(target.keys(), key, checked);
-        return code == L2VPN_DB_OK ? target.open(Memory(module), &checked, handle) : refused(code);
+        return code == L2VPN_DB_OK ? target.open(Allocator(module), &checked, handle)
+                                   : refused(code);
     });
     return handle;
 }

@@ -3,7 +3,7 @@
 // message: is private|use of deleted|no matching function
 #include "platform/store/table.h"
 
-l2vpn::platform::Table *make(const l2vpn::platform::Memory &memory,
+l2vpn::platform::Table *make(const l2vpn::platform::Allocator &memory,
                              const l2vpn::platform::TableLayout &layout) {
 #ifdef MISTAKE
     (void)memory;

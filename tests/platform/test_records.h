@@ -21,7 +21,7 @@ struct HashOfBytes {
 template <class Value>
 using ByBytes = std::unordered_map<Bytes, Value, HashOfBytes>;
 
-class RecordPool {
+class TestRecords {
 public:
     static constexpr std::uint32_t versions = 8;
 
@@ -32,7 +32,7 @@ public:
     /// Whether the table has so many primary keys, and a byte that is in no key.
     static bool fits(const Facts &table, std::uint32_t records);
 
-    RecordPool(const Facts &table, std::uint32_t records, Spread spread);
+    TestRecords(const Facts &table, std::uint32_t records, Spread spread);
 
     [[nodiscard]] std::uint32_t size() const { return static_cast<std::uint32_t>(primary_.size()); }
     [[nodiscard]] const Facts &table() const { return table_; }

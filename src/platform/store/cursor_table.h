@@ -10,24 +10,24 @@ namespace l2vpn::platform {
 struct Cursor {
     static constexpr std::size_t whole_table = SIZE_MAX;
 
-    std::size_t key; ///< or whole_table
-    RecordId next;   ///< to be delivered next, no_record at the end
-    RecordId last;   ///< key: to be delivered last; whole table: the first not to be delivered
-    Word births;     ///< whole table: records born later are not delivered
-    Cursor *newer;   ///< neighbours in the list of the key's cursors
+    std::size_t key;    ///< or whole_table
+    RecordId next;      ///< to be delivered next, no_record at the end
+    RecordId last;      ///< key: to be delivered last; whole table: the first not to be delivered
+    Word last_sequence; ///< whole table: records born later are not delivered
+    Cursor *newer;      ///< neighbours in the list of the key's cursors
     Cursor *older;
     std::uint32_t slot;
     std::uint32_t generation; ///< counts the times that the slot was opened and released
     bool open;
 };
 
-class Cursors {
+class CursorTable {
 public:
     /// `keys` zeroed pointers, one per key, that stay where they are.
-    Cursors(std::uint32_t table, Cursor **newest) : table_(table), newest_(newest) {}
+    CursorTable(std::uint32_t table, Cursor **newest) : table_(table), newest_(newest) {}
 
     /// A cursor over a key, or over the whole table; null without memory.
-    [[nodiscard]] Cursor *open(const Memory &memory, Arena &arena, std::size_t key);
+    [[nodiscard]] Cursor *open(const Allocator &allocator, Arena &arena, std::size_t key);
     void release(Cursor &cursor);
 
     [[nodiscard]] L2vpnDbIter *handle(const Cursor &cursor) const;

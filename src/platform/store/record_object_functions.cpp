@@ -1,20 +1,20 @@
 // SPDX-License-Identifier: MIT
-#include "platform/store/record_object.h"
+#include "platform/store/record_object_functions.h"
 
 #include <cstring>
 #include <new>
 
-#include "platform/store/record_bytes.h"
+#include "platform/store/record_object.h"
 #include "platform/store/request_checks.h"
 
 namespace l2vpn::platform {
 
 L2vpnDbRecObj *create_object(L2vpnDbModuleIntf *module, const TableLayout &table) {
-    const Memory memory(module);
-    void *const place = memory.allocate(sizeof(L2vpnDbRecObj) + table.stored_length);
+    const Allocator allocator(module);
+    void *const place = allocator.allocate(sizeof(L2vpnDbRecObj) + table.stored_length);
     if (place == nullptr)
         return nullptr;
-    auto *const object = new (place) L2vpnDbRecObj{&table, memory.releaser()};
+    auto *const object = new (place) L2vpnDbRecObj{&table, allocator.releaser()};
     reset_object(module, table, object);
     return object;
 }

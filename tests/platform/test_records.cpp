@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "tests/platform/record_pool.h"
+#include "tests/platform/test_records.h"
 
 #include <algorithm>
 #include <cstring>
@@ -24,12 +24,12 @@ private:
 };
 
 /// How many values a member of a secondary key may take.
-std::uint64_t choices_of(RecordPool::Spread spread, std::uint64_t random) {
+std::uint64_t choices_of(TestRecords::Spread spread, std::uint64_t random) {
     constexpr std::uint64_t many = 4000;
     switch (spread) {
-    case RecordPool::Spread::skewed:
+    case TestRecords::Spread::skewed:
         return random % 16 != 0 ? 1 : many;
-    case RecordPool::Spread::apart:
+    case TestRecords::Spread::apart:
         return std::uint64_t{1} << 32;
     default:
         return random % 2 != 0 ? 4 : many;
@@ -67,14 +67,14 @@ std::uint64_t primary_keys(const Facts &table, std::uint64_t values) {
 
 } // namespace
 
-bool RecordPool::fits(const Facts &table, std::uint32_t records) {
+bool TestRecords::fits(const Facts &table, std::uint32_t records) {
     std::size_t at = 0;
     while (at < table.stored_size && in_a_key(table, at))
         ++at;
     return at < table.stored_size && primary_keys(table, records) >= records;
 }
 
-RecordPool::RecordPool(const Facts &table, std::uint32_t records, Spread spread)
+TestRecords::TestRecords(const Facts &table, std::uint32_t records, Spread spread)
     : table_(table), spread_(spread) {
     while (in_a_key(table, version_at_))
         ++version_at_;
@@ -95,7 +95,7 @@ RecordPool::RecordPool(const Facts &table, std::uint32_t records, Spread spread)
     }
 }
 
-Bytes RecordPool::make(std::uint32_t number, std::uint32_t version) const {
+Bytes TestRecords::make(std::uint32_t number, std::uint32_t version) const {
     Bytes stored(table_.stored_size);
     Mixer contents(std::uint64_t{number} << 8 | version);
     for (std::size_t at = 0; at < stored.size(); at += 8) {
@@ -119,17 +119,17 @@ Bytes RecordPool::make(std::uint32_t number, std::uint32_t version) const {
     return stored;
 }
 
-std::optional<std::uint32_t> RecordPool::number(const Bytes &stored) const {
+std::optional<std::uint32_t> TestRecords::number(const Bytes &stored) const {
     const auto found = numbers_.find(key_value(table_.keys[0], stored));
     return found == numbers_.end() ? std::nullopt : std::optional(found->second);
 }
 
-bool RecordPool::is_whole(std::uint32_t number, const Bytes &stored) const {
+bool TestRecords::is_whole(std::uint32_t number, const Bytes &stored) const {
     const std::uint32_t version = stored[version_at_];
     return version < versions && make(number, version) == stored;
 }
 
-Bytes RecordPool::key_value(const Key &key, const Bytes &stored) {
+Bytes TestRecords::key_value(const Key &key, const Bytes &stored) {
     Bytes value(key.length);
     auto at = value.begin();
     for (const Field &member : key.members)

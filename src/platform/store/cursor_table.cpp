@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/store/cursors.h"
+#include "platform/store/cursor_table.h"
 
 namespace l2vpn::platform {
 
@@ -16,14 +16,14 @@ constexpr std::uint64_t field(std::uint64_t handle, unsigned from, unsigned bits
 
 } // namespace
 
-Cursor *Cursors::at(std::uint32_t slot) const {
+Cursor *CursorTable::at(std::uint32_t slot) const {
     const std::uint32_t scaled = slot / first_chunk + 1;
     const auto chunk = static_cast<std::uint32_t>(std::bit_width(scaled) - 1);
     // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult): scaled is not 0
     return chunks_[chunk] + (slot - first_chunk * ((1U << chunk) - 1));
 }
 
-Cursor *Cursors::open(const Memory &memory, Arena &arena, std::size_t key) {
+Cursor *CursorTable::open(const Allocator &allocator, Arena &arena, std::size_t key) {
     if (free_ == nullptr) {
         const std::uint32_t chunk =
             static_cast<std::uint32_t>(std::bit_width(used_ / first_chunk + 1) - 1);
@@ -32,8 +32,8 @@ Cursor *Cursors::open(const Memory &memory, Arena &arena, std::size_t key) {
         if (starts) {
             if (chunk == chunk_count)
                 return nullptr;
-            chunks_[chunk] =
-                static_cast<Cursor *>(arena.take(memory, (first_chunk << chunk) * sizeof(Cursor)));
+            chunks_[chunk] = static_cast<Cursor *>(
+                arena.allocate(allocator, (first_chunk << chunk) * sizeof(Cursor)));
             if (chunks_[chunk] == nullptr)
                 return nullptr;
         }
@@ -55,7 +55,7 @@ Cursor *Cursors::open(const Memory &memory, Arena &arena, std::size_t key) {
     return cursor;
 }
 
-void Cursors::release(Cursor &cursor) {
+void CursorTable::release(Cursor &cursor) {
     if (cursor.key != Cursor::whole_table) {
         (cursor.newer != nullptr ? cursor.newer->older : newest_[cursor.key]) = cursor.older;
         if (cursor.older != nullptr)
@@ -67,14 +67,14 @@ void Cursors::release(Cursor &cursor) {
     free_ = &cursor;
 }
 
-L2vpnDbIter *Cursors::handle(const Cursor &cursor) const {
+L2vpnDbIter *CursorTable::handle(const Cursor &cursor) const {
     const std::uint64_t handle =
         std::uint64_t{1} << 63 | std::uint64_t{table_} << (slot_bits + generation_bits) |
         field(cursor.generation, 0, generation_bits) << slot_bits | cursor.slot;
     return reinterpret_cast<L2vpnDbIter *>(handle); // NOLINT(performance-no-int-to-ptr)
 }
 
-Cursor *Cursors::find(const L2vpnDbIter *handle) const {
+Cursor *CursorTable::find(const L2vpnDbIter *handle) const {
     const auto bits = reinterpret_cast<std::uintptr_t>(handle);
     const auto slot = static_cast<std::uint32_t>(field(bits, 0, slot_bits));
     if (bits >> 63 == 0 || field(bits, slot_bits + generation_bits, table_bits) != table_ ||
