@@ -24,8 +24,9 @@ public:
                                               records::primary_key_text(table, record));
         const auto [first, is_first] = lines_.emplace(where, line);
         if (!is_first) {
-            return refuse({line, where,
-                           fmt::format("a second time, first in line {}", first->second), "once"});
+            return report(records::mismatch(
+                line, where, fmt::format("a second time, first in line {}", first->second),
+                "once"));
         }
         auto found = std::ranges::find(file_.tables, table.name,
                                        [](const TableRecords &each) { return each.table.name; });
@@ -35,8 +36,9 @@ public:
         found->records.push_back({line, record});
     }
 
-    void refuse(const records::Refusal &refusal) override {
-        file_.errors.push_back(refusal.message(file_.path));
+    void report(const records::Diagnostic &diagnostic) override {
+        file_.errors.push_back(
+            fmt::format("{}:{}: {}", file_.path, diagnostic.line, diagnostic.text()));
     }
 
 private:
@@ -49,7 +51,7 @@ private:
 RecordFile read_record_file(const std::string &path) {
     RecordFile file{path, {}, {}};
     try {
-        records::TextSource source(path);
+        records::InputFile source(path);
         Keeper keeper(file);
         records::read_records(source, "", keeper);
     } catch (const records::FileError &error) {
@@ -62,15 +64,15 @@ RecordFile read_record_file(const std::string &path) {
 }
 
 std::optional<std::string> store_records(const RecordFile &file) {
-    records::Transaction transaction;
+    records::UndoLog undo_log;
     for (const auto &[table, table_records] : file.tables) {
         for (const auto &[line, bytes] : table_records) {
             bool replaced = false;
-            const std::uint32_t result = transaction.write(table, bytes, replaced);
+            const std::uint32_t result = undo_log.write(table, bytes, replaced);
             if (result == L2VPN_DB_OK) {
                 continue;
             }
-            const std::size_t failed = transaction.undo();
+            const std::size_t failed = undo_log.undo();
             return fmt::format(
                 "{}:{}: table {}, primary key {}: the store refused the record with "
                 "result {:#x}; {}",

@@ -16,7 +16,7 @@ constexpr std::size_t max_cell = 65536;
 
 class RowReader {
 public:
-    explicit RowReader(TextSource &source) : source_(source) {}
+    explicit RowReader(InputFile &source) : source_(source) {}
 
     /// The next row that is not blank; false at the end.
     /// @param problem  out, what is wrong with the row; empty if nothing is
@@ -24,7 +24,7 @@ public:
         problem.clear();
         do {
             cells.clear();
-            if (source_.peek() == TextSource::end) {
+            if (source_.peek() == InputFile::end) {
                 return false;
             }
             begin_ = true;
@@ -44,7 +44,7 @@ private:
         bool was_quoted = false; // behind them
         while (true) {
             const int next = source_.peek();
-            if (next == TextSource::end) {
+            if (next == InputFile::end) {
                 if (quoted) {
                     problem = "a quotation mark that nothing closes";
                 }
@@ -83,7 +83,7 @@ private:
         }
     }
 
-    TextSource &source_;
+    InputFile &source_;
     std::size_t line_ = 0;
     bool begin_ = true;
 };
@@ -95,12 +95,12 @@ std::vector<const Field *> columns_of(const Table &table, const std::vector<std:
     bool right = true;
     for (const std::string &name : names) {
         const Field *const field = table.field(name);
-        const std::string where = place_of(table.name, name);
         if (field == nullptr) {
-            sink.refuse(unknown_name(line, where, "field", name, field_names(table.fields)));
+            sink.report(
+                unknown_name(line, place_of(table.name), "field", name, field_names(table.fields)));
             right = false;
         } else if (std::ranges::count(columns, field) != 0) {
-            sink.refuse({line, where, "a second column", "one"});
+            sink.report(mismatch(line, place_of(table.name, name), "a second column", "one"));
             right = false;
         }
         columns.push_back(field);
@@ -110,7 +110,7 @@ std::vector<const Field *> columns_of(const Table &table, const std::vector<std:
 
 } // namespace
 
-void read_csv(TextSource &source, const std::string &table_name, RecordSink &sink) {
+void read_csv(InputFile &source, const std::string &table_name, RecordSink &sink) {
     RowReader rows(source);
     std::vector<std::string> cells;
     std::string problem;
@@ -120,7 +120,8 @@ void read_csv(TextSource &source, const std::string &table_name, RecordSink &sin
         return;
     }
     if (!problem.empty()) {
-        return sink.refuse({rows.line(), place_of(table->name), problem, "names of fields"});
+        return sink.report(
+            mismatch(rows.line(), place_of(table->name), problem, "names of fields"));
     }
     const auto columns = columns_of(*table, cells, rows.line(), sink);
     if (columns.empty()) {
@@ -132,13 +133,13 @@ void read_csv(TextSource &source, const std::string &table_name, RecordSink &sin
             problem = counted(cells.size(), "cell");
         }
         if (!problem.empty()) {
-            sink.refuse({rows.line(), place_of(table->name), problem,
-                         counted(columns.size(), "cell") + " as in the first line"});
+            sink.report(mismatch(rows.line(), place_of(table->name), problem,
+                                 counted(columns.size(), "cell") + " as in the first line"));
             continue;
         }
         record.begin(*table, rows.line());
         for (std::size_t i = 0; i < cells.size(); ++i) {
-            Value value = word_value(*columns[i], cells[i]);
+            Value value = parse_word(*columns[i], cells[i]);
             value.line = rows.line();
             record.field(*columns[i], rows.line(), value);
         }

@@ -10,7 +10,7 @@
 namespace l2vpn::records {
 
 /// Records of one table.
-void read_csv(TextSource &source, const std::string &table, RecordSink &sink);
+void read_csv(InputFile &source, const std::string &table, RecordSink &sink);
 
 /// As a cell of CSV, quoted if it must be.
 std::string csv_cell(std::string_view text);

@@ -149,7 +149,7 @@ bool set_field(const Field &field, const Value &value, std::byte *record) {
                                            : set_bytes(field, value, at);
 }
 
-Value word_value(const Field &field, std::string_view word) {
+Value parse_word(const Field &field, std::string_view word) {
     if (is_number(field)) {
         return number_or_text(word);
     }

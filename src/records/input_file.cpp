@@ -25,7 +25,7 @@ bool standard_input_taken = false;
 FileError::FileError(const std::string &path, const std::string &what)
     : std::runtime_error(path + ": " + what + ": " + std::generic_category().message(errno)) {}
 
-TextSource::Descriptor::Descriptor(const std::string &path)
+InputFile::Descriptor::Descriptor(const std::string &path)
     : number(path == "-" ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
     if (number == STDIN_FILENO && std::exchange(standard_input_taken, true)) {
         throw std::runtime_error("standard input: cannot be read: a script or another file comes "
@@ -33,7 +33,7 @@ TextSource::Descriptor::Descriptor(const std::string &path)
     }
 }
 
-TextSource::Descriptor::~Descriptor() {
+InputFile::Descriptor::~Descriptor() {
     if (number == STDIN_FILENO) {
         standard_input_taken = false;
     } else if (number > STDIN_FILENO) {
@@ -41,7 +41,7 @@ TextSource::Descriptor::~Descriptor() {
     }
 }
 
-TextSource::TextSource(const std::string &path)
+InputFile::InputFile(const std::string &path)
     : name_(path == "-" ? "standard input" : path), file_(path), buffer_(piece_size) {
     struct stat about {};
     if (file_.number < 0 || fstat(file_.number, &about) != 0) {
@@ -52,7 +52,7 @@ TextSource::TextSource(const std::string &path)
 }
 
 /// Takes what there is: whoever writes into a pipe may be slow.
-std::size_t TextSource::read_to(std::size_t offset) {
+std::size_t InputFile::read_to(std::size_t offset) {
     ssize_t length = 0;
     do {
         check_interrupt();
@@ -64,7 +64,7 @@ std::size_t TextSource::read_to(std::size_t offset) {
     return static_cast<std::size_t>(length);
 }
 
-bool TextSource::fill() {
+bool InputFile::fill() {
     const std::size_t length = read_to(0);
     before_ += at_;
     at_ = 0;
@@ -72,7 +72,7 @@ bool TextSource::fill() {
     return !piece_.empty();
 }
 
-bool TextSource::read_line(std::string &text) {
+bool InputFile::read_line(std::string &text) {
     text.clear();
     if (peek() == end) {
         return false;
@@ -92,7 +92,7 @@ bool TextSource::read_line(std::string &text) {
     return true;
 }
 
-std::string_view TextSource::line_ahead() {
+std::string_view InputFile::line_ahead() {
     peek();
     std::size_t more = 1;
     while (piece_.find('\n', at_) == piece_.npos && piece_.size() < buffer_.size() && more > 0) {

@@ -18,15 +18,15 @@ public:
     FileError(const std::string &path, const std::string &what);
 };
 
-class TextSource {
+class InputFile {
 public:
     static constexpr int end = -1;
 
     /// @param path  "-" for standard input
     /// @throws FileError and Interrupted, here and wherever something is read
-    explicit TextSource(const std::string &path);
-    TextSource(const TextSource &) = delete;
-    TextSource &operator=(const TextSource &) = delete;
+    explicit InputFile(const std::string &path);
+    InputFile(const InputFile &) = delete;
+    InputFile &operator=(const InputFile &) = delete;
 
     /// "standard input" for "-".
     const std::string &name() const { return name_; }

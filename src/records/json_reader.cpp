@@ -26,7 +26,7 @@ public:
     using pointer = const char *;
     using reference = char;
 
-    explicit SourceIterator(TextSource *source) : source_(source) {}
+    explicit SourceIterator(InputFile *source) : source_(source) {}
 
     char operator*() const { return static_cast<char>(source_->peek()); }
     SourceIterator &operator++() {
@@ -35,11 +35,11 @@ public:
     }
     /// With the end, which has no source.
     friend bool operator==(const SourceIterator &left, const SourceIterator &) {
-        return left.source_->peek() == TextSource::end;
+        return left.source_->peek() == InputFile::end;
     }
 
 private:
-    TextSource *source_;
+    InputFile *source_;
 };
 
 /// What went wrong, without the "[json.exception...] " and "parse error at line 1, column 2: " in
@@ -61,7 +61,7 @@ std::string without_position(std::string_view what) {
 /// Takes a text apart while it is parsed: of what it holds, no more than one field is kept.
 class RecordParser final : public nlohmann::json_sax<nlohmann::json> {
 public:
-    RecordParser(const TextSource &source, RecordSink &sink)
+    RecordParser(const InputFile &source, RecordSink &sink)
         : source_(source), sink_(sink), record_(sink) {}
 
     bool null() override { return other("null"); }
@@ -162,8 +162,8 @@ private:
         open_.pop_back();
         return add(std::move(value));
     }
-    bool fail(std::string what) {
-        sink_.refuse({source_.line(), "", "", std::move(what)});
+    bool fail(const std::string &what) {
+        sink_.report({source_.line(), "", what, what});
         return false;
     }
 
@@ -171,18 +171,18 @@ private:
     void complete(const Value &value) {
         switch (level_) {
         case Level::text:
-            return refuse(value, "", "an object of tables");
+            return report(value, "", "an object of tables");
         case Level::tables:
             if (name_ != "version") {
                 begin_table();
-                return refuse_in_table(value, "a list of records");
+                return report_in_table(value, "a list of records");
             }
             if (value.kind != Value::Kind::number || value.number != record_version) {
-                refuse(value, "version", std::to_string(record_version));
+                report(value, "version", std::to_string(record_version));
             }
             return;
         case Level::records:
-            return refuse_in_table(value, "a record, an object of fields");
+            return report_in_table(value, "a record, an object of fields");
         case Level::fields:
             if (table_ != nullptr) {
                 record_.field(name_, name_line_, value);
@@ -194,22 +194,23 @@ private:
         table_ = stored_table(name_, name_line_, sink_);
         const auto [first, is_first] = tables_.emplace(name_, name_line_);
         if (table_ != nullptr && !is_first) {
-            sink_.refuse({name_line_, place_of(name_),
-                          fmt::format("a second time, first in line {}", first->second), "once"});
+            sink_.report(mismatch(name_line_, place_of(name_),
+                                  fmt::format("a second time, first in line {}", first->second),
+                                  "once"));
             table_ = nullptr;
         }
     }
 
-    void refuse_in_table(const Value &value, const char *expected) {
+    void report_in_table(const Value &value, const char *expected) {
         if (table_ != nullptr) {
-            refuse(value, place_of(table_->name), expected);
+            report(value, place_of(table_->name), expected);
         }
     }
-    void refuse(const Value &value, std::string where, std::string expected) {
-        sink_.refuse({value.line, std::move(where), describe(value), std::move(expected)});
+    void report(const Value &value, std::string place, const std::string &expected) {
+        sink_.report(mismatch(value.line, std::move(place), describe(value), expected));
     }
 
-    const TextSource &source_;
+    const InputFile &source_;
     RecordSink &sink_;
     RecordBuilder record_;
     Level level_ = Level::text;
@@ -220,8 +221,8 @@ private:
     std::map<std::string, std::size_t> tables_; ///< with their lines
 };
 
-Refusal text_behind_nul(std::size_t line) {
-    return {line, "", "a NUL character", "the end of the text"};
+Diagnostic text_after_nul(std::size_t line) {
+    return mismatch(line, "", "a NUL character", "the end of the text");
 }
 
 } // namespace
@@ -238,22 +239,22 @@ bool is_json_line(std::string_view text) {
     }
 }
 
-void read_json(TextSource &source, RecordSink &sink) {
+void read_json(InputFile &source, RecordSink &sink) {
     RecordParser parser(source, sink);
     const bool right =
         nlohmann::json::sax_parse(SourceIterator(&source), SourceIterator(nullptr), &parser);
-    if (right && source.peek() != TextSource::end) { // the parser takes NUL for it
-        sink.refuse(text_behind_nul(source.line()));
+    if (right && source.peek() != InputFile::end) { // the parser takes NUL for it
+        sink.report(text_after_nul(source.line()));
     }
 }
 
-void read_json_lines(TextSource &source, RecordSink &sink) {
+void read_json_lines(InputFile &source, RecordSink &sink) {
     for (std::string line; source.read_line(line);) {
         if (line.find_first_not_of(" \t") != line.npos) {
             RecordParser parser(source, sink);
             const bool right = nlohmann::json::sax_parse(line.begin(), line.end(), &parser);
             if (right && line.find('\0') != line.npos) {
-                sink.refuse(text_behind_nul(source.line()));
+                sink.report(text_after_nul(source.line()));
             }
         }
     }

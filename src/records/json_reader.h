@@ -13,9 +13,9 @@ namespace l2vpn::records {
 bool is_json_line(std::string_view text);
 
 /// One object of tables, in as many lines as it has.
-void read_json(TextSource &source, RecordSink &sink);
+void read_json(InputFile &source, RecordSink &sink);
 
 /// One object of tables on each line that is not blank; a wrong line does not harm the next one.
-void read_json_lines(TextSource &source, RecordSink &sink);
+void read_json_lines(InputFile &source, RecordSink &sink);
 
 } // namespace l2vpn::records

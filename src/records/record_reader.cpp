@@ -9,7 +9,6 @@
 #include "records/csv_reader.h"
 #include "records/field_value.h"
 #include "records/json_reader.h"
-#include "records/suggestion.h"
 
 namespace l2vpn::records {
 namespace {
@@ -22,7 +21,7 @@ bool is_csv(char first) {
 }
 
 /// Goes to what a text begins with.
-void skip_to_beginning(TextSource &source) {
+void skip_to_beginning(InputFile &source) {
     if (source.line_ahead().starts_with(byte_order_mark)) {
         for (std::size_t i = 0; i < byte_order_mark.size(); ++i) {
             source.skip();
@@ -36,42 +35,15 @@ void skip_to_beginning(TextSource &source) {
 
 } // namespace
 
-std::string place_of(std::string_view table) {
-    return "table " + in_quotes(table);
-}
-
-std::string place_of(std::string_view table, std::string_view field) {
-    return place_of(table) + ", field " + in_quotes(field);
-}
-
-std::string Refusal::message(const std::string &name) const {
-    return fmt::format("{}{}: {}{}{}", name, line == 0 ? "" : ":" + std::to_string(line), where,
-                       where.empty() ? "" : ": ",
-                       found.empty() ? expected
-                                     : fmt::format("found {}, expected {}", found, expected));
-}
-
-std::string Refusal::kind() const {
-    return found.empty()
-               ? expected
-               : fmt::format("{}{}expected {}", where, where.empty() ? "" : ": ", expected);
-}
-
-Refusal unknown_name(std::size_t line, std::string where, std::string_view what,
-                     const std::string &name, const std::vector<std::string> &known) {
-    return {line, std::move(where), fmt::format("an unknown {}", what),
-            "a known one; nearest is " + in_quotes(nearest(name, known))};
-}
-
 const Table *stored_table(const std::string &name, std::size_t line, RecordSink &sink) {
     const Table *const table = find_table(name);
     if (table == nullptr) {
-        sink.refuse(unknown_name(line, place_of(name), "table", name, table_names()));
+        sink.report(unknown_name(line, "", "table", name, table_names()));
         return nullptr;
     }
     if (!table->access) {
-        sink.refuse(
-            {line, place_of(name), "a table that can only be formatted", "one that is stored"});
+        sink.report(mismatch(line, place_of(name), "a table that can only be formatted",
+                             "one that is stored"));
         return nullptr;
     }
     return table;
@@ -89,18 +61,17 @@ void RecordBuilder::field(const std::string &name, std::size_t line, const Value
     if (const Field *const known = table_->field(name)) {
         return field(*known, line, value);
     }
-    refuse(unknown_name(line, place_of(table_->name, name), "field", name,
-                        field_names(table_->fields)));
+    report(unknown_name(line, place_of(table_->name), "field", name, field_names(table_->fields)));
 }
 
 void RecordBuilder::field(const Field &field, std::size_t line, const Value &value) {
     std::size_t &first = given_in_[static_cast<std::size_t>(&field - table_->fields.data())];
     if (first != 0) {
-        refuse({line, place_of(table_->name, field.name),
-                fmt::format("a second time, first in line {}", first), "once"});
+        report(mismatch(line, place_of(table_->name, field.name),
+                        fmt::format("a second time, first in line {}", first), "once"));
     } else if (!set_field(field, value, record_.data())) {
-        refuse({value.line, place_of(table_->name, field.name), describe(value),
-                expected_value(field)});
+        report(mismatch(value.line, place_of(table_->name, field.name), describe(value),
+                        expected_value(field)));
     }
     first = first == 0 ? line : first;
 }
@@ -111,21 +82,21 @@ void RecordBuilder::end() {
     }
 }
 
-void RecordBuilder::refuse(const Refusal &refusal) {
+void RecordBuilder::report(const Diagnostic &diagnostic) {
     right_ = false;
-    sink_.refuse(refusal);
+    sink_.report(diagnostic);
 }
 
-void read_records(TextSource &source, const std::string &csv_table, RecordSink &sink) {
+void read_records(InputFile &source, const std::string &csv_table, RecordSink &sink) {
     skip_to_beginning(source);
-    if (source.peek() == TextSource::end) {
-        sink.refuse({1, "", "an empty file", "an object of tables"});
+    if (source.peek() == InputFile::end) {
+        sink.report(mismatch(1, "", "an empty file", "an object of tables"));
     } else if (is_csv(static_cast<char>(source.peek()))) {
         const std::string stem = std::filesystem::path(source.name()).stem();
         if (csv_table.empty() && find_table(stem) == nullptr) {
-            return sink.refuse(
-                {source.line(), "", "text that is not JSON",
-                 "an object of tables, or CSV in a file or with --table that names its table"});
+            return sink.report(mismatch(
+                source.line(), "", "text that is not JSON",
+                "an object of tables, or CSV in a file or with --table that names its table"));
         }
         read_csv(source, csv_table.empty() ? stem : csv_table, sink);
     } else if (is_json_line(source.line_ahead())) {

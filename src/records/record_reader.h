@@ -9,7 +9,7 @@
 //   a number                  for a field of 1, 2, 4 or 8 bytes; 4 bytes also as "192.0.2.1"
 //   a list of two numbers     for an array of two bytes
 //   text, "00:1b:44:11:3a:b7" for a MAC address or other opaque bytes, or a list of their numbers
-// and in CSV what word_value takes. A member "version" beside the tables states the version of the
+// and in CSV what parse_word takes. A member "version" beside the tables states the version of the
 // form, which is record_version.
 #pragma once
 
@@ -17,26 +17,14 @@
 #include <cstdint>
 #include <string>
 
-#include "records/table_schema.h"
+#include "records/diagnostic.h"
 #include "records/input_file.h"
+#include "records/table_schema.h"
 #include "records/value.h"
 
 namespace l2vpn::records {
 
 constexpr std::uint64_t record_version = 1;
-
-/// Something that is not as it must be. It is found at a place, in a table or a field.
-struct Refusal {
-    std::size_t line;     ///< 0 if it is not in a line
-    std::string where;    ///< "table \"l2vpn_vpls_pw\", field \"mtu\""; may be empty
-    std::string found;    ///< "70000"; may be empty
-    std::string expected; ///< "a number from 0 to 65535"; without `found`, the whole message
-
-    /// "<name>:<line>: <where>: found <found>, expected <expected>"
-    std::string message(const std::string &name) const;
-    /// What refusals of one kind have in common.
-    std::string kind() const;
-};
 
 /// Takes what a reader finds.
 class RecordSink {
@@ -49,12 +37,12 @@ public:
     /// A right record of a table that has access.
     /// @param line  where it begins
     virtual void record(const Table &table, std::size_t line, const Bytes &record) = 0;
-    virtual void refuse(const Refusal &refusal) = 0;
+    virtual void report(const Diagnostic &diagnostic) = 0;
 };
 
 /// Reads to the end, or to where nothing can be read any more.
 /// @param csv_table  the table of CSV; if empty, the file's name tells
-void read_records(TextSource &source, const std::string &csv_table, RecordSink &sink);
+void read_records(InputFile &source, const std::string &csv_table, RecordSink &sink);
 
 /// Puts a record together from its fields and hands it on if all of them are right.
 class RecordBuilder {
@@ -68,7 +56,7 @@ public:
     void end();
 
 private:
-    void refuse(const Refusal &refusal);
+    void report(const Diagnostic &diagnostic);
 
     RecordSink &sink_;
     const Table *table_ = nullptr;
@@ -77,14 +65,6 @@ private:
     std::vector<std::size_t> given_in_; ///< for each field the line of its name, 0 before
     bool right_ = true;
 };
-
-/// "table \"l2vpn_vpls_pw\"" and "table \"l2vpn_vpls_pw\", field \"mtu\"".
-std::string place_of(std::string_view table);
-std::string place_of(std::string_view table, std::string_view field);
-
-/// The refusal of a name that is none of the known ones.
-Refusal unknown_name(std::size_t line, std::string where, std::string_view what,
-                     const std::string &name, const std::vector<std::string> &known);
 
 /// The table, if it has one of that name and access.
 const Table *stored_table(const std::string &name, std::size_t line, RecordSink &sink);

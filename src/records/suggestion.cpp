@@ -4,12 +4,18 @@
 #include <algorithm>
 #include <cstddef>
 #include <numeric>
-#include <string_view>
+
+#include <fmt/format.h>
+
+#include "records/value.h"
 
 namespace l2vpn::records {
 namespace {
 
-/// Insertions, deletions and replacements that turn one text into the other.
+/// A longer name is not a misspelling of a shorter one, and comparing it takes time.
+constexpr std::size_t max_name = 64;
+
+/// Levenshtein distance: insertions, deletions and replacements.
 std::size_t edits(std::string_view from, std::string_view to) {
     std::vector<std::size_t> row(to.size() + 1); // edits from a prefix of `from` to those of `to`
     std::iota(row.begin(), row.end(), std::size_t{0});
@@ -26,9 +32,23 @@ std::size_t edits(std::string_view from, std::string_view to) {
 
 } // namespace
 
-const std::string &nearest(const std::string &name, const std::vector<std::string> &known) {
-    return *std::ranges::min_element(
-        known, {}, [&](const std::string &candidate) { return edits(name, candidate); });
+std::string unknown(std::string_view what, const std::string &name,
+                    const std::vector<std::string> &known) {
+    const std::string text = fmt::format("unknown {} {}", what, in_quotes(name));
+    if (name.size() > max_name) {
+        return text;
+    }
+    const std::string *closest = nullptr;
+    std::pair best(2 + name.size() / 3, std::ptrdiff_t{0}); // of equal ones, the longest prefix
+    for (const std::string &candidate : known) {
+        const std::ptrdiff_t prefix = std::ranges::mismatch(name, candidate).in1 - name.begin();
+        const std::pair cost(edits(name, candidate), -prefix);
+        if (cost < best) {
+            best = cost;
+            closest = &candidate;
+        }
+    }
+    return closest == nullptr ? text : fmt::format("{}; did you mean \"{}\"?", text, *closest);
 }
 
 } // namespace l2vpn::records

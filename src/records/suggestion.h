@@ -1,14 +1,16 @@
 // SPDX-License-Identifier: MIT
-// A hint for a misspelt name.
+// Suggestions for misspelt names.
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace l2vpn::records {
 
-/// The known name with the fewest single-character edits from the given one; the first of several.
-/// There must be a known name.
-const std::string &nearest(const std::string &name, const std::vector<std::string> &known);
+/// "unknown field \"mtv\"; did you mean \"mtu\"?", with the known name that takes the fewest edits;
+/// without a suggestion if none is similar.
+std::string unknown(std::string_view what, const std::string &name,
+                    const std::vector<std::string> &known);
 
 } // namespace l2vpn::records

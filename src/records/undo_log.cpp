@@ -50,7 +50,7 @@ std::size_t undo_entries(std::span<const std::byte> log) {
 
 } // namespace
 
-std::uint32_t Transaction::write(const Table &table, const Bytes &record, bool &replaced) {
+std::uint32_t UndoLog::write(const Table &table, const Bytes &record, bool &replaced) {
     if (log_.size() > kept_in_memory) {
         flush();
     }
@@ -69,7 +69,7 @@ std::uint32_t Transaction::write(const Table &table, const Bytes &record, bool &
     return result;
 }
 
-std::size_t Transaction::undo() {
+std::size_t UndoLog::undo() {
     std::size_t failed = undo_entries(log_);
     if (in_file_ > 0) {
         void *const mapped =
@@ -85,13 +85,13 @@ std::size_t Transaction::undo() {
     return failed;
 }
 
-void Transaction::append(const void *bytes, std::size_t size) {
+void UndoLog::append(const void *bytes, std::size_t size) {
     const auto *const from = static_cast<const std::byte *>(bytes);
     log_.insert(log_.end(), from, from + size);
 }
 
 /// Whatever of the log does not get into the file stays in memory.
-void Transaction::flush() {
+void UndoLog::flush() {
     if (file_ == nullptr) {
         file_.reset(std::tmpfile());
     }

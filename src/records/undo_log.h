@@ -11,7 +11,7 @@
 
 namespace l2vpn::records {
 
-class Transaction {
+class UndoLog {
 public:
     /// Inserts or replaces a record of a table that has access.
     /// @param replaced  out, whether there was one

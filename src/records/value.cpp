@@ -44,7 +44,11 @@ std::string describe(const Value &value) {
 }
 
 std::string in_quotes(std::string_view text) {
-    // What is not UTF-8 is shown as what it is not.
+    constexpr std::size_t longest = 100;
+    if (text.size() > longest) {
+        return fmt::format("{}... ({} bytes)", in_quotes(text.substr(0, longest)), text.size());
+    }
+    // Bytes that are not UTF-8 become U+FFFD.
     return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 

@@ -23,7 +23,7 @@ struct Value {
 /// A short description for messages: "70000", "\"abc\"", "[1, 256]".
 std::string describe(const Value &value);
 
-/// The text in double quotes, control characters escaped.
+/// The text in double quotes, control characters escaped, and cut if it is very long.
 std::string in_quotes(std::string_view text);
 
 /// "1 record", "2 records".

@@ -10,9 +10,9 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include "records/input_file.h"
 #include "records/interrupt.h"
 #include "records/suggestion.h"
-#include "records/input_file.h"
 #include "records/value.h"
 #include "tool/load.h"
 #include "tool/record_output.h"
@@ -169,9 +169,7 @@ std::string unexpected(const std::string &word, const Command *command, bool for
     };
     add_options(common_parameters());
     add_options(command == nullptr ? std::vector<const Parameter *>{} : command->parameters);
-    return fmt::format("{}: found an unknown {}, expected a known one; nearest is {}",
-                       records::in_quotes(word), option ? "option" : "command",
-                       records::in_quotes(records::nearest(word, known)));
+    return records::unknown(option ? "option" : "command", word, known);
 }
 
 /// Parses a command line and says which command it gives; none if it gives none.

@@ -38,7 +38,7 @@ struct Arguments {
     bool all = false, csv = false, json = false, keep_going = false, line = false, raw = false,
          store = false;
 
-    records::Style style() const { return raw ? records::Style::raw : records::Style::people; }
+    records::Style style() const { return raw ? records::Style::raw : records::Style::display; }
 };
 
 /// An argument: how it is written, where it goes, and what completes it.

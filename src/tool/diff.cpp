@@ -6,10 +6,9 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-#include "tool/operands.h"
 #include "tool/command.h"
+#include "tool/operands.h"
 #include "tool/record_output.h"
-#include "tool/diagnostics.h"
 #include "tool/terminal.h"
 
 namespace l2vpn::tool {
@@ -29,14 +28,16 @@ public:
         tables[&table][key_of(table.primary_key(), record)] = record;
         progress_.show(++records_, source_.position(), source_.size());
     }
-    void refuse(const records::Refusal &refusal) override { refused_.add(refusal, source_.name()); }
+    void report(const records::Diagnostic &diagnostic) override {
+        refused_.add(diagnostic, source_.name());
+    }
 
     std::map<const Table *, std::map<Bytes, Bytes>> tables; ///< a table's place is its name's
 
 private:
-    records::TextSource source_;
+    records::InputFile source_;
     Progress progress_{source_.name()};
-    Refusals refused_;
+    records::Diagnostics refused_;
     std::uint64_t records_ = 0;
 };
 

@@ -8,10 +8,9 @@
 #include <nlohmann/json.hpp>
 
 #include "records/undo_log.h"
-#include "tool/operands.h"
 #include "tool/command.h"
+#include "tool/operands.h"
 #include "tool/record_output.h"
-#include "tool/diagnostics.h"
 #include "tool/terminal.h"
 
 namespace l2vpn::tool {
@@ -23,13 +22,13 @@ using Json = nlohmann::ordered_json;
 struct Loaded {
     std::map<std::string, std::size_t> tables; ///< records that are stored
     std::size_t stored = 0, replaced = 0;
-    Refusals refused;
+    records::Diagnostics refused;
     std::string failure; ///< of what else went wrong, as in reading the file
 };
 
 class Loader final : public records::RecordSink {
 public:
-    Loader(const records::TextSource &source, bool keep_going)
+    Loader(const records::InputFile &source, bool keep_going)
         : source_(source), keep_going_(keep_going), progress_(source.name()) {}
 
     void record(const Table &table, std::size_t line, const Bytes &record) override {
@@ -38,26 +37,27 @@ public:
             return; // what is still of interest is what else is wrong
         }
         bool replaced = false;
-        const std::uint32_t result = keep_going_ ? write(table, record, replaced)
-                                                 : transaction_.write(table, record, replaced);
+        const std::uint32_t result =
+            keep_going_ ? write(table, record, replaced) : undo_log_.write(table, record, replaced);
         if (result != L2VPN_DB_OK) {
-            return refuse({line,
+            const std::string problem = "the store refused the record: " + result_text(result);
+            return report({line,
                            fmt::format("{}, primary key {}", records::place_of(table.name),
                                        primary_key_text(table, record)),
-                           "", "the store refused the record: " + result_text(result)});
+                           problem, problem});
         }
         ++loaded.stored;
         ++loaded.tables[table.name];
         loaded.replaced += replaced ? 1 : 0;
     }
 
-    void refuse(const records::Refusal &refusal) override {
-        loaded.refused.add(refusal, source_.name());
+    void report(const records::Diagnostic &diagnostic) override {
+        loaded.refused.add(diagnostic, source_.name());
     }
 
     /// Takes everything back that was stored.
     void undo() {
-        if (const std::size_t failed = transaction_.undo(); failed > 0) {
+        if (const std::size_t failed = undo_log_.undo(); failed > 0) {
             loaded.failure +=
                 fmt::format("{}{}: {} could not be put back", loaded.failure.empty() ? "" : "\n",
                             source_.name(), records::counted(failed, "record"));
@@ -76,13 +76,13 @@ private:
         return table.access->write(record.data(), length);
     }
 
-    const records::TextSource &source_;
+    const records::InputFile &source_;
     bool keep_going_;
-    records::Transaction transaction_;
+    records::UndoLog undo_log_;
     Progress progress_;
 };
 
-Loaded load(records::TextSource &source, const std::string &csv_table, bool keep_going) {
+Loaded load(records::InputFile &source, const std::string &csv_table, bool keep_going) {
     Loader loader(source, keep_going);
     try {
         records::read_records(source, csv_table, loader);
@@ -105,7 +105,7 @@ Loaded load(records::TextSource &source, const std::string &csv_table, bool keep
 
 Loaded load(const std::string &path, const std::string &csv_table, bool keep_going) {
     try {
-        records::TextSource source(path);
+        records::InputFile source(path);
         return load(source, csv_table, keep_going);
     } catch (const std::runtime_error &error) {
         Loaded nothing;
@@ -151,7 +151,7 @@ void print(const std::string &path, const Loaded &loaded) {
                loaded.replaced == 0 ? "" : fmt::format(", {} of them replaced", loaded.replaced),
                loaded.refused.count == 0
                    ? ""
-                   : fmt::format(", {}", records::counted(loaded.refused.count, "refusal")));
+                   : fmt::format(", {}", records::counted(loaded.refused.count, "error")));
 }
 
 } // namespace

@@ -11,7 +11,6 @@
 #include "l2vpn_db/memory_store.h"
 #include "records/field_value.h"
 #include "records/interrupt.h"
-#include "records/suggestion.h"
 #include "tool/command.h"
 
 namespace l2vpn::tool {
@@ -20,21 +19,17 @@ namespace {
 using records::in_quotes;
 using records::place_of;
 
-[[noreturn]] void unknown(const std::string &where, std::string_view what, const std::string &name,
+[[noreturn]] void unknown(const std::string &place, std::string_view what, const std::string &name,
                           const std::vector<std::string> &known) {
-    throw Failure(exit_bad_input,
-                  fmt::format("{}: found an unknown {}, expected a known one; nearest is {}", where,
-                              what, in_quotes(records::nearest(name, known))));
+    throw Failure(exit_bad_input, records::unknown_name(0, place, what, name, known).text());
 }
 
 /// Keeps the one record that a command line gives, and what is wrong with it.
 class OneRecord final : public records::RecordSink {
 public:
     void record(const Table &, std::size_t, const Bytes &record) override { bytes = record; }
-    void refuse(const records::Refusal &refusal) override {
-        const std::string found = fmt::format("{}: found {}, expected {}", refusal.where,
-                                              refusal.found, refusal.expected);
-        wrong += wrong.empty() ? found : "\n" + found;
+    void report(const records::Diagnostic &diagnostic) override {
+        wrong += (wrong.empty() ? "" : "\n") + diagnostic.text();
     }
 
     Bytes bytes;
@@ -64,7 +59,7 @@ bool has_member(const Key &key, const std::string &name) {
 const Table &table_named(const std::string &name) {
     const Table *const table = records::find_table(name);
     if (table == nullptr) {
-        unknown(place_of(name), "table", name, records::table_names());
+        unknown("", "table", name, records::table_names());
     }
     return *table;
 }
@@ -72,7 +67,7 @@ const Table &table_named(const std::string &name) {
 const Field &field_named(const Table &table, const std::string &name) {
     const Field *const field = table.field(name);
     if (field == nullptr) {
-        unknown(place_of(table.name, name), "field", name, records::field_names(table.fields));
+        unknown(place_of(table.name), "field", name, records::field_names(table.fields));
     }
     return *field;
 }
@@ -80,8 +75,7 @@ const Field &field_named(const Table &table, const std::string &name) {
 const Key &key_named(const Table &table, const std::string &name) {
     const Key *const key = table.key(name);
     if (key == nullptr) {
-        unknown(fmt::format("{}, key {}", place_of(table.name), in_quotes(name)), "key", name,
-                records::key_names(table));
+        unknown(place_of(table.name), "key", name, records::key_names(table));
     }
     return *key;
 }
@@ -142,12 +136,12 @@ Bytes record_of(const Table &table, const std::vector<std::string> &values) {
     for (const std::string &value : values) {
         const std::string name = name_of(value);
         if (!given.emplace(name, true).second) {
-            one.refuse({0, place_of(table.name, name), "a second time", "once"});
+            one.report(records::mismatch(0, place_of(table.name, name), "a second time", "once"));
             continue;
         }
         const Field *const field = table.field(name);
         const std::string word = value.substr(name.size() + 1);
-        builder.field(name, 1, field == nullptr ? records::Value{} : word_value(*field, word));
+        builder.field(name, 1, field == nullptr ? records::Value{} : parse_word(*field, word));
     }
     builder.end();
     if (!one.wrong.empty()) {

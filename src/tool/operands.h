@@ -18,7 +18,7 @@ using records::Field;
 using records::Key;
 using records::Table;
 
-/// @throws Failure, with the nearest name, if there is none of that name
+/// @throws Failure, with a suggestion, if the name is unknown
 const Table &table_named(const std::string &name);
 const Field &field_named(const Table &table, const std::string &name);
 const Key &key_named(const Table &table, const std::string &name);

@@ -10,8 +10,8 @@
 #include <nlohmann/json.hpp>
 
 #include "records/input_file.h"
-#include "tool/operands.h"
 #include "tool/command.h"
+#include "tool/operands.h"
 #include "tool/record_output.h"
 #include "tool/terminal.h"
 
@@ -81,9 +81,9 @@ Bytes bytes_of(std::string text) {
 }
 
 std::string all_of_standard_input() {
-    records::TextSource source("-");
+    records::InputFile source("-");
     std::string text;
-    for (; source.peek() != records::TextSource::end; source.skip()) {
+    for (; source.peek() != records::InputFile::end; source.skip()) {
         text += static_cast<char>(source.peek());
     }
     return text;

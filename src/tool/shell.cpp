@@ -9,8 +9,8 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
-#include "records/interrupt.h"
 #include "records/input_file.h"
+#include "records/interrupt.h"
 #include "tool/command.h"
 #include "tool/line_editor.h"
 
@@ -54,7 +54,7 @@ std::vector<std::string> words_or_none(std::string_view place, const std::string
 
 /// Stops at the first line that does not do what it says, and says which one that was.
 Exit run_script(const std::string &path, const Arguments &arguments) {
-    records::TextSource source(path);
+    records::InputFile source(path);
     Exit worst = exit_done;
     for (std::string line; source.read_line(line);) {
         const std::string place = fmt::format("{}:{}", source.name(), source.line());

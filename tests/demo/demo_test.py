@@ -72,8 +72,7 @@ class Demo(unittest.TestCase):
         self.assertEqual(result.stderr.splitlines(), [
             f'{path}:2: table "l2vpn_vpls_pw", field "mtu": found 70000, '
             "expected a number from 0 to 65535",
-            f'{path}:2: table "l2vpn_vpls_pw", field "vrindex": found an unknown field, '
-            'expected a known one; nearest is "vrIndex"'])
+            f'{path}:2: table "l2vpn_vpls_pw": unknown field "vrindex"; did you mean "vrIndex"?'])
 
     def test_malformed_file(self):
         path, result = self.run_on('{"l2vpn_vpls_pw": [\n')

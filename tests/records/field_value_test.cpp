@@ -43,7 +43,7 @@ template <class Write>
 void expect_copied(Write write) {
     for (const Table &table : tables()) {
         const Bytes record = random_record(table, 1);
-        for (const Style style : {Style::people, Style::raw}) {
+        for (const Style style : {Style::display, Style::raw}) {
             Bytes copy(table.record_size);
             for (const Field &field : table.fields) {
                 EXPECT_TRUE(write(field, record, style, copy)) << table.name << " " << field.name;
@@ -60,7 +60,7 @@ void expect_copied(Write write) {
 
 TEST(FieldValue, TextIsReadAgain) {
     expect_copied([](const Field &field, const Bytes &record, Style style, Bytes &copy) {
-        return set_field(field, word_value(field, field_text(field, record.data(), style)),
+        return set_field(field, parse_word(field, field_text(field, record.data(), style)),
                          copy.data());
     });
 }
@@ -98,7 +98,7 @@ TEST(FieldValue, WordsThatAreRefusedChangeNothing) {
                                      "x"}) {
                 Bytes record = random_record(table, 2);
                 const Bytes before = record;
-                EXPECT_FALSE(set_field(field, word_value(field, word), record.data()))
+                EXPECT_FALSE(set_field(field, parse_word(field, word), record.data()))
                     << table.name << " " << field.name << " " << word;
                 EXPECT_EQ(record, before);
             }
@@ -114,8 +114,8 @@ TEST(FieldValue, NumbersHaveTheirFieldsRange) {
           std::tuple{"vcId", "4294967295", "0x100000000"},
           std::tuple{"timeStampApp", "18446744073709551615", "0x10000000000000000"}}) {
         const Field &field = *table.field(name);
-        EXPECT_TRUE(set_field(field, word_value(field, most), record.data())) << name;
-        EXPECT_FALSE(set_field(field, word_value(field, more), record.data())) << name;
+        EXPECT_TRUE(set_field(field, parse_word(field, most), record.data())) << name;
+        EXPECT_FALSE(set_field(field, parse_word(field, more), record.data())) << name;
     }
 }
 
@@ -123,7 +123,7 @@ TEST(FieldValue, ZeroIsEnoughForBytesThatAreAllZero) {
     for (const Table &table : tables()) {
         for (const Field &field : table.fields) {
             Bytes record = random_record(table, 3);
-            EXPECT_TRUE(set_field(field, word_value(field, "0"), record.data()))
+            EXPECT_TRUE(set_field(field, parse_word(field, "0"), record.data()))
                 << table.name << " " << field.name;
             for (std::size_t i = 0; i < field.width; ++i) {
                 EXPECT_EQ(record[field.offset + i], std::byte{0})

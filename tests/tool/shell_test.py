@@ -13,7 +13,7 @@ import time
 from tool import BAD_INPUT, DONE, EXAMPLE, FAILED, NO, PROGRAM, ToolTest, main
 
 IF_INDEX = json.loads(EXAMPLE.read_text(encoding="utf-8"))["l2vpn_stp"][0]["ifIndex"]
-MANUAL = EXAMPLE.parents[1] / "tools" / "l2vpn-db.1"
+MANUAL = EXAMPLE.parents[1] / "src" / "tool" / "l2vpn-db.1"
 
 
 class CommandLine(ToolTest):
@@ -21,28 +21,24 @@ class CommandLine(ToolTest):
         stp = 'table "l2vpn_stp"'
         number = "expected a number from 0 to 18446744073709551615"
         for line, message in {
-                "tabels": '"tabels": found an unknown command, expected a known one; nearest is "tables"',
-                "--jsn tables": '"--jsn": found an unknown option, expected a known one; nearest is "--json"',
-                "layout l2vpn_stp --svgg x": '"--svgg": found an unknown option, expected a known one; '
-                                             'nearest is "--svg"',
+                "tabels": 'unknown command "tabels"; did you mean "tables"?',
+                "--jsn tables": 'unknown option "--jsn"; did you mean "--json"?',
+                "layout l2vpn_stp --svgg x": 'unknown option "--svgg"; did you mean "--svg"?',
                 "describe": "describe: found no TABLE, expected a table's name",
                 "describe l2vpn_stp more": 'describe: found "more", expected no more arguments',
-                "describe l2vpn_sttp": 'table "l2vpn_sttp": found an unknown table, expected a known one; '
-                                       'nearest is "l2vpn_stp"',
+                "describe l2vpn_sttp": 'unknown table "l2vpn_sttp"; did you mean "l2vpn_stp"?',
                 "get l2vpn_stp": "get: found no VALUES, expected the members of a key, as in vrIndex=1",
                 "get l2vpn_stp ifIndex": 'argument "ifIndex": found no field and value, expected field=value',
                 "get l2vpn_stp =1": 'argument "=1": found no field and value, expected field=value',
-                "get l2vpn_stp ifIndx=1": f'{stp}, field "ifIndx": found an unknown field, expected a '
-                                          'known one; nearest is "ifIndex"',
+                "get l2vpn_stp ifIndx=1": f'{stp}: unknown field "ifIndx"; did you mean "ifIndex"?',
                 "get l2vpn_stp ifIndex=1 ifIndex=1": f'{stp}, field "ifIndex": found a second time, '
                                                      "expected once",
                 "get l2vpn_stp ifIndex=1 vrIndex=1": f'{stp}, key "primary_key": found vrIndex, which is '
                                                      "no member, expected only ifIndex",
                 "put l2vpn_vpls_exp vrIndex=1": 'table "l2vpn_vpls_exp", key "primary_key": found no '
                                                 "instanceId, expected all of vrIndex, instanceId",
-                "find l2vpn_stp --key primry_key ifIndex=1": f'{stp}, key "primry_key": found an unknown '
-                                                             'key, expected a known one; nearest is '
-                                                             '"primary_key"',
+                "find l2vpn_stp --key primry_key ifIndex=1": f'{stp}: unknown key "primry_key"; did you mean '
+                                                             '"primary_key"?',
                 "find l2vpn_stp flags=1": f"{stp}: found fields that are not those of a key, expected a "
                                           "key's:\n  primary_key        ifIndex\n"
                                           "  stp_src_if_key     ifIndex, vrIndex",
@@ -73,8 +69,7 @@ class CommandLine(ToolTest):
     def test_mistakes_for_programs(self):
         out, err = self.run_tool("describe", "x", "--json", code=BAD_INPUT)
         self.assertEqual(out, "")
-        self.assertEqual(err, '{"version":1,"error":"l2vpn-db: table \\"x\\": found an unknown table, '
-                         'expected a known one; nearest is \\"l2vpn_eth\\""}\n')
+        self.assertEqual(err, '{"version":1,"error":"l2vpn-db: unknown table \\"x\\""}\n')
 
     def test_one_form_of_output(self):
         for line, options in {"get --line l2vpn_stp ifIndex=1": "--json and --line",
@@ -139,8 +134,7 @@ class Script(ToolTest):
         script = self.write("script", "count l2vpn_stp\n\ncuont\ncount l2vpn_stp\n")
         out, err = self.run_tool("shell", script, code=BAD_INPUT)
         self.assertEqual(out.count("\n"), 2)
-        self.assertEqual(err, f'{script}:3: "cuont": found an unknown command, expected a known one; '
-                         'nearest is "count"\n')
+        self.assertEqual(err, f'{script}:3: unknown command "cuont"; did you mean "count"?\n')
         out, err = self.run_tool("shell", "--keep-going", script, code=BAD_INPUT)
         self.assertEqual(out.count("\n"), 4)
         out, err = self.run_tool("shell", code=NO, stdin="tables\ndelete l2vpn_stp ifIndex=1\ntables\n")
@@ -150,7 +144,7 @@ class Script(ToolTest):
         for line, message in {
                 'get "l2vpn_stp': '1: found " that nothing closes, expected another one',
                 "shell": "1: found shell, expected a command, as this is one",
-                "--load x": '1: "--load": found an unknown option, expected a known one; nearest is "--raw"',
+                "--load x": '1: unknown option "--load"; did you mean "--raw"?',
         }.items():
             _, err = self.run_tool(stdin=line, code=BAD_INPUT)
             self.assertEqual(err, f"standard input:{message}\n")
@@ -231,7 +225,7 @@ class Terminal(ToolTest):
         screen = self.wait("l2vpn-db>")
         self.assertEqual(screen[-3:-1], ["macAgeTime  vrIndex", "       300        1"])
         self.assertEqual(self.enter("put l2vpn_stp ifIndex=9")[-2], "l2vpn_stp: ifIndex 9: inserted")
-        self.assertIn("found an unknown command", self.enter("nonsense")[-2])
+        self.assertIn("unknown command", self.enter("nonsense")[-2])
         self.keys("Up", "Up")
         self.wait("l2vpn-db> put l2vpn_stp ifIndex=9")
         self.keys("Enter")

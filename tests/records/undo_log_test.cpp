@@ -16,7 +16,7 @@ namespace {
 
 using namespace records;
 
-class TransactionTest : public testing::Test {
+class UndoLogTest : public testing::Test {
 protected:
     void SetUp() override { clear_store(); }
     void TearDown() override { clear_store(); }
@@ -40,19 +40,19 @@ protected:
     }
 
     const Table &table = *find_table("l2vpn_stp");
-    Transaction transaction;
+    UndoLog undo_log;
     bool replaced = false;
 };
 
-TEST_F(TransactionTest, MoreThanMemoryIsToKeep) {
+TEST_F(UndoLogTest, MoreThanMemoryIsToKeep) {
     constexpr std::uint32_t count = 60000; // times three entries of 28 bytes and more
     const auto write = [&](std::uint32_t interface, std::uint32_t flags) {
-        ASSERT_EQ(transaction.write(table, record(interface, flags), replaced), L2VPN_DB_OK);
+        ASSERT_EQ(undo_log.write(table, record(interface, flags), replaced), L2VPN_DB_OK);
     };
     for (std::uint32_t i = 0; i < count; i += 2) {
         write(i, 1);
     }
-    transaction = Transaction();
+    undo_log = UndoLog();
     const auto before = stored();
     EXPECT_EQ(before.size(), count / 2);
     for (const std::uint32_t flags : {2U, 3U}) {
@@ -62,13 +62,13 @@ TEST_F(TransactionTest, MoreThanMemoryIsToKeep) {
         }
     }
     EXPECT_EQ(stored().size(), count);
-    EXPECT_EQ(transaction.undo(), 0U);
+    EXPECT_EQ(undo_log.undo(), 0U);
     EXPECT_EQ(stored(), before);
-    EXPECT_EQ(transaction.undo(), 0U) << "there is nothing left to undo";
+    EXPECT_EQ(undo_log.undo(), 0U) << "there is nothing left to undo";
     EXPECT_EQ(stored(), before);
 }
 
-TEST_F(TransactionTest, WithoutRoomOnTheDisk) {
+TEST_F(UndoLogTest, WithoutRoomOnTheDisk) {
     rlimit usual{};
     ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &usual), 0);
     const auto old_handler = std::signal(SIGXFSZ, SIG_IGN);
@@ -76,15 +76,13 @@ TEST_F(TransactionTest, WithoutRoomOnTheDisk) {
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
     std::uint32_t written = 0;
     EXPECT_THROW(
-        while (transaction.write(table, record(written, 1), replaced) == L2VPN_DB_OK) {
-            ++written;
-        },
+        while (undo_log.write(table, record(written, 1), replaced) == L2VPN_DB_OK) { ++written; },
         FileError);
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &usual), 0);
     (void)std::signal(SIGXFSZ, old_handler);
     EXPECT_EQ(stored().size(), written) << "what is refused for lack of room is not written";
     EXPECT_GT(written, 50000U);
-    EXPECT_EQ(transaction.undo(), 0U);
+    EXPECT_EQ(undo_log.undo(), 0U);
     EXPECT_TRUE(stored().empty());
 }
 
