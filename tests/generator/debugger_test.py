@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The debugger's facts are those that tests/expected writes down independently."""
+"""The debugger's facts are the expected ones, which are independent of the generator."""
 
 import sys
 import unittest

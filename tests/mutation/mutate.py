@@ -118,7 +118,7 @@ class Generator:
         self.build = build
 
     def prepare(self, folder: Path) -> None:
-        for name in ("generator", "tests", "schema", "include", "frame", "tables", "dal", "format", "abi", "platform"):
+        for name in ("generator", "tests", "schema", "include", "src", "abi"):
             shutil.copytree(ROOT / name, folder / name, ignore=shutil.ignore_patterns("__pycache__"))
         for name in ("VERSION", "CHANGELOG.md"):
             shutil.copy(ROOT / name, folder / name)

@@ -8,7 +8,7 @@ namespace {
 
 /// What is shown knows no table.
 bool comes_first(const Facts &table) {
-    return table.name == listed_typed_tables().front();
+    return table.name == typed_table_names().front();
 }
 
 /// In a process of its own: the store remembers descriptors for good.

@@ -5,6 +5,7 @@ generator/: what is derived there wrongly differs from what is derived here.
 
 import random
 import re
+import tomllib
 from pathlib import Path
 
 INTEGERS = {"u8": 1, "u16": 2, "u32": 4, "u64": 8}
@@ -104,6 +105,16 @@ class Table:
             else:
                 gaps.append([at, at])
         return gaps
+
+
+def read(path: Path) -> Table:
+    """The table of a catalog file, which is taken to be right. Its numbers are not read."""
+    entries = tomllib.loads(path.read_text(encoding="utf-8"))
+    fields = [Field(name, type_name, bool(flags)) for _, _, type_name, name, *flags in entries["fields"]]
+    names = [field.name for field in fields]
+    keys = [(name, [names.index(member) for member in members]) for name, *members in entries["keys"]]
+    return Table(path.stem, entries["access"] == "typed", fields, keys, entries.get("quirks", []),
+                 entries.get("version", 1), entries["about"])
 
 
 def infix(index: int, name: str) -> str:

@@ -21,16 +21,6 @@
 namespace l2vpn::test {
 namespace {
 
-TEST(ExpectedFiles, ListThirtyOneTablesOfWhichTwentyFiveHaveTypedAccess) {
-    EXPECT_EQ(listed_tables().size(), 31U);
-    EXPECT_EQ(listed_typed_tables().size(), 25U);
-    std::size_t keys = 0;
-    for (const std::string &name : listed_typed_tables()) {
-        keys += facts(name).keys.size();
-    }
-    EXPECT_EQ(keys, 86U);
-}
-
 TEST(SchemaExamples, PackedWordsOfTheFirstTable) {
     const auto first = std::ranges::find(schema_tables, "l2vpn_bfdlnk", &SchemaTable::name);
     ASSERT_NE(first, schema_tables.end());

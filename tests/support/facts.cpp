@@ -4,12 +4,10 @@
 #include <algorithm>
 #include <cctype>
 #include <cstring>
-#include <fstream>
 #include <map>
 #include <sstream>
 #include <stdexcept>
 
-#include "tests/support/table_list.h"
 #include "tests/support/tsv.h"
 
 namespace l2vpn::test {
@@ -21,10 +19,6 @@ T load(const Bytes &bytes, std::size_t offset) {
     T value{};
     std::memcpy(&value, bytes.data() + offset, sizeof value);
     return value;
-}
-
-bool is_context(const std::string &field) {
-    return field == "svcCtx" || field == "glbSvcCtx" || field == "nhpSvcCtx";
 }
 
 void add_copies(std::vector<Copy> &calls, const Field &field) {
@@ -40,9 +34,6 @@ void place_stored_fields(Facts &table) {
     for (Field &field : table.fields) {
         field.stored_offset = end;
         end += field.width;
-    }
-    if (table.typed && !table.listed) {
-        table.stored_size = end;
     }
 }
 
@@ -64,14 +55,11 @@ ItemKind item_kind(const std::string &mark) {
     return mark == "address" ? ItemKind::address : ItemKind::words;
 }
 
-// ---- From tests/expected
-
-std::map<std::string, Facts> read_listed() {
+std::map<std::string, Facts> read_facts() {
     std::map<std::string, Facts> tables;
     for (const Row &row : read_tsv("tables.tsv")) {
         Facts &table = tables[row.at("table")];
         table.name = row.at("table");
-        table.listed = true;
         table.typed = row.at("access") == "typed";
         table.record_size = to_number(row.at("record_size"));
         table.stored_size = table.typed ? to_number(row.at("stored_size")) : 0;
@@ -117,107 +105,16 @@ std::map<std::string, Facts> read_listed() {
     return tables;
 }
 
-// ---- From the schema descriptor
-
-std::vector<Field> fields_of(const L2vpnAstModule &module) {
-    const std::size_t count = module.sizes & 0xFFFF;
-    std::vector<Field> fields;
-    for (std::size_t i = 0; i < count; ++i) {
-        const std::uint64_t position = module.fields[i].position;
-        Field field{module.fields[i].name, static_cast<std::uint32_t>(position & 0xFFFF),
-                    static_cast<std::uint32_t>(position >> 32),
-                    static_cast<std::uint32_t>(position >> 16 & 0xFFFF)};
-        const bool last = i + 1 == count;
-        if (last ? field.name == "svcStatus" || field.name == "svcErrcode" || is_context(field.name)
-                 : (module.fields[i + 1].position & 0xFFFF) == field.id + 2) {
-            field.elements = 2;
-        } else if (field.width != 1 && field.width != 2 && field.width != 4 && field.width != 8) {
-            field.elements = field.width;
-        }
-        fields.push_back(field);
-    }
-    return fields;
-}
-
-std::vector<Key> keys_of(const Facts &table, const L2vpnAstModule &module) {
-    std::vector<Key> keys;
-    for (std::uint32_t i = 0; i < (module.sizes >> 16 & 0xFFFF); ++i) {
-        const L2vpnAstKey &source = module.keys[i];
-        Key key{i, source.name, key_infix(i, source.name), 0, 0, {}};
-        for (std::uint64_t m = 0; m < source.memberCount; ++m) {
-            key.members.push_back(named_field(table, source.members[m]));
-            key.length += key.members.back().width;
-        }
-        key.word = i << 24 | (i == 0 ? 1U : 9U) << 16 | key.length;
-        keys.push_back(key);
-    }
-    return keys;
-}
-
-// The selection of printed fields follows no rule; the names that the formatter itself prints are
-// taken as the selection, so that its order, kinds, values and limits can be checked.
-void take_printed_names(Facts &table, const SchemaTable &functions) {
-    const Bytes zeros(table.record_size);
-    std::vector<char> text(16384);
-    functions.format_table(zeros.data(), text.data(), static_cast<std::uint32_t>(text.size()),
-                           "\x1F");
-    const std::string line = text.data();
-    for (const std::string &item : split_list(line, '\x1F')) {
-        if (item.empty()) {
-            table.separator_at_end = true;
-            break;
-        }
-        const Field field = named_field(table, item.substr(0, item.find(':')));
-        ItemKind kind = ItemKind::number;
-        if (item.find(":0x") != std::string::npos) {
-            kind = ItemKind::words;
-        } else if (field.elements == 2) {
-            kind = ItemKind::pair;
-        } else if (field.elements > 2) {
-            kind = ItemKind::address;
-        }
-        table.printed.push_back({field, kind});
-    }
-}
-
-/// Whether the table's catalog file names the quirk, which no descriptor tells.
-bool names_quirk(const std::string &table, const std::string &quirk) {
-    std::ifstream file(L2VPN_TEST_CATALOG_DIR "/" + table + ".toml");
-    std::string line;
-    while (std::getline(file, line)) {
-        if (line.starts_with("quirks") && line.find('"' + quirk + '"') != std::string::npos) {
-            return true;
-        }
-    }
-    return false;
-}
-
-Facts derived(const SchemaTable &functions) {
-    const L2vpnAstModule &module = *functions.module();
-    Facts table;
-    table.name = functions.name;
-    table.typed = std::ranges::any_of(
-        typed_tables, [&](const TypedTable &typed) { return typed.name == table.name; });
-    table.record_size = static_cast<std::uint32_t>(module.sizes >> 32);
-    table.fields = fields_of(module);
-    place_stored_fields(table);
-    table.keys = keys_of(table, module);
-    table.no_null_tests = names_quirk(table.name, "no_null_tests");
-    table.svc_fields_split = names_quirk(table.name, "svc_fields_split");
-    take_printed_names(table, functions);
-    return table;
-}
-
-std::map<std::string, Facts> &known_tables() {
-    static std::map<std::string, Facts> tables = read_listed();
+const std::map<std::string, Facts> &known_tables() {
+    static const std::map<std::string, Facts> tables = read_facts();
     return tables;
 }
 
-std::vector<std::string> listed_names(bool typed_only) {
+std::vector<std::string> names_of(bool typed_only) {
     std::vector<std::string> names;
-    for (const Row &row : read_tsv("tables.tsv")) {
-        if (!typed_only || row.at("access") == "typed") {
-            names.push_back(row.at("table"));
+    for (const auto &[name, table] : known_tables()) {
+        if (!typed_only || table.typed) {
+            names.push_back(name);
         }
     }
     return names;
@@ -271,25 +168,16 @@ std::vector<Copy> Facts::service_copies() const {
 }
 
 const Facts &facts(const std::string &table) {
-    auto &tables = known_tables();
-    if (const auto found = tables.find(table); found != tables.end()) {
-        return found->second;
-    }
-    const auto functions = std::ranges::find_if(
-        schema_tables, [&](const SchemaTable &schema) { return schema.name == table; });
-    if (functions == schema_tables.end()) {
-        throw std::runtime_error("the library has no table " + table);
-    }
-    return tables.emplace(table, derived(*functions)).first->second;
+    return known_tables().at(table);
 }
 
-const std::vector<std::string> &listed_tables() {
-    static const std::vector<std::string> names = listed_names(false);
+const std::vector<std::string> &table_names() {
+    static const std::vector<std::string> names = names_of(false);
     return names;
 }
 
-const std::vector<std::string> &listed_typed_tables() {
-    static const std::vector<std::string> names = listed_names(true);
+const std::vector<std::string> &typed_table_names() {
+    static const std::vector<std::string> names = names_of(true);
     return names;
 }
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What a table is expected to be. For the tables that tests/expected lists, everything comes from
-// there; for a table added since, it is derived from the schema descriptor by the rules that hold
-// for all tables. The models (packing, keys, text) are naive on purpose.
+// The facts that a table is tested against, from the files that tests/support/expectations.py
+// writes. The models (packing, keys, text) are naive on purpose.
 #pragma once
 
 #include <cstdint>
@@ -56,7 +55,6 @@ struct Copy {
 
 struct Facts {
     std::string name;
-    bool listed = false; ///< in tests/expected
     bool typed = false;
     std::uint32_t record_size = 0;
     std::uint32_t stored_size = 0;
@@ -78,12 +76,12 @@ struct Facts {
     [[nodiscard]] std::uint32_t key_buffer() const { return (keys.front().length + 7) / 8 * 8; }
 };
 
-/// The facts of a table that the library has; built on first use.
+/// Throws std::out_of_range for an unknown table.
 const Facts &facts(const std::string &table);
 
-/// The tables that tests/expected lists, in alphabetical order.
-const std::vector<std::string> &listed_tables();
-const std::vector<std::string> &listed_typed_tables();
+/// In alphabetical order.
+const std::vector<std::string> &table_names();
+const std::vector<std::string> &typed_table_names();
 
 /// "smooth_hash_key" to "SmoothHash"; key index 0 is always "Primary".
 std::string key_infix(std::uint32_t index, std::string_view key_name);

@@ -21,7 +21,7 @@ std::vector<std::string> split(std::string_view text, char separator) {
     }
 }
 
-/// The variable stands for other tables than the catalog's.
+/// The environment variable selects the tables of another catalog.
 std::string expected_folder() {
     const char *other = std::getenv("L2VPN_TEST_EXPECTED_DIR");
     return other != nullptr ? other : L2VPN_TEST_EXPECTED_DIR;

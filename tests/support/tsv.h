@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Reads the tab-separated fact files of tests/expected, or of the folder that the environment
-// variable L2VPN_TEST_EXPECTED_DIR names: comment lines (#), a header line, rows.
+// Reads the tab-separated files that tests/support/expectations.py writes, or those in the folder
+// that the environment variable L2VPN_TEST_EXPECTED_DIR names: comment lines (#), a header line,
+// rows.
 #pragma once
 
 #include <cstdint>

@@ -1,7 +1,6 @@
 # SPDX-License-Identifier: MIT
-"""What the tests of the tool share: running it, and the figures that were written down by hand."""
+"""Runs the tool for its tests, and the expected facts of the tables."""
 
-import csv
 import json
 import os
 import pathlib
@@ -11,15 +10,20 @@ import tempfile
 import unittest
 
 HERE = pathlib.Path(__file__).resolve().parent
-EXPECTED = HERE.parent / "expected"
+sys.path.insert(0, str(HERE.parent / "support"))
+import expectations  # noqa: E402  # pylint: disable=wrong-import-position
+
 EXAMPLE = HERE.parents[1] / "examples" / "provider_edge.json"
 PROGRAM = str(pathlib.Path(sys.argv[1]).resolve())
 DONE, NO, BAD_INPUT, FAILED = 0, 1, 2, 3
 
 
+FILES = expectations.whole()
+
+
 def expected(name: str) -> list[dict]:
-    with (EXPECTED / f"{name}.tsv").open(encoding="utf-8") as lines:
-        return list(csv.DictReader((line for line in lines if not line.startswith("#")), delimiter="\t"))
+    head, *rows = FILES[name]
+    return [dict(zip(head, row)) for row in rows]
 
 
 TABLES = {row["table"]: row for row in expected("tables")}
