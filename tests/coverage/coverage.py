@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Reads what llvm-cov exports, joins the instantiations of each template, and refuses any line,
-branch or condition that no test ran.
+"""Reads an llvm-cov export, merges the instantiations of each template, and fails if the tests missed
+a line, branch or condition.
 
-A line whose code no caller can reach within the contract ends in "// unreachable: REASON"; the
-mark is refused where all of the line was reached."""
+A line that no caller can reach within the contract ends in "// unreachable: REASON". The mark is an
+error on a line that was fully covered."""
 
 import argparse
 import json
@@ -19,19 +19,19 @@ UNREACHABLE = re.compile(r"// unreachable: \S+")
 
 
 class Source:
-    """What was found out about one file: for each place, whether the tests were there."""
+    """The coverage of one file, by place."""
 
     def __init__(self, path: Path):
         self.path = path
         self.lines = {}
         self.branches = defaultdict(lambda: [0, 0])
         self.conditions = defaultdict(set)
-        self.rightly_excused = set()
+        self.missed_and_excused = set()
         self.excused = {number for number, line in enumerate(path.read_text().splitlines(), 1)
                         if UNREACHABLE.search(line)}
 
     def add_segments(self, segments: list) -> None:
-        """A line counts as run if the code it begins in or any code that begins in it was."""
+        """A line is covered if the segment it starts in, or any segment that starts in it, was run."""
         starts = defaultdict(list)
         for segment in segments:
             starts[segment[0]].append(segment)
@@ -52,39 +52,39 @@ class Source:
         for branch in function["branches"]:
             if branch[6] == file_id:
                 place = tuple(branch[:4])
-                times[place] += 1  # a fold expression has one place for all its operands
+                times[place] += 1  # all operands of a fold expression share one place
                 self.branches[(*place, times[place])][0] += branch[4]
                 self.branches[(*place, times[place])][1] += branch[5]
         for record in function.get("mcdc_records", ()):
             if record[4] == file_id:
-                shown = self.conditions[tuple(record[:4])]
-                shown |= {number for number, alone in enumerate(record[-1]) if alone}
+                covered = self.conditions[tuple(record[:4])]
+                covered |= {number for number, independent in enumerate(record[-1]) if independent}
 
-    def conditions_shown(self) -> dict:
-        """For each decision, as often as it has conditions: whether one was shown to matter alone.
-        Conditions that the compiler knows have no branch and cannot be."""
+    def condition_coverage(self) -> dict:
+        """One entry for each condition of a decision: whether an independent effect was shown (MC/DC).
+        Conditions that are constant at compile time have no branch and are not counted."""
         found = {}
-        for decision, shown in self.conditions.items():
+        for decision, covered in self.conditions.items():
             first, last = decision[:2], decision[2:]
             free = {place[:4] for place in self.branches if first <= place[:2] and place[2:4] <= last}
             for number in range(len(free)):
-                found[(*decision, number)] = number < len(shown)
+                found[(*decision, number)] = number < len(covered)
         return found
 
     def report(self, kind: str, places: dict, failures: list) -> tuple:
-        """How many of the places were reached, and how many there are."""
-        reached = total = 0
+        """The numbers of covered places and of all places. Appends the missed ones to failures."""
+        covered = total = 0
         for place, done in sorted(places.items()):
             if place[0] in self.excused:
                 if not done:
-                    self.rightly_excused.add(place[0])
+                    self.missed_and_excused.add(place[0])
                 continue
             total += 1
-            reached += done
+            covered += done
             if not done:
                 at = ":".join(map(str, place[:2]))
-                failures.append(f"{self.path.relative_to(ROOT)}:{at}: {kind} not reached")
-        return reached, total
+                failures.append(f"{self.path.relative_to(ROOT)}:{at}: {kind} not covered")
+        return covered, total
 
 
 def read(export: dict) -> dict:
@@ -109,7 +109,7 @@ def read(export: dict) -> dict:
 
 def main() -> int:
     parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("export", type=Path, help="what llvm-cov export wrote")
+    parser.add_argument("export", type=Path, help="output of llvm-cov export")
     arguments = parser.parse_args()
     sources = read(json.loads(arguments.export.read_text()))
     failures, rows = [], []
@@ -118,16 +118,16 @@ def main() -> int:
         branches = {(*place, side): count > 0 for place, counts in source.branches.items()
                     for side, count in enumerate(counts)}
         rows.append((path.relative_to(ROOT), *(source.report(kind, places, failures) for kind, places in (
-            ("line", lines), ("branch", branches), ("condition", source.conditions_shown())))))
-        failures += [f"{path.relative_to(ROOT)}:{number}: marked as unreachable, yet all of it was reached"
-                     for number in sorted(source.excused - source.rightly_excused)]
+            ("line", lines), ("branch", branches), ("condition", source.condition_coverage())))))
+        failures += [f"{path.relative_to(ROOT)}:{number}: marked as unreachable, but fully covered"
+                     for number in sorted(source.excused - source.missed_and_excused)]
     rows.append(("all", *((sum(row[i][0] for row in rows), sum(row[i][1] for row in rows))
                           for i in (1, 2, 3))))
     width = max(len(str(name)) for name, *_ in rows)
     print(f"{'file':<{width}}{'lines':>12}{'branches':>12}{'conditions':>12}")
     for name, *columns in rows:
         print(f"{str(name):<{width}}" + "".join(f"{f'{a}/{b}':>12}" for a, b in columns))
-    print("\n".join(failures) or "all of them were reached")
+    print("\n".join(failures) or "all covered")
     return 1 if failures else 0
 
 

@@ -1,14 +1,15 @@
 # SPDX-License-Identifier: MIT
 """
-Fuzzes the generator's reading of the catalog: files are changed byte by byte and word by word, and
-what reaches new lines or new ways from line to line is kept and changed further.
+A coverage-guided fuzzer for the generator's catalog reader. It mutates files by byte and by token, and
+keeps inputs that reach a new line or a new edge between lines.
 
   python3 catalog_fuzz.py CORPUS                                     replays the corpus
   python3 catalog_fuzz.py CORPUS --seconds N [--new F] [--crashes F] [--seed N]   fuzzes
-  python3 catalog_fuzz.py CORPUS --merge F                           adds what F reaches beyond it
+  python3 catalog_fuzz.py CORPUS --merge F                           adds inputs of F that increase coverage
 
-An input is a file of the project: its first line is "# <path>", what follows is its text. It must be
-accepted, and everything can be derived from it, or refused with places that exist in it.
+An input is one file of the project: its first line is "# <path>", the rest is the file's text. The
+generator must either accept it and generate all its output, or reject it with diagnostics whose
+positions exist in the file.
 """
 
 import argparse
@@ -33,16 +34,16 @@ import history  # noqa: E402
 import sources  # noqa: E402
 
 PATH = re.compile(r"schema/(catalog/[^/\0]{1,60}\.toml|glossary\.toml|released/[^/\0]{1,20}\.toml)")
-# Beside the input there are a table that it might collide with, and what belongs to it.
+# A table that the input can collide with; its glossary words are present, too.
 NEIGHBOUR = "schema/catalog/l2vpn_eth.toml"
 
 
 class Failure(Exception):
-    """The generator did what it must not do."""
+    """The generator violated its contract."""
 
 
 class Project:
-    """A folder in which the generator finds one input and its neighbour."""
+    """A project of one input and its neighbour."""
 
     def __init__(self, root: Path):
         self.root = root
@@ -51,12 +52,12 @@ class Project:
         table = (ROOT / NEIGHBOUR).read_text(encoding="utf-8")
         words = (ROOT / "schema/glossary.toml").read_text(encoding="utf-8").splitlines(True)
         (root / NEIGHBOUR).write_text(table, encoding="utf-8")
-        # Words that no table uses would be refused.
+        # The glossary rejects words that no table uses.
         (root / "schema/glossary.toml").write_text(
             "".join(line for line in words if f'"{line.split(" ")[0]}"' in table), encoding="utf-8")
 
     def run(self, data: bytes) -> bool:
-        """Whether the input was accepted; raises what the generator raises, or a Failure."""
+        """Returns whether the generator accepted the input. Raises Failure, or the generator's exception."""
         first, _, text = data.partition(b"\n")
         name = first.decode("utf-8", "replace").removeprefix("# ").strip()
         if not PATH.fullmatch(name):
@@ -66,7 +67,7 @@ class Project:
         try:
             path.write_bytes(text)
         except OSError:
-            return False  # not a name that a file can have
+            return False  # not a valid file name
         try:
             return self.derive(name)
         finally:
@@ -99,7 +100,7 @@ class Project:
         schemas = {table.name: history.schema_of(table) for table in tables}
         written = tomllib.loads(history.text_of("1.0.0", schemas))
         if {table: history.Schema(**schema) for table, schema in written.items()} != schemas:
-            raise Failure("what is written of a schema is not what is read")
+            raise Failure("a released schema does not survive a write and a read")
         for write in (sources.schemas, sources.interface_rows, sources.export_list,
                       sources.record_objects, sources.test_table_list):
             write(tables)
@@ -109,22 +110,22 @@ class Project:
         for error in errors:
             match = re.fullmatch(r"(schema/[^\n]+?\.toml):(\d+): [^\n]*found [^\n]*, expected [^\n]*", error)
             if not match:
-                raise Failure(f"a message without a place, or of several lines: {error!r}")
+                raise Failure(f"a diagnostic without a position, or of several lines: {error!r}")
             path = self.root / match[1]
             lines = path.read_bytes().count(b"\n") + 1 if path.exists() else 1
             if not 1 <= int(match[2]) <= lines:
-                raise Failure(f"a line that the file does not have: {error!r}")
+                raise Failure(f"a diagnostic for a line past the end of the file: {error!r}")
 
 
-# ---- Which lines were reached -----------------------------------------------------------------
+# ---- Coverage ---------------------------------------------------------------------------------
 
 
 class Coverage:
-    """Lines of the generator, and steps from one to the next."""
+    """The executed lines of the generator and the edges between them."""
 
     def __init__(self):
-        self.known = {}  # code object: its file's name if that is to be watched
-        self.lines, self.steps = set(), set()
+        self.known = {}  # code object: its file's name, None if it is not the generator's
+        self.lines, self.edges = set(), set()
 
     def trace(self, frame, event, _):
         code = frame.f_code
@@ -134,14 +135,14 @@ class Coverage:
         name = self.known[code]
         if name is None:
             return None
-        before = [frame.f_lineno]
+        previous = [frame.f_lineno]
         self.lines.add((name, frame.f_lineno))
 
         def line(frame, event, _):
             if event == "line":
                 self.lines.add((name, frame.f_lineno))
-                self.steps.add((name, before[0], frame.f_lineno))
-                before[0] = frame.f_lineno
+                self.edges.add((name, previous[0], frame.f_lineno))
+                previous[0] = frame.f_lineno
             return line
 
         return line
@@ -155,7 +156,7 @@ class Coverage:
 
 
 def executable_lines() -> set:
-    """All lines of the modules' functions."""
+    """The executable lines of all functions of the generator."""
     found = set()
 
     def add(code, name):
@@ -171,7 +172,7 @@ def executable_lines() -> set:
     return found
 
 
-# ---- Changing inputs --------------------------------------------------------------------------
+# ---- Mutating inputs --------------------------------------------------------------------------
 
 TOKEN = re.compile(rb'"[^"\n]*"|[A-Za-z_][A-Za-z0-9_]*|\d+|\s+|.', re.S)
 WORDS = [word.encode() for word in (
@@ -182,11 +183,11 @@ WORDS = [word.encode() for word in (
     "9" * 40, "1e3", "1.5", "0x10", "0b1", "1_000", "1979-05-27", "07:32:00", "[]", "{}", "[[x]]", "[x]",
     "a.b = 1", '"""', "'''", "\\u0000", "\\u2028", "\\n", "\r\n", "\r", "\t", "\0", "#", "=", ",", "[", "]",
     "{a = 1}", "\ufeff", "db", "dal", "ast", "e_th", "catalog", "glossary", "released", "key", "fast_pri_key")]
-# Where an input may claim to stand.
-PLACES = [b"# schema/" + place.encode() for place in (
+# Paths that an input may name.
+PATHS = [b"# schema/" + place.encode() for place in (
     "catalog/l2vpn_test.toml", "catalog/l2vpn_db_test.toml", "catalog/l2vpn_ast.toml", "catalog/l2vpn_e_th.toml",
     "catalog/l2vpn_eth.toml", "catalog/L2vpn.toml", "glossary.toml", "released/0.1.0.toml", "released/1.toml")]
-# What a catalog file may hold beside its other entries.
+# Lines of a catalog file.
 LINES = [line.encode() for line in (
     'quirks = ["no_null_tests", "svc_fields_split"]', 'quirks = ["trailing_separator", "trailing_separator"]',
     'access = "typed"', 'access = "format"', "version = 2", "stored_size = 4", "fields = []", "keys = []", "keys = 1",
@@ -195,62 +196,62 @@ LINES = [line.encode() for line in (
     '  ["_key", "ifIndex"],', '  ["fast_pri", "ifIndex"],', '  ["status_key", "svcStatus"],', 'ifIndex = ""')]
 
 
-def change(data: bytes, corpus: list, chance: random.Random) -> bytes:
-    for _ in range(chance.choice((1, 1, 1, 2, 2, 3, 5, 9))):
-        if chance.random() < 0.4:
-            data = change_bytes(data, corpus, chance)
+def mutate(data: bytes, corpus: list, rng: random.Random) -> bytes:
+    for _ in range(rng.choice((1, 1, 1, 2, 2, 3, 5, 9))):
+        if rng.random() < 0.4:
+            data = mutate_bytes(data, corpus, rng)
         else:
-            data = change_tokens(data, corpus, chance)
+            data = mutate_tokens(data, corpus, rng)
     return data[:6000]
 
 
-def change_bytes(data: bytes, corpus: list, chance: random.Random) -> bytes:
-    at = chance.randrange(len(data) + 1)
-    end = min(len(data), at + chance.choice((0, 1, 1, 1, 2, 4, 16, 200)))
-    way = chance.randrange(5)
-    if way == 0:
-        put = bytes([chance.randrange(256)])
-    elif way == 1 and end > at:
-        put = bytes([data[at] ^ 1 << chance.randrange(8)])
+def mutate_bytes(data: bytes, corpus: list, rng: random.Random) -> bytes:
+    at = rng.randrange(len(data) + 1)
+    end = min(len(data), at + rng.choice((0, 1, 1, 1, 2, 4, 16, 200)))
+    choice = rng.randrange(5)
+    if choice == 0:
+        put = bytes([rng.randrange(256)])
+    elif choice == 1 and end > at:
+        put = bytes([data[at] ^ 1 << rng.randrange(8)])
         end = at + 1
-    elif way == 2:
+    elif choice == 2:
         put = b""
-    elif way == 3:
+    elif choice == 3:
         put = data[at:end] * 2
     else:
-        other = chance.choice(corpus)
-        start = chance.randrange(len(other) + 1)
-        put = other[start:start + chance.randrange(1, 200)]
+        other = rng.choice(corpus)
+        start = rng.randrange(len(other) + 1)
+        put = other[start:start + rng.randrange(1, 200)]
     return data[:at] + put + data[end:]
 
 
-def change_tokens(data: bytes, corpus: list, chance: random.Random) -> bytes:
+def mutate_tokens(data: bytes, corpus: list, rng: random.Random) -> bytes:
     lines = data.split(b"\n")
-    number = chance.randrange(len(lines))
-    way = chance.randrange(8)
-    if way == 0:
+    number = rng.randrange(len(lines))
+    choice = rng.randrange(8)
+    if choice == 0:
         del lines[number]
-    elif way == 1:
-        lines.insert(chance.randrange(len(lines) + 1), lines[number])
-    elif way == 2:
-        lines.insert(number, chance.choice(chance.choice((LINES, chance.choice(corpus).split(b"\n")))))
-    elif way == 3 and chance.random() < 0.3:
-        lines[0] = chance.choice(PLACES)
-    elif way == 4 and chance.random() < 0.5:
-        lines[number] = chance.choice(LINES)
+    elif choice == 1:
+        lines.insert(rng.randrange(len(lines) + 1), lines[number])
+    elif choice == 2:
+        lines.insert(number, rng.choice(rng.choice((LINES, rng.choice(corpus).split(b"\n")))))
+    elif choice == 3 and rng.random() < 0.3:
+        lines[0] = rng.choice(PATHS)
+    elif choice == 4 and rng.random() < 0.5:
+        lines[number] = rng.choice(LINES)
     else:
         tokens = TOKEN.findall(lines[number]) or [b""]
-        at = chance.randrange(len(tokens))
-        word = chance.choice(WORDS)
-        if chance.random() < 0.4:
-            word = chance.choice(TOKEN.findall(chance.choice(corpus)) or [b""])
-        if way == 3:
+        at = rng.randrange(len(tokens))
+        word = rng.choice(WORDS)
+        if rng.random() < 0.4:
+            word = rng.choice(TOKEN.findall(rng.choice(corpus)) or [b""])
+        if choice == 3:
             tokens.insert(at, word)
-        elif way == 4:
+        elif choice == 4:
             del tokens[at]
-        elif way == 5 and tokens[at].isdigit() and len(tokens[at]) < 20:
-            tokens[at] = str(max(0, int(tokens[at]) + chance.choice((-8, -2, -1, 1, 2, 8)))).encode()
-        elif way == 6 and tokens[at].startswith(b'"'):
+        elif choice == 5 and tokens[at].isdigit() and len(tokens[at]) < 20:
+            tokens[at] = str(max(0, int(tokens[at]) + rng.choice((-8, -2, -1, 1, 2, 8)))).encode()
+        elif choice == 6 and tokens[at].startswith(b'"'):
             tokens[at] = b'"' + word.strip(b'"') + b'"'
         else:
             tokens[at] = word
@@ -278,7 +279,7 @@ def replay(project: Project, corpus: dict) -> int:
     for path, data in corpus.items():
         try:
             project.run(data)
-        except Exception:  # whatever it is, it is what this looks for
+        except Exception:  # any exception is a finding
             traceback.print_exc()
             print(f"failed: {path}", file=sys.stderr)
             failed += 1
@@ -287,34 +288,34 @@ def replay(project: Project, corpus: dict) -> int:
 
 
 def fuzz(project: Project, options, corpus: dict) -> int:
-    chance = random.Random(options.seed)
+    rng = random.Random(options.seed)
     coverage = Coverage()
     kept, found, executions, accepted = [], 0, 0, 0
     crashes = set()
 
     def execute(data: bytes) -> bool:
-        """Whether the input has reached something new."""
+        """Returns whether the input increased coverage."""
         nonlocal executions, accepted
-        before = len(coverage.lines) + len(coverage.steps)
+        before = len(coverage.lines) + len(coverage.edges)
         executions += 1
         try:
             accepted += coverage.run(lambda: project.run(data))
-        except Exception as error:  # whatever it is, it is what this looks for
+        except Exception as error:  # any exception is a finding
             place = traceback.extract_tb(error.__traceback__)[-1]
             where = (type(error), place.filename, place.lineno)
             if where not in crashes:
                 crashes.add(where)
                 report(data, options.crashes)
-        return len(coverage.lines) + len(coverage.steps) > before
+        return len(coverage.lines) + len(coverage.edges) > before
 
     begin = time.monotonic()
     for data in corpus.values():
         execute(data)
         kept.append(data)
     while time.monotonic() - begin < options.seconds:
-        # What was found last is changed more often.
-        parent = chance.choice(kept[-20:] if chance.random() < 0.5 else kept)
-        data = change(parent, kept, chance)
+        # Prefers recent inputs as parents.
+        parent = rng.choice(kept[-20:] if rng.random() < 0.5 else kept)
+        data = mutate(parent, kept, rng)
         if execute(data):
             kept.append(data)
             found += 1
@@ -324,24 +325,24 @@ def fuzz(project: Project, options, corpus: dict) -> int:
     seconds = time.monotonic() - begin
     lines = executable_lines()
     print(f"executions {executions} accepted {accepted} seconds {seconds:.0f} "
-          f"covered {len(coverage.lines & lines)} of {len(lines)} steps {len(coverage.steps)} "
+          f"covered {len(coverage.lines & lines)} of {len(lines)} edges {len(coverage.edges)} "
           f"new {found} crashes {len(crashes)}")
     if options.missed:
         for name, line in sorted(lines - coverage.lines):
-            print(f"not reached: generator/{name}:{line}")
+            print(f"not covered: generator/{name}:{line}")
     return 1 if crashes else 0
 
 
 def merge(project: Project, corpus: dict, options) -> int:
-    """Adds, the smallest first, what reaches lines or steps that the corpus does not."""
+    """Adds the inputs that increase the corpus's coverage, smallest first."""
     coverage = Coverage()
     for data in corpus.values():
         coverage.run(lambda: project.run(data))
     for path in sorted(options.merge.iterdir(), key=lambda path: path.stat().st_size):
         data = path.read_bytes()
-        before = len(coverage.lines) + len(coverage.steps)
+        before = len(coverage.lines) + len(coverage.edges)
         coverage.run(lambda: project.run(data))
-        if len(coverage.lines) + len(coverage.steps) > before:
+        if len(coverage.lines) + len(coverage.edges) > before:
             (options.corpus / name_of(data)).write_bytes(data)
     return 0
 
@@ -350,9 +351,9 @@ def main() -> int:
     parser = argparse.ArgumentParser(description="Fuzzes the catalog's reader.")
     parser.add_argument("corpus", type=Path)
     parser.add_argument("--seconds", type=float)
-    parser.add_argument("--new", type=Path, help="where inputs go that reach something new")
+    parser.add_argument("--new", type=Path, help="folder for new inputs that increase coverage")
     parser.add_argument("--crashes", type=Path, default=Path("crashes"))
-    parser.add_argument("--missed", action="store_true", help="lists the lines that were not reached")
+    parser.add_argument("--missed", action="store_true", help="list the lines that were not covered")
     parser.add_argument("--seed", type=int, default=None)
     parser.add_argument("--merge", type=Path)
     options = parser.parse_args()

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the fuzz targets share: taking an input apart, and stopping where a check fails.
+// Shared by the fuzz targets: decoding an input, and aborting when a check fails.
 #pragma once
 
 #include <algorithm>
@@ -12,12 +12,12 @@
 #include <span>
 #include <vector>
 
-/// Runs one input; an engine (libFuzzer, or replay.cpp) calls it.
+/// Runs one input. Called by libFuzzer or by replay.cpp.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
 
 namespace l2vpn::test {
 
-/// Takes an input apart from its beginning. Behind its end, everything is 0.
+/// Decodes an input from front to back. Past its end, all bytes read as 0.
 class Input {
 public:
     Input(const std::uint8_t *data, std::size_t size) : rest_(data, size) {}
@@ -33,9 +33,9 @@ public:
     }
     std::uint8_t byte() { return number<std::uint8_t>(); }
 
-    /// A number below a count of at most 256.
+    /// A number less than `count`, which is at most 256.
     std::size_t below(std::size_t count) { return byte() % count; }
-    /// True for one value of a byte in so many.
+    /// True for one in `count` values of the next byte.
     bool one_in(std::size_t count) { return below(count) == count - 1; }
 
     std::vector<std::uint8_t> bytes(std::size_t count) {
@@ -55,12 +55,12 @@ private:
     std::span<const std::uint8_t> rest_;
 };
 
-/// Memory of exactly so many bytes, so that a sanitizer sees every step beyond it.
+/// A heap block of exactly `size` bytes, so that a sanitizer detects any access out of bounds.
 class Exact {
 public:
-    Exact(std::size_t size, std::uint8_t filled_with)
+    Exact(std::size_t size, std::uint8_t fill)
         : size_(size), bytes_(std::make_unique<std::uint8_t[]>(size)) {
-        std::fill_n(bytes_.get(), size, filled_with);
+        std::fill_n(bytes_.get(), size, fill);
     }
     explicit Exact(std::span<const std::uint8_t> contents) : Exact(contents.size(), 0) {
         std::copy(contents.begin(), contents.end(), bytes_.get());
@@ -74,10 +74,10 @@ private:
     std::unique_ptr<std::uint8_t[]> bytes_;
 };
 
-/// Ends the program, as an engine wants it, if what must hold does not.
-inline void require(bool holds, const char *what,
+/// Aborts, which libFuzzer reports as a crash, unless `condition` holds.
+inline void require(bool condition, const char *what,
                     const std::source_location &at = std::source_location::current()) {
-    if (holds)
+    if (condition)
         return;
     (void)std::fprintf(stderr, "%s:%u: %s\n", at.file_name(), at.line(), what);
     std::abort();

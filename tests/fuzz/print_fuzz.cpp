@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The bounded print against the C library's, with formats put together from the input; the bounded
-// copy against a plain one; the tables' formatters against the tests' model of them.
+// Differential tests: the bounded print against the C library's, with formats built from the input;
+// the bounded copy against std::copy_n; the tables' formatters against the tests' model.
 #include <bit>
 #include <list>
 #include <string>
@@ -21,11 +21,10 @@ namespace {
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 #pragma GCC diagnostic ignored "-Wformat-security"
 
-/// What both get, and the buffer that the bounded print is told to have.
 struct Printing {
     const char *format;
-    std::size_t size; ///< of the buffer
-    std::size_t said; ///< as the size; more only if the text fits anyway
+    std::size_t size;        ///< of the buffer
+    std::size_t stated_size; ///< the size argument; larger than the buffer only if the text fits
 };
 
 template <class... Arguments>
@@ -38,17 +37,17 @@ void compare(const Printing &printing, Arguments... arguments) {
     char *const to = reinterpret_cast<char *>(buffer.data());
     const bool fits = length >= 0 && static_cast<std::size_t>(length) < printing.size;
     const int printed =
-        sprintf_s(to, fits ? printing.said : printing.size, printing.format, arguments...);
+        sprintf_s(to, fits ? printing.stated_size : printing.size, printing.format, arguments...);
     if (fits) {
-        require(printed == length, "the length of a text that fits");
-        require(std::equal(expected.begin(), expected.end(), to), "a text that fits");
+        require(printed == length, "length of a text that fits");
+        require(std::equal(expected.begin(), expected.end(), to), "contents of a text that fits");
     } else {
-        require(printed < 0, "a text that does not fit");
-        require(printing.size == 0 || to[0] == '\0', "an empty text where none fits");
+        require(printed < 0, "result for a text that does not fit");
+        require(printing.size == 0 || to[0] == '\0', "empty text if it does not fit");
     }
 }
 
-/// A width that stands among the arguments.
+/// A width passed as an argument ("%*u").
 struct Width {
     int value;
 };
@@ -60,7 +59,7 @@ Value passed(Value value) {
     return value;
 }
 
-/// A format for arguments of the given types, and the arguments.
+/// A random format for arguments of the given types, with random arguments.
 class Format {
 public:
     explicit Format(Input &input) : input_(input) {}
@@ -82,22 +81,22 @@ private:
             format_ += "%%";
     }
 
-    /// Begins a conversion; says whether it has neither flags nor width nor precision.
+    /// Begins a conversion. Returns whether it has no flags, width or precision.
     bool begin(bool with_precision = true) {
         literal();
         format_ += '%';
-        const std::uint8_t what = input_.byte();
-        if (what % 2 == 0 && !star_)
+        const std::uint8_t choice = input_.byte();
+        if (choice % 2 == 0 && !star_)
             return true;
         for (const char flag : {'-', '+', ' ', '#', '0'})
             if (input_.one_in(4))
                 format_ += flag;
         if (star_)
             format_ += '*';
-        else if (what % 4 == 1)
+        else if (choice % 4 == 1)
             format_ += std::to_string(1 + input_.byte());
         star_ = false;
-        if (with_precision && what % 8 > 4)
+        if (with_precision && choice % 8 > 4)
             format_ += "." + std::to_string(input_.byte() % 64);
         return false;
     }
@@ -135,7 +134,7 @@ private:
             const bool plain = begin(false);
             Bytes bytes = input_.bytes(input_.below(40));
             std::replace(bytes.begin(), bytes.end(), std::uint8_t{0}, std::uint8_t{'%'});
-            if (!plain && input_.one_in(2)) // these bytes need no terminator
+            if (!plain && input_.one_in(2)) // a precision replaces the terminator
                 format_ += "." + std::to_string(bytes.size());
             else
                 bytes.push_back(0);
@@ -147,7 +146,7 @@ private:
 
     void end() {
         literal();
-        if (input_.one_in(16)) // in the middle of a conversion
+        if (input_.one_in(16)) // an incomplete conversion
             convert({"%", "%5", "%l"});
     }
 
@@ -159,16 +158,17 @@ private:
             std::span(reinterpret_cast<const std::uint8_t *>(format_.c_str()), format_.size() + 1));
         Printing printing{text(exact), 0, 0};
         const int length = std::snprintf(nullptr, 0, printing.format, arguments...);
-        // Buffers around what is needed, which the input could hardly know, or of any size.
+        // A buffer of any size, or close to the size needed, which a fuzzer would rarely hit.
         const std::size_t around = static_cast<std::size_t>(std::max(length, 2)) + 3;
-        const std::size_t wanted = input_.number<std::uint16_t>();
-        printing.size = wanted < 0x8000 ? wanted % 512 : around - wanted % 6;
-        printing.said = printing.size;
+        const std::size_t choice = input_.number<std::uint16_t>();
+        printing.size = choice < 0x8000 ? choice % 512 : around - choice % 6;
+        printing.stated_size = printing.size;
         if (input_.one_in(4))
-            printing.said =
+            printing.stated_size =
                 std::max(printing.size, input_.number<std::size_t>() >> input_.below(64));
         compare(printing, arguments...);
-        require(sprintf_s(nullptr, printing.said, printing.format, arguments...) < 0, "no buffer");
+        require(sprintf_s(nullptr, printing.stated_size, printing.format, arguments...) < 0,
+                "no buffer");
         const char *volatile none = nullptr;
         require(sprintf_s(text(exact), exact.contents().size(), none, arguments...) < 0,
                 "no format");
@@ -177,7 +177,7 @@ private:
     Input &input_;
     std::string format_;
     std::list<Exact> texts_;
-    bool star_ = false; ///< the last argument is the width of the next one
+    bool star_ = false; ///< the previous argument is the width of the next one
 };
 
 void print(Input &input) {
@@ -197,7 +197,7 @@ void print(Input &input) {
         return Format::print<Unsigned, Unsigned, Text>(input);
     case 5:
         return Format::print<Text, Unsigned, Text, Unsigned>(input);
-    case 6: // more than there are registers
+    case 6: // more arguments than argument registers
         return Format::print<Unsigned, Unsigned, Unsigned, Unsigned, Unsigned, Unsigned, Unsigned,
                              Text>(input);
     case 7:
@@ -225,31 +225,33 @@ void copy(Input &input) {
     const std::size_t from = input.below(size);
     const std::size_t most = size - std::max(to, from);
     std::size_t count = input.below(most + 1);
-    std::size_t said = size - to;
-    const std::uint8_t way = input.byte();
-    if (way % 8 == 7) {
+    std::size_t stated_size = size - to;
+    const std::uint8_t choice = input.byte();
+    if (choice % 8 == 7) {
         count = input.number<std::size_t>() >> input.below(64);
-        said = std::min(count, most);
-        count += count == said ? 1 : 0;
-    } else if (way % 8 == 6) {
-        said = input.number<std::size_t>() | size;
+        stated_size = std::min(count, most);
+        count += count == stated_size ? 1 : 0;
+    } else if (choice % 8 == 6) {
+        stated_size = input.number<std::size_t>() | size;
     }
-    std::uint8_t *const destination = way >= 248 ? nullptr : bytes.data() + to;
-    const std::uint8_t *const source = way >= 244 && way < 252 ? nullptr : bytes.data() + from;
+    std::uint8_t *const destination = choice >= 248 ? nullptr : bytes.data() + to;
+    const std::uint8_t *const source =
+        choice >= 244 && choice < 252 ? nullptr : bytes.data() + from;
     const bool overlap = from < to + count && to < from + count;
-    const bool right = destination != nullptr && source != nullptr && count <= said && !overlap;
-    if (right)
+    const bool valid =
+        destination != nullptr && source != nullptr && count <= stated_size && !overlap;
+    if (valid)
         std::copy_n(expected.begin() + static_cast<std::ptrdiff_t>(from), count,
                     expected.begin() + static_cast<std::ptrdiff_t>(to));
-    const int code = memcpy_s(destination, said, source, count);
-    require((code == 0) == right, "a copy's result");
-    require(std::ranges::equal(expected, bytes.contents()), "what is copied");
+    const int code = memcpy_s(destination, stated_size, source, count);
+    require((code == 0) == valid, "memcpy_s result");
+    require(std::ranges::equal(expected, bytes.contents()), "memory after memcpy_s");
 
     std::uint32_t counter = input.number<std::uint32_t>();
     const std::uint32_t before = counter;
     const auto amount = input.number<std::uint32_t>();
     require(ZAV_AtomicAdd(&counter, amount) == before + amount && counter == before + amount,
-            "a sum");
+            "atomic add");
 }
 
 // ---- The formatters ---------------------------------------------------------------------------
@@ -257,7 +259,7 @@ void copy(Input &input) {
 void format(Input &input) {
     const SchemaTable &table = schema_tables[input.below(schema_tables.size())];
     const Facts &expected = facts(table.name);
-    const std::uint8_t way = input.byte();
+    const std::uint8_t choice = input.byte();
     Bytes contents = input.bytes(input.below(200));
     contents.resize(expected.record_size, contents.empty() ? std::uint8_t{0} : contents.back());
     Bytes separator = input.bytes(input.below(12));
@@ -265,51 +267,52 @@ void format(Input &input) {
     const std::string text(separator.begin(), separator.end());
     separator.push_back(0);
     const Exact separator_bytes(separator);
-    // The text tells an address in the record: the model must see the same one.
+    // The text may contain an address in the record, so the model must use the same object.
     const Bytes &record = contents;
 
     const std::vector<Piece> pieces = printed_pieces(expected, record, text);
     std::size_t needed = 1;
     for (const Piece &piece : pieces)
         needed += piece.text.size();
-    const std::size_t wanted = input.number<std::uint16_t>();
-    const std::size_t size = wanted < 0x8000 ? wanted % (needed + 8) : needed + 1 - wanted % 3;
+    const std::size_t size_choice = input.number<std::uint16_t>();
+    const std::size_t size =
+        size_choice < 0x8000 ? size_choice % (needed + 8) : needed + 1 - size_choice % 3;
     const Exact buffer(size, '#');
-    char *const to = way % 64 == 63 ? nullptr : reinterpret_cast<char *>(buffer.data());
-    const void *const from = way % 64 == 62 ? nullptr : record.data();
+    char *const to = choice % 64 == 63 ? nullptr : reinterpret_cast<char *>(buffer.data());
+    const void *const from = choice % 64 == 62 ? nullptr : record.data();
     const char *const between =
-        way % 64 == 61 ? nullptr : reinterpret_cast<const char *>(separator_bytes.data());
-    const std::uint32_t id = way % 4 == 3 ? input.number<std::uint32_t>() : UINT32_MAX;
+        choice % 64 == 61 ? nullptr : reinterpret_cast<const char *>(separator_bytes.data());
+    const std::uint32_t id = choice % 4 == 3 ? input.number<std::uint32_t>() : UINT32_MAX;
     const std::uint32_t result =
         table.format(id, from, to, static_cast<std::uint32_t>(size), between);
 
     if (size == 0 || to == nullptr || from == nullptr || between == nullptr) {
-        require(result == L2VPN_AST_ERR, "a wrong argument");
+        require(result == L2VPN_AST_ERR, "result for an invalid argument");
         for (const std::uint8_t byte : buffer.contents())
-            require(byte == '#', "a buffer after a wrong argument");
+            require(byte == '#', "buffer unchanged after an invalid argument");
         return;
     }
-    const std::string no_such = "not support";
+    const std::string unsupported = "not support";
     if (id == UINT32_MAX) {
         const std::string line = printed_text(pieces, size);
-        require(result == line.size() && line == to, "a line");
+        require(result == line.size() && line == to, "formatted line");
         const Exact again(size, '#');
         require(table.format_table(from, reinterpret_cast<char *>(again.data()),
                                    static_cast<std::uint32_t>(size), between) == result &&
                     std::ranges::equal(again.contents().first(result + 1),
                                        buffer.contents().first(result + 1)),
-                "the same line");
-    } else if (no_such.size() < size) {
-        require(result == no_such.size() && no_such == to, "an unknown presentation");
+                "line of the table's formatter");
+    } else if (unsupported.size() < size) {
+        require(result == unsupported.size() && unsupported == to, "unknown presentation");
     } else {
-        require(static_cast<std::int32_t>(result) < 0, "an unknown presentation that does not fit");
+        require(static_cast<std::int32_t>(result) < 0, "unknown presentation that does not fit");
     }
 }
 
 } // namespace
 } // namespace l2vpn::test
 
-// The sanitizer's own reading of formats does not know all that the C library does.
+// AddressSanitizer's printf interceptor does not support all of the C library's formats.
 extern "C" const char *__asan_default_options();
 extern "C" const char *__asan_default_options() {
     return "check_printf=0";
@@ -318,7 +321,7 @@ extern "C" const char *__asan_default_options() {
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     using namespace l2vpn::test;
     Input input(data, size);
-    // Several, so that one leaves nothing behind that the next one stumbles over.
+    // Several calls per input, to detect state that leaks from one call into the next.
     while (!input.empty()) {
         switch (input.below(4)) {
         case 0:

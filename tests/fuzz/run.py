@@ -1,11 +1,11 @@
 # SPDX-License-Identifier: MIT
 """
-Fuzzes each target for some seconds and prints what came out; ./dev fuzz calls it.
+Fuzzes each target for a time and prints a summary. Called by ./dev fuzz.
 
   python3 run.py BUILD [TARGET...] [--seconds N]
 
-What is found goes to BUILD/fuzz/<target>/, what fails to BUILD/fuzz/crashes/. --merge takes what has
-been found, as far as it reaches anything new, into the committed corpus instead.
+New inputs go to BUILD/fuzz/<target>/, failing ones to BUILD/fuzz/crashes/. --merge does not fuzz: it adds
+the inputs found earlier that increase coverage to the committed corpus.
 """
 
 import argparse
@@ -19,7 +19,7 @@ from pathlib import Path
 HERE = Path(__file__).resolve().parent
 CORPUS = HERE / "corpus"
 CATALOG = HERE.parents[1] / "schema/catalog"
-# The longest input, and which functions are under test: by their names or their sources.
+# The maximum input length, and a pattern for the names or source paths of the functions under test.
 TARGETS = {
     "store": (600, r"/platform/store/|/platform/record_objects"),
     "print": (1200, r"/platform/runtime/|/formatter\.|L2VPN_AST_\w+Format"),
@@ -30,7 +30,7 @@ FUNCTION = re.compile(r"(?:UN)?COVERED_FUNC: hits: \d+ edges: (\d+)/(\d+) (.*)")
 
 
 def words() -> str:
-    """What record files consist of, as a dictionary for the engine."""
+    """A libFuzzer dictionary for record files."""
     found = {"null", "true", "-0", "[0, 1]", "00:1b:44:11:3a:b7", "192.0.2.1", "4294967296", "1e2", "\\\\u0001"}
     for path in CATALOG.glob("*.toml"):
         found |= {path.stem, *(row[3] for row in tomllib.loads(path.read_text(encoding="utf-8"))["fields"])}
@@ -82,11 +82,11 @@ def main() -> int:
     parser = argparse.ArgumentParser(description="Fuzzes the targets.")
     parser.add_argument("build", type=Path)
     parser.add_argument("targets", nargs="*", metavar="target", help=", ".join(names))
-    parser.add_argument("--seconds", type=int, default=60, help="for each target")
+    parser.add_argument("--seconds", type=int, default=60, help="time for each target")
     parser.add_argument("--merge", action="store_true")
     options = parser.parse_args()
     if unknown := set(options.targets) - set(names):
-        parser.error(f"found target {', '.join(sorted(unknown))}, expected {', '.join(names)}")
+        parser.error(f"unknown target {', '.join(sorted(unknown))}; choose from {', '.join(names)}")
     os.environ.setdefault("ASAN_SYMBOLIZER_PATH", "/usr/bin/llvm-symbolizer-19")
     crashes = options.build.resolve() / "fuzz/crashes"
     crashes.mkdir(parents=True, exist_ok=True)
@@ -101,14 +101,14 @@ def main() -> int:
             figures = fuzz_catalog(found, crashes, options.seconds)
         else:
             figures = fuzz_program(name, options.build, found, crashes, options.seconds)
-        executions, new, what, covered, total, failed = figures
+        executions, new, unit, covered, total, failed = figures
         any_failed |= failed
         percent = 100 * covered / max(total, 1)
         print(f"{name:<12}{executions:>9} executions{executions / options.seconds:>8.0f}/s  "
-              f"{covered} of {total} {what} ({percent:.0f}%)  {new} new  {'FAILED' if failed else 'ok'}",
+              f"{covered} of {total} {unit} ({percent:.0f}%)  {new} new  {'FAILED' if failed else 'ok'}",
               flush=True)
     if any_failed:
-        print(f"what failed is in {crashes}", file=sys.stderr)
+        print(f"failing inputs are in {crashes}", file=sys.stderr)
     return 1 if any_failed else 0
 
 

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Small slips in C++, in Python and in the catalog, one at a time."""
+"""Generates mutants of C++, Python and catalog files: one change each."""
 
 import ast
 import re
@@ -12,22 +12,22 @@ class Mutant:
     path: Path  # relative to the root
     line: int
     kind: str
-    old: str  # the line before
-    new: str  # and after; "" if it goes
-    text: str  # of the whole file after
+    old: str  # the original line
+    new: str  # the mutated line; "" if it is deleted
+    text: str  # the whole mutated file
 
     def __str__(self) -> str:
         return f"{self.path}:{self.line}: {self.kind}: {self.old.strip()} -> {self.new.strip() or '(nothing)'}"
 
 
-def replaced(path: Path, lines: list, number: int, kind: str, new: str) -> Mutant:
+def mutant(path: Path, lines: list, number: int, kind: str, new: str) -> Mutant:
     text = "\n".join([*lines[:number], *([new] if new else []), *lines[number + 1:]]) + "\n"
     return Mutant(path, number + 1, kind, lines[number], new, text)
 
 
 # ---- C++ ------------------------------------------------------------------------------------------
 
-# clang-format puts spaces around operators of two operands and around nothing else.
+# clang-format puts spaces around binary operators only.
 OPERATORS = {"==": ["!="], "!=": ["=="], "<": ["<="], "<=": ["<"], ">": [">="], ">=": [">"],
              "+": ["-"], "-": ["+"], "*": ["/"], "/": ["*"], "%": ["*"], "&&": ["||"], "||": ["&&"],
              "&": ["|"], "|": ["&"], "<<": [">>"], ">>": ["<<"], "+=": ["-="], "-=": ["+="]}
@@ -48,7 +48,7 @@ NOT_CODE = re.compile(r"^\s*(//|#|static_assert|namespace|using|extern|public:|p
 
 
 def code_end(line: str) -> int:
-    """Where a comment begins that ends the line."""
+    """The start of a trailing comment, or the line's length."""
     return found if (found := line.find(" //")) >= 0 else len(line)
 
 
@@ -72,19 +72,19 @@ def cpp(root: Path, path: Path):
             for match in pattern.finditer(line, 0, end):
                 if not any(first <= match.start() < last for first, last in quoted):
                     for new in choose(match.group(0)):
-                        yield replaced(path, lines, number, kind, line[:match.start()] + new + line[match.end():])
+                        yield mutant(path, lines, number, kind, line[:match.start()] + new + line[match.end():])
 
         yield from changes(OPERATOR, "operator", OPERATORS.__getitem__)
         yield from changes(WORD, "word", WORDS.__getitem__)
         yield from changes(NUMBER, "number", lambda word: [hex(int(word, 16) + 1) if word[:2] == "0x"
                                                            else str(int(word) + 1)])
         if match := CONDITION.match(line[:end]):
-            yield replaced(path, lines, number, "condition", f"{match[1]}!({match[2]}){match[3]}")
+            yield mutant(path, lines, number, "condition", f"{match[1]}!({match[2]}){match[3]}")
         if match := RETURN.match(line[:end]):
             if match[2] not in ("0", "{}", "nullptr", "L2VPN_DB_OK"):
-                yield replaced(path, lines, number, "result", f"{match[1]}{{}};")
+                yield mutant(path, lines, number, "result", f"{match[1]}{{}};")
         if STATEMENT.match(line[:end]) and not line.strip().startswith(("return ", "break")):
-            yield replaced(path, lines, number, "statement", re.match(r"\s*", line)[0] + ";")
+            yield mutant(path, lines, number, "statement", re.match(r"\s*", line)[0] + ";")
 
 
 # ---- Python ---------------------------------------------------------------------------------------
@@ -99,7 +99,8 @@ def python(root: Path, path: Path):
     text = (root / path).read_text(encoding="utf-8")
     lines = text.splitlines()
     tree = ast.parse(text)
-    in_text = {id(node) for joined in ast.walk(tree) if isinstance(joined, ast.JoinedStr) for node in ast.walk(joined)}
+    in_f_string = {id(node) for joined in ast.walk(tree) if isinstance(joined, ast.JoinedStr)
+                   for node in ast.walk(joined)}
 
     def source(node):
         return ast.get_source_segment(text, node)
@@ -109,10 +110,10 @@ def python(root: Path, path: Path):
             # Offsets count bytes.
             line = lines[node.lineno - 1].encode()
             changed = (line[:node.col_offset] + new.encode() + line[node.end_col_offset:]).decode()
-            yield replaced(path, lines, node.lineno - 1, kind, changed)
+            yield mutant(path, lines, node.lineno - 1, kind, changed)
 
     for node in ast.walk(tree):
-        if id(node) in in_text:  # Python 3.11 does not know where in a text its parts stand
+        if id(node) in in_f_string:  # Python 3.11 has no offsets for the parts of an f-string
             continue
         if isinstance(node, ast.Compare) and len(node.ops) == 1:
             yield from swap(node, "operator", f"{source(node.left)} {COMPARISONS[type(node.ops[0])]} "
@@ -142,8 +143,8 @@ TYPES = ("u8", "u16", "u32", "u64", "pair", "mac", "2x6", "2x16", "bytes3", "byt
 
 
 def catalog(root: Path, path: Path):
-    """Every number, name, type and flag; every member, field and key left out or exchanged with the
-    next one; every quirk taken away or added."""
+    """Changes every number, name, type and flag; drops or swaps with its neighbour every member, field
+    and key; adds or removes every quirk."""
     lines = (root / path).read_text(encoding="utf-8").splitlines()
     section = None
     for number, line in enumerate(lines):
@@ -152,7 +153,7 @@ def catalog(root: Path, path: Path):
             continue
 
         def change(kind, new):
-            return replaced(path, lines, number, kind, new)
+            return mutant(path, lines, number, kind, new)
 
         for match in re.finditer(r"(?<![\w\"])\d+", line):
             for delta in (1, -1):
@@ -196,7 +197,7 @@ def key_row(row: list) -> str:
 
 
 def optional_entries(path: Path, lines: list):
-    """Each quirk taken away or added; a version where there is none."""
+    """Adds or removes each quirk; adds a version if there is none."""
     number = next((n for n, line in enumerate(lines) if line.startswith("quirks")), None)
     known = re.findall(r'"(\w+)"', lines[number]) if number is not None else []
     at = number if number is not None else next(n for n, line in enumerate(lines) if line.startswith("record_size"))
@@ -205,8 +206,8 @@ def optional_entries(path: Path, lines: list):
         row = f"quirks = [{', '.join(f'{chr(34)}{word}{chr(34)}' for word in wanted)}]"
         if number is None:
             row += "\n" + lines[at]
-        yield replaced(path, lines, at, "quirk", row)
+        yield mutant(path, lines, at, "quirk", row)
     version = next((line for line in lines if line.startswith("version")), None)
     if version is None:
         at = next(n for n, line in enumerate(lines) if line.startswith("access"))
-        yield replaced(path, lines, at, "number", "version = 2\n" + lines[at])
+        yield mutant(path, lines, at, "number", "version = 2\n" + lines[at])

@@ -1,7 +1,6 @@
 # SPDX-License-Identifier: MIT
-"""Makes each small slip of mutants.py and sees whether anything notices it: the compiler, the
-generator's checks or the tests. What nothing notices must stand in equivalent.tsv with the proof
-that nobody could."""
+"""Mutation test: applies each mutant of mutants.py and reports whether the compiler, the generator's
+checks or the tests kill it. Equivalent mutants are listed in equivalent.tsv, each with the reason."""
 
 import argparse
 import concurrent.futures
@@ -26,9 +25,9 @@ FILES = {
     "generator": ["generator/*.py"],
     "catalog": ["schema/catalog/*.toml"],
 }
-MAKERS = {"templates": mutants.cpp, "generator": mutants.python, "catalog": mutants.catalog}
-GOALS = {"templates": 98, "generator": 98, "catalog": 100}
-# More than any test takes, on a busy machine too.
+MUTATORS = {"templates": mutants.cpp, "generator": mutants.python, "catalog": mutants.catalog}
+MINIMUM_SCORES = {"templates": 98, "generator": 98, "catalog": 100}
+# Generous limits: a mutant that exceeds them is in an endless loop.
 CPU_SECONDS, SECONDS, BYTES = 15, 40, 4 << 30
 
 
@@ -53,8 +52,8 @@ def compiles(command: list) -> bool:
 
 
 class Templates:
-    """Compiles the library with the slip and runs the tests of the library with it: at first for
-    tables that have between them everything that tables can have, then for all."""
+    """Compiles the mutated library and runs its tests, first with a few tables that together use every
+    feature of the catalog, then with all tables."""
 
     PARTS = ("derivations", "key_codes")
     SOME = ("bfdlnk", "extnhp", "glb_en", "oam_staticmac", "stp", "vpls_macpingup", "vpls_pw")
@@ -74,28 +73,30 @@ class Templates:
                                    ("others", [t for t in self.tables if t not in self.some], []),
                                    ("parts", [], [f"tests/parts/{name}_test.cpp" for name in self.PARTS] + common)):
             (folder / f"{name}.cpp").write_text("".join(
-                f'#include "{path}"\n' for path in more + [f"tables/{table}.cpp" for table in tables]), encoding="utf-8")
+                f'#include "{path}"\n' for path in [*more, *(f"tables/{table}.cpp" for table in tables)]),
+                encoding="utf-8")
         if not compiles([*self.shared, "-c", folder / "others.cpp", "-o", folder / "others.o"]):
             sys.exit("mutate: the library does not compile")
 
-    def noticed_by(self, folder: Path, mutant: mutants.Mutant) -> str:
-        path = folder / "slip" / mutant.path
+    def killed_by(self, folder: Path, mutant: mutants.Mutant) -> str:
+        path = folder / "mutant" / mutant.path
         path.parent.mkdir(parents=True, exist_ok=True)
         path.write_text(mutant.text, encoding="utf-8")
         try:
-            return self.look(folder)
+            return self.run_tests(folder)
         finally:
             path.unlink()
 
-    def look(self, folder: Path) -> str:
+    def run_tests(self, folder: Path) -> str:
         some = ":".join(f"*{table}*" for table in self.some)
         return (self.library_tests(folder, [folder / "some.cpp", folder / "others.o"], [f"--gtest_filter={some}"])
                 or self.parts_tests(folder) or self.library_tests(folder, [folder / "all.cpp"], []))
 
     def library_tests(self, folder: Path, sources: list, options: list) -> str:
         library = folder / self.library.name
-        if not compiles([f"-I{folder}/slip", f"-I{folder}/slip/src", *self.shared, "-shared", f"-Wl,-soname,{library.name}",
-                       f"-Wl,--version-script={self.gen}/exports.map", *sources, "-o", library]):
+        if not compiles([f"-I{folder}/mutant", f"-I{folder}/mutant/src", *self.shared, "-shared",
+                         f"-Wl,-soname,{library.name}", f"-Wl,--version-script={self.gen}/exports.map", *sources,
+                         "-o", library]):
             return "compiler"
         environment = {**os.environ, "LD_PRELOAD": str(library)}
         programs = [[self.build / "unit_tests", "--gtest_fail_fast", *options], [self.build / "fresh_tests"]]
@@ -103,16 +104,16 @@ class Templates:
 
     def parts_tests(self, folder: Path) -> str:
         test = folder / "parts_tests"
-        if not compiles([f"-I{folder}/slip", f"-I{folder}/slip/src", *self.headers, "-I/usr/src/googletest/googletest/include",
-                       folder / "parts.cpp", "-o", test, self.build / "lib/libgtest.a", self.build / "lib/libgtest_main.a",
-                       "-Wl,--no-as-needed", self.library, self.build / "libl2vpn_platform.so",
-                       f"-Wl,-rpath,{self.build}"]):
+        if not compiles([f"-I{folder}/mutant", f"-I{folder}/mutant/src", *self.headers,
+                         "-I/usr/src/googletest/googletest/include", folder / "parts.cpp", "-o", test,
+                         self.build / "lib/libgtest.a", self.build / "lib/libgtest_main.a", "-Wl,--no-as-needed",
+                         self.library, self.build / "libl2vpn_platform.so", f"-Wl,-rpath,{self.build}"]):
             return "compiler"
         return "" if passes([test]) else "tests"
 
 
 class Generator:
-    """Runs the generator's tests with the slip, and then libraries of random tables."""
+    """Runs the mutated generator's tests, then those of libraries of random tables."""
 
     def __init__(self, build: Path):
         self.build = build
@@ -123,31 +124,30 @@ class Generator:
         for name in ("VERSION", "CHANGELOG.md"):
             shutil.copy(ROOT / name, folder / name)
 
-    def noticed_by(self, folder: Path, mutant: mutants.Mutant) -> str:
+    def killed_by(self, folder: Path, mutant: mutants.Mutant) -> str:
         path = folder / mutant.path
         path.write_text(mutant.text, encoding="utf-8")
         try:
-            return self.look(folder)
+            return self.run_tests(folder)
         finally:
             shutil.copy(ROOT / mutant.path, path)
 
-    def look(self, folder: Path) -> str:
+    def run_tests(self, folder: Path) -> str:
         python = [sys.executable, "-B"]
         if not passes([*python, "generator", "check"], cwd=folder):
-            return "comparison with what is committed"
+            return "committed headers"
         for test in (["generator/expected_test.py"], ["generator/debugger_test.py"],
                      ["generator/catalog_test.py", "--failfast"], ["property/refusal_test.py", "--count", "3"]):
             if not passes([*python, f"tests/{test[0]}", *test[1:]], 4 * SECONDS, cwd=folder):
                 return "tests"
         if not passes([*python, "tests/property/library_test.py", "--build", self.build, "--jobs", "1",
                        "--count", "12", "--seed", "1"], 10 * SECONDS, cwd=folder):
-            return "libraries of random tables"
+            return "random tables"
         return ""
 
 
 class Catalog:
-    """Loads the catalog with the slip and compares it with tests/expected and with what has been
-    released. A slip in one table is looked for in that table."""
+    """Loads the mutated table alone and compares it with tests/expected and with the released schemas."""
 
     def __init__(self, _build: Path):
         sys.path.insert(0, str(ROOT / "tests/generator"))
@@ -161,12 +161,12 @@ class Catalog:
     def prepare(self, folder: Path) -> None:
         (folder / "schema/catalog").mkdir(parents=True)
 
-    def look(self, _folder: Path) -> str:
+    def run_tests(self, _folder: Path) -> str:
         errors = []
         tables = self.expected.catalog.load(ROOT, errors)
         return "tests" if errors or self.expected.differences(tables, self.files) else ""
 
-    def noticed_by(self, folder: Path, mutant: mutants.Mutant) -> str:
+    def killed_by(self, folder: Path, mutant: mutants.Mutant) -> str:
         path = folder / mutant.path
         path.write_text(mutant.text, encoding="utf-8")
         errors = []
@@ -180,18 +180,18 @@ class Catalog:
             name: schema for name, schema in release.schemas.items() if name == tables[0].name})
             for release in self.releases]
         self.history.check(tables, known, errors)
-        return "comparison with what has been released" if errors else ""
+        return "released schemas" if errors else ""
 
 
 def equivalents() -> dict:
-    """The slips that change nothing that anyone can see, with the reason."""
+    """The equivalent mutants (file, original line, mutated line) and the reason for each."""
     rows = (ROOT / "tests/mutation/equivalent.tsv").read_text(encoding="utf-8").splitlines()
     return {tuple(row.split("\t")[:3]): row.split("\t")[3] for row in rows if row and not row.startswith("#")}
 
 
 def run(group: str, chosen: list, build: Path, jobs: int, sampled: bool) -> list:
-    """For each slip, what noticed it. A sample goes with a run of the tests, which shows that they pass
-    without any."""
+    """Pairs each mutant with its killer, "" if it survives. Without a sample, first runs everything
+    unmutated, which must pass; a sample runs as one of the tests."""
     runner = {"templates": Templates, "generator": Generator, "catalog": Catalog}[group](build)
     jobs = 1 if group == "catalog" else jobs  # it runs in this process
     local = threading.local()
@@ -201,17 +201,17 @@ def run(group: str, chosen: list, build: Path, jobs: int, sampled: bool) -> list
             if not hasattr(local, "folder"):
                 local.folder = Path(tempfile.mkdtemp(dir=scratch))
                 runner.prepare(local.folder)
-            return runner.noticed_by(local.folder, mutant)
+            return runner.killed_by(local.folder, mutant)
 
         if not sampled:
-            whole = Path(tempfile.mkdtemp(dir=scratch))
-            runner.prepare(whole)
-            if complaint := runner.look(whole):
-                sys.exit(f"mutate: without any slip the {group} are refused by {complaint}")
+            unmutated = Path(tempfile.mkdtemp(dir=scratch))
+            runner.prepare(unmutated)
+            if failed := runner.run_tests(unmutated):
+                sys.exit(f"mutate: {group}: fails unmutated: {failed}")
         results = []
         with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
-            for mutant, noticed in zip(chosen, pool.map(one, chosen)):
-                results.append((mutant, noticed))
+            for mutant, killer in zip(chosen, pool.map(one, chosen)):
+                results.append((mutant, killer))
                 done += 1
                 if time.monotonic() - last > 60:
                     last = time.monotonic()
@@ -219,51 +219,51 @@ def run(group: str, chosen: list, build: Path, jobs: int, sampled: bool) -> list
         return results
 
 
-def table(group: str, results: list, known: dict) -> bool:
-    """Prints how many slips of each kind were made and noticed; whether the goal is met."""
+def report(group: str, results: list, known: dict) -> bool:
+    """Prints the mutants by kind and killer. Returns whether the score is high enough."""
     kinds = defaultdict(Counter)
-    unnoticed = []
-    for mutant, noticed in results:
+    survivors = []
+    for mutant, killer in results:
         reason = known.get((str(mutant.path), mutant.old.strip(), mutant.new.strip()))
-        state = noticed or ("equivalent" if reason else "unnoticed")
+        state = killer or ("equivalent" if reason else "survived")
         kinds[mutant.kind][state] += 1
-        if state == "unnoticed":
-            unnoticed.append(mutant)
-        elif noticed and reason:
-            print(f"noticed, yet in equivalent.tsv: {mutant}")
+        if state == "survived":
+            survivors.append(mutant)
+        elif killer and reason:
+            print(f"killed, but listed in equivalent.tsv: {mutant}")
     states = list(dict.fromkeys(state for counts in kinds.values() for state in counts))
-    print(f"\n{group:<12}{'made':>8}" + "".join(f"  {state}" for state in states))
+    print(f"\n{group:<12}{'mutants':>8}" + "".join(f"  {state}" for state in states))
     kinds["all"] = sum(kinds.values(), Counter())
     for kind, counts in kinds.items():
         print(f"{kind:<12}{sum(counts.values()):>8}" + "".join(f"{counts[s]:>{len(s) + 2}}" for s in states))
-    judged = len(results) - kinds["all"]["equivalent"]
-    share = 100 * (judged - len(unnoticed)) / judged
-    print(f"noticed: {judged - len(unnoticed)} of {judged}, {share:.1f} % (goal {GOALS[group]} %)")
-    for mutant in unnoticed:
-        print(f"unnoticed: {mutant}")
-    return share >= GOALS[group]
+    killable = len(results) - kinds["all"]["equivalent"]
+    score = 100 * (killable - len(survivors)) / killable
+    print(f"killed: {killable - len(survivors)} of {killable}, {score:.1f} % (minimum {MINIMUM_SCORES[group]} %)")
+    for mutant in survivors:
+        print(f"survived: {mutant}")
+    return score >= MINIMUM_SCORES[group]
 
 
 def main() -> int:
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("groups", nargs="*", default=list(FILES), metavar="GROUP", help="templates, generator, catalog")
-    parser.add_argument("--build", type=Path, required=True, help="where the tests have been built")
+    parser.add_argument("--build", type=Path, required=True, help="build directory of the tests")
     parser.add_argument("--jobs", type=int, default=2)
-    parser.add_argument("--sample", type=int, help="of each group, so many slips only")
-    parser.add_argument("--seed", type=int, default=1, help="chooses the sample")
-    parser.add_argument("--only", default="", help="files whose path holds this")
+    parser.add_argument("--sample", type=int, help="number of random mutants in each group")
+    parser.add_argument("--seed", type=int, default=1, help="seed of the sample")
+    parser.add_argument("--only", default="", help="mutate only files whose path contains ONLY")
     options = parser.parse_args()
-    met = True
+    passed = True
     for group in options.groups:
         if group not in FILES:
-            parser.error(f"unknown group '{group}', expected one of {', '.join(FILES)}")
+            parser.error(f"unknown group '{group}'; choose from {', '.join(FILES)}")
         chosen = [mutant for pattern in FILES[group] for path in sorted(ROOT.glob(pattern))
-                  if options.only in str(path) for mutant in MAKERS[group](ROOT, path.relative_to(ROOT))]
+                  if options.only in str(path) for mutant in MUTATORS[group](ROOT, path.relative_to(ROOT))]
         if options.sample and options.sample < len(chosen):
             chosen = random.Random(options.seed).sample(chosen, options.sample)
         results = run(group, chosen, options.build.resolve(), options.jobs, options.sample is not None)
-        met = table(group, results, equivalents()) and met
-    return 0 if met else 1
+        passed = report(group, results, equivalents()) and passed
+    return 0 if passed else 1
 
 
 if __name__ == "__main__":
