@@ -79,7 +79,7 @@ def lay_out(tool: str, source: Path) -> None:
             target = source / path.relative_to(ROOT)
             target.parent.mkdir(parents=True, exist_ok=True)
             target.symlink_to(path)
-    for path in [*HERE.glob("*.md"), *HERE.glob("*.svg")]:
+    for path in [*HERE.glob("*.md"), *HERE.glob("*.html")]:
         (source / path.name).symlink_to(path)
     (source / "docs/measurements.md").unlink()
     write(source / "docs/measurements.md", measurements())

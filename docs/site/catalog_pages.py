@@ -28,7 +28,9 @@ def table_page(table, words) -> str:
                f"{len(table.keys)} key{'s' if len(table.keys) > 1 else ''}. "
                f"Functions and types: {{doc}}`/api/{table.name}`.\n")
     out += [f"{QUIRKS[quirk]}\n" for quirk in table.quirks]
-    out.append(f"## Layout\n\n```{{container}} picture\n![Layout of {table.name}]({table.name}.svg)\n```\n")
+    columns = 3 if table.typed else 2  # caller record, stored record, keys
+    out.append(f"## Layout\n\n````{{container}} picture{'' if table.typed else ' untyped'}\n" +
+               f"```{{container}} part\n![Layout of {table.name}]({table.name}.svg)\n```\n" * columns + "````\n")
     out.append("## Keys\n")
     head = ("index", "name", "members, in key order", "bytes", *(("word", "functions") if table.typed else ()))
     body = []

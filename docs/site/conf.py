@@ -4,6 +4,7 @@ import os
 from pathlib import Path
 
 from docutils import nodes
+from sphinx.writers.html5 import HTML5Translator
 
 ROOT = Path(__file__).resolve().parents[2]
 
@@ -47,5 +48,17 @@ def resolve(app, _env, node, content):
     return nodes.reference("", "", content, internal=True, refuri=uri)
 
 
+class Translator(HTML5Translator):
+    """Repeats a column's heading in each of its cells, for small screens."""
+
+    def starttag(self, node, tagname, *arguments, **attributes):
+        if tagname == "td":
+            group = node.parent.parent.parent
+            heads = next(iter(group.findall(nodes.thead)))
+            attributes["data-heading"] = heads[0][node.parent.index(node)].astext()
+        return super().starttag(node, tagname, *arguments, **attributes)
+
+
 def setup(app):
+    app.set_translator("html", Translator)
     app.connect("missing-reference", resolve)

@@ -71,6 +71,16 @@ class Site(unittest.TestCase):
             self.assertEqual(shown.count(f">{curve}</text>"), 2, curve)  # reads and insertions
         self.assertNotIn("```text", shown)
 
+    def test_every_document_is_in_the_contents(self):
+        contents = (ROOT / "docs/site/index.md").read_text(encoding="utf-8")
+        for path in (ROOT / "docs").glob("*.md"):
+            self.assertRegex(contents, rf"(?m)^docs/{path.stem}$")
+
+    def test_the_iterator_guide_covers_changes_during_iteration(self):
+        headings = re.findall("^## (.*)", (ROOT / "docs/iterators.md").read_text(encoding="utf-8"), re.M)
+        self.assertIn("Deletion, insertion, update", headings)
+        self.assertIn("(docs/iterators.md)", (ROOT / "docs/site/concepts.md").read_text(encoding="utf-8"))
+
     def test_manual_pages(self):
         self.assertEqual([path.name for path in build_site.MANUALS], ["l2vpn_db.3", "l2vpn-db.1"])
         for path in build_site.MANUALS:

@@ -30,6 +30,9 @@ class Examples(unittest.TestCase):
             with self.subTest(program):
                 self.assertEqual(run(program), (0, expected("provisioning"), ""))
 
+    def test_iterators(self):
+        self.assertEqual(run("iterators"), (0, expected("iterators"), ""))
+
     def test_table_walker(self):
         for program in ("table_walker", "table_walker_on_own_platform"):
             with self.subTest(program):

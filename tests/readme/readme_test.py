@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What the documents show is what the repository holds."""
+"""The documents agree with the repository."""
 
 import re
 import subprocess
@@ -13,14 +13,27 @@ DOCUMENTS = {path.relative_to(ROOT): path.read_text(encoding="utf-8") for path i
     ROOT / "README.md", ROOT / "examples/README.md", *sorted((ROOT / "docs").glob("*.md")))}
 
 
+def blocks(document: str, language: str) -> list:
+    return re.findall(rf"```{language}\n(.*?)```", DOCUMENTS[Path(document)], re.S)
+
+
 def block(document: str, language: str) -> str:
-    return re.search(rf"```{language}\n(.*?)```", DOCUMENTS[Path(document)], re.S)[1]
+    return blocks(document, language)[0]
 
 
 class Readme(unittest.TestCase):
     def test_the_c_example_is_the_program_that_the_tests_build_and_run(self):
         program = (ROOT / "examples/first_steps.c").read_text(encoding="utf-8")
         self.assertEqual(program.split("\n", 1)[1], block("README.md", "c"))
+
+    def test_the_iterator_guide_quotes_the_example_and_its_output(self):
+        program = (ROOT / "examples/iterators.c").read_text(encoding="utf-8")
+        output = (ROOT / "tests/examples/iterators.txt").read_text(encoding="utf-8")
+        quotes = blocks("docs/iterators.md", "c")
+        self.assertEqual(len(quotes), 2)
+        for quote in quotes:
+            self.assertIn(quote, program)
+        self.assertIn(block("docs/iterators.md", "text"), output)
 
     def test_the_catalog_example_is_accepted(self):
         with tempfile.TemporaryDirectory() as folder:
