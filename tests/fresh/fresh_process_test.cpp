@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// State of a process before the first call. The tests are ordered so that they may share a process:
-// each leaves the control blocks zeroed.
+// The state of a process before the first call. Each test leaves the control blocks zeroed, so that
+// all of them can run in one process.
 #include "tests/support/table_test.h"
 
 #include <unistd.h>

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the library derives from a table's facts at compile time, here at run time, where it can be
-// looked at step by step.
+// Runs the library's compile-time derivations at run time, where single steps can be tested.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -27,7 +26,7 @@ TEST(Pieces, AreTheWidestMovesThatFit) {
     EXPECT_EQ(piece(1000), 16U);
 }
 
-TEST(Pieces, OverlapWhereOneMoreMoveDoesForARestThatIsNoMove) {
+TEST(Pieces, OverlapIfOneOverlappingMoveCopiesTheRest) {
     std::vector<std::size_t> overlapping;
     for (std::size_t length = 1; length <= 40; ++length)
         if (overlaps(length))
@@ -78,59 +77,59 @@ TEST(Facts, OfKeys) {
     EXPECT_EQ(key_of_code(0x909), 9U);
 }
 
-using Seen = std::vector<std::tuple<std::size_t, std::size_t, std::size_t, bool>>;
+using SegmentList = std::vector<std::tuple<std::size_t, std::size_t, std::size_t, bool>>;
 
 template <class List>
-Seen listed(const List &list) {
-    Seen seen;
+SegmentList listed(const List &list) {
+    SegmentList result;
     for (std::size_t i = 0; i < list.count; ++i)
-        seen.emplace_back(list.items[i].caller, list.items[i].packed, list.items[i].width,
-                          list.items[i].plain);
-    return seen;
+        result.emplace_back(list.items[i].caller, list.items[i].packed, list.items[i].width,
+                            list.items[i].plain);
+    return result;
 }
 
-TEST(Segments, MergePlainBytesThatGoOnInBothLayouts) {
+TEST(Segments, MergePlainBytesThatAreContiguousInBothLayouts) {
     Segments<6> segments;
     segments.add({0, 0, 4, true});
     segments.add({4, 4, 1, true});
-    EXPECT_EQ(listed(segments), (Seen{{0, 0, 5, true}}));
-    segments.add({6, 5, 2, true}); // padding before it
-    segments.add({8, 8, 2, true}); // not in the stored record
+    EXPECT_EQ(listed(segments), (SegmentList{{0, 0, 5, true}}));
+    segments.add({6, 5, 2, true}); // after padding in the caller record
+    segments.add({8, 8, 2, true}); // not contiguous in the stored record
     segments.add({10, 10, 2, false});
     segments.add({12, 12, 2, true}); // after bytes that are not plain
     segments.add({14, 14, 2, false});
-    EXPECT_EQ(listed(segments), (Seen{{0, 0, 5, true},
-                                      {6, 5, 2, true},
-                                      {8, 8, 2, true},
-                                      {10, 10, 2, false},
-                                      {12, 12, 2, true},
-                                      {14, 14, 2, false}}));
+    EXPECT_EQ(listed(segments), (SegmentList{{0, 0, 5, true},
+                                             {6, 5, 2, true},
+                                             {8, 8, 2, true},
+                                             {10, 10, 2, false},
+                                             {12, 12, 2, true},
+                                             {14, 14, 2, false}}));
 }
 
 TEST(Segments, OfAWholeRecordFollowTheSchema) {
-    EXPECT_EQ(listed(record_segments<SampleTable>()), (Seen{{0, 0, 5, true},
-                                                            {6, 5, 2, true},
-                                                            {8, 7, 6, false},
-                                                            {14, 13, 4, true},
-                                                            {18, 17, 5, false},
-                                                            {23, 22, 5, false},
-                                                            {28, 27, 8, true},
-                                                            {36, 35, 3, false}}));
+    EXPECT_EQ(listed(record_segments<SampleTable>()), (SegmentList{{0, 0, 5, true},
+                                                                   {6, 5, 2, true},
+                                                                   {8, 7, 6, false},
+                                                                   {14, 13, 4, true},
+                                                                   {18, 17, 5, false},
+                                                                   {23, 22, 5, false},
+                                                                   {28, 27, 8, true},
+                                                                   {36, 35, 3, false}}));
 }
 
 TEST(Segments, LeaveServiceFieldsToTheirOwnConversion) {
-    EXPECT_EQ(listed(record_segments<SplitTable>()), (Seen{{0, 0, 5, true},
-                                                           {6, 5, 2, true},
-                                                           {8, 7, 6, false},
-                                                           {28, 27, 8, true},
-                                                           {36, 35, 3, false}}));
+    EXPECT_EQ(listed(record_segments<SplitTable>()), (SegmentList{{0, 0, 5, true},
+                                                                  {6, 5, 2, true},
+                                                                  {8, 7, 6, false},
+                                                                  {28, 27, 8, true},
+                                                                  {36, 35, 3, false}}));
     EXPECT_EQ(listed(service_segments<SplitTable, Direction::to_packed>()),
-              (Seen{{18, 17, 5, false}, {23, 22, 5, false}, {14, 13, 4, true}}));
+              (SegmentList{{18, 17, 5, false}, {23, 22, 5, false}, {14, 13, 4, true}}));
     EXPECT_EQ(listed(service_segments<SplitTable, Direction::to_caller>()),
-              (Seen{{14, 13, 4, true}, {18, 17, 5, false}, {23, 22, 5, false}}));
+              (SegmentList{{14, 13, 4, true}, {18, 17, 5, false}, {23, 22, 5, false}}));
 }
 
-/// Its service fields stand at both ends.
+/// The first and the last field are service fields.
 struct ServiceAround {
     static constexpr Field fields[] = {{"svcStatus", 0, 0, 2, Kind::pair, true},
                                        {"vlan", 2, 2, 2, Kind::integer, true},
@@ -138,13 +137,13 @@ struct ServiceAround {
     static constexpr bool svc_fields_split = true;
 };
 
-TEST(Segments, FindServiceFieldsWhereverTheyStand) {
-    EXPECT_EQ(listed(record_segments<ServiceAround>()), (Seen{{2, 2, 2, true}}));
+TEST(Segments, FindServiceFieldsAtBothEnds) {
+    EXPECT_EQ(listed(record_segments<ServiceAround>()), (SegmentList{{2, 2, 2, true}}));
     EXPECT_EQ(listed(service_segments<ServiceAround, Direction::to_packed>()),
-              (Seen{{4, 4, 5, false}, {9, 9, 5, false}, {0, 0, 2, true}}));
+              (SegmentList{{4, 4, 5, false}, {9, 9, 5, false}, {0, 0, 2, true}}));
 }
 
-TEST(Segments, WithoutACallOfMemcpySGiveZero) {
+TEST(Segments, ReturnZeroWithoutAMemcpySCall) {
     static constexpr auto none = record_segments<OneFieldTable>();
     const char from = 7;
     char to = 0;
@@ -152,7 +151,7 @@ TEST(Segments, WithoutACallOfMemcpySGiveZero) {
     EXPECT_EQ(to, 7);
 }
 
-TEST(Segments, NeedTheRestToBeClear) {
+TEST(Segments, ThatMemcpySCopiesAreClearedFirst) {
     EXPECT_EQ(end_of_copied<SampleTable>(2), 2U);
     EXPECT_EQ(end_of_copied<SampleTable>(3), 4U);
     EXPECT_EQ(end_of_copied<SampleTable>(9), 10U);
@@ -166,7 +165,7 @@ TEST(Segments, NeedTheRestToBeClear) {
                                                       std::string(8, 'x') + std::string(3, '\0'));
 }
 
-TEST(Segments, NeedTheFirstAndTheLastFieldToBeClear) {
+TEST(Segments, ThatMemcpySCopiesAreClearedAtBothEnds) {
     char stored[stored_size<CopiedEndsTable>];
     std::memset(stored, 'x', sizeof stored);
     clear_copied<CopiedEndsTable>(stored);
@@ -174,7 +173,7 @@ TEST(Segments, NeedTheFirstAndTheLastFieldToBeClear) {
               std::string(6, '\0') + 'x' + std::string(3, '\0'));
 }
 
-TEST(Segments, KnowTheServiceFieldsByName) {
+TEST(Segments, RecogniseServiceFieldsByName) {
     for (const char *name : {"svcStatus", "svcErrcode", "glbSvcCtx", "svcCtx"})
         EXPECT_TRUE(is_service_field(name)) << name;
     for (const char *name : {"svcStatu", "svcCtx2", "batchVersion", ""})
@@ -183,14 +182,14 @@ TEST(Segments, KnowTheServiceFieldsByName) {
 
 TEST(KeySegments, MergeMembersThatAreContiguousInTheRecord) {
     EXPECT_EQ(listed(key_segments<SampleTable, 0, true>()),
-              (Seen{{0, 0, 4, true}, {6, 4, 2, true}}));
-    EXPECT_EQ(listed(key_segments<SampleTable, 0, false>()), (Seen{{8, 6, 6, false}}));
+              (SegmentList{{0, 0, 4, true}, {6, 4, 2, true}}));
+    EXPECT_EQ(listed(key_segments<SampleTable, 0, false>()), (SegmentList{{8, 6, 6, false}}));
     EXPECT_EQ(listed(key_segments<SampleTable, 1, true>()),
-              (Seen{{28, 0, 8, true}, {0, 8, 4, true}}));
-    EXPECT_EQ(listed(key_segments<SampleTable, 1, false>()), Seen{});
+              (SegmentList{{28, 0, 8, true}, {0, 8, 4, true}}));
+    EXPECT_EQ(listed(key_segments<SampleTable, 1, false>()), SegmentList{});
 }
 
-/// A key whose members all stand together in the record, but for the last one.
+/// A key whose members, except the last, are contiguous in the record.
 struct MacsAmongNumbers {
     static constexpr Field fields[] = {
         {"vrId", 0, 0, 4, Kind::integer, true},  {"vlan", 1, 4, 2, Kind::integer, true},
@@ -202,23 +201,23 @@ struct MacsAmongNumbers {
 
 TEST(KeySegments, NeverMergeMacAddresses) {
     EXPECT_EQ(listed(key_segments<MacsAmongNumbers, 0, true>()),
-              (Seen{{0, 0, 6, true}, {18, 18, 2, true}, {24, 20, 4, true}}));
+              (SegmentList{{0, 0, 6, true}, {18, 18, 2, true}, {24, 20, 4, true}}));
     EXPECT_EQ(listed(key_segments<MacsAmongNumbers, 0, false>()),
-              (Seen{{6, 6, 6, false}, {12, 12, 6, false}}));
+              (SegmentList{{6, 6, 6, false}, {12, 12, 6, false}}));
 }
 
-/// The last item is followed by the separator, too.
+/// A table with a separator after the last item.
 struct SeparatedTable : SampleTable {
     static constexpr bool trailing_separator = true;
 };
 
-TEST(Lines, SeparateTheirItems) {
+TEST(Lines, HaveSeparators) {
     EXPECT_TRUE(separated_after<SampleTable>(3));
     EXPECT_FALSE(separated_after<SampleTable>(7));
     EXPECT_TRUE(separated_after<SeparatedTable>(7));
 }
 
-TEST(Lines, NameTheirItems) {
+TEST(Lines, HaveFieldNames) {
     EXPECT_STREQ((item_format<SampleTable, 0>(":%u%s").data()), "vrId:%u%s");
     EXPECT_STREQ((item_format<SampleTable, 6>(":0x").data()), "svcCtx:0x");
     EXPECT_EQ((item_format<SampleTable, 0>(":%u%s").size()), 10U);
@@ -226,7 +225,7 @@ TEST(Lines, NameTheirItems) {
     EXPECT_EQ(last_printed<OneFieldTable>(), 0U);
 }
 
-/// The last item is a pair.
+/// A table whose last item is a pair.
 struct PairLast {
     static constexpr Field fields[] = {{"vlan", 0, 0, 2, Kind::integer, true},
                                        {"svcStatus", 1, 2, 2, Kind::pair, true},
@@ -234,15 +233,15 @@ struct PairLast {
     static constexpr bool trailing_separator = false;
 };
 
-TEST(Lines, MayEndWithAPair) {
+TEST(Lines, CanEndWithAPair) {
     const unsigned char record[] = {4, 1, 8, 9, 5};
     char text[40];
     EXPECT_EQ(format_table<PairLast>(record, text, sizeof text, "; "), 23U);
     EXPECT_STREQ(text, "vlan:260; svcStatus:8 9");
 }
 
-TEST(Descriptors, GoOnWithTheirMaps) {
-    // Not constant, so that it happens now.
+TEST(Descriptors, EndWithTheirMaps) {
+    // Not constexpr, so that make_descriptor runs now.
     L2vpnDbTblIntf intf{SampleTable::name, nullptr, nullptr, nullptr, nullptr, nullptr, {}};
     const auto descriptor = make_descriptor<SampleTable>(intf);
     EXPECT_EQ(descriptor.intf.name, SampleTable::name);
@@ -255,9 +254,9 @@ TEST(Descriptors, GoOnWithTheirMaps) {
     EXPECT_EQ(descriptor.keys[1].value, 0x109U);
     static_assert(sizeof descriptor == 80 + 8 + 16);
 
-    const auto short_one = make_descriptor<OneFieldTable>(intf);
-    EXPECT_EQ(short_one.keys[0].value, 0x001U);
-    static_assert(sizeof short_one == 80 + 8);
+    const auto small = make_descriptor<OneFieldTable>(intf);
+    EXPECT_EQ(small.keys[0].value, 0x001U);
+    static_assert(sizeof small == 80 + 8);
 }
 
 TEST(Schemas, DescribeTheTable) {
@@ -282,7 +281,7 @@ TEST(Schemas, DescribeTheTable) {
     EXPECT_EQ(made.keys[1].memberCount, 3U);
 }
 
-/// Each is wrong in one place.
+/// Each violates the layout in one place.
 struct KeyTooShort : SampleTable {
     struct ControlBlock {
         std::uint32_t keyId[4];
@@ -314,7 +313,7 @@ struct BlockTooLong : SampleTable {
     };
 };
 
-TEST(ControlBlocks, AreCheckedInEveryPlace) {
+TEST(ControlBlocks, AreCheckedAgainstTheLayout) {
     EXPECT_TRUE(control_block_laid_out<SampleTable>());
     EXPECT_FALSE(control_block_laid_out<KeyTooShort>());
     EXPECT_FALSE(control_block_laid_out<KeyTooLate>());
@@ -323,7 +322,7 @@ TEST(ControlBlocks, AreCheckedInEveryPlace) {
 }
 
 TEST(TableInfo, HoldsTheTablesFacts) {
-    // By a pointer that may change, so that it happens now.
+    // A volatile pointer prevents constant evaluation.
     TableInfo (*volatile make)() = make_table_info<SampleTable>;
     const TableInfo access = make();
     EXPECT_EQ(access.intf, &sample_descriptor.intf);
@@ -352,15 +351,16 @@ TEST(TableInfo, HoldsASetterForEachKey) {
     EXPECT_EQ(keys[1].build, (build_key_out_of_line<SampleTable, 1>));
 }
 
-std::uint32_t told(std::uint32_t *value) {
+std::uint32_t value_of(std::uint32_t *value) {
     return *value;
 }
 
-TEST(GenericInterface, KnowsTheRecordsLength) {
+TEST(GenericInterface, ChecksTheRecordsLength) {
     std::uint32_t record = 77;
     for (const std::uint32_t length : {0U, 3U, 5U})
-        EXPECT_EQ(dal_read_write(static_cast<void *>(&record), length, told), L2VPN_DB_ERR_PARAM);
-    EXPECT_EQ(dal_read_write(static_cast<void *>(&record), 4, told), 77U);
+        EXPECT_EQ(dal_read_write(static_cast<void *>(&record), length, value_of),
+                  L2VPN_DB_ERR_PARAM);
+    EXPECT_EQ(dal_read_write(static_cast<void *>(&record), 4, value_of), 77U);
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The key map leads from a key's index to its code, and stands where others can write to it: the
-// first entry for an index counts, and a code that no key has leads nowhere.
+// The key map maps a key's index to its code. It is exported and writable: the first entry for an
+// index counts, and a code that belongs to no key is rejected.
 #include <gtest/gtest.h>
 
 #include "library/key_operations.h"
@@ -8,7 +8,7 @@
 namespace l2vpn {
 namespace {
 
-TEST(KeyCodes, OfNoKeyLeadNowhere) {
+TEST(KeyCodes, OfNoKeyAreRejected) {
     const KeyInfo keys[2]{};
     for (const std::uint32_t code : {0x101U, 0x009U, 0x209U, L2VPN_DB_NO_MAPPING}) {
         const IdPair pairs[] = {{0, 0x001}, {1, code}};
@@ -22,7 +22,7 @@ TEST(KeyCodes, OfNoKeyLeadNowhere) {
     }
 }
 
-TEST(KeyCodes, AreThoseOfTheFirstEntry) {
+TEST(KeyCodes, ComeFromTheFirstEntry) {
     const IdPair pairs[] = {{4, 0x109}, {7, 0x209}, {4, 0x309}, {7, 0x409}};
     EXPECT_EQ(find_mapping(4, {pairs, 4}), 0x109U);
     EXPECT_EQ(find_mapping(7, {pairs, 4}), 0x209U);

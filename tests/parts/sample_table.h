@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-// A table's facts as they are stated to the templates, made up so that each derivation has
-// something to do: padding, members of a key that stand together and others that do not, service
-// fields of every kind.
+// Made-up tables as the templates take them. SampleTable exercises every derivation: padding, keys
+// of contiguous and scattered members, service fields of every kind.
 #pragma once
 
 #include "library/table_descriptor.h"
@@ -64,7 +63,7 @@ constexpr TableDescriptor<SampleTable> &SampleTable::descriptor() {
     return sample_descriptor;
 }
 
-/// The same table with conversions of its own for the service fields.
+/// The same table with separate conversions of the service fields.
 struct SplitTable : SampleTable {
     static constexpr bool svc_fields_split = true;
 };

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Single tables, written out: what programs that were built rely on, without a rule in between.
+// Literal values of single tables that existing binaries rely on, independent of any model.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -29,7 +29,7 @@ TEST(SchemaExamples, PackedWordsOfTheFirstTable) {
     EXPECT_EQ(first->module()->fields[1].position, 0x0000000400040001U);
 }
 
-// Computed by hand from tests/expected: programs that were built hold these numbers.
+// Computed by hand from tests/expected: existing binaries contain these numbers.
 TEST(SchemaHashes, OfThreeTables) {
     const auto hash_of = [](std::string_view name) {
         const auto table = std::ranges::find(schema_tables, name, &SchemaTable::name);
@@ -40,7 +40,7 @@ TEST(SchemaHashes, OfThreeTables) {
     EXPECT_EQ(hash_of("l2vpn_vpls_pw"), 0x0790CAAAA8B048AFU);
 }
 
-TEST(ConversionExamples, OddOffsetsBehindThreeGapBytes) {
+TEST(ConversionExamples, FieldsAfterThreePaddingBytesHaveOddOffsets) {
     reset_platform();
     L2vpnVplsAc record{};
     record.vsi = 0x11;
@@ -111,7 +111,7 @@ TEST(UpdateOfPingResults, AlwaysReachesTheStoreAndFailsInTheSetter) {
     std::uint32_t setter_result = 0;
     platform().during_update = [&](const L2vpnDbRecData *request, const L2vpnDbUpdData *update) {
         setter_result = update->setFields(request, nullptr, update->fieldIds, update->fieldCount);
-        return 77U; // what the store makes of it is the store's business
+        return 77U; // a store need not return the setter's result
     };
     const Bytes record(40);
     for (std::uint32_t id = 0; id < 16; ++id) {
@@ -134,7 +134,7 @@ TEST(GenericInterfaceExamples, StoredLengthIsNotTheCallerLength) {
     EXPECT_EQ(platform().calls.size(), 1U);
 }
 
-/// Single lines, written out.
+/// Literal lines.
 class FormatExamples : public testing::Test {
 protected:
     void SetUp() override { reset_platform(); }
@@ -166,7 +166,7 @@ TEST_F(FormatExamples, NextHop) {
     expect_line(L2VPN_AST_L2vpnExtnhpFormat, record, ", ", line);
 }
 
-TEST_F(FormatExamples, EmptySeparatorRunsTheItemsTogether) {
+TEST_F(FormatExamples, EmptySeparatorConcatenatesTheItems) {
     L2vpnExtnhp record{};
     record.vrIndex = 1;
     record.l2vpnIid = 2;

@@ -1,9 +1,8 @@
 # SPDX-License-Identifier: MIT
-"""The expectations for all tables: the rows of tests/expected, which are written by hand, and for a
-table without rows there those that tests/property/tables.py derives from its catalog file. Neither
-uses the generator.
+"""The expectations for all tables: the handwritten rows of tests/expected and, for a table without
+any, rows that tests/property/tables.py derives from its catalog file. Neither uses the generator.
 
-usage: expectations.py OUTPUT [CATALOG]    writes them as files like those of tests/expected
+usage: expectations.py OUTPUT [CATALOG]    writes them in the format of tests/expected
 """
 
 import sys
@@ -17,17 +16,17 @@ CATALOG = TESTS.parent / "schema/catalog"
 
 
 def parse(text: str) -> list:
-    """The rows, the header first, as tuples of cells."""
+    """The rows as tuples of cells, header first."""
     return [tuple(line.split("\t")) for line in text.splitlines() if line and not line.startswith("#")]
 
 
 def written() -> dict:
-    """The rows of each file of tests/expected, by the file's name."""
+    """The rows of each file of tests/expected, by file name."""
     return {path.stem: parse(path.read_text(encoding="utf-8")) for path in (TESTS / "expected").glob("*.tsv")}
 
 
 def derived(names: set, catalog: Path = CATALOG) -> dict:
-    """The same rows as they follow from the catalog files of the named tables."""
+    """The same for the named tables, derived from their catalog files."""
     tables = [model.read(path) for path in sorted(catalog.glob("*.toml"), key=lambda path: path.stem)
               if path.stem in names]
     return {Path(name).stem: parse(text) for name, text in model.expected_files(tables).items()}

@@ -37,7 +37,7 @@ void place_stored_fields(Facts &table) {
     }
 }
 
-Field named_field(const Facts &table, std::string_view name) {
+Field require_field(const Facts &table, std::string_view name) {
     const Field *field = table.find(name);
     if (field == nullptr) {
         throw std::runtime_error(table.name + ": no field " + std::string(name));
@@ -45,14 +45,14 @@ Field named_field(const Facts &table, std::string_view name) {
     return *field;
 }
 
-ItemKind item_kind(const std::string &mark) {
-    if (mark.empty()) {
+ItemKind item_kind(const std::string &suffix) {
+    if (suffix.empty()) {
         return ItemKind::number;
     }
-    if (mark == "pair") {
+    if (suffix == "pair") {
         return ItemKind::pair;
     }
-    return mark == "address" ? ItemKind::address : ItemKind::words;
+    return suffix == "address" ? ItemKind::address : ItemKind::words;
 }
 
 std::map<std::string, Facts> read_facts() {
@@ -83,7 +83,7 @@ std::map<std::string, Facts> read_facts() {
             key.word = to_number(row.at("word"));
         }
         for (const std::string &member : split_list(row.at("members"))) {
-            key.members.push_back(named_field(table, member));
+            key.members.push_back(require_field(table, member));
         }
         table.keys.push_back(key);
     }
@@ -92,7 +92,7 @@ std::map<std::string, Facts> read_facts() {
         for (const std::string &item : split_list(row.at("printed"))) {
             const std::size_t colon = item.find(':');
             table.printed.push_back(
-                {named_field(table, item.substr(0, colon)),
+                {require_field(table, item.substr(0, colon)),
                  item_kind(colon == std::string::npos ? "" : item.substr(colon + 1))});
         }
         table.separator_at_end = row.at("separator_at_end") == "yes";
@@ -132,15 +132,15 @@ const Field *Facts::find(std::string_view field) const {
     return found == fields.end() ? nullptr : &*found;
 }
 
-std::vector<std::uint32_t> Facts::gap_bytes() const {
-    std::vector<std::uint32_t> gaps;
+std::vector<std::uint32_t> Facts::padding() const {
+    std::vector<std::uint32_t> offsets;
     for (std::uint32_t i = 0; i < record_size; ++i) {
         if (std::ranges::none_of(
                 fields, [&](const Field &f) { return i >= f.offset && i < f.offset + f.width; })) {
-            gaps.push_back(i);
+            offsets.push_back(i);
         }
     }
-    return gaps;
+    return offsets;
 }
 
 std::vector<Copy> Facts::copies() const {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The facts that a table is tested against, from the files that tests/support/expectations.py
-// writes. The models (packing, keys, text) are naive on purpose.
+// The expected facts of each table, read from the files written by tests/support/expectations.py.
+// The models (packing, keys, text) are deliberately naive.
 #pragma once
 
 #include <cstdint>
@@ -21,9 +21,9 @@ struct Field {
     std::uint32_t elements = 1; ///< 2: a two-element array; more: a byte string
     std::uint32_t stored_offset = 0;
 
-    /// Integers and one-byte elements are; everything else goes through memcpy_s.
+    /// Whether it is copied by assignment (integers, one-byte elements) and not by memcpy_s.
     [[nodiscard]] bool assigned() const { return elements == 1 || (elements == 2 && width == 2); }
-    /// One of those that svc_fields_split is about.
+    /// Whether it is a service field, which svc_fields_split affects.
     [[nodiscard]] bool service() const;
 };
 
@@ -40,13 +40,13 @@ struct Key {
 
 enum class ItemKind : std::uint8_t { number, pair, words, address };
 
-/// One printed field.
+/// A printed field.
 struct Item {
     Field field;
     ItemKind kind = ItemKind::number;
 };
 
-/// One call of memcpy_s that a conversion makes.
+/// A memcpy_s call of a conversion.
 struct Copy {
     std::uint32_t offset;
     std::uint32_t stored_offset;
@@ -66,12 +66,12 @@ struct Facts {
     bool svc_fields_split = false;
 
     [[nodiscard]] const Field *find(std::string_view field) const;
-    /// The caller record's bytes that belong to no field.
-    [[nodiscard]] std::vector<std::uint32_t> gap_bytes() const;
-    /// The calls of memcpy_s of one conversion, in order. Service fields with conversions of their
-    /// own come last.
+    /// The offsets of the caller record's padding bytes.
+    [[nodiscard]] std::vector<std::uint32_t> padding() const;
+    /// The memcpy_s calls of a conversion, in order. Service fields that are converted separately
+    /// come last.
     [[nodiscard]] std::vector<Copy> copies() const;
-    /// Those of the service fields alone.
+    /// The calls for the service fields only.
     [[nodiscard]] std::vector<Copy> service_copies() const;
     [[nodiscard]] std::uint32_t key_buffer() const { return (keys.front().length + 7) / 8 * 8; }
 };
@@ -86,29 +86,29 @@ const std::vector<std::string> &typed_table_names();
 /// "smooth_hash_key" to "SmoothHash"; key index 0 is always "Primary".
 std::string key_infix(std::uint32_t index, std::string_view key_name);
 
-/// A record of the given size whose bytes differ from those around them and from other seeds.
+/// A pseudorandom record of the given size.
 Bytes sample_record(std::uint32_t size, std::uint32_t seed = 1);
 
-/// The stored record of a caller record.
+/// The stored form of a caller record.
 Bytes packed_record(const Facts &table, const Bytes &record);
 
-/// The caller record that a stored record becomes when it is read over the given one.
+/// The result of unpacking a stored record over a caller record; padding keeps its bytes.
 Bytes unpacked_record(const Facts &table, const Bytes &stored, Bytes record);
 
-/// The value of a key.
+/// The packed members of the key.
 Bytes packed_key(const Key &key, const Bytes &record);
 
-/// One call of sprintf_s: its format and the text that it gives.
+/// A sprintf_s call: its format and its output.
 struct Piece {
     std::string format;
     std::string text;
 };
 
-/// What the formatter prints for the record, piece by piece.
+/// The formatter's sprintf_s calls for the record, in order.
 std::vector<Piece> printed_pieces(const Facts &table, const Bytes &record,
                                   const std::string &separator);
 
-/// The pieces that fit into a buffer: one that does not is left out and the next one is tried.
+/// The pieces that fit into a buffer. A piece that does not fit is skipped.
 std::string printed_text(const std::vector<Piece> &pieces, std::size_t buffer_length);
 
 } // namespace l2vpn::test

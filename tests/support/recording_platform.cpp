@@ -19,10 +19,10 @@ namespace {
 
 std::mutex platform_lock;
 
-/// Since this thread's last call of the store.
-thread_local bool module_was_asked_for = false;
+/// Whether this thread has fetched the module interface since its last store call.
+thread_local bool module_fetched = false;
 
-/// The library's own function, which this program's stands before.
+/// Calls the library's L2VPN_DB_ModuleIntf, which the one below interposes.
 L2vpnDbModuleIntf *module_of_library() {
     static auto *const function =
         reinterpret_cast<decltype(&L2VPN_DB_ModuleIntf)>(dlsym(RTLD_NEXT, "L2VPN_DB_ModuleIntf"));
@@ -71,7 +71,7 @@ StoreCall call_with_key(Op op, L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
 }
 
 void record_call(const StoreCall &call) {
-    EXPECT_TRUE(std::exchange(module_was_asked_for, false));
+    EXPECT_TRUE(std::exchange(module_fetched, false));
     EXPECT_EQ(call.module, module_of_library());
     EXPECT_EQ(call.table, platform().table);
     {
@@ -104,7 +104,7 @@ void record_object_call(const ObjectCall &call) {
     platform().objects.push_back(call);
 }
 
-/// The result that is programmed for the call with this number.
+/// The programmed result of the call with this number.
 std::optional<int> result_of(const std::map<std::size_t, int> &results, std::size_t number) {
     const auto found = results.find(number);
     return found == results.end() ? std::nullopt : std::optional(found->second);
@@ -128,7 +128,7 @@ using namespace l2vpn::test;
 extern "C" {
 
 L2vpnDbModuleIntf *L2VPN_DB_ModuleIntf() {
-    module_was_asked_for = true;
+    module_fetched = true;
     return module_of_library();
 }
 
@@ -231,7 +231,7 @@ int memcpy_s(void *destination, std::size_t destinationSize, const void *source,
         return *failure;
     }
     if (destination == nullptr || source == nullptr || count > destinationSize) {
-        ADD_FAILURE() << "memcpy_s with bad arguments";
+        ADD_FAILURE() << "memcpy_s: invalid arguments";
         return 1;
     }
     std::memcpy(destination, source, count);
@@ -241,7 +241,7 @@ int memcpy_s(void *destination, std::size_t destinationSize, const void *source,
 int sprintf_s(char *destination, std::size_t destinationSize, const char *format, ...) {
     const std::lock_guard guard(platform_lock);
     if (destination == nullptr || destinationSize == 0 || format == nullptr) {
-        ADD_FAILURE() << "sprintf_s with bad arguments";
+        ADD_FAILURE() << "sprintf_s: invalid arguments";
         return -1;
     }
     const std::size_t number = platform().prints.size();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// A platform that stores nothing: it records every call of the library, with deep copies of what
-// the requests point to, and answers as a test tells it to.
+// A mock platform: stores nothing, records every call of the library with deep copies of its
+// requests, and returns the results set by the test.
 #pragma once
 
 #include <array>
@@ -39,7 +39,7 @@ struct KeyCopy {
 
 struct RecordCopy {
     L2vpnDbRecData request{};
-    Bytes bytes; ///< when the call arrived
+    Bytes bytes; ///< on entry
 };
 
 struct UpdateCopy {
@@ -85,22 +85,24 @@ struct ObjectCall {
     std::uint32_t value = 0;
 };
 
-/// Everything that a test may program or look at. Calls may come from any thread; a test looks
-/// when they are over.
+/// The programmed results and the recorded calls. Any thread may make calls; a test reads the
+/// records after the calls have returned.
 struct RecordingPlatform {
-    // ---- answers
-    std::uint32_t result = 0;           ///< of every store call with a result code
-    L2vpnDbIter *iterator = nullptr;    ///< of the calls that open an iterator
+    // ---- programmed results
+    std::uint32_t result = 0;           ///< of every store call that returns a result code
+    L2vpnDbIter *iterator = nullptr;    ///< of the calls that create an iterator
     std::optional<std::uint32_t> count; ///< written through the count pointer
-    Bytes delivered;                    ///< written into the record of Read and GetNextEntry,
-                                        ///< even if the result is a failure
+    Bytes delivered;                    ///< written to the record of Read and GetNextEntry, even
+                                        ///< if `result` is an error
     std::function<void(const StoreCall &)> during_call; ///< runs inside every store call
-    /// Runs inside Update, with the requests as they came; its result is the store's.
+    /// Runs inside Update with the caller's requests and returns the store's result.
     std::function<std::uint32_t(const L2vpnDbRecData *, const L2vpnDbUpdData *)> during_update;
-    std::vector<std::uint32_t> setter_results; ///< of the n-th record-object setter; 0 after these
+    std::vector<std::uint32_t> setter_results; ///< of the record-object setter calls; then 0
     std::function<void()> during_copy;         ///< runs inside every memcpy_s, before it copies
-    std::map<std::size_t, int> copy_failures;  ///< the n-th memcpy_s copies nothing, returns this
-    /// The n-th sprintf_s returns this; it prints "" if that is a failure, and otherwise nothing.
+    std::map<std::size_t, int>
+        copy_failures; ///< results of the n-th memcpy_s, which copies nothing
+    /// Results of the n-th sprintf_s, which stores "" if the result is an error and leaves the
+    /// buffer unchanged otherwise.
     std::map<std::size_t, int> print_results;
 
     // ---- records
@@ -110,14 +112,14 @@ struct RecordingPlatform {
     std::vector<AddCall> adds;
     std::vector<ObjectCall> objects;
 
-    /// The only descriptor that store calls may name; a call with another one fails the test.
+    /// The descriptor that store calls must name.
     const L2vpnDbTblIntf *table = nullptr;
 };
 
-/// The platform of this process.
+/// The process's only instance.
 RecordingPlatform &platform();
 
-/// Forgets all calls and answers.
+/// Clears all calls and results.
 void reset_platform();
 
 } // namespace l2vpn::test

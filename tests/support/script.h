@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Threads that act in a fixed order: each waits for its step and lets the next one come.
+// Forces a fixed interleaving of threads by numbered steps.
 #pragma once
 
 #include <condition_variable>
@@ -15,12 +15,12 @@ namespace l2vpn::test {
 
 class Script {
 public:
-    /// Returns when all steps before this one are over, this one's among them.
+    /// Blocks until step `step` is over.
     void wait_for(std::uint32_t step) {
         std::unique_lock lock(mutex_);
         moved_.wait(lock, [&] { return over_ >= step; });
     }
-    /// Step `step` is over; all before it are.
+    /// Marks all steps up to `step` as over.
     void over(std::uint32_t step) {
         const std::lock_guard lock(mutex_);
         over_ = step;
@@ -33,7 +33,7 @@ private:
     std::uint32_t over_ = 0;
 };
 
-/// Runs a call on another thread, which can be waited for until it waits itself.
+/// Runs a call on another thread; its creator can wait until that thread blocks.
 class Waiting {
 public:
     template <class Call>
@@ -46,8 +46,7 @@ public:
         started_.wait_for(1);
     }
 
-    /// Returns when the thread sleeps in the kernel, as one does that waits for a mutex, or has
-    /// ended.
+    /// Returns when the thread sleeps in the kernel, as on a contended mutex, or has ended.
     void wait_until_it_waits() const {
         const std::string path = "/proc/self/task/" + std::to_string(id_) + "/stat";
         for (;;) {

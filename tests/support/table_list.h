@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Every table behind one type, so that a test is written once and runs over all of them. The
-// lists are generated from the catalog and hold function addresses and names only: no size,
-// offset or key word that a test could check against itself.
+// All tables through one type, so that a parameterised test runs for each of them. The lists are
+// generated from the catalog and hold names and function addresses only. Sizes, offsets and key
+// words are left out, because a test would compare the generator with itself.
 #pragma once
 
 #include <cstddef>
@@ -35,7 +35,7 @@ struct TypedTable {
     std::uint32_t (*get_stat)(std::uint32_t stat_id);
     std::uint32_t (*set_all_fields)(const void *record, void *stored);
     std::uint32_t (*get_all_fields)(const void *stored, void *record);
-    /// Null but in the table whose service fields have a conversion of their own.
+    /// Null unless the service fields are converted separately.
     std::uint32_t (*set_svc_fields)(const void *record, void *stored);
     std::uint32_t (*get_svc_fields)(const void *stored, void *record);
     std::uint32_t (*write)(const void *record);
@@ -59,10 +59,10 @@ struct TypedTable {
 
     L2vpnDalIntf (*dal_intf)();
     L2vpnDalIntf dal;                                 ///< the exported L2VPN_DAL_ functions
-    std::uint32_t (*dal_count)(std::uint32_t *count); ///< exported, but in no slot
+    std::uint32_t (*dal_count)(std::uint32_t *count); ///< exported, but not in `dal`
 };
 
-/// The functions that every table has.
+/// The functions of any table, with typed access or without.
 struct SchemaTable {
     std::string name;
     std::string camel;
@@ -71,8 +71,8 @@ struct SchemaTable {
     std::uint32_t (*format_table)(const void *record, char *buffer, std::uint32_t buffer_length,
                                   const char *separator);
     L2vpnAstModule *(*module)();
-    std::uint32_t schema_version; ///< as the header states it
-    std::uint64_t schema_hash;    ///< as the header states it
+    std::uint32_t schema_version; ///< the header's constant
+    std::uint64_t schema_hash;    ///< the header's constant
 };
 
 /// In alphabetical order.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Test suites that run once for every table of the library, with the table's name as parameter.
+// Test suites parameterised by table.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -13,7 +13,7 @@
 
 namespace l2vpn::test {
 
-// Found by the test framework: a table prints as its name, which also names the test.
+// Called by GoogleTest to print a parameter.
 inline void PrintTo(const TypedTable *table, std::ostream *out) {
     *out << table->name;
 }
@@ -56,7 +56,7 @@ std::string name_of_parameter(const testing::TestParamInfo<const Table *> &info)
 
 } // namespace l2vpn::test
 
-// Both instantiate a suite with the tables that satisfy a predicate over their facts.
+// Instantiate a suite for the tables whose facts satisfy the predicate.
 #define L2VPN_TEST_TYPED_TABLES(suite, predicate)                                                  \
     INSTANTIATE_TEST_SUITE_P(                                                                      \
         Tables, suite,                                                                             \

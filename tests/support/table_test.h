@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Fixtures for one table of the library on the recording platform.
+// Fixtures: one table of the library on the mock platform.
 #pragma once
 
 #include <array>
@@ -11,7 +11,7 @@
 
 namespace l2vpn::test {
 
-/// Results that a store may return; all reach the caller as they are.
+/// Results of a store, each of which must reach the caller unchanged.
 inline constexpr std::array<std::uint32_t, 8> store_results{0,  1,          2,          7,
                                                             60, 0x3FFFFFFF, 0x80000000, 0xFFFFFFFF};
 
@@ -22,7 +22,7 @@ T load(const void *at) {
     return value;
 }
 
-/// The byte-wise view of a control block, by the offsets of the exported layout.
+/// A byte view of a control block, by the offsets of the exported layout.
 struct ControlBlock {
     std::uint8_t *bytes;
     std::uint32_t key_buffer;
@@ -40,13 +40,13 @@ struct ControlBlock {
     }
 };
 
-/// A store's iterator handle, for the recording platform to return.
+/// An iterator handle for the mock platform to return.
 inline L2vpnDbIter *store_iterator() {
     static std::uint64_t handle = 0;
     return reinterpret_cast<L2vpnDbIter *>(&handle);
 }
 
-/// Leaves non-zero bytes where the next call's stack buffers will be.
+/// Fills the stack below the caller with nonzero bytes, so that a missing initialisation shows.
 [[gnu::noinline]] inline void dirty_stack() {
     std::array<volatile std::uint8_t, 4096> garbage;
     for (volatile std::uint8_t &byte : garbage) {
@@ -60,7 +60,7 @@ protected:
         reset_platform();
         platform().table = table.descriptor;
     }
-    // Every test begins with the control block as it is at load.
+    // Restores the state after loading.
     void TearDown() override { std::memset(table.control_block, 0, table.control_block_size); }
 
     [[nodiscard]] ControlBlock block() const {
@@ -70,7 +70,7 @@ protected:
         return static_cast<L2vpnDbIter *>(table.control_block);
     }
 
-    /// The only store call so far; fails the test if there is another number of calls.
+    /// The only store call so far. Fails the test unless there is exactly one.
     static StoreCall only_call(Op op) {
         EXPECT_EQ(platform().calls.size(), 1U);
         if (platform().calls.size() != 1) {
@@ -80,7 +80,7 @@ protected:
         return platform().calls[0];
     }
 
-    /// The request selects the record by the key, with all reserved words zero.
+    /// Expects a request that selects the record by the key, with zero reserved words.
     void expect_key(const std::optional<KeyCopy> &key, std::uint32_t key_index,
                     const Bytes &from_record) const {
         ASSERT_TRUE(key.has_value());
@@ -96,7 +96,7 @@ protected:
         EXPECT_EQ(key->value, packed_key(facts, from_record));
     }
 
-    /// The request describes a zero-filled buffer of the table's stored length.
+    /// Expects a request with a zero-filled buffer of the table's stored length.
     void expect_empty_record(const std::optional<RecordCopy> &record) const {
         ASSERT_TRUE(record.has_value());
         EXPECT_NE(record->request.data, nullptr);

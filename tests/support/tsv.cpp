@@ -44,7 +44,8 @@ std::vector<Row> read_tsv(const std::string &file_name) {
             continue;
         }
         if (cells.size() != columns.size()) {
-            throw std::runtime_error(std::string(file_name).append(": wrong cells: ").append(line));
+            throw std::runtime_error(
+                std::string(file_name).append(": wrong number of cells: ").append(line));
         }
         Row &row = rows.emplace_back();
         for (std::size_t i = 0; i < cells.size(); ++i) {

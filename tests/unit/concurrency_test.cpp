@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::size_t thread_count = 8;
 
-/// Runs the function on eight threads that start together.
+/// Runs the function on eight threads, started by a barrier.
 template <class Function>
 void run_together(Function function) {
     std::barrier start(static_cast<std::ptrdiff_t>(thread_count));
@@ -37,17 +37,17 @@ protected:
         platform().iterator = store_iterator();
     }
 
-    /// Runs the function on another thread while the block's spin lock is held; the function must
-    /// not have returned before the lock was given back.
+    /// Runs the function on another thread while the block's spin lock is held. It must not return
+    /// until the lock is released.
     template <class Function>
-    void expect_waits_for_spin_lock(Function function) {
+    void expect_blocks_on_spin_lock(Function function) {
         const std::atomic_ref lock(*reinterpret_cast<std::uint32_t *>(block().spin_lock()));
         lock = 1;
-        expect_waits(function, [&] { lock = 0; });
+        expect_blocks(function, [&] { lock = 0; });
     }
 
     template <class Function, class Release>
-    static void expect_waits(Function function, Release release) {
+    static void expect_blocks(Function function, Release release) {
         std::atomic<bool> returned = false;
         std::thread thread([&] {
             function();
@@ -62,7 +62,7 @@ protected:
     const Bytes record = sample_record(expected.record_size, 22);
 };
 
-TEST_P(Concurrency, ExactlyOneCreatorGetsTheFastSlot) {
+TEST_P(Concurrency, OneCreatorGetsTheFastSlot) {
     for (int round = 0; round < 20; ++round) {
         std::array<L2vpnDbIter *, thread_count> handles{};
         run_together(
@@ -75,7 +75,7 @@ TEST_P(Concurrency, ExactlyOneCreatorGetsTheFastSlot) {
     EXPECT_EQ(platform().calls.size(), 20U * 7U);
 }
 
-TEST_P(Concurrency, SlotHoldsTheKeyOfWhoeverGotIt) {
+TEST_P(Concurrency, SlotHoldsItsOwnersKey) {
     std::array<Bytes, thread_count> records;
     for (std::uint32_t i = 0; i < thread_count; ++i) {
         records[i] = sample_record(expected.record_size, 100 + i);
@@ -94,7 +94,7 @@ TEST_P(Concurrency, SlotHoldsTheKeyOfWhoeverGotIt) {
     }
 }
 
-TEST_P(Concurrency, InitialisationHappensOnceHoweverManyFetch) {
+TEST_P(Concurrency, ConcurrentInitialisationRunsOnce) {
     run_together([&](std::size_t i) {
         if (i % 2 == 0) {
             EXPECT_EQ(table.glb_init(), 0U);
@@ -106,7 +106,7 @@ TEST_P(Concurrency, InitialisationHappensOnceHoweverManyFetch) {
     EXPECT_EQ(table.create_fast_pri_iter(record.data()), fast_handle());
 }
 
-TEST_P(Concurrency, NoCountIsLost) {
+TEST_P(Concurrency, CountersLoseNoIncrement) {
     run_together([&](std::size_t i) {
         for (int n = 0; n < 100; ++n) {
             table.stat(5, 3);
@@ -119,16 +119,16 @@ TEST_P(Concurrency, NoCountIsLost) {
     }
 }
 
-TEST_P(Concurrency, CreationAndReleaseWaitForTheSpinLock) {
-    expect_waits_for_spin_lock(
+TEST_P(Concurrency, CreateAndReleaseTakeTheSpinLock) {
+    expect_blocks_on_spin_lock(
         [&] { EXPECT_EQ(table.create_fast_pri_iter(record.data()), fast_handle()); });
-    expect_waits_for_spin_lock(
+    expect_blocks_on_spin_lock(
         [&] { EXPECT_EQ(table.create_fast_pri_iter(record.data()), store_iterator()); });
-    expect_waits_for_spin_lock([&] { EXPECT_EQ(table.release_iter(fast_handle()), 0U); });
+    expect_blocks_on_spin_lock([&] { EXPECT_EQ(table.release_iter(fast_handle()), 0U); });
     EXPECT_EQ(block().in_use(), 0);
 }
 
-TEST_P(Concurrency, OfManyWaitingCreatorsOneGetsTheFastSlot) {
+TEST_P(Concurrency, OneOfManyBlockedCreatorsGetsTheFastSlot) {
     const std::atomic_ref lock(*reinterpret_cast<std::uint32_t *>(block().spin_lock()));
     for (int round = 0; round < 5; ++round) {
         lock = 1;
@@ -147,16 +147,16 @@ TEST_P(Concurrency, OfManyWaitingCreatorsOneGetsTheFastSlot) {
     }
 }
 
-TEST_P(Concurrency, InitialisationWaitsForTheMutex) {
+TEST_P(Concurrency, InitialisationTakesTheMutex) {
     auto *mutex = reinterpret_cast<pthread_mutex_t *>(block().mutex());
     pthread_mutex_lock(mutex);
-    expect_waits([&] { EXPECT_EQ(table.glb_init(), 0U); },
-                 [&] {
-                     EXPECT_EQ(block().spin_lock_ready(), 0);
-                     pthread_mutex_unlock(mutex);
-                 });
+    expect_blocks([&] { EXPECT_EQ(table.glb_init(), 0U); },
+                  [&] {
+                      EXPECT_EQ(block().spin_lock_ready(), 0);
+                      pthread_mutex_unlock(mutex);
+                  });
     EXPECT_EQ(block().spin_lock_ready(), 1);
-    EXPECT_EQ(pthread_mutex_trylock(mutex), 0) << "the mutex is given back";
+    EXPECT_EQ(pthread_mutex_trylock(mutex), 0) << "the mutex is released";
     pthread_mutex_unlock(mutex);
 }
 
@@ -170,22 +170,22 @@ TEST_P(Concurrency, InitialisationDoesNotTakeTheSpinLock) {
 
 L2VPN_TEST_TYPED_TABLES(Concurrency, any_table);
 
-/// Tables whose primary key holds a byte string: its copy can be watched.
+/// Tables whose primary key contains a byte string: the memcpy_s call observes the key build.
 class KeyBuild : public Concurrency {};
 
-TEST_P(KeyBuild, HoldsTheSpinLockEvenAfterWaitingForIt) {
+TEST_P(KeyBuild, HoldsTheSpinLockWithAndWithoutContention) {
     const auto strings = static_cast<std::size_t>(std::ranges::count_if(
         expected.keys.front().members, [](const Field &member) { return member.elements != 1; }));
     std::atomic<std::size_t> copies = 0;
     platform().during_copy = [&] {
         ++copies;
         EXPECT_NE(load<std::uint32_t>(block().spin_lock()), 0U);
-        EXPECT_EQ(block().in_use(), 0) << "the flag follows the key";
+        EXPECT_EQ(block().in_use(), 0) << "the flag is set after the key is built";
     };
     EXPECT_EQ(table.create_fast_pri_iter(record.data()), fast_handle());
     EXPECT_EQ(copies, strings);
     EXPECT_EQ(table.release_iter(fast_handle()), 0U);
-    expect_waits_for_spin_lock(
+    expect_blocks_on_spin_lock(
         [&] { EXPECT_EQ(table.create_fast_pri_iter(record.data()), fast_handle()); });
     EXPECT_EQ(copies, 2 * strings);
 }

@@ -35,7 +35,7 @@ TEST_P(ControlBlockLayout, FastIteratorFillsKeyAreaKeyAndRequest) {
     EXPECT_EQ(load<std::uint32_t>(request + 28), 0U);
 }
 
-TEST_P(ControlBlockLayout, FlagsStandBehindTheRequest) {
+TEST_P(ControlBlockLayout, FlagsFollowTheRequest) {
     Bytes record = sample_record(expected.record_size);
     ASSERT_EQ(table.create_fast_pri_iter(record.data()), fast_handle());
     EXPECT_EQ(block().in_use(), 1);
@@ -51,7 +51,7 @@ TEST_P(ControlBlockLayout, FlagsStandBehindTheRequest) {
     EXPECT_EQ(block().delivered(), 0);
 }
 
-TEST_P(ControlBlockLayout, OperationsOtherThanTheFastIteratorLeaveItAlone) {
+TEST_P(ControlBlockLayout, OtherOperationsDoNotChangeIt) {
     Bytes record = sample_record(expected.record_size);
     std::uint32_t count = 0;
     const std::uint32_t id = 0;
@@ -73,9 +73,9 @@ TEST_P(ControlBlockLayout, OperationsOtherThanTheFastIteratorLeaveItAlone) {
 
 #ifdef __aarch64__
 
-// The block is laid out for this processor's locks, and relies on what zeros mean to them.
+// The block embeds this processor's lock types. A zeroed lock must be a valid, unlocked one.
 
-TEST_P(ControlBlockLayout, SpinLockIsThePosixOneWhichIsUnlockedWhenZero) {
+TEST_P(ControlBlockLayout, ZeroedSpinLockIsAnUnlockedPosixSpinLock) {
     static_assert(sizeof(pthread_spinlock_t) == 4);
     auto *const lock = reinterpret_cast<pthread_spinlock_t *>(block().spin_lock());
     EXPECT_EQ(pthread_spin_trylock(lock), 0);
@@ -84,7 +84,7 @@ TEST_P(ControlBlockLayout, SpinLockIsThePosixOneWhichIsUnlockedWhenZero) {
     EXPECT_EQ(load<std::uint32_t>(block().spin_lock()), 0U);
 }
 
-TEST_P(ControlBlockLayout, MutexFillsItsSlotAndIsTheDefaultOneWhenZero) {
+TEST_P(ControlBlockLayout, ZeroedMutexIsADefaultMutex) {
     static_assert(sizeof(pthread_mutex_t) == 48);
     const pthread_mutex_t initial = PTHREAD_MUTEX_INITIALIZER;
     EXPECT_EQ(std::memcmp(block().mutex(), &initial, sizeof initial), 0);
@@ -122,7 +122,7 @@ TEST_P(GlbInit, InitialisesTheSpinLockOnce) {
     EXPECT_EQ(load<std::uint32_t>(block().spin_lock()), mark) << "later calls do not";
 }
 
-TEST_P(GlbInit, IsDoneByEveryFetchOfTheInterfaceTable) {
+TEST_P(GlbInit, RunsOnEveryFetchOfTheInterfaceTable) {
     table.dal_intf();
     EXPECT_EQ(block().spin_lock_ready(), 1);
     block().spin_lock_ready() = 0;
@@ -130,7 +130,7 @@ TEST_P(GlbInit, IsDoneByEveryFetchOfTheInterfaceTable) {
     EXPECT_EQ(block().spin_lock_ready(), 1);
 }
 
-TEST_P(GlbInit, LeavesTheSlotAndTheCountersAlone) {
+TEST_P(GlbInit, DoesNotChangeSlotAndCounters) {
     const Bytes record = sample_record(expected.record_size);
     table.create_fast_pri_iter(record.data());
     table.stat(3, 33);
@@ -145,7 +145,7 @@ L2VPN_TEST_TYPED_TABLES(GlbInit, any_table);
 
 class Statistics : public TypedTableTest {};
 
-TEST_P(Statistics, CountersStandInIdentifierOrderAtTheEnd) {
+TEST_P(Statistics, CountersEndTheBlockInIdentifierOrder) {
     for (std::uint32_t stat_id = 0; stat_id < 22; ++stat_id) {
         EXPECT_EQ(table.get_stat(stat_id), 0U);
         table.stat(stat_id, 1000 + stat_id);
@@ -157,7 +157,7 @@ TEST_P(Statistics, CountersStandInIdentifierOrderAtTheEnd) {
     EXPECT_EQ(block().counter(22), block().bytes + table.control_block_size);
 }
 
-TEST_P(Statistics, ReadsTheCounterThatStandsInTheBlock) {
+TEST_P(Statistics, ReadsTheCounterInTheBlock) {
     for (std::uint32_t stat_id = 0; stat_id < 22; ++stat_id) {
         const std::uint32_t value = 0xA0000000 + stat_id;
         std::memcpy(block().counter(stat_id), &value, sizeof value);
@@ -207,7 +207,7 @@ TEST_P(Statistics, IdentifiersFrom22AreIgnoredAndReadAsZero) {
     }
 }
 
-// The word behind the counters is padding between two blocks; sanitizers would object to its use.
+// The word after the counters is padding between two blocks, which AddressSanitizer poisons.
 [[gnu::no_sanitize_address]] void swap_word(std::uint8_t *at, std::uint32_t &word) {
     for (std::size_t i = 0; i < sizeof word; ++i) {
         const std::uint8_t byte = at[i];
@@ -216,22 +216,22 @@ TEST_P(Statistics, IdentifiersFrom22AreIgnoredAndReadAsZero) {
     }
 }
 
-TEST_P(Statistics, Identifier22DoesNotReadWhatStandsBehindTheCounters) {
-    std::uint8_t *const behind = block().counter(22);
+TEST_P(Statistics, Identifier22DoesNotReadPastTheCounters) {
+    std::uint8_t *const end = block().counter(22);
     const bool between_blocks = std::ranges::any_of(typed_tables, [&](const TypedTable &other) {
         const auto *start = static_cast<std::uint8_t *>(other.control_block);
-        return start >= behind && start <= behind + 64;
+        return start >= end && start <= end + 64;
     });
-    if (between_blocks) { // the last block may end where the memory ends
+    if (between_blocks) { // the last block may be followed by unmapped memory
         std::uint32_t word = 0x12345678;
-        swap_word(behind, word);
+        swap_word(end, word);
         EXPECT_EQ(table.get_stat(22), 0U);
-        swap_word(behind, word);
+        swap_word(end, word);
         EXPECT_EQ(word, 0x12345678U);
     }
 }
 
-TEST_P(Statistics, AreEachTablesOwn) {
+TEST_P(Statistics, AreSeparateForEachTable) {
     table.stat(4, 44);
     for (const TypedTable &other : typed_tables) {
         EXPECT_EQ(other.get_stat(4), other.name == table.name ? 44U : 0U) << other.name;

@@ -27,7 +27,7 @@ protected:
     }
 };
 
-TEST_P(Conversion, StoredRecordIsTheFieldsWithoutGaps) {
+TEST_P(Conversion, StoredRecordIsPackedWithoutPadding) {
     Bytes buffer(expected.stored_size + 16, untouched);
     table.set_all_fields(record.data(), buffer.data());
     Bytes packed = packed_record(expected, record);
@@ -36,7 +36,7 @@ TEST_P(Conversion, StoredRecordIsTheFieldsWithoutGaps) {
     EXPECT_EQ(buffer, packed);
 }
 
-TEST_P(Conversion, EveryFieldLandsAtItsPackedOffset) {
+TEST_P(Conversion, EachFieldGoesToItsPackedOffset) {
     for (const Field &field : expected.fields) {
         Bytes single(expected.record_size);
         for (std::uint32_t i = 0; i < field.width; ++i) {
@@ -52,16 +52,16 @@ TEST_P(Conversion, EveryFieldLandsAtItsPackedOffset) {
     }
 }
 
-TEST_P(Conversion, WayBackFillsEveryFieldAndLeavesTheGaps) {
+TEST_P(Conversion, UnpackingFillsEveryFieldAndNoPadding) {
     Bytes buffer(expected.record_size, untouched);
     table.get_all_fields(stored.data(), buffer.data());
     EXPECT_EQ(buffer, unpacked_record(expected, stored, Bytes(expected.record_size, untouched)));
-    for (const std::uint32_t gap : expected.gap_bytes()) {
-        EXPECT_EQ(buffer[gap], untouched) << "byte " << gap;
+    for (const std::uint32_t at : expected.padding()) {
+        EXPECT_EQ(buffer[at], untouched) << "byte " << at;
     }
 }
 
-TEST_P(Conversion, ThereAndBackGivesTheSameFields) {
+TEST_P(Conversion, RoundTripKeepsEveryField) {
     Bytes buffer(expected.stored_size);
     table.set_all_fields(record.data(), buffer.data());
     Bytes again(expected.record_size, untouched);
@@ -73,10 +73,10 @@ TEST_P(Conversion, ThereAndBackGivesTheSameFields) {
     }
 }
 
-TEST_P(Conversion, GapBytesNeverReachTheStoredRecord) {
+TEST_P(Conversion, PaddingDoesNotReachTheStoredRecord) {
     Bytes other = record;
-    for (const std::uint32_t gap : expected.gap_bytes()) {
-        other[gap] = static_cast<std::uint8_t>(~other[gap]);
+    for (const std::uint32_t at : expected.padding()) {
+        other[at] = static_cast<std::uint8_t>(~other[at]);
     }
     Bytes first(expected.stored_size);
     Bytes second(expected.stored_size);
@@ -85,8 +85,8 @@ TEST_P(Conversion, GapBytesNeverReachTheStoredRecord) {
     EXPECT_EQ(first, second);
 }
 
-TEST_P(Conversion, WithoutGapsBothLayoutsAreTheSame) {
-    if (!expected.gap_bytes().empty()) {
+TEST_P(Conversion, LayoutsAreEqualWithoutPadding) {
+    if (!expected.padding().empty()) {
         EXPECT_LT(expected.stored_size, expected.record_size);
         return;
     }
@@ -95,7 +95,7 @@ TEST_P(Conversion, WithoutGapsBothLayoutsAreTheSame) {
     EXPECT_EQ(buffer, record);
 }
 
-TEST_P(Conversion, StringsAndContextsAreCopiedOneByOneInSchemaOrder) {
+TEST_P(Conversion, StringsAndContextsAreCopiedOneAtATimeInSchemaOrder) {
     Bytes buffer(expected.stored_size);
     table.set_all_fields(record.data(), buffer.data());
     expect_copies(expected.copies(), buffer.data(), &Copy::stored_offset, record.data(),
@@ -107,9 +107,9 @@ TEST_P(Conversion, StringsAndContextsAreCopiedOneByOneInSchemaOrder) {
                   &Copy::stored_offset);
 }
 
-TEST_P(Conversion, ResultIsThatOfTheLastCopy) {
+TEST_P(Conversion, ReturnsTheResultOfTheLastCopy) {
     const std::size_t copies = expected.copies().size();
-    // Where the service fields have a conversion of their own, its result is the whole one's.
+    // If the service fields are converted separately, that conversion determines the result.
     const bool last_counts = !expected.svc_fields_split || !expected.service_copies().empty();
     Bytes buffer(expected.stored_size);
     Bytes back(expected.record_size);
@@ -120,7 +120,8 @@ TEST_P(Conversion, ResultIsThatOfTheLastCopy) {
         EXPECT_EQ(table.set_all_fields(record.data(), buffer.data()), result) << failing;
         platform().copies.clear();
         EXPECT_EQ(table.get_all_fields(stored.data(), back.data()), result) << failing;
-        EXPECT_EQ(platform().copies.size(), copies) << "no copy is left out after a failure";
+        EXPECT_EQ(platform().copies.size(), copies)
+            << "a failure does not skip the copies after it";
     }
     platform().copy_failures.clear();
     if (copies != 0) {
@@ -141,19 +142,19 @@ TEST_P(Conversion, ReadsOnlyItsSource) {
     EXPECT_TRUE(platform().calls.empty());
 }
 
-TEST_P(Conversion, ServiceFieldPairExistsOnlyWhereTheConversionIsSplit) {
+TEST_P(Conversion, ServiceFieldFunctionsExistOnlyIfTheConversionIsSplit) {
     EXPECT_EQ(table.set_svc_fields != nullptr, expected.svc_fields_split);
     EXPECT_EQ(table.get_svc_fields != nullptr, expected.svc_fields_split);
 }
 
 L2VPN_TEST_TYPED_TABLES(Conversion, any_table);
 
-/// The conversions of the service fields alone.
+/// The conversions of the service fields only.
 class ServiceFields : public Conversion {
 protected:
     const std::vector<Copy> copies = expected.service_copies();
 
-    /// Whether those service fields that are copied without a call have arrived.
+    /// Whether the service fields that are copied by assignment have been copied.
     [[nodiscard]] bool assigned(const Bytes &to, std::uint32_t Field::*to_offset, const Bytes &from,
                                 std::uint32_t Field::*from_offset) const {
         return std::ranges::all_of(expected.fields, [&](const Field &field) {
@@ -164,7 +165,7 @@ protected:
     }
 };
 
-TEST_P(ServiceFields, SetChangesOnlyTheirStoredBytes) {
+TEST_P(ServiceFields, SetWritesOnlyTheirStoredBytes) {
     Bytes buffer = stored;
     EXPECT_EQ(table.set_svc_fields(record.data(), buffer.data()), 0U);
     Bytes changed = stored;
@@ -177,7 +178,7 @@ TEST_P(ServiceFields, SetChangesOnlyTheirStoredBytes) {
     expect_copies(copies, buffer.data(), &Copy::stored_offset, record.data(), &Copy::offset);
 }
 
-TEST_P(ServiceFields, GetChangesOnlyTheirCallerBytes) {
+TEST_P(ServiceFields, GetWritesOnlyTheirCallerBytes) {
     Bytes buffer = record;
     EXPECT_EQ(table.get_svc_fields(stored.data(), buffer.data()), 0U);
     Bytes changed = record;
@@ -190,7 +191,7 @@ TEST_P(ServiceFields, GetChangesOnlyTheirCallerBytes) {
     expect_copies(copies, buffer.data(), &Copy::offset, stored.data(), &Copy::stored_offset);
 }
 
-TEST_P(ServiceFields, StatusBytesComeLastOnTheWayToTheStoreAndFirstOnTheWayBack) {
+TEST_P(ServiceFields, StatusBytesArePackedLastAndUnpackedFirst) {
     Bytes stored_buffer = stored;
     platform().during_copy = [&] {
         EXPECT_TRUE(assigned(stored_buffer, &Field::stored_offset, stored, &Field::stored_offset));
@@ -204,7 +205,7 @@ TEST_P(ServiceFields, StatusBytesComeLastOnTheWayToTheStoreAndFirstOnTheWayBack)
     table.get_svc_fields(stored.data(), record_buffer.data());
 }
 
-TEST_P(ServiceFields, ResultIsThatOfTheLastCopy) {
+TEST_P(ServiceFields, ReturnsTheResultOfTheLastCopy) {
     for (std::size_t failing = 0; failing < copies.size(); ++failing) {
         platform().copy_failures = {{failing, 99}};
         const std::uint32_t result = failing + 1 == copies.size() ? 99 : 0;

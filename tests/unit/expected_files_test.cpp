@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The expectation files describe the same tables from different sides: they must agree with each
-// other, and list the library's tables.
+// The expectation files overlap. They must agree with each other and list the library's tables.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -20,9 +19,9 @@ std::vector<std::string> names_of(const std::vector<Table> &tables) {
     return names;
 }
 
-std::string gap_list(const Facts &table) {
+std::string padding_ranges(const Facts &table) {
     std::string text;
-    const std::vector<std::uint32_t> bytes = table.gap_bytes();
+    const std::vector<std::uint32_t> bytes = table.padding();
     for (std::size_t i = 0; i < bytes.size();) {
         std::size_t last = i;
         while (last + 1 < bytes.size() && bytes[last + 1] == bytes[last] + 1) {
@@ -49,7 +48,7 @@ TEST(ExpectedFiles, AgreeOnSizesAndCounts) {
         const std::uint32_t widths = std::accumulate(
             table.fields.begin(), table.fields.end(), 0U,
             [](std::uint32_t sum, const Field &field) { return sum + field.width; });
-        EXPECT_EQ(widths + table.gap_bytes().size(), table.record_size);
+        EXPECT_EQ(widths + table.padding().size(), table.record_size);
         if (table.typed) {
             EXPECT_EQ(table.stored_size, widths);
             EXPECT_EQ(table.keys.front().length, to_number(row.at("primary_key_length")));
@@ -62,7 +61,7 @@ TEST(ExpectedFiles, AgreeOnConversions) {
     for (const Row &row : read_tsv("conversions.tsv")) {
         const Facts &table = facts(row.at("table"));
         SCOPED_TRACE(table.name);
-        EXPECT_EQ(gap_list(table), row.at("gaps"));
+        EXPECT_EQ(padding_ranges(table), row.at("gaps"));
         std::string strings;
         std::string arrays;
         for (const Field &field : table.fields) {

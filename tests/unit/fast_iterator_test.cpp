@@ -15,14 +15,14 @@ protected:
     Bytes buffer = Bytes(expected.record_size, 0xA5);
 };
 
-TEST_P(FastIterator, CreationTakesTheFreeSlotWithoutStoreCall) {
+TEST_P(FastIterator, CreateTakesTheFreeSlotWithoutAStoreCall) {
     EXPECT_EQ(table.create_fast_pri_iter(record.data()), fast_handle());
     EXPECT_EQ(block().in_use(), 1);
     EXPECT_EQ(block().delivered(), 0);
     EXPECT_TRUE(platform().calls.empty());
 }
 
-TEST_P(FastIterator, SecondCreationFallsBackToTheStoreOverTheSameKey) {
+TEST_P(FastIterator, SecondCreateFallsBackToTheStoreWithTheSameKey) {
     table.create_fast_pri_iter(record.data());
     dirty_stack();
     EXPECT_EQ(table.create_fast_pri_iter(record.data()), store_iterator());
@@ -30,7 +30,7 @@ TEST_P(FastIterator, SecondCreationFallsBackToTheStoreOverTheSameKey) {
     EXPECT_EQ(block().in_use(), 1);
 }
 
-TEST_P(FastIterator, FallbackLeavesTheSlotsKeyAndCountAlone) {
+TEST_P(FastIterator, FallbackDoesNotChangeTheSlot) {
     table.create_fast_pri_iter(record.data());
     table.get_next(fast_handle(), buffer.data());
     const Bytes before(block().bytes, block().bytes + table.control_block_size);
@@ -40,7 +40,7 @@ TEST_P(FastIterator, FallbackLeavesTheSlotsKeyAndCountAlone) {
     expect_key(platform().calls.back().key, 0, other);
 }
 
-TEST_P(FastIterator, TwoIteratorsAtOnceDeliverByTheSameKey) {
+TEST_P(FastIterator, TwoIteratorsWithOneKeyAreIndependent) {
     L2vpnDbIter *first = table.create_fast_pri_iter(record.data());
     L2vpnDbIter *second = table.create_fast_pri_iter(record.data());
     ASSERT_EQ(first, fast_handle());
@@ -64,7 +64,7 @@ TEST_P(FastIterator, TwoIteratorsAtOnceDeliverByTheSameKey) {
     EXPECT_EQ(block().in_use(), 0);
 }
 
-TEST_P(FastIterator, FirstGetNextReadsByTheSlotsRequest) {
+TEST_P(FastIterator, FirstGetNextReadsWithTheSlotsRequest) {
     table.create_fast_pri_iter(record.data());
     platform().delivered = sample_record(expected.stored_size, 12);
     dirty_stack();
@@ -79,7 +79,7 @@ TEST_P(FastIterator, FirstGetNextReadsByTheSlotsRequest) {
               unpacked_record(expected, platform().delivered, Bytes(expected.record_size, 0xA5)));
 }
 
-TEST_P(FastIterator, SecondGetNextEndsWithoutStoreCall) {
+TEST_P(FastIterator, SecondGetNextEndsWithoutAStoreCall) {
     table.create_fast_pri_iter(record.data());
     platform().delivered = sample_record(expected.stored_size, 12);
     table.get_next(fast_handle(), buffer.data());
@@ -90,7 +90,7 @@ TEST_P(FastIterator, SecondGetNextEndsWithoutStoreCall) {
     EXPECT_TRUE(platform().calls.empty());
 }
 
-TEST_P(FastIterator, DeliveredCountWrapsAndCall257ReadsAgain) {
+TEST_P(FastIterator, DeliveredCountWrapsSoThatCall257ReadsAgain) {
     table.create_fast_pri_iter(record.data());
     platform().result = 7;
     for (int round = 0; round < 2; ++round) {
@@ -102,11 +102,11 @@ TEST_P(FastIterator, DeliveredCountWrapsAndCall257ReadsAgain) {
         }
         EXPECT_EQ(platform().calls.size(), 1U);
         EXPECT_EQ(block().delivered(), 0);
-        EXPECT_EQ(block().in_use(), 1) << "the wrap does not reach the flag";
+        EXPECT_EQ(block().in_use(), 1) << "the wrap does not overflow into the flag";
     }
 }
 
-TEST_P(FastIterator, NullHandleOrRecordIsRefusedAndNotCounted) {
+TEST_P(FastIterator, NullHandleOrRecordIsRejectedAndNotCounted) {
     table.create_fast_pri_iter(record.data());
     EXPECT_EQ(table.get_next(fast_handle(), nullptr), 1U);
     EXPECT_EQ(table.get_next(nullptr, buffer.data()), 1U);
@@ -116,7 +116,7 @@ TEST_P(FastIterator, NullHandleOrRecordIsRefusedAndNotCounted) {
     EXPECT_TRUE(platform().calls.empty());
 }
 
-TEST_P(FastIterator, ReleaseFreesTheSlotForTheNextCreation) {
+TEST_P(FastIterator, ReleaseFreesTheSlotForTheNextCreate) {
     const Bytes other = sample_record(expected.record_size, 13);
     table.create_fast_pri_iter(record.data());
     table.get_next(fast_handle(), buffer.data());
@@ -139,7 +139,7 @@ TEST_P(FastIterator, ReleaseKeepsTheKey) {
     EXPECT_EQ(Bytes(block().bytes, block().request() + 32), before);
 }
 
-TEST_P(FastIterator, GetNextAfterReleaseReadsByTheKeyLeftBehind) {
+TEST_P(FastIterator, GetNextAfterReleaseReadsWithTheOldKey) {
     table.create_fast_pri_iter(record.data());
     table.get_next(fast_handle(), buffer.data());
     table.release_iter(fast_handle());
@@ -155,7 +155,7 @@ TEST_P(FastIterator, ReleaseOfAFreeSlotLeavesItFree) {
     EXPECT_TRUE(platform().calls.empty());
 }
 
-TEST_P(FastIterator, ReleaseAndCreationStartTheCountAnewEvenWhenTheSlotIsFree) {
+TEST_P(FastIterator, ReleaseAndCreateResetTheCountOfAFreeSlot) {
     table.create_fast_pri_iter(record.data());
     table.release_iter(fast_handle());
     for (const bool created : {false, true}) {
@@ -174,7 +174,7 @@ TEST_P(FastIterator, ReleaseAndCreationStartTheCountAnewEvenWhenTheSlotIsFree) {
     }
 }
 
-TEST_P(FastIterator, NullRecordGivesNoIteratorWhileTheSlotIsBusy) {
+TEST_P(FastIterator, NullRecordIsRejectedWhileTheSlotIsInUse) {
     table.create_fast_pri_iter(record.data());
     const Bytes before(block().bytes, block().bytes + table.control_block_size);
     EXPECT_EQ(table.create_fast_pri_iter(nullptr), nullptr);
@@ -182,7 +182,7 @@ TEST_P(FastIterator, NullRecordGivesNoIteratorWhileTheSlotIsBusy) {
     EXPECT_EQ(Bytes(block().bytes, block().bytes + table.control_block_size), before);
 }
 
-TEST_P(FastIterator, LockIsFreeDuringEveryStoreCall) {
+TEST_P(FastIterator, SpinLockIsNotHeldDuringStoreCalls) {
     bool free = true;
     platform().during_call = [&](const StoreCall &) {
         free = free && load<std::uint32_t>(block().spin_lock()) == 0;
@@ -197,7 +197,7 @@ TEST_P(FastIterator, LockIsFreeDuringEveryStoreCall) {
     EXPECT_EQ(load<std::uint32_t>(block().spin_lock()), 0U);
 }
 
-TEST_P(FastIterator, GetNextDoesNotTakeTheLock) {
+TEST_P(FastIterator, GetNextDoesNotTakeTheSpinLock) {
     table.create_fast_pri_iter(record.data());
     const std::uint32_t locked = 1;
     std::memcpy(block().spin_lock(), &locked, sizeof locked);
@@ -211,7 +211,7 @@ TEST_P(FastIterator, EachTableHasItsOwnSlot) {
         if (other.name == table.name) {
             continue;
         }
-        // Another table's control block is no fast handle here, but the store's business.
+        // Another table's control block is not a fast handle of this table: the store gets it.
         auto *foreign = static_cast<L2vpnDbIter *>(other.control_block);
         platform().calls.clear();
         table.get_next(foreign, buffer.data());
@@ -223,8 +223,7 @@ TEST_P(FastIterator, EachTableHasItsOwnSlot) {
     EXPECT_EQ(block().in_use(), 1);
 }
 
-TEST_P(FastIterator, KeyBuildFollowsTheKeyBuilder) {
-    // The byte strings of the key are copied into the slot's own buffer.
+TEST_P(FastIterator, ByteStringsOfTheKeyAreCopiedIntoTheSlot) {
     table.create_fast_pri_iter(record.data());
     std::uint32_t at = 0;
     std::size_t calls = 0;
@@ -242,7 +241,7 @@ L2VPN_TEST_TYPED_TABLES(FastIterator, any_table);
 
 class FastIteratorNullTest : public FastIterator {};
 
-TEST_P(FastIteratorNullTest, NullRecordIsRefusedWithoutTakingTheLock) {
+TEST_P(FastIteratorNullTest, NullRecordIsRejectedWithoutTakingTheSpinLock) {
     const std::uint32_t locked = 1;
     std::memcpy(block().spin_lock(), &locked, sizeof locked);
     EXPECT_EQ(table.create_fast_pri_iter(nullptr), nullptr);
@@ -253,8 +252,8 @@ TEST_P(FastIteratorNullTest, NullRecordIsRefusedWithoutTakingTheLock) {
 
 L2VPN_TEST_TYPED_TABLES(FastIteratorNullTest, has_null_tests);
 
-/// What a table without null tests does with a null record where nothing catches it. A byte string
-/// is memcpy_s's business; an integer of the key is read.
+/// Tables without null tests dereference a null record. Only for keys that start with an integer:
+/// memcpy_s rejects the null source of a byte string.
 class MissingNullTestDeathTest : public TypedTableTest {};
 
 TEST_P(MissingNullTestDeathTest, CreateFastPriIterFaultsWhileTheSlotIsFree) {

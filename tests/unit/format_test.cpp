@@ -15,11 +15,11 @@ protected:
     }
 
     const Bytes record = sample_record(expected.record_size, 21);
-    const std::size_t room = 8192 + std::size_t{4} * expected.record_size; ///< for any text
+    const std::size_t room = 8192 + std::size_t{4} * expected.record_size; ///< enough for any text
     std::vector<char> buffer = std::vector<char>(64, untouched);
 };
 
-TEST_P(Format, NullPointersAndEmptyBufferAreRefused) {
+TEST_P(Format, NullPointersAndEmptyBufferAreRejected) {
     const std::vector<char> before = buffer;
     for (const std::uint32_t format_id : {L2VPN_AST_WHOLE_RECORD, 0U, 1U}) {
         EXPECT_EQ(table.format(format_id, nullptr, buffer.data(), 64, ","), L2VPN_AST_ERR);
@@ -45,7 +45,7 @@ TEST_P(Format, OtherPresentationsAreNotSupported) {
     }
 }
 
-TEST_P(Format, NotSupportedPassesThePrintsFailureOn) {
+TEST_P(Format, NotSupportedReturnsThePrintsFailure) {
     for (std::uint32_t length = 1; length <= 13; ++length) {
         const std::uint32_t result = length > 11 ? 11U : 0xFFFFFFFFU;
         EXPECT_EQ(table.format(0, record.data(), buffer.data(), length, ","), result) << length;
@@ -58,7 +58,7 @@ TEST_P(Format, NotSupportedPassesThePrintsFailureOn) {
     }
 }
 
-TEST_P(Format, WholeRecordIsWhatFormatTablePrints) {
+TEST_P(Format, WholeRecordIsTheOutputOfFormatTable) {
     std::vector<char> by_table(4096, untouched);
     std::vector<char> by_format(4096, untouched);
     for (const std::uint32_t length : {1U, 2U, 20U, 100U, 4096U}) {
@@ -82,7 +82,7 @@ L2VPN_TEST_TABLES(Format, any_table);
 
 class FormatTable : public Format {
 protected:
-    /// Prints into a buffer of exactly this length, with guard bytes behind it, and compares.
+    /// Prints into a buffer of this length, followed by guard bytes, and compares.
     void expect_text(const std::vector<Piece> &pieces, std::uint32_t length,
                      const std::string &separator) {
         const std::string text = printed_text(pieces, length);
@@ -146,13 +146,13 @@ TEST_P(FormatTable, EveryBufferLengthWithAnEmptySeparator) {
     }
 }
 
-TEST_P(FormatTable, NothingFitsIntoOneCharacter) {
+TEST_P(FormatTable, BufferOfOneByteHoldsTheTerminatorOnly) {
     EXPECT_EQ(table.format_table(record.data(), buffer.data(), 1, ","), 0U);
     EXPECT_EQ(buffer[0], '\0');
     EXPECT_EQ(buffer[1], untouched);
 }
 
-TEST_P(FormatTable, EachPieceIsOnePrintAtTheEndOfTheText) {
+TEST_P(FormatTable, EachPieceIsAppendedByOnePrint) {
     const std::vector<Piece> pieces = printed_pieces(expected, record, ", ");
     std::vector<char> output(room, untouched);
     table.format_table(record.data(), output.data(), length_of(output), ", ");
@@ -166,7 +166,7 @@ TEST_P(FormatTable, EachPieceIsOnePrintAtTheEndOfTheText) {
     }
 }
 
-TEST_P(FormatTable, FailedPieceCountsAsNothingAndPrintingGoesOn) {
+TEST_P(FormatTable, FailedPieceIsSkipped) {
     const std::vector<Piece> pieces = printed_pieces(expected, record, ", ");
     for (std::size_t failing = 0; failing < pieces.size(); ++failing) {
         for (const int failure : {-1, 0, INT32_MIN}) {
@@ -185,7 +185,7 @@ TEST_P(FormatTable, FailedPieceCountsAsNothingAndPrintingGoesOn) {
     }
 }
 
-TEST_P(FormatTable, CountAndRoomAreOf32BitsWhateverThePrintsClaim) {
+TEST_P(FormatTable, LengthAndRemainingSizeWrapAt32Bits) {
     const std::size_t pieces = printed_pieces(expected, record, ", ").size();
     for (const std::uint32_t length : {150U, 0xFFFFFFFFU}) {
         for (const int claimed : {100, INT32_MAX}) {
@@ -219,7 +219,7 @@ TEST_P(FormatTable, FieldsThatAreNotPrintedDoNotChangeTheText) {
             other[i] = static_cast<std::uint8_t>(~other[i]);
         }
     }
-    // Both records at one address: an address may be part of the text.
+    // The text may contain an address in the record, so both records use the same memory.
     Bytes shown = record;
     std::vector<char> first(room);
     std::vector<char> second(room);
@@ -244,7 +244,7 @@ L2VPN_TEST_TABLES(FormatTable, any_table);
 
 class FormatAddress : public Format {};
 
-TEST_P(FormatAddress, StandsForTheBytesOfTheField) {
+TEST_P(FormatAddress, IsTheAddressOfTheFieldInTheRecord) {
     const auto item = std::ranges::find(expected.printed, ItemKind::address, &Item::kind);
     const Bytes copy = record;
     for (const Bytes *shown : {&record, &copy}) {

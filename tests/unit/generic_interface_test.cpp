@@ -25,11 +25,11 @@ protected:
         if (expected.stored_size != expected.record_size) {
             lengths.push_back(expected.stored_size);
         }
-        std::erase(lengths, expected.record_size); // which may be 1
+        std::erase(lengths, expected.record_size); // which can be 1
         return lengths;
     }
 
-    /// What reached the store, without the addresses that differ from call to call.
+    /// Compares everything except addresses that differ between calls.
     static void expect_same_calls(const std::vector<StoreCall> &one,
                                   const std::vector<StoreCall> &other) {
         ASSERT_EQ(one.size(), other.size());
@@ -56,7 +56,7 @@ protected:
         }
     }
 
-    /// Both forms of an operation return the same and ask the store for the same.
+    /// Expects equal results and equal store calls from both forms of an operation.
     template <class Result>
     void expect_forwarded(const std::function<Result()> &generic,
                           const std::function<Result()> &typed) {
@@ -100,7 +100,7 @@ TEST_P(GenericInterface, RowHoldsTheTablesFunctionsInSlotOrder) {
     }
 }
 
-TEST_P(GenericInterface, FetchAgainGivesTheSameRow) {
+TEST_P(GenericInterface, EveryFetchReturnsTheSameRow) {
     const L2vpnDalIntf first = table.dal_intf();
     dirty_stack();
     const L2vpnDalIntf second = table.dal_intf();
@@ -108,7 +108,7 @@ TEST_P(GenericInterface, FetchAgainGivesTheSameRow) {
     EXPECT_TRUE(platform().calls.empty());
 }
 
-TEST_P(GenericInterface, CountOfItsOwnIsNotTheOneInTheRow) {
+TEST_P(GenericInterface, ExportedCountIsNotTheOneInTheRow) {
     EXPECT_NE(table.dal_count, table.count);
     EXPECT_NE(table.dal_intf().count, table.dal_count);
 }
@@ -180,7 +180,7 @@ TEST_P(GenericInterface, ForwardsCountByKey) {
     }
 }
 
-TEST_P(GenericInterface, ForwardsNullArgumentsOfTheRightLength) {
+TEST_P(GenericInterface, ForwardsNullArgumentsWithTheCorrectLength) {
     EXPECT_EQ(table.dal.read(nullptr, size), 1U);
     EXPECT_EQ(table.dal.write(nullptr, size), 1U);
     EXPECT_EQ(table.dal.remove(nullptr, size), 1U);
@@ -194,7 +194,7 @@ TEST_P(GenericInterface, ForwardsNullArgumentsOfTheRightLength) {
     EXPECT_TRUE(platform().calls.empty());
 }
 
-TEST_P(GenericInterface, RefusesEveryOtherLength) {
+TEST_P(GenericInterface, RejectsEveryOtherLength) {
     for (const std::uint32_t length : wrong_lengths()) {
         SCOPED_TRACE(length);
         EXPECT_EQ(table.dal.read(buffer.data(), length), 1U);
@@ -209,7 +209,7 @@ TEST_P(GenericInterface, RefusesEveryOtherLength) {
             EXPECT_EQ(table.dal.countByKey(index, nullptr, length, &count), 1U);
         }
         EXPECT_EQ(table.dal.update(nullptr, length, ids.data(), 1), 1U)
-            << "the length comes before everything else";
+            << "the length is checked first";
     }
     EXPECT_TRUE(platform().calls.empty());
     EXPECT_EQ(buffer, record);
@@ -217,7 +217,7 @@ TEST_P(GenericInterface, RefusesEveryOtherLength) {
     EXPECT_EQ(block().delivered(), 0);
 }
 
-TEST_P(GenericInterface, CreateIterLetsANullRecordOfAnyLengthThrough) {
+TEST_P(GenericInterface, CreateIterAcceptsANullRecordWithAnyLength) {
     std::vector<std::uint32_t> lengths = wrong_lengths();
     lengths.push_back(size);
     for (const std::uint32_t length : lengths) {

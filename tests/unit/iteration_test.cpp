@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Iterators of the store and operations that choose a key.
+// The store's iterators and the operations by key.
 #include "tests/support/table_test.h"
 
 namespace l2vpn::test {
@@ -10,7 +10,7 @@ protected:
     const Bytes record = sample_record(expected.record_size, 14);
 };
 
-TEST_P(StoreIterator, GetNextUnpacksTheStoresRecord) {
+TEST_P(StoreIterator, GetNextUnpacksTheStoredRecord) {
     platform().delivered = sample_record(expected.stored_size, 15);
     Bytes buffer(expected.record_size, 0xA5);
     dirty_stack();
@@ -23,7 +23,7 @@ TEST_P(StoreIterator, GetNextUnpacksTheStoresRecord) {
               unpacked_record(expected, platform().delivered, Bytes(expected.record_size, 0xA5)));
 }
 
-TEST_P(StoreIterator, FailingCopiesDoNotFailGetNext) {
+TEST_P(StoreIterator, GetNextIgnoresFailedCopies) {
     platform().delivered = sample_record(expected.stored_size, 15);
     for (std::size_t i = 0; i < expected.copies().size(); ++i) {
         platform().copy_failures[i] = 22;
@@ -44,7 +44,7 @@ protected:
     const Bytes record = sample_record(expected.record_size, 16);
 };
 
-TEST_P(ByKey, CreateIterOfEachKeyOpensTheStoresIterator) {
+TEST_P(ByKey, CreateIterOfEachKeyCreatesAStoreIterator) {
     platform().iterator = store_iterator();
     for (std::uint32_t k = 0; k < table.keys.size(); ++k) {
         SCOPED_TRACE(table.keys[k].name);
@@ -53,10 +53,10 @@ TEST_P(ByKey, CreateIterOfEachKeyOpensTheStoresIterator) {
         EXPECT_EQ(table.keys[k].create_iter(record.data()), store_iterator());
         expect_key(only_call(Op::create_iterator_by_key).key, k, record);
     }
-    EXPECT_EQ(block().in_use(), 0) << "the primary key's own function does not use the slot";
+    EXPECT_EQ(block().in_use(), 0) << "the primary key's function does not use the slot";
 }
 
-TEST_P(ByKey, CreateIterOfEachKeyRefusesANullRecord) {
+TEST_P(ByKey, CreateIterOfEachKeyRejectsANullRecord) {
     platform().iterator = store_iterator();
     for (const KeyFunctions &key : table.keys) {
         EXPECT_EQ(key.create_iter(nullptr), nullptr);
@@ -64,7 +64,7 @@ TEST_P(ByKey, CreateIterOfEachKeyRefusesANullRecord) {
     EXPECT_TRUE(platform().calls.empty());
 }
 
-TEST_P(ByKey, CountOfEachKeyPassesCountAndResultThrough) {
+TEST_P(ByKey, CountOfEachKeyReturnsTheStoresCountAndResult) {
     platform().count = 12;
     for (std::uint32_t k = 0; k < table.keys.size(); ++k) {
         SCOPED_TRACE(table.keys[k].name);
@@ -85,7 +85,7 @@ TEST_P(ByKey, CountOfEachKeyPassesCountAndResultThrough) {
     }
 }
 
-TEST_P(ByKey, CountOfEachKeyRefusesANullRecordAndLeavesTheCount) {
+TEST_P(ByKey, CountOfEachKeyRejectsANullRecordWithoutWritingTheCount) {
     for (const KeyFunctions &key : table.keys) {
         std::uint32_t count = 99;
         EXPECT_EQ(key.count_by(nullptr, &count), 1U);
@@ -94,7 +94,7 @@ TEST_P(ByKey, CountOfEachKeyRefusesANullRecordAndLeavesTheCount) {
     EXPECT_TRUE(platform().calls.empty());
 }
 
-TEST_P(ByKey, PrimaryIndexWithoutRecordOpensTheWholeTable) {
+TEST_P(ByKey, PrimaryIndexWithoutRecordIteratesOverTheTable) {
     platform().iterator = store_iterator();
     EXPECT_EQ(table.create_iter(0, nullptr), store_iterator());
     EXPECT_FALSE(only_call(Op::create_iterator).key.has_value());
@@ -103,7 +103,7 @@ TEST_P(ByKey, PrimaryIndexWithoutRecordOpensTheWholeTable) {
     EXPECT_EQ(block().in_use(), 0);
 }
 
-TEST_P(ByKey, PrimaryIndexWithRecordUsesTheFastIteratorFirst) {
+TEST_P(ByKey, PrimaryIndexWithRecordPrefersTheFastIterator) {
     platform().iterator = store_iterator();
     EXPECT_EQ(table.create_iter(0, record.data()), fast_handle());
     EXPECT_TRUE(platform().calls.empty());
@@ -113,7 +113,7 @@ TEST_P(ByKey, PrimaryIndexWithRecordUsesTheFastIteratorFirst) {
     expect_key(only_call(Op::create_iterator_by_key).key, 0, record);
 }
 
-TEST_P(ByKey, SecondaryIndexOpensThatKeysIterator) {
+TEST_P(ByKey, SecondaryIndexIteratesOverThatKey) {
     platform().iterator = store_iterator();
     for (std::uint32_t k = 1; k < table.keys.size(); ++k) {
         platform().calls.clear();
@@ -126,7 +126,7 @@ TEST_P(ByKey, SecondaryIndexOpensThatKeysIterator) {
     EXPECT_EQ(block().in_use(), 0);
 }
 
-TEST_P(ByKey, UnknownIndexOpensNothing) {
+TEST_P(ByKey, CreateIterRejectsAnUnknownIndex) {
     platform().iterator = store_iterator();
     for (const std::uint32_t index : unknown_indexes()) {
         EXPECT_EQ(table.create_iter(index, record.data()), nullptr) << index;
@@ -136,7 +136,7 @@ TEST_P(ByKey, UnknownIndexOpensNothing) {
     EXPECT_EQ(block().in_use(), 0);
 }
 
-TEST_P(ByKey, IndexCountsThatKey) {
+TEST_P(ByKey, CountByKeyUsesTheKeyOfTheIndex) {
     platform().count = 13;
     for (std::uint32_t k = 0; k < table.keys.size(); ++k) {
         for (const std::uint32_t result : store_results) {
@@ -152,7 +152,7 @@ TEST_P(ByKey, IndexCountsThatKey) {
     }
 }
 
-TEST_P(ByKey, CountRefusesANullRecordForEveryIndex) {
+TEST_P(ByKey, CountByKeyRejectsANullRecord) {
     for (std::uint32_t k = 0; k < table.keys.size(); ++k) {
         std::uint32_t count = 99;
         EXPECT_EQ(table.count_by_key(k, nullptr, &count), 1U);
@@ -161,7 +161,7 @@ TEST_P(ByKey, CountRefusesANullRecordForEveryIndex) {
     EXPECT_TRUE(platform().calls.empty());
 }
 
-TEST_P(ByKey, CountRefusesAnUnknownIndex) {
+TEST_P(ByKey, CountByKeyRejectsAnUnknownIndex) {
     for (const std::uint32_t index : unknown_indexes()) {
         std::uint32_t count = 99;
         EXPECT_EQ(table.count_by_key(index, record.data(), &count), 1U) << index;

@@ -11,7 +11,7 @@ protected:
     const Bytes record = sample_record(expected.record_size, 8);
 };
 
-TEST_P(Keys, AreThoseOfTheSchemaWithTheirInfixes) {
+TEST_P(Keys, HaveTheNamesAndInfixesOfTheSchema) {
     ASSERT_EQ(table.keys.size(), expected.keys.size());
     for (std::size_t k = 0; k < table.keys.size(); ++k) {
         EXPECT_EQ(table.keys[k].name, expected.keys[k].name);
@@ -45,7 +45,7 @@ TEST_P(Keys, BuilderFillsWordValueAndRequest) {
     }
 }
 
-TEST_P(Keys, BuilderLeavesTheRestOfTheRequestAndOfTheArea) {
+TEST_P(Keys, BuilderDoesNotWriteReservedWords) {
     for (std::size_t k = 0; k < table.keys.size(); ++k) {
         L2vpnDbKeyData request{};
         request.reserved1 = 0x11111111;
@@ -61,7 +61,7 @@ TEST_P(Keys, BuilderLeavesTheRestOfTheRequestAndOfTheArea) {
     }
 }
 
-TEST_P(Keys, EachMemberStandsAtItsPlaceInKeyOrder) {
+TEST_P(Keys, MembersArePackedInKeyOrder) {
     for (std::size_t k = 0; k < table.keys.size(); ++k) {
         std::uint32_t at = 0;
         for (const Field &member : expected.keys[k].members) {
@@ -109,7 +109,7 @@ TEST_P(Keys, IndexMapsToItsCode) {
     }
 }
 
-TEST_P(Keys, UnknownIndexMapsToNothing) {
+TEST_P(Keys, UnknownIndexHasNoMapping) {
     const auto count = static_cast<std::uint32_t>(expected.keys.size());
     for (const std::uint32_t index : {count, count + 1, 0x109U, 0x100U, 0x7FFFFFFFU, 0xFFFFFFFFU}) {
         EXPECT_EQ(table.map_key_id(index), L2VPN_DB_NO_MAPPING) << index;

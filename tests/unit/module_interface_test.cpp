@@ -24,7 +24,7 @@ TEST_F(ModuleInterface, AccessorReturnsTheExportedBlock) {
     EXPECT_EQ(L2VPN_DB_ModuleIntf(), &g_l2vpnDbModuleIntf);
 }
 
-TEST_F(ModuleInterface, RegistrationsFillTheirOwnWords) {
+TEST_F(ModuleInterface, EachRegistrationSetsItsOwnWords) {
     const L2vpnDbMemIntf memory{{0x1111222233334444, 0x5555666677778888}};
     const L2vpnDbLogIntf log{0x9999AAAABBBBCCCC};
     L2VPN_DB_MemIntfReg(&memory);
@@ -34,7 +34,7 @@ TEST_F(ModuleInterface, RegistrationsFillTheirOwnWords) {
                                                      0x9999AAAABBBBCCCC}));
 }
 
-TEST_F(ModuleInterface, LogMayBeRegisteredFirst) {
+TEST_F(ModuleInterface, LogCanBeRegisteredFirst) {
     const L2vpnDbMemIntf memory{{1, 2}};
     const L2vpnDbLogIntf log{3};
     L2VPN_DB_LogIntfReg(&log);

@@ -8,7 +8,7 @@ namespace {
 
 class RecordOperations : public TypedTableTest {
 protected:
-    /// Differs from `record` in every byte that is not of the primary key.
+    /// Differs from `record` in every byte outside the primary key.
     [[nodiscard]] Bytes same_key_only() const {
         Bytes other = record;
         for (std::uint8_t &byte : other) {
@@ -26,7 +26,7 @@ protected:
 
 class Write : public RecordOperations {};
 
-TEST_P(Write, HandsTheStoreThePackedRecord) {
+TEST_P(Write, PassesThePackedRecordToTheStore) {
     dirty_stack();
     EXPECT_EQ(table.write(record.data()), 0U);
     const StoreCall call = only_call(Op::write);
@@ -37,7 +37,7 @@ TEST_P(Write, HandsTheStoreThePackedRecord) {
     EXPECT_EQ(call.record->bytes, packed_record(expected, record));
 }
 
-TEST_P(Write, BytesThatNoCopyFilledAreZero) {
+TEST_P(Write, BytesOfFailedCopiesAreZero) {
     const std::vector<Copy> copies = expected.copies();
     Bytes packed = packed_record(expected, record);
     for (std::size_t i = 0; i < copies.size(); ++i) {
@@ -45,11 +45,11 @@ TEST_P(Write, BytesThatNoCopyFilledAreZero) {
         std::fill_n(packed.begin() + copies[i].stored_offset, copies[i].size, std::uint8_t{0});
     }
     dirty_stack();
-    EXPECT_EQ(table.write(record.data()), 0U) << "the conversion's result is not looked at";
+    EXPECT_EQ(table.write(record.data()), 0U) << "the conversion's result is ignored";
     EXPECT_EQ(only_call(Op::write).record->bytes, packed);
 }
 
-TEST_P(Write, NullRecordIsRefusedWithoutStoreCall) {
+TEST_P(Write, NullRecordIsRejectedWithoutAStoreCall) {
     EXPECT_EQ(table.write(nullptr), 1U);
     EXPECT_TRUE(platform().calls.empty());
 }
@@ -58,7 +58,7 @@ L2VPN_TEST_TYPED_TABLES(Write, any_table);
 
 class Read : public RecordOperations {};
 
-TEST_P(Read, AsksTheStoreByPrimaryKey) {
+TEST_P(Read, UsesThePrimaryKey) {
     Bytes buffer = record;
     dirty_stack();
     EXPECT_EQ(table.read(buffer.data()), 0U);
@@ -67,19 +67,19 @@ TEST_P(Read, AsksTheStoreByPrimaryKey) {
     expect_empty_record(call.record);
 }
 
-TEST_P(Read, FillsEveryFieldAndNoGap) {
+TEST_P(Read, FillsEveryFieldAndNoPadding) {
     platform().delivered = sample_record(expected.stored_size, 6);
     Bytes buffer = record;
     EXPECT_EQ(table.read(buffer.data()), 0U);
     EXPECT_EQ(buffer, unpacked_record(expected, platform().delivered, record));
 }
 
-TEST_P(Read, NullRecordIsRefusedWithoutStoreCall) {
+TEST_P(Read, NullRecordIsRejectedWithoutAStoreCall) {
     EXPECT_EQ(table.read(nullptr), 1U);
     EXPECT_TRUE(platform().calls.empty());
 }
 
-TEST_P(Read, KeyBytesThatNoCopyFilledAreZero) {
+TEST_P(Read, KeyBytesOfFailedCopiesAreZero) {
     Bytes zero_strings = record;
     for (const Field &member : expected.keys.front().members) {
         if (member.elements != 1) {
@@ -123,7 +123,7 @@ L2VPN_TEST_TYPED_TABLES(ReadByKey, any_table);
 
 class Delete : public RecordOperations {};
 
-TEST_P(Delete, AsksTheStoreByPrimaryKey) {
+TEST_P(Delete, UsesThePrimaryKey) {
     dirty_stack();
     EXPECT_EQ(table.remove(record.data()), 0U);
     const StoreCall call = only_call(Op::remove);
@@ -139,7 +139,7 @@ TEST_P(Delete, UsesOnlyTheKeyFields) {
     EXPECT_EQ(platform().calls[0].key->id, platform().calls[1].key->id);
 }
 
-TEST_P(Delete, NullRecordIsRefusedWithoutStoreCall) {
+TEST_P(Delete, NullRecordIsRejectedWithoutAStoreCall) {
     EXPECT_EQ(table.remove(nullptr), 1U);
     EXPECT_TRUE(platform().calls.empty());
 }
@@ -148,7 +148,7 @@ L2VPN_TEST_TYPED_TABLES(Delete, any_table);
 
 class Count : public RecordOperations {};
 
-TEST_P(Count, PassesTheCountPointerAndTheResultThrough) {
+TEST_P(Count, ForwardsTheCountPointerAndTheResult) {
     for (auto *function : {table.count, table.dal_count}) {
         for (const std::uint32_t result : store_results) {
             platform().calls.clear();
@@ -171,7 +171,7 @@ TEST_P(Count, DoesNotCheckThePointer) {
     }
 }
 
-TEST_P(Count, LeavesTheCountToTheStore) {
+TEST_P(Count, DoesNotWriteTheCountItself) {
     std::uint32_t count = 0xDEADBEEF;
     EXPECT_EQ(table.count(&count), 0U);
     EXPECT_EQ(count, 0xDEADBEEF);

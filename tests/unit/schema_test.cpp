@@ -14,7 +14,7 @@ protected:
     [[nodiscard]] std::size_t key_count() const { return module->sizes >> 16 & 0xFFFF; }
 };
 
-TEST_P(Schema, ModuleWordsNameSizeAndFormatTheTable) {
+TEST_P(Schema, ModuleHoldsNameListsSizesAndFormatter) {
     ASSERT_EQ(sizeof(L2vpnAstModule), 56U);
     std::array<std::uint64_t, 7> words{};
     std::memcpy(words.data(), module, sizeof words);
@@ -33,11 +33,11 @@ TEST_P(Schema, AccessorAlwaysReturnsTheSameDescriptor) {
     EXPECT_EQ(table.module(), module);
 }
 
-TEST_P(Schema, RecordSizeIsThatOfTheHeadersStructure) {
+TEST_P(Schema, RecordSizeEqualsThatOfTheHeadersStructure) {
     EXPECT_EQ(module->sizes >> 32, table.record_size);
 }
 
-TEST_P(Schema, FieldWordsGiveOffsetWidthAndId) {
+TEST_P(Schema, FieldWordsHoldOffsetWidthAndId) {
     ASSERT_EQ(sizeof(L2vpnAstField), 16U);
     ASSERT_EQ(field_count(), expected.fields.size());
     for (std::size_t i = 0; i < field_count(); ++i) {
@@ -49,7 +49,7 @@ TEST_P(Schema, FieldWordsGiveOffsetWidthAndId) {
     }
 }
 
-TEST_P(Schema, FieldIdsCountUpAndTwoElementArraysTakeTwo) {
+TEST_P(Schema, TwoElementArraysTakeTwoFieldIds) {
     std::uint64_t id = 0;
     for (std::size_t i = 0; i < field_count(); ++i) {
         EXPECT_EQ(module->fields[i].position & 0xFFFF, id) << module->fields[i].name;
@@ -57,7 +57,7 @@ TEST_P(Schema, FieldIdsCountUpAndTwoElementArraysTakeTwo) {
     }
 }
 
-TEST_P(Schema, FieldsFollowEachOtherWithNoMoreThanAlignmentBetween) {
+TEST_P(Schema, FieldsHaveNoPaddingBeyondAlignment) {
     std::uint64_t end = 0;
     std::uint64_t largest = 1;
     for (const Field &field : expected.fields) {
@@ -70,7 +70,7 @@ TEST_P(Schema, FieldsFollowEachOtherWithNoMoreThanAlignmentBetween) {
     EXPECT_EQ(module->sizes >> 32, (end + largest - 1) / largest * largest);
 }
 
-TEST_P(Schema, KeyWordsGiveIndexAndMembersInKeyOrder) {
+TEST_P(Schema, KeysHoldIndexAndMembersInKeyOrder) {
     ASSERT_EQ(sizeof(L2vpnAstKey), 32U);
     ASSERT_EQ(key_count(), expected.keys.size());
     for (std::size_t k = 0; k < key_count(); ++k) {
@@ -97,15 +97,15 @@ TEST_P(Schema, KeyMembersPointToTheFieldsNames) {
     }
 }
 
-TEST_P(Schema, PartsLieInOrderWithoutGaps) {
+TEST_P(Schema, PartsAreContiguous) {
     const void *at = module + 1;
-    EXPECT_EQ(module->fields, at) << "fields behind the module";
+    EXPECT_EQ(module->fields, at) << "fields follow the module";
     at = module->fields + field_count();
     for (std::size_t k = 0; k < key_count(); ++k) {
         EXPECT_EQ(module->keys[k].members, at) << "member list of key " << k;
         at = module->keys[k].members + module->keys[k].memberCount;
     }
-    EXPECT_EQ(module->keys, at) << "keys behind the member lists";
+    EXPECT_EQ(module->keys, at) << "keys follow the member lists";
 
     const SchemaTable *next = &table + 1;
     if (next != schema_tables.data() + schema_tables.size()) {

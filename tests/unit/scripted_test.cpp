@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Threads that meet at the fast iterator's slot, in an order that is forced: one of them waits
-// inside the platform until the others have done their part.
+// Forced interleavings at the fast iterator's slot: one thread blocks inside the platform until the
+// others have run.
 #include "tests/support/script.h"
 #include "tests/support/table_test.h"
 
@@ -27,7 +27,7 @@ protected:
         return std::atomic_ref(*reinterpret_cast<std::uint32_t *>(block().spin_lock()));
     }
 
-    /// Step 1 is over when the call has come, and the call goes on after step 2.
+    /// Ends step 1 when the store is called, and blocks that call until step 2 is over.
     void hold(Op op) {
         platform().during_call = [this, op](const StoreCall &call) {
             if (call.op == op)
@@ -48,12 +48,12 @@ protected:
     const Bytes third = sample_record(expected.record_size, 43);
 };
 
-TEST_P(Scripted, ReleaseWhileAnotherCreationFallsBack) {
+TEST_P(Scripted, ReleaseDuringAnotherThreadsFallback) {
     ASSERT_EQ(table.create_fast_pri_iter(first.data()), fast_handle());
     hold(Op::create_iterator_by_key);
     std::jthread late([&] {
         EXPECT_EQ(table.create_fast_pri_iter(second.data()), store_iterator())
-            << "the slot was taken when it looked";
+            << "the slot was in use when it checked";
     });
     script.wait_for(1);
     EXPECT_EQ(table.release_iter(fast_handle()), 0U);
@@ -65,12 +65,12 @@ TEST_P(Scripted, ReleaseWhileAnotherCreationFallsBack) {
     expect_key(only_call(Op::create_iterator_by_key).key, 0, second);
 }
 
-TEST_P(Scripted, CreationsWhileTheHolderReads) {
+TEST_P(Scripted, CreateWhileTheOwnerReads) {
     ASSERT_EQ(table.create_fast_pri_iter(first.data()), fast_handle());
     platform().delivered = sample_record(expected.stored_size, 44);
     hold(Op::read);
     Bytes found = first;
-    std::jthread holder([&] { EXPECT_EQ(table.get_next(fast_handle(), found.data()), 0U); });
+    std::jthread owner([&] { EXPECT_EQ(table.get_next(fast_handle(), found.data()), 0U); });
     script.wait_for(1);
     EXPECT_EQ(table.create_fast_pri_iter(second.data()), store_iterator());
     EXPECT_EQ(table.create_iter(0, third.data()), store_iterator());
@@ -78,16 +78,16 @@ TEST_P(Scripted, CreationsWhileTheHolderReads) {
     EXPECT_EQ(slot_key(), key_of(first));
     EXPECT_EQ(block().delivered(), 1);
     script.over(2);
-    holder.join();
+    owner.join();
     EXPECT_EQ(found, unpacked_record(expected, platform().delivered, first));
     EXPECT_EQ(table.get_next(fast_handle(), found.data()), 60U);
 }
 
-TEST_P(Scripted, FirstInitialisationWhileTheSlotIsHandedOut) {
+TEST_P(Scripted, FirstInitialisationWhileTheSlotIsInUse) {
     ASSERT_EQ(table.create_fast_pri_iter(first.data()), fast_handle());
     hold(Op::read);
     Bytes found = first;
-    std::jthread holder([&] { EXPECT_EQ(table.get_next(fast_handle(), found.data()), 0U); });
+    std::jthread owner([&] { EXPECT_EQ(table.get_next(fast_handle(), found.data()), 0U); });
     script.wait_for(1);
     EXPECT_EQ(table.dal_intf().releaseIter, table.release_iter);
     EXPECT_EQ(block().spin_lock_ready(), 1);
@@ -95,17 +95,17 @@ TEST_P(Scripted, FirstInitialisationWhileTheSlotIsHandedOut) {
     EXPECT_EQ(slot_key(), key_of(first));
     EXPECT_EQ(table.create_fast_pri_iter(second.data()), store_iterator());
     script.over(2);
-    holder.join();
+    owner.join();
     EXPECT_EQ(table.release_iter(fast_handle()), 0U);
     EXPECT_EQ(table.create_fast_pri_iter(third.data()), fast_handle());
 }
 
-// Records of other tables, while one waits in the store: they share nothing.
-TEST_P(Scripted, OtherTablesDoNotWait) {
+// Tables share no state: a call blocked in the store does not block the others.
+TEST_P(Scripted, OtherTablesDoNotBlock) {
     const TypedTable &other = typed_tables[&table == &typed_tables[0] ? 1 : 0];
     ASSERT_EQ(table.create_fast_pri_iter(first.data()), fast_handle());
     hold(Op::read);
-    std::jthread holder([&] {
+    std::jthread owner([&] {
         Bytes found = first;
         table.get_next(fast_handle(), found.data());
     });
@@ -116,13 +116,14 @@ TEST_P(Scripted, OtherTablesDoNotWait) {
     EXPECT_EQ(other.release_iter(handle), 0U);
     EXPECT_EQ(block().in_use(), 1);
     script.over(2);
-    holder.join();
+    owner.join();
     std::memset(other.control_block, 0, other.control_block_size);
 }
 
 L2VPN_TEST_TYPED_TABLES(Scripted, any_table);
 
-/// Tables whose primary key holds a byte string: a creation can be held while it has the lock.
+/// Tables whose primary key contains a byte string: its memcpy_s call blocks a thread that holds
+/// the spin lock.
 class ScriptedKeyBuild : public Scripted {
 protected:
     void SetUp() override {
@@ -131,7 +132,7 @@ protected:
     }
 };
 
-TEST_P(ScriptedKeyBuild, CreationAndReleaseWhileAnotherBuildsItsKey) {
+TEST_P(ScriptedKeyBuild, CreateAndReleaseWhileAnotherThreadBuildsItsKey) {
     std::jthread builder(
         [&] { EXPECT_EQ(table.create_fast_pri_iter(first.data()), fast_handle()); });
     script.wait_for(1);
@@ -140,7 +141,7 @@ TEST_P(ScriptedKeyBuild, CreationAndReleaseWhileAnotherBuildsItsKey) {
     std::atomic<bool> returned = false;
     std::jthread creator([&] {
         EXPECT_EQ(table.create_fast_pri_iter(second.data()), store_iterator());
-        EXPECT_EQ(table.release_iter(fast_handle()), 0U) << "of a slot that is another's";
+        EXPECT_EQ(table.release_iter(fast_handle()), 0U) << "a slot that another thread owns";
         returned = true;
     });
     EXPECT_FALSE(returned);
@@ -153,7 +154,7 @@ TEST_P(ScriptedKeyBuild, CreationAndReleaseWhileAnotherBuildsItsKey) {
     EXPECT_EQ(lock_word(), 0U);
 }
 
-TEST_P(ScriptedKeyBuild, LaterInitialisationLeavesTheLockAlone) {
+TEST_P(ScriptedKeyBuild, LaterInitialisationDoesNotChangeTheSpinLock) {
     table.glb_init();
     std::jthread builder(
         [&] { EXPECT_EQ(table.create_fast_pri_iter(first.data()), fast_handle()); });
@@ -165,9 +166,9 @@ TEST_P(ScriptedKeyBuild, LaterInitialisationLeavesTheLockAlone) {
     EXPECT_EQ(slot_key(), key_of(first));
 }
 
-// The first initialisation does not wait for the lock and leaves it open: a second creation comes
-// in, and both have the slot.
-TEST_P(ScriptedKeyBuild, FirstInitialisationOpensTheLock) {
+// The first initialisation resets the spin lock even while it is held, so two threads can get the
+// slot.
+TEST_P(ScriptedKeyBuild, FirstInitialisationResetsTheSpinLock) {
     std::jthread builder(
         [&] { EXPECT_EQ(table.create_fast_pri_iter(first.data()), fast_handle()); });
     script.wait_for(1);
@@ -180,7 +181,7 @@ TEST_P(ScriptedKeyBuild, FirstInitialisationOpensTheLock) {
     EXPECT_EQ(block().in_use(), 1);
     EXPECT_EQ(lock_word(), 0U);
     EXPECT_EQ(table.release_iter(fast_handle()), 0U);
-    EXPECT_EQ(table.create_fast_pri_iter(third.data()), fast_handle()) << "all is well again";
+    EXPECT_EQ(table.create_fast_pri_iter(third.data()), fast_handle()) << "the slot works again";
     EXPECT_EQ(slot_key(), key_of(third));
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Whatever the store answers reaches the caller as it came, from every operation that asks it, and
-// nothing of the caller's memory changes but what the operation delivers.
+// Every operation returns the store's results unchanged and writes only its output to the caller's
+// memory.
 #include "tests/support/table_test.h"
 
 #include <algorithm>
@@ -12,13 +12,13 @@
 namespace l2vpn::test {
 namespace {
 
-/// Everything that a caller hands to an operation, in one piece that can be compared: between any
-/// two things stand bytes that nobody may touch.
+/// All of a caller's arguments in one block, separated by guard bytes, so that one comparison
+/// detects any unexpected write.
 class CallerMemory {
 public:
-    explicit CallerMemory(std::size_t record_size) : bytes_(record_at + record_size + gap) {}
+    explicit CallerMemory(std::size_t record_size) : bytes_(record_at + record_size + guard) {}
 
-    /// `key` is the one that request() selects the record by.
+    /// `key` is the key of request().
     void fill(const Bytes &caller, const KeyFunctions &key) {
         std::ranges::copy(sample_record(static_cast<std::uint32_t>(bytes_.size()), 23),
                           bytes_.begin());
@@ -35,22 +35,23 @@ public:
     L2vpnDbKeyData *request() { return at<L2vpnDbKeyData>(request_at); }
 
     [[nodiscard]] const Bytes &bytes() const { return bytes_; }
-    /// The same with other bytes in the place of one thing.
-    [[nodiscard]] Bytes bytes_with(const void *thing, const Bytes &others) const {
+    /// A copy in which the bytes at `at` are replaced.
+    [[nodiscard]] Bytes bytes_with(const void *at, const Bytes &replacement) const {
         Bytes changed = bytes_;
-        std::ranges::copy(others, changed.begin() +
-                                      (static_cast<const std::uint8_t *>(thing) - bytes_.data()));
+        std::ranges::copy(replacement, changed.begin() +
+                                           (static_cast<const std::uint8_t *>(at) - bytes_.data()));
         return changed;
     }
 
 private:
-    static constexpr std::ptrdiff_t gap = 64;
-    static constexpr std::ptrdiff_t count_at = gap;
-    static constexpr std::ptrdiff_t ids_at = count_at + 8 + gap;
-    static constexpr std::ptrdiff_t request_at = ids_at + 8 + gap;
-    static constexpr std::ptrdiff_t key_id_at = request_at + sizeof(L2vpnDbKeyData) + gap;
-    static constexpr std::ptrdiff_t key_at = key_id_at + L2VPN_DB_KEY_ID_LENGTH + gap;
-    static constexpr std::ptrdiff_t record_at = key_at + 8192 + gap; // the longest record, as a key
+    static constexpr std::ptrdiff_t guard = 64;
+    static constexpr std::ptrdiff_t count_at = guard;
+    static constexpr std::ptrdiff_t ids_at = count_at + 8 + guard;
+    static constexpr std::ptrdiff_t request_at = ids_at + 8 + guard;
+    static constexpr std::ptrdiff_t key_id_at = request_at + sizeof(L2vpnDbKeyData) + guard;
+    static constexpr std::ptrdiff_t key_at = key_id_at + L2VPN_DB_KEY_ID_LENGTH + guard;
+    static constexpr std::ptrdiff_t record_at =
+        key_at + 8192 + guard; // a key of the maximum record size
 
     template <class T>
     T *at(std::ptrdiff_t offset) {
@@ -64,14 +65,14 @@ class StoreResults : public TypedTableTest {
 protected:
     enum class Delivers : std::uint8_t { nothing, record, count };
 
-    /// One way to ask the store for something.
+    /// A library function that calls the store.
     template <class Result>
     struct Operation {
         std::string name;
         Op op;
         std::function<Result()> call;
         Delivers delivers = Delivers::nothing;
-        std::size_t key = 0; ///< that the caller's key request selects the record by
+        std::size_t key = 0; ///< the key of the caller's request
     };
 
     [[nodiscard]] std::vector<Operation<std::uint32_t>> operations_with_code() {
@@ -123,7 +124,7 @@ protected:
         return all;
     }
 
-    /// While the fast iterator is handed out.
+    /// Only while the fast iterator is in use; otherwise some of them do not call the store.
     [[nodiscard]] std::vector<Operation<L2vpnDbIter *>> operations_with_handle() {
         const std::uint8_t *const at = memory.record();
         std::vector<Operation<L2vpnDbIter *>> all{
@@ -145,7 +146,7 @@ protected:
         return all;
     }
 
-    /// Codes that mean something to someone, the ends of the range, and any others.
+    /// Codes with a meaning, the ends of the range, and random ones.
     static std::vector<std::uint32_t> codes() {
         std::vector<std::uint32_t> all(store_results.begin(), store_results.end());
         all.insert(all.end(), {0x7FFFFFFF, 61, 0xFF, 0x100, 0xFFFFFFFE});
@@ -157,7 +158,7 @@ protected:
         return all;
     }
 
-    /// What a store may use as handles, addresses that cannot be looked at among them.
+    /// Possible handles of a store, including invalid addresses.
     [[nodiscard]] std::vector<L2vpnDbIter *> handles() const {
         const auto fast = reinterpret_cast<std::uintptr_t>(table.control_block);
         std::vector<std::uintptr_t> bits{0,           1,        60,       0x3FFFFFFF,
@@ -171,8 +172,8 @@ protected:
         return all;
     }
 
-    /// A store that fills the buffers whatever its result is, as it may.
-    void answer(std::uint32_t code) {
+    /// Programs a store that fills the output buffers even if it fails.
+    void set_result(std::uint32_t code) {
         platform().calls.clear();
         platform().result = code;
         platform().delivered = sample_record(expected.stored_size, 25);
@@ -191,14 +192,14 @@ protected:
     CallerMemory memory{size};
 };
 
-TEST_P(StoreResults, EveryCodeComesThroughEveryOperation) {
+TEST_P(StoreResults, EveryOperationReturnsEveryCode) {
     for (const Operation<std::uint32_t> &operation : operations_with_code()) {
         SCOPED_TRACE(operation.name);
         const Bytes block_before = block_bytes();
         for (const std::uint32_t code : codes()) {
             for (const bool counts : {false, true}) {
                 memory.fill(record, table.keys[operation.key]);
-                answer(code);
+                set_result(code);
                 platform().count = counts ? std::optional(4711U) : std::nullopt;
                 Bytes after = memory.bytes();
                 if (operation.delivers == Delivers::record && code == 0)
@@ -214,7 +215,7 @@ TEST_P(StoreResults, EveryCodeComesThroughEveryOperation) {
     }
 }
 
-TEST_P(StoreResults, EveryCodeComesThroughTheFastIterator) {
+TEST_P(StoreResults, FastIteratorReturnsEveryCode) {
     const auto next = [&](bool generic) {
         return generic ? table.dal.getNext(fast_handle(), memory.record(), size)
                        : table.get_next(fast_handle(), memory.record());
@@ -223,7 +224,7 @@ TEST_P(StoreResults, EveryCodeComesThroughTheFastIterator) {
         for (const bool generic : {false, true}) {
             memory.fill(record, table.keys[0]);
             ASSERT_EQ(table.create_fast_pri_iter(memory.record()), fast_handle());
-            answer(code);
+            set_result(code);
             const Bytes before = memory.bytes();
             const Bytes after = memory.bytes_with(memory.record(), delivered_over(record));
             ASSERT_EQ(next(generic), code);
@@ -231,13 +232,13 @@ TEST_P(StoreResults, EveryCodeComesThroughTheFastIterator) {
             ASSERT_EQ(memory.bytes(), code == 0 ? after : before) << "after " << code;
             ASSERT_EQ(next(generic), 60U);
             ASSERT_EQ(memory.bytes(), code == 0 ? after : before);
-            ASSERT_EQ(table.release_iter(fast_handle()), 0U) << "whatever the store's result is";
+            ASSERT_EQ(table.release_iter(fast_handle()), 0U) << "the store's result has no effect";
             only_call(Op::read);
         }
     }
 }
 
-TEST_P(StoreResults, EveryHandleComesThroughEveryOperation) {
+TEST_P(StoreResults, EveryOperationReturnsEveryHandle) {
     memory.fill(record, table.keys[0]);
     ASSERT_EQ(table.create_fast_pri_iter(memory.record()), fast_handle());
     const Bytes block_before = block_bytes();
@@ -257,7 +258,7 @@ TEST_P(StoreResults, EveryHandleComesThroughEveryOperation) {
 }
 
 TEST_P(StoreResults, EveryHandleReachesTheStore) {
-    answer(7);
+    set_result(7);
     for (L2vpnDbIter *const handle : handles()) {
         platform().calls.clear();
         table.release_iter(handle);
@@ -273,8 +274,8 @@ TEST_P(StoreResults, EveryHandleReachesTheStore) {
     }
 }
 
-// The setter's result is the record object's, and the store's result what it makes of that.
-TEST_P(StoreResults, EveryCodeOfARecordObjectComesThroughTheSetter) {
+// The setter returns the record object's result; the store derives its own from that.
+TEST_P(StoreResults, SetterReturnsEveryCodeOfTheRecordObject) {
     const Field *const field = expected.find("batchVersion");
     const std::uint32_t id = field == nullptr ? 0 : field->id;
     L2vpnDbRecObj *object = nullptr;
@@ -304,8 +305,9 @@ TEST_P(StoreResults, EveryCodeOfARecordObjectComesThroughTheSetter) {
     }
 }
 
-// What the services are is the store's business: it gets the block with every call, as it is then.
-TEST_P(StoreResults, EveryOperationPassesTheServicesOnAsTheyAreRegistered) {
+// The library does not interpret the services: every store call gets the module block in its
+// present state.
+TEST_P(StoreResults, EveryOperationPassesTheRegisteredServices) {
     L2vpnDbModuleIntf seen{};
     platform().during_call = [&](const StoreCall &call) { seen = *call.module; };
     const auto expect_seen = [&](std::uintptr_t one, std::uintptr_t two, std::uintptr_t log) {

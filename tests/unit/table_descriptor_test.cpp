@@ -18,7 +18,7 @@ TEST_P(TableDescriptor, NamesItsTable) {
     EXPECT_EQ(load<const char *>(bytes()), table.name);
 }
 
-TEST_P(TableDescriptor, HoldsItsOwnRecordObjectFunctions) {
+TEST_P(TableDescriptor, HoldsItsRecordObjectFunctions) {
     auto *module = L2VPN_DB_ModuleIntf();
     L2vpnDbRecObj *object = table.descriptor->createObject(module);
     table.descriptor->resetObject(module, object);
@@ -34,14 +34,14 @@ TEST_P(TableDescriptor, HoldsItsOwnRecordObjectFunctions) {
         EXPECT_EQ(platform().objects[i].table, table.name);
         EXPECT_EQ(platform().objects[i].object, object);
     }
-    // The members of the header are the words of the exported layout.
+    // The header's members are at the words of the exported layout.
     EXPECT_EQ(word(1), reinterpret_cast<std::uintptr_t>(table.descriptor->createObject));
     EXPECT_EQ(word(2), reinterpret_cast<std::uintptr_t>(table.descriptor->releaseObject));
     EXPECT_EQ(word(3), reinterpret_cast<std::uintptr_t>(table.descriptor->resetObject));
     EXPECT_EQ(word(4), reinterpret_cast<std::uintptr_t>(table.descriptor->setAllFields));
 }
 
-TEST_P(TableDescriptor, HoldsItsOwnStatisticsFunction) {
+TEST_P(TableDescriptor, HoldsItsStatisticsFunction) {
     EXPECT_EQ(word(5), reinterpret_cast<std::uintptr_t>(table.stat));
 }
 
@@ -51,7 +51,7 @@ TEST_P(TableDescriptor, ReservedWordsAreZero) {
     }
 }
 
-TEST_P(TableDescriptor, UpdateFieldMapFollowsDirectly) {
+TEST_P(TableDescriptor, UpdateFieldMapFollowsTheDescriptor) {
     if (const Field *field = expected.find("batchVersion")) {
         EXPECT_EQ(load<std::uint32_t>(bytes() + 80), field->id);
         EXPECT_EQ(load<std::uint32_t>(bytes() + 84), field->id);

@@ -8,7 +8,7 @@ namespace {
 
 class Update : public TypedTableTest {
 protected:
-    /// The request names the caller record itself, the ids as given and the table's setter.
+    /// Expects a request with the caller's record, the caller's ids and the table's setter.
     void expect_update(const StoreCall &call, const std::uint32_t *ids, std::uint32_t count) {
         expect_key(call.key, 0, record);
         ASSERT_TRUE(call.record.has_value());
@@ -22,7 +22,7 @@ protected:
         EXPECT_EQ(call.update->request.setFields, table.set_fields);
     }
 
-    /// Makes the store call the setter, as it does for a record that it has found.
+    /// Makes the store call the setter, as it would for a record that exists.
     void call_setter_during_update() {
         platform().during_update = [this](const L2vpnDbRecData *request,
                                           const L2vpnDbUpdData *update) {
@@ -59,7 +59,7 @@ protected:
 
 class UpdateFields : public Update {};
 
-TEST_P(UpdateFields, HandsTheStoreKeyCallerRecordAndSetter) {
+TEST_P(UpdateFields, PassesKeyCallerRecordAndSetterToTheStore) {
     const std::array<std::uint32_t, 3> ids{5, 0, 0xFFFFFFFF};
     dirty_stack();
     EXPECT_EQ(table.update_fields(record.data(), ids.data(), 3), 0U);
@@ -70,7 +70,7 @@ TEST_P(UpdateFields, HandsTheStoreKeyCallerRecordAndSetter) {
     EXPECT_TRUE(platform().objects.empty()) << "only the store calls the setter";
 }
 
-TEST_P(UpdateFields, EmptyOrNullListReachesTheStoreAndTheSetterRefusesIt) {
+TEST_P(UpdateFields, EmptyOrNullListIsRejectedByTheSetterOnly) {
     const std::uint32_t id = 0;
     call_setter_during_update();
     EXPECT_EQ(table.update_fields(record.data(), &id, 0), 1U);
@@ -92,7 +92,7 @@ TEST_P(UpdateFields, SetsBatchVersionThroughTheStore) {
     }
 }
 
-TEST_P(UpdateFields, OneFieldIsAListOfOne) {
+TEST_P(UpdateFields, UpdateFieldPassesAListOfOne) {
     for (const std::uint32_t id : {0U, updatable() ? batch_version_id() : 3U, 0xFFFFFFFFU}) {
         for (const std::uint32_t result : store_results) {
             platform().calls.clear();
@@ -105,7 +105,7 @@ TEST_P(UpdateFields, OneFieldIsAListOfOne) {
     }
 }
 
-TEST_P(UpdateFields, TouchesNoStatistics) {
+TEST_P(UpdateFields, DoesNotCount) {
     const std::uint32_t id = 0;
     table.update_fields(record.data(), &id, 1);
     EXPECT_TRUE(platform().adds.empty());
@@ -115,7 +115,7 @@ L2VPN_TEST_TYPED_TABLES(UpdateFields, any_table);
 
 class SetFields : public Update {};
 
-TEST_P(SetFields, NullRequestNullListAndZeroCountAreRefused) {
+TEST_P(SetFields, NullRequestNullListAndZeroCountAreRejected) {
     const std::uint32_t id = updatable() ? batch_version_id() : 0;
     const L2vpnDbRecData data = request();
     EXPECT_EQ(table.set_fields(nullptr, object, &id, 1), 1U);
@@ -125,7 +125,7 @@ TEST_P(SetFields, NullRequestNullListAndZeroCountAreRefused) {
     EXPECT_TRUE(platform().objects.empty());
 }
 
-TEST_P(SetFields, UnknownIdEndsWithOneAndDropsTheResultsSoFar) {
+TEST_P(SetFields, UnknownIdReturnsOneAndDiscardsEarlierResults) {
     const L2vpnDbRecData data = request();
     const std::uint32_t last_id = expected.fields.back().id + 1;
     for (std::uint32_t unknown = 0; unknown <= last_id + 3; ++unknown) {
@@ -157,7 +157,7 @@ TEST_P(SetUpdatableField, ReadsBatchVersionAtItsCallerOffset) {
     expect_setter_calls(1);
 }
 
-TEST_P(SetUpdatableField, IgnoresTheLengthInTheRequest) {
+TEST_P(SetUpdatableField, IgnoresTheRequestsLength) {
     const std::uint32_t id = batch_version_id();
     L2vpnDbRecData data = request();
     data.length = 0;
@@ -165,7 +165,7 @@ TEST_P(SetUpdatableField, IgnoresTheLengthInTheRequest) {
     expect_setter_calls(1);
 }
 
-TEST_P(SetUpdatableField, PassesANullObjectOn) {
+TEST_P(SetUpdatableField, PassesANullObject) {
     object = nullptr;
     const std::uint32_t id = batch_version_id();
     const L2vpnDbRecData data = request();
@@ -188,7 +188,7 @@ TEST_P(SetUpdatableField, ResultsOfTheSetterAreOred) {
     expect_setter_calls(4);
 }
 
-TEST_P(SetUpdatableField, EachSetterResultAloneComesThrough) {
+TEST_P(SetUpdatableField, EachSetterResultIsReturned) {
     const std::vector<std::uint32_t> ids(3, batch_version_id());
     const L2vpnDbRecData data = request();
     for (std::size_t failing = 0; failing < 3; ++failing) {
@@ -204,14 +204,14 @@ L2VPN_TEST_TYPED_TABLES(SetUpdatableField, is_updatable);
 
 class UpdateNullTest : public Update {};
 
-TEST_P(UpdateNullTest, NullRecordIsRefusedWithoutStoreCall) {
+TEST_P(UpdateNullTest, NullRecordIsRejectedWithoutAStoreCall) {
     const std::uint32_t id = 0;
     EXPECT_EQ(table.update_fields(nullptr, &id, 1), 1U);
     EXPECT_EQ(table.update_field(nullptr, id), 1U);
     EXPECT_TRUE(platform().calls.empty());
 }
 
-TEST_P(UpdateNullTest, SetterRefusesANullRecordPointer) {
+TEST_P(UpdateNullTest, SetterRejectsANullRecordPointer) {
     const std::uint32_t id = updatable() ? batch_version_id() : 0;
     const L2vpnDbRecData data{nullptr, expected.record_size, 0};
     EXPECT_EQ(table.set_fields(&data, object, &id, 1), 1U);
@@ -222,7 +222,7 @@ L2VPN_TEST_TYPED_TABLES(UpdateNullTest, has_null_tests);
 
 class MapUpdateFieldId : public Update {};
 
-TEST_P(MapUpdateFieldId, KnowsOnlyBatchVersion) {
+TEST_P(MapUpdateFieldId, MapsOnlyBatchVersion) {
     const std::uint32_t last_id = expected.fields.back().id + 1;
     for (std::uint32_t id = 0; id <= last_id + 3; ++id) {
         const bool known = updatable() && id == batch_version_id();
