@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Puts what a command has printed in the place of its last figures in the documents beside this file."""
+"""Replaces a command's figures in the documents of this folder with its latest output."""
 
 import argparse
 import datetime
@@ -11,7 +11,7 @@ DOCUMENTS = sorted(Path(__file__).parent.glob("*.md"))
 
 
 def put(name: str, text: str, new: str) -> tuple[str, int]:
-    """The text with what is new between the marks of these figures, and how often those were found."""
+    """Replaces the text between the marks of these figures. Returns it and the number of replacements."""
     return re.subn(rf"(<!-- figures: {name} -->\n).*?(<!-- end -->)", lambda found: found[1] + new + found[2], text,
                    flags=re.S)
 
@@ -22,8 +22,8 @@ def as_printed(date: str, printed: str) -> str:
 
 def main() -> int:
     parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("name", help="of the figures: <!-- figures: NAME --> begins their place")
-    parser.add_argument("output", type=Path, help="what the command has printed")
+    parser.add_argument("name", help="name of the figures, as in <!-- figures: NAME -->")
+    parser.add_argument("output", type=Path, help="file with the command's output")
     arguments = parser.parse_args()
     new = as_printed(str(datetime.date.today()), arguments.output.read_text(encoding="utf-8"))
     places = 0
@@ -33,7 +33,7 @@ def main() -> int:
         if found:
             document.write_text(text, encoding="utf-8")
     if places != 1:
-        print(f"{DOCUMENTS[0].parent}: found {places} places for the figures of {arguments.name}, expected one",
+        print(f"{DOCUMENTS[0].parent}: found {places} blocks <!-- figures: {arguments.name} -->, expected one",
               file=sys.stderr)
         return 1
     return 0

@@ -8,7 +8,7 @@ int main(void) {
     if (L2VPN_DB_L2vpnVplsPwWrite(&pw) != L2VPN_DB_OK)
         return 1;
 
-    pw.batchVersion = 2; /* a partial update: the other fields are not looked at */
+    pw.batchVersion = 2; /* partial update: other fields are ignored */
     L2VPN_DB_L2vpnVplsPwUpdateField(&pw, L2VPN_VPLS_PW_FIELD_batchVersion);
 
     L2vpnVplsPw wanted = {.vrIndex = 1, .instanceId = 100}, found;

@@ -1,12 +1,12 @@
 # SPDX-License-Identifier: MIT
-"""Pages of the public headers, made of their own comments and declarations. The headers keep one
-form: sections, and in them declarations with a documentation comment before each."""
+"""Pages of the public headers, from their declarations and documentation comments. All headers have
+the same form: sections of declarations, each after its documentation comment."""
 
 import re
 import textwrap
 from pathlib import Path
 
-# A section, or a declaration with its comment, if it has one.
+# A section, or a declaration with its optional comment.
 ITEM = re.compile(
     r"/\* ---- (?P<section>.*?) -+ \*/|"
     r"(?P<comment>/\*\*(?:(?!\*/).)*\*/\n)?"
@@ -18,7 +18,7 @@ MEMBER = re.compile(r"(?P<before>/\*\*(?:(?!\*/).)*\*/)?\s*(?P<declaration>[^;/*
 
 
 def words(comment: str | None) -> str:
-    """A comment's text without its frame."""
+    """A comment's text without delimiters and leading asterisks."""
     text = re.sub(r"^/\*\*<?|\*/$", "", (comment or "").strip())
     lines = [re.sub(r"^ *\* ?", "", line).rstrip() if number else line.strip()
              for number, line in enumerate(text.splitlines())]
@@ -26,7 +26,7 @@ def words(comment: str | None) -> str:
 
 
 class Page:
-    """Text in the making; names that are headers or have roles become links."""
+    """Builds one page; names of headers and declarations become links."""
 
     def __init__(self, headers=(), roles=None):
         self.headers, self.roles, self.out = headers, roles or {}, []
@@ -38,7 +38,7 @@ class Page:
         self.add(f"{text}\n{line * len(text)}\n")
 
     def prose(self, text: str, indent: str = "") -> None:
-        """Paragraphs as they are, code that is set off as such, known names as links."""
+        """Copies paragraphs, with indented ones as code and known names as links."""
         for paragraph in re.split(r"\n\s*\n", text):
             if not paragraph.strip():
                 continue
@@ -103,7 +103,7 @@ class Page:
 
 
 def declared(text: str) -> dict:
-    """The role by which each name of a header is referred to."""
+    """The Sphinx role of each name that a header declares."""
     roles = {}
     for match in ITEM.finditer(text):
         code = match["code"] or ""
@@ -123,7 +123,7 @@ def declared(text: str) -> dict:
 
 
 def pages(folder: Path) -> dict:
-    """A page for each header, by name."""
+    """One page per header, by name."""
     texts = {path.stem: path.read_text(encoding="utf-8") for path in sorted(folder.glob("*.h"))}
     roles = {}
     for text in texts.values():
@@ -146,9 +146,9 @@ def index_page(headers: dict) -> str:
     tables = [name for name in headers if name not in shared]
     page = Page()
     page.heading("C interface", "=")
-    page.add("What all tables share, what a platform provides, what the embedded one adds:\n")
+    page.add("Shared declarations, the platform's functions, the embedded store:\n")
     page.add(".. toctree::\n   :maxdepth: 1\n")
     page.add("\n".join(shared) + "\n", "   ")
-    page.add("A header per table:\n\n.. toctree::\n   :maxdepth: 1\n")
+    page.add("One header per table:\n\n.. toctree::\n   :maxdepth: 1\n")
     page.add("\n".join(tables) + "\n", "   ")
     return "\n".join(page.out)

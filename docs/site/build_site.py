@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
-"""Builds the site: lays out its sources as the repository is, derives the pages of tables and
-headers, and runs Sphinx over both. Any warning fails.
+"""Builds the site: links its sources in the repository's layout, generates the pages of tables and
+headers, and runs Sphinx over both. Any warning is an error.
 
 usage: build_site.py TOOL OUTPUT
 """
@@ -31,7 +31,7 @@ def write(path: Path, text: str) -> None:
 
 
 def example_pages() -> dict:
-    """The examples' own page, and one for each program that it names."""
+    """The page of the examples, and one for each program that it links."""
     readme = (ROOT / "examples/README.md").read_text(encoding="utf-8")
     names = [name for name in re.findall(r"\]\((\w+\.\w+)\)", readme) if Path(name).suffix in LANGUAGES]
     found = {name.replace(".", "_"): f"# {name}\n\n```{{literalinclude}} {name}\n"
@@ -52,7 +52,7 @@ def manual(path: Path) -> str:
 
 
 def manual_pages(folder: Path) -> None:
-    """The pages that are installed for man, as they are."""
+    """The installed manual pages as HTML."""
     folder.mkdir(parents=True)
     names = []
     for path in MANUALS:
@@ -64,7 +64,7 @@ def manual_pages(folder: Path) -> None:
 
 
 def measurements() -> str:
-    """The document with plots in the place of the printed table."""
+    """The document, with plots instead of the printed table."""
     run = json.loads((ROOT / "docs/measurements.json").read_text(encoding="utf-8"))
     plots = f"{page.origin(run)}\n\n```{{raw}} html\n<style>{page.STYLE}</style>\n```\n" + "".join(
         f"\n### {section.title}\n\n{section.words}\n\n```{{raw}} html\n{page.framed(section)}\n```\n"
@@ -96,8 +96,8 @@ def lay_out(tool: str, source: Path) -> None:
 
 
 def complete_theme(static: Path) -> None:
-    """Debian's theme comes in parts: a style and a script that others are imported into, which browsers
-    do not do for files, and a dark style for those only who choose it by hand."""
+    """Merges the parts of Debian's theme: browsers refuse the imports of its style and its script in
+    local files, and its dark colours apply only if chosen by hand."""
     normal = Path("/usr/share/nodejs/normalize.css/normalize.css").read_text(encoding="utf-8")
     style = static / "styles/furo.css"
     text = re.sub(r"@import url\(.*?\);", lambda _: normal, style.read_text(encoding="utf-8"))

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Pages of the tables: what the catalog says, and what follows from it."""
+"""Pages of the tables, from the catalog and facts derived from it."""
 
 import sys
 from pathlib import Path
@@ -10,8 +10,8 @@ import catalog  # noqa: E402  # pylint: disable=wrong-import-position
 import glossary  # noqa: E402  # pylint: disable=wrong-import-position
 
 QUIRKS = {
-    "no_null_tests": "Some of its functions do not test for null pointers; their comments say which.",
-    "svc_fields_split": "The service fields can be converted by themselves.",
+    "no_null_tests": "Some of its functions do not check for null pointers; their comments say which.",
+    "svc_fields_split": "The service fields have conversions of their own.",
     "trailing_separator": "Its formatted line ends with the separator.",
 }
 
@@ -23,7 +23,7 @@ def rows(head: tuple, body: list) -> str:
 def table_page(table, words) -> str:
     out = [f"# {table.name}\n\n{table.about}\n"]
     stored = (f"{table.stored_size} bytes stored" if table.typed else
-              "no typed access: records can be described and formatted only")
+              "no typed access: descriptor and formatter only")
     out.append(f"Caller record of {table.record_size} bytes, {stored}; {len(table.fields)} fields, "
                f"{len(table.keys)} key{'s' if len(table.keys) > 1 else ''}. "
                f"Functions and types: {{doc}}`/api/{table.name}`.\n")
@@ -40,8 +40,8 @@ def table_page(table, words) -> str:
             row += [f"`0x{key.word:08X}`", f"`Create{key.infix}Iter`, `CountBy{key.infix}Key`, `Set{key.infix}Key`"]
         body.append(row)
     out.append(rows(head, body))
-    out.append("## Fields\n\nOffsets and widths in bytes; *print*: the formatter shows it.\n")
-    head = ("id", "name", "what it is", "type", "at") + ("stored at",) * table.typed + ("print",)
+    out.append("## Fields\n\nOffsets and widths in bytes; *print*: shown by the formatter.\n")
+    head = ("id", "name", "meaning", "type", "offset") + ("stored offset",) * table.typed + ("print",)
     out.append(rows(head, [
         (f"{item.id}, {item.id + 1}" if item.ids == 2 else item.id, f"`{item.name}`", words[item], f"`{item.type}`",
          item.offset, *(item.stored_offset,) * table.typed, "yes" if item.printed else "") for item in table.fields]))
@@ -53,14 +53,14 @@ def index_page(tables: list) -> str:
              table.stored_size if table.typed else "", len(table.fields), len(table.keys)) for table in tables]
     typed = sum(table.typed for table in tables)
     listing = "\n".join(table.name for table in tables)
-    return (f"# The tables\n\nAll {len(tables)} tables, derived from `schema/catalog/`. {typed} have typed access; the "
-            "others, without a stored size, have a schema descriptor and a formatter.\n\n"
-            + rows(("table", "what it holds", "record", "stored", "fields", "keys"), body)
+    return (f"# The tables\n\nAll {len(tables)} tables of `schema/catalog/`. {typed} have typed access; the others, without "
+            "a stored size, have only a schema descriptor and a formatter.\n\n"
+            + rows(("table", "contents", "record", "stored", "fields", "keys"), body)
             + f"```{{toctree}}\n:hidden:\n\n{listing}\n```\n")
 
 
 def pages() -> dict:
-    """A page for each table and one for all, by name."""
+    """One page per table and an index, by name."""
     errors = []
     tables = catalog.load(ROOT, errors)
     words = glossary.load(ROOT, tables, errors)

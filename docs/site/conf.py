@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# The site. build_site.py lays its sources out as the repository is, beside pages that it derives.
+# Sphinx configuration. build_site.py prepares the sources.
 import os
 from pathlib import Path
 
@@ -15,14 +15,14 @@ extensions = ["myst_parser"]
 myst_enable_extensions = ["deflist"]
 myst_heading_anchors = 3
 nitpicky = True
-# What the C library defines.
+# Types of the C library.
 nitpick_ignore = [("c:identifier", name) for name in (
     "uint8_t", "uint16_t", "uint32_t", "uint64_t", "uintptr_t", "size_t")]
 primary_domain = "c"
 highlight_language = "text"
 templates_path = []
 html_theme = "furo"
-# Those that can be read by everyone: 4.5 times as bright as the ground, or as dark.
+# Both have a contrast of at least 4.5.
 pygments_style = "default"
 pygments_dark_style = "github-dark"
 html_title = f"libl2vpn_db {version}"
@@ -34,8 +34,7 @@ html_theme_options = {"navigation_with_keys": True}
 
 
 def resolve(app, _env, node, content):
-    """Links in the documents are paths in the repository. Some files have pages of another name; of
-    the others the site shows the name alone."""
+    """Resolves links that are paths in the repository. Files without a page become plain text."""
     target = node.get("reftarget", "")
     path = os.path.normpath(os.path.join(os.path.dirname(node["refdoc"]), target.split("#")[0]))
     if not (ROOT / path).exists():

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
-"""The site's pages leave nothing out: every declaration of the headers, every field and key of the
-tables. What links to what is Sphinx's to check, in ./dev docs."""
+"""The site's pages are complete: every declaration of the headers, every field and key of the tables,
+every document. Sphinx checks the links, in ./dev docs."""
 
 import json
 import re
@@ -26,7 +26,7 @@ class Site(unittest.TestCase):
         for name, page in pages.items():
             text = (INCLUDE / f"{name}.h").read_text(encoding="utf-8")
             without_comments = re.sub(r"/\*.*?\*/", "", text, flags=re.S)
-            # Functions stand at the beginning of a line, their names before a parenthesis.
+            # A function begins a line; its name precedes a parenthesis.
             functions = set(re.findall(r"^(?!typedef|#|static_assert)\w[\w ]*[ *](\w+)\(", without_comments, re.M))
             self.assertEqual(set(re.findall(r"\.\. c:function:: [^(]*?(\w+)\(", page)), functions, name)
             macros = set(re.findall(r"^#define (\w+) \S", text, re.M))
