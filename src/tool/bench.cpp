@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: MIT
-// How fast the tables' operations are, here and now.
+// Measures the operations of the tables.
 #include <chrono>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
-#include "tool/operands.h"
+#include "records/interrupt.h"
 #include "tool/command.h"
+#include "tool/operands.h"
+#include "tool/result_table.h"
 #include "tool/sample_network.h"
-#include "tool/record_output.h"
-#include "tool/terminal.h"
 
 namespace l2vpn::tool {
 namespace {
@@ -72,8 +71,12 @@ std::vector<Measured> measure_all(const Table &table, const std::vector<Bytes> &
 } // namespace
 
 Exit run_bench(const Arguments &arguments) {
-    nlohmann::ordered_json results = nlohmann::ordered_json::array();
-    std::vector<Columns::Row> rows;
+    ResultTable result("bench", ResultTable::JsonForm::list,
+                       {{"table"},
+                        {"operation"},
+                        {"calls"},
+                        {"nanoseconds", "ns each"},
+                        {"millionPerSecond", "million/s"}});
     const auto tables = stored_tables_named(arguments.tables, "operations are measured");
     for (const Table *const table : tables) {
         if (count(*table) != 0) {
@@ -91,21 +94,10 @@ Exit run_bench(const Arguments &arguments) {
         for (const auto &[operation, calls, seconds] : measure_all(*table, records)) {
             const double each =
                 seconds * 1e9 / static_cast<double>(std::max(calls, std::size_t{1}));
-            results.push_back({{"table", table->name},
-                               {"operation", operation},
-                               {"calls", calls},
-                               {"nanoseconds", each}});
-            rows.push_back({table->name, operation, std::to_string(calls),
-                            fmt::format("{:.0f}", each), fmt::format("{:.2f}", 1e3 / each)});
+            result.add({table->name, operation, calls, {each, 1}, {1e3 / each, 2}});
         }
     }
-    if (arguments.json) {
-        fmt::print("{}", json_line("bench", results));
-    } else {
-        print_columns(
-            {{"table"}, {"operation"}, {"calls", true}, {"ns each", true}, {"million/s", true}},
-            rows);
-    }
+    result.print(arguments);
     return exit_done;
 }
 

@@ -15,8 +15,9 @@
 #include "records/suggestion.h"
 #include "records/value.h"
 #include "tool/load.h"
-#include "tool/record_output.h"
+#include "tool/result_table.h"
 #include "tool/shell.h"
+#include "tool/terminal.h"
 
 namespace l2vpn::tool {
 namespace {
@@ -347,9 +348,8 @@ Exit run_command(const std::vector<std::string> &words, const Arguments &given) 
 }
 
 void report(std::string_view place, std::string_view what, bool json) {
-    fmt::print(stderr, "{}",
-               json ? json_line("error", fmt::format("{}: {}", place, what))
-                    : fmt::format("{}: {}\n", place, what));
+    const std::string text = fmt::format("{}: {}", place, what);
+    write_error(json ? json_line("error", text) : text + "\n");
 }
 
 Exit guarded(std::string_view place, bool json, const std::function<Exit()> &run) {

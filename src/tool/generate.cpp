@@ -3,8 +3,8 @@
 #include <fmt/format.h>
 
 #include "tool/command.h"
-#include "tool/sample_network.h"
 #include "tool/record_output.h"
+#include "tool/sample_network.h"
 #include "tool/terminal.h"
 
 namespace l2vpn::tool {

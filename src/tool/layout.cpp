@@ -7,8 +7,8 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
-#include "tool/operands.h"
 #include "tool/command.h"
+#include "tool/operands.h"
 #include "tool/record_output.h"
 #include "tool/terminal.h"
 
@@ -70,15 +70,13 @@ private:
 Picture record_picture(const Table &table, std::string title, std::size_t size,
                        std::size_t Field::*offset) {
     Drawer drawer(std::move(title));
-    for (std::size_t i = 0; i < table.fields.size(); ++i) {
-        const std::size_t begin = table.fields[i].*offset;
-        if (begin > drawer.at()) {
-            drawer.add(no_field, "", begin);
+    for (const auto &[begin, width, field] : extents_of(table, size, offset)) {
+        if (field == nullptr) {
+            drawer.add(no_field, "", begin + width);
+        } else {
+            drawer.add(static_cast<std::size_t>(field - table.fields.data()), field->name,
+                       begin + width);
         }
-        drawer.add(i, table.fields[i].name, begin + table.fields[i].width);
-    }
-    if (size > drawer.at()) {
-        drawer.add(no_field, "", size);
     }
     return drawer.picture();
 }

@@ -172,7 +172,7 @@ Exit run_load(const Arguments &arguments) {
         } else {
             if (const std::string text = complaint(loaded); !text.empty()) {
                 (void)std::fflush(stdout);
-                fmt::print(stderr, "{}\n", text);
+                write_error(text + "\n");
             }
             print(path, loaded);
         }

@@ -4,8 +4,8 @@
 #include <fmt/ranges.h>
 
 #include "l2vpn_db/memory_store.h"
-#include "tool/operands.h"
 #include "tool/command.h"
+#include "tool/operands.h"
 #include "tool/record_output.h"
 #include "tool/terminal.h"
 
@@ -77,9 +77,10 @@ Exit run_dump(const Arguments &arguments) {
     }
     output.finish();
     if (total == 0 && !arguments.json) {
-        fmt::print(stderr, "{}: no records\n",
-                   arguments.tables.empty() ? "all tables"
-                                            : fmt::format("{}", fmt::join(arguments.tables, ", ")));
+        write_error(fmt::format("{}: no records\n",
+                                arguments.tables.empty()
+                                    ? "all tables"
+                                    : fmt::format("{}", fmt::join(arguments.tables, ", "))));
     }
     return exit_done;
 }
@@ -103,7 +104,7 @@ Exit run_find(const Arguments &arguments) {
     const std::size_t found = write_records(
         table, arguments, [&](const Visitor &visit) { walk(table, key, &record, visit); }, stdout);
     if (found == 0 && !arguments.json) {
-        fmt::print(stderr, "{}: no record with this {}\n", table.name, key.name);
+        write_error(fmt::format("{}: no record with this {}\n", table.name, key.name));
     }
     return found == 0 ? exit_no : exit_done;
 }

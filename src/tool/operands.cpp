@@ -50,11 +50,11 @@ std::string members_text(const Key &key) {
     return fmt::format("{}", fmt::join(records::field_names(key.members), ", "));
 }
 
+} // namespace
+
 bool has_member(const Key &key, const std::string &name) {
     return std::ranges::count(key.members, name, &Field::name) != 0;
 }
-
-} // namespace
 
 const Table &table_named(const std::string &name) {
     const Table *const table = records::find_table(name);
@@ -108,6 +108,23 @@ std::vector<const Table *> stored_tables_named(const std::vector<std::string> &n
     std::ranges::for_each(result,
                           [&](const Table *table) { stored_table_named(table->name, doing); });
     return result;
+}
+
+std::vector<Extent> extents_of(const Table &table, std::size_t size, std::size_t Field::*offset) {
+    std::vector<Extent> extents;
+    std::size_t end = 0;
+    const auto pad_to = [&](std::size_t begin) {
+        if (begin > end) {
+            extents.push_back({end, begin - end, nullptr});
+        }
+    };
+    for (const Field &field : table.fields) {
+        pad_to(field.*offset);
+        extents.push_back({field.*offset, field.width, &field});
+        end = field.*offset + field.width;
+    }
+    pad_to(size);
+    return extents;
 }
 
 std::vector<Field> fields_listed(const Table &table, const std::string &list) {

@@ -33,7 +33,16 @@ std::vector<const Table *> tables_named(const std::vector<std::string> &names);
 std::vector<const Table *> stored_tables_named(const std::vector<std::string> &names,
                                                const std::string &doing);
 
-/// "mtu,state"; all fields if it is empty.
+/// A field's bytes in a record, or the padding between fields.
+struct Extent {
+    std::size_t offset, width;
+    const Field *field; ///< null for padding
+};
+/// The whole record from its first byte to its last.
+/// @param offset  of a field in this record: Field::offset or Field::stored_offset
+std::vector<Extent> extents_of(const Table &table, std::size_t size, std::size_t Field::*offset);
+
+/// "mtu,vcType"; all fields if it is empty.
 std::vector<Field> fields_listed(const Table &table, const std::string &list);
 
 /// A record with the fields that "field=value" give.
@@ -41,6 +50,7 @@ Bytes record_of(const Table &table, const std::vector<std::string> &values);
 /// The same, with all of a key's members and, if `only`, nothing else.
 Bytes record_with_key(const Table &table, const Key &key, const std::vector<std::string> &values,
                       bool only);
+bool has_member(const Key &key, const std::string &name);
 /// The key that has these members, or the one of that name if there is a name.
 const Key &key_for(const Table &table, const std::string &name,
                    const std::vector<std::string> &values);

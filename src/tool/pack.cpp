@@ -13,6 +13,7 @@
 #include "tool/command.h"
 #include "tool/operands.h"
 #include "tool/record_output.h"
+#include "tool/result_table.h"
 #include "tool/terminal.h"
 
 namespace l2vpn::tool {
@@ -30,33 +31,23 @@ Bytes packed(const Table &table, const Bytes &record) {
     return stored;
 }
 
-/// A line per field, or per 16 bytes of it.
-void print_bytes(const Table &table, std::span<const std::byte> bytes, const Bytes &record,
-                 std::size_t Field::*offset, records::Style style) {
-    constexpr std::size_t in_line = 16;
-    const auto line = [&](std::size_t at, std::size_t width, const std::string &text) {
-        fmt::print("{}\n",
-                   fmt::format("  {:>4}  {:<{}}  {}", at,
-                               hexadecimal(bytes.subspan(at, width), " "), 3 * in_line - 1, text));
-    };
-    std::size_t end = 0;
-    for (const Field &field : table.fields) {
-        const std::size_t begin = field.*offset;
-        if (begin > end) {
-            line(end, begin - end, dim("(padding)"));
-        }
-        end = begin + field.width;
-        std::string text = field.name;
-        if (field.width <= in_line) {
-            text += " " + field_text(field, record.data(), style);
-        }
-        for (std::size_t at = begin; at < end; at += in_line) {
-            line(at, std::min(in_line, end - at), text);
+/// Prints a row per field, or per 16 bytes of it.
+void print_bytes(const Table &table, const Arguments &arguments, std::span<const std::byte> bytes,
+                 const Bytes &record, std::size_t Field::*offset) {
+    constexpr std::size_t in_row = 16;
+    ResultTable result("bytes", ResultTable::JsonForm::list,
+                       {{"at"}, {"bytes"}, {"field"}, {"value"}});
+    for (const auto &[begin, width, field] : extents_of(table, bytes.size(), offset)) {
+        for (std::size_t at = 0; at < width; at += in_row) {
+            result.add({begin + at,
+                        hexadecimal(bytes.subspan(begin + at, std::min(in_row, width - at)), " "),
+                        field == nullptr ? "(padding)" : field->name,
+                        field == nullptr || width > in_row
+                            ? ""
+                            : field_text(*field, record.data(), arguments.style())});
         }
     }
-    if (bytes.size() > end) {
-        line(end, bytes.size() - end, dim("(padding)"));
-    }
+    result.print(arguments);
 }
 
 /// The bytes that a text of hexadecimal digits gives.
@@ -111,11 +102,11 @@ Exit run_pack(const Arguments &arguments) {
         fmt::print("{}", json_line("pack", pack));
     } else {
         fmt::print("{}\n", bold(fmt::format("caller record, {} bytes", record.size())));
-        print_bytes(table, record, record, &Field::offset, arguments.style());
+        print_bytes(table, arguments, record, record, &Field::offset);
         if (stored) {
             fmt::print("\n{}\n",
                        bold(fmt::format("stored record, {} bytes", stored_record.size())));
-            print_bytes(table, stored_record, record, &Field::stored_offset, arguments.style());
+            print_bytes(table, arguments, stored_record, record, &Field::stored_offset);
         } else {
             fmt::print("\n{}: no stored record, as the table can only be described and "
                        "formatted\n",
@@ -154,35 +145,27 @@ Exit run_key(const Arguments &arguments) {
     Bytes buffer(key.length());
     table.functions.set_key[key.index](record.data(), &request, area.data(), buffer.data());
     const std::string word = fmt::format("{:#010x}", area[0]);
-    if (arguments.json) {
-        Json members = Json::array();
-        std::size_t at = 0;
-        for (const Field &member : key.members) {
-            members.push_back(
-                {{"name", member.name},
-                 {"at", at},
-                 {"bytes", hexadecimal(std::span(buffer).subspan(at, member.width))}});
-            at += member.width;
-        }
-        const Json shown = {{"table", table.name},         {"name", key.name},
-                            {"index", key.index},          {"word", word},
-                            {"length", request.keyLength}, {"bytes", hexadecimal(buffer)},
-                            {"members", members}};
-        fmt::print("{}", json_line("key", shown));
-        return exit_done;
-    }
-    fmt::print("{}: key {}, index {}, flags {}, {} bytes: identifier word {}\n\n", table.name,
-               bold(key.name), area[0] >> 24, area[0] >> 16 & 255, request.keyLength, word);
-    std::vector<Columns::Row> rows;
+    ResultTable members("members", ResultTable::JsonForm::list,
+                        {{"name", "member"}, {"at"}, {"bytes"}, {"value"}});
+    std::size_t at = 0;
     for (const Field &member : key.members) {
-        for (std::size_t i = 0; i < member.width; ++i) {
-            const std::size_t at = rows.size();
-            rows.push_back({std::to_string(at), hexadecimal(std::span(buffer).subspan(at, 1)),
-                            fmt::format("{}[{}]", member.name, i),
-                            i == 0 ? field_text(member, record.data(), arguments.style()) : ""});
-        }
+        members.add({member.name, at, hexadecimal(std::span(buffer).subspan(at, member.width)),
+                     field_text(member, record.data(), arguments.style())});
+        at += member.width;
     }
-    print_columns({{"at", true}, {"byte"}, {"member"}, {"value"}}, rows);
+    if (arguments.json) {
+        fmt::print("{}", json_line("key", Json{{"table", table.name},
+                                               {"name", key.name},
+                                               {"index", key.index},
+                                               {"word", word},
+                                               {"length", request.keyLength},
+                                               {"bytes", hexadecimal(buffer)},
+                                               {"members", members.json()}}));
+    } else {
+        fmt::print("{}: key {}, index {}, flags {}, {} bytes: identifier word {}\n\n", table.name,
+                   bold(key.name), area[0] >> 24, area[0] >> 16 & 255, request.keyLength, word);
+        members.print(arguments);
+    }
     return exit_done;
 }
 

@@ -5,7 +5,6 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
-#include <numeric>
 
 #include <fmt/format.h>
 #include <sys/ioctl.h>
@@ -53,10 +52,10 @@ std::string tinted(std::string_view text, std::size_t which) {
     return styled(text, codes[which % codes.size()]);
 }
 
-std::size_t terminal_width(std::FILE *file, std::size_t otherwise) {
+std::size_t terminal_width(std::FILE *file, std::size_t fallback) {
     winsize size{};
     const bool known = ioctl(fileno(file), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    return known ? size.ws_col : otherwise;
+    return known ? size.ws_col : fallback;
 }
 
 std::size_t width_of(std::string_view text) {
@@ -64,83 +63,32 @@ std::size_t width_of(std::string_view text) {
         std::ranges::count_if(text, [](char each) { return (each & 0xC0) != 0x80; }));
 }
 
-std::string folded(std::string_view text, std::size_t column, std::size_t width) {
-    constexpr std::size_t least = 16;
-    const std::size_t room = width - std::min(width, column);
-    std::string result;
-    while (room >= least && text.size() > room) {
-        const std::size_t last = text.rfind(' ', room);
-        const std::size_t blank = last == text.npos ? text.find(' ') : last;
-        if (blank == text.npos) {
+std::vector<std::string> wrap(std::string_view text, std::size_t width) {
+    constexpr std::size_t narrowest = 16;
+    std::vector<std::string> lines;
+    while (text.size() > width && width >= narrowest) {
+        std::size_t end = text.find_last_of(" ,:", width);
+        end = end == width && text[end] != ' ' ? text.find_last_of(" ,:", width - 1) : end;
+        end = end == text.npos ? text.find_first_of(" ,:") : end;
+        if (end == text.npos) {
             break;
         }
-        result += fmt::format("{}\n{:{}}", text.substr(0, blank), "", column);
-        text.remove_prefix(blank + 1);
+        lines.emplace_back(text.substr(0, text[end] == ' ' ? end : end + 1));
+        text.remove_prefix(end + 1);
     }
-    return result.append(text);
+    lines.emplace_back(text);
+    return lines;
 }
 
-Columns::Columns(std::vector<Title> titles) : titles_(std::move(titles)), widths_(titles_.size()) {
-    std::ranges::transform(titles_, widths_.begin(),
-                           [](const Title &title) { return width_of(title.text); });
-}
-
-void Columns::measure(const Row &row) {
-    for (std::size_t i = 0; i < row.size(); ++i) {
-        widths_[i] = std::max(widths_[i], width_of(row[i]));
-    }
-}
-
-Columns::Group Columns::all() const {
-    Group all(titles_.size());
-    std::iota(all.begin(), all.end(), std::size_t{0});
-    return all;
-}
-
-std::size_t Columns::width(const Group &group) const {
-    return std::accumulate(group.begin(), group.end(), std::size_t{0},
-                           [&](std::size_t sum, std::size_t i) { return sum + widths_[i] + gap; });
-}
-
-std::string Columns::line(const Row &row, const Group &group, std::size_t room) const {
-    std::string line;
-    for (const std::size_t i : group) {
-        const std::string fill(widths_[i] - std::min(widths_[i], width_of(row[i])), ' ');
-        if (titles_[i].numbers) {
-            line += fill + row[i];
-        } else {
-            line += (i == group.back() ? folded(row[i], width_of(line), room) : row[i]) + fill;
-        }
-        line += std::string(gap, ' ');
-    }
-    line.erase(line.find_last_not_of(' ') + 1);
-    return line;
-}
-
-void Columns::print_titles(std::FILE *to, const Group &group) const {
-    Row row(titles_.size());
-    std::ranges::transform(titles_, row.begin(), &Title::text);
-    fmt::print(to, "{}\n", bold(line(row, group, SIZE_MAX)));
-}
-
-void Columns::print(std::FILE *to, const Row &row, const Group &group) const {
-    fmt::print(to, "{}\n", line(row, group, terminal_width(to, SIZE_MAX)));
-}
-
-void print_columns(const std::vector<Columns::Title> &titles,
-                   const std::vector<Columns::Row> &rows) {
-    Columns columns(titles);
-    std::ranges::for_each(rows, [&](const Columns::Row &row) { columns.measure(row); });
-    columns.print_titles(stdout, columns.all());
-    std::ranges::for_each(
-        rows, [&](const Columns::Row &row) { columns.print(stdout, row, columns.all()); });
+void write_error(std::string_view text) {
+    (void)std::fwrite(text.data(), 1, text.size(), stderr);
 }
 
 Progress::Progress(std::string_view what) : what_(what), terminal_(isatty(STDERR_FILENO) == 1) {}
 
 Progress::~Progress() {
     if (shown_) {
-        fmt::print(stderr, "\r\x1b[K");
+        write_error("\r\x1b[K");
     }
 }
 
@@ -163,8 +111,8 @@ void Progress::draw(std::uint64_t records, std::uint64_t done, std::uint64_t tot
                            part * 100, duration(static_cast<std::uint64_t>(left)));
     }
     line += fmt::format("{} records, {:.0f}/s: {}", records, static_cast<double>(records) / seconds,
-                        what_); // a name may be long: it is what a narrow terminal cuts
-    fmt::print(stderr, "\r\x1b[K{}", line.substr(0, terminal_width(stderr, SIZE_MAX) - 1));
+                        what_); // last, as a name may be long and a narrow terminal cuts it
+    write_error("\r\x1b[K" + line.substr(0, terminal_width(stderr, SIZE_MAX) - 1));
 }
 
 } // namespace l2vpn::tool
