@@ -167,7 +167,7 @@ class Bytes(ToolTest):
     def test_pack_for_people(self):
         lines = self.lines("pack", "l2vpn_vpls_pw", "peerIp=10.0.0.2", "svcStatus=1,0")
         self.assertEqual(lines[0], "caller record, 280 bytes")
-        row = " 60  02 00 00 0a                                      peerIp          "
+        row = " 60  02 00 00 0a                                      peerIp         "
         self.assertEqual(lines.count(row + "10.0.0.2"), 2)
         self.assertIn("260  00 00 00 00                                      (padding)", lines)
         self.assertIn(row + "167772162", self.lines("pack", "l2vpn_vpls_pw", "peerIp=10.0.0.2", "--raw"))
