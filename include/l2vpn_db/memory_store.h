@@ -1,65 +1,67 @@
 /* SPDX-License-Identifier: MIT */
 /**
  * @file memory_store.h
- * The in-memory table store of the embedded platform, libl2vpn_platform.so: what it promises
- * beyond platform.h, the result codes that it returns, the events that it counts and the services
- * that it uses.
+ * The in-memory table store of the embedded platform, libl2vpn_platform.so: its promises beyond
+ * platform.h, its result codes, the events that it counts and the services that it uses.
  *
  * The store keeps the records of a table until the process ends. It finds the table by the
- * descriptor's name, which must not be written over; descriptors with one name share one table.
+ * descriptor's name, which must not be overwritten; descriptors with equal names share a table.
  *
  * Records
- *  1. A table holds at most one record with a given primary key. Write inserts it, or replaces the
- *     one that is there; all secondary keys follow the record at once.
+ *  1. A table holds at most one record with a given primary key. Write inserts the record or
+ *     replaces the one with its primary key; all secondary keys change with it at once.
  *  2. Read takes any key of the table. By a secondary key it reads the record that an iterator
  *     over that key would deliver first.
- *  3. Update and Delete take a primary key. Update calls the setter that the request carries once,
- *     on the calling thread, if the record exists: with the record request, a record object that
- *     holds the record, the field ids and their count. The change is kept if the setter returns 0
- *     and dropped otherwise, and the setter's result is the result of Update. A setter that gives
- *     the record another primary key changes nothing (L2VPN_STORE_KEY_CHANGED).
- *  4. Each call takes effect as a whole, or not at all: other threads never see a part of it, and
- *     a call that returns another code than 0 has changed nothing. (One exception: a Read that
- *     finds no record because another thread is deleting it may have used the caller's buffer.)
+ *  3. Update and Delete take a primary key. If the record exists, Update calls the request's setter
+ *     once, on the calling thread, with the record request, a record object that holds the record,
+ *     the field ids and their count. The record request must carry a record; the store does not
+ *     check its length, nor the field ids. If the setter returns 0, the change is kept, otherwise
+ * it is dropped; Update returns the setter's result. A setter that changes the primary key changes
+ *     nothing (L2VPN_STORE_KEY_CHANGED).
+ *  4. Each call takes effect as a whole or not at all: other threads never see a part of it, and
+ *     a call that returns a code other than 0 has changed nothing. (One exception: a Read that
+ *     finds no record because another thread is deleting it may have written to the caller's
+ *     buffer.)
  *
  * Iterators
  *  5. An iterator delivers, exactly once and whole, every record that is in the table under the
- *     iterator's key from the iterator's creation until it is reached, with the contents that it
- *     has then. Records that are deleted, or leave the key, before they are reached are not
- *     delivered; nor are those that come later, even if a deleted record comes back. The order is
- *     the store's own; while nothing changes, it is the same each time.
- *  6. An iterator over a key without records is an iterator that ends at once. Handle 0 means that
- *     the request was wrong or that there was no memory; the log and the statistics tell which.
- *  7. Once an iterator has ended, it stays at its end, whatever is written. It lives until it is
- *     released. A handle that is 0, released, of another table or of no iterator at all is refused,
+ *     iterator's key from the iterator's creation until it is reached, with its contents at that
+ *     time. It does not deliver records that are deleted, or leave the key, before they are
+ *     reached, nor records that are added later, even if a deleted record returns. The order is
+ *     unspecified, but stays the same while nothing changes.
+ *  6. An iterator over a key without records is valid and ends at once. Handle 0 means that the
+ *     request was wrong or that there was no memory; the log and the statistics tell which.
+ *  7. Once an iterator has ended, it stays at its end, even if records are written. It lives until
+ *     it is released. A handle that is 0, released, of another table or of no iterator is refused,
  *     on any thread. Two threads may use one iterator; each record reaches one of them.
  *
  * Threads
  *  8. Any number of threads may use one table or several. Reads and counts do not wait for one
  *     another.
- *  9. A setter and the memory service run inside the store. They may call what does not lead back
- *     into it: the record-object functions for their object, memcpy_s, sprintf_s, ZAV_AtomicAdd,
- *     the library's conversions, key builders and formatters. A call of a store operation, on any
- *     table, returns L2VPN_STORE_REENTERED (or handle 0), has no effect and is not counted. The log
- *     service and the statistics functions are called outside of the store's locks and may call
- *     anything.
+ *  9. A setter and the memory service run inside the store. They may call functions that do not
+ *     lead back into it: the record-object functions for their object, memcpy_s, sprintf_s,
+ *     ZAV_AtomicAdd, the library's conversions, key builders and formatters. A call of a store
+ *     operation, on any table, returns L2VPN_STORE_REENTERED (or handle 0), has no effect and is
+ *     not counted. The log service and the statistics functions are called outside of the store's
+ *     locks and may call anything.
  *
  * Memory
- * 10. The store gives the memory of records and indexes back only to itself: a table uses what
- *     deleted records have left before it asks for more.
+ * 10. The store never frees the memory of records and indexes. A table reuses the memory of deleted
+ *     records before it allocates more.
  *
  * Statistics
  * 11. Each call on a table that the store knows counts one event, through the descriptor's
  *     statistics function, after it has taken effect. One thread at a time, the first that uses the
- *     table, counts its events at once; another one takes over when that thread has ended. A thread
+ *     table, reports its events at once; when it has ended, another thread takes over. A thread
  *     that uses the table beside it holds its events back, L2VPN_STORE_EVENT_LOT of them at most;
- *     they are counted when the lot is full, when the thread turns to another table, and when it
- *     ends. In a program with one thread, every event is counted at once.
+ *     it reports them when there are that many, when it turns to another table, and when it ends.
+ *     In a program with one thread, every event is reported at once.
  */
 #ifndef L2VPN_DB_MEMORY_STORE_H
 #define L2VPN_DB_MEMORY_STORE_H
 
 #include <stddef.h>
+#include <stdint.h>
 #include <string.h>
 
 #include "l2vpn_db/l2vpn_db.h"
@@ -76,7 +78,7 @@ extern "C" {
 #define L2VPN_STORE_END UINT32_C(0x10001)
 /** The descriptor is null, or names no table of the store. */
 #define L2VPN_STORE_UNKNOWN_TABLE UINT32_C(0x10002)
-/** A pointer that the operation needs is null. */
+/** A required pointer is null; in Update, also the record of the record request. */
 #define L2VPN_STORE_NULL_POINTER UINT32_C(0x10003)
 /** A record's length is not the table's stored length. */
 #define L2VPN_STORE_BAD_LENGTH UINT32_C(0x10004)
@@ -84,26 +86,76 @@ extern "C" {
 #define L2VPN_STORE_BAD_KEY_AREA UINT32_C(0x10005)
 /** The table has no key with the index in the key identifier word. */
 #define L2VPN_STORE_UNKNOWN_KEY UINT32_C(0x10006)
-/** The flags in the key identifier word are not 1 for the primary key or 9 for a secondary one. */
+/** The flags in the key identifier word are not 1 for the primary key or 9 for a secondary key. */
 #define L2VPN_STORE_BAD_KEY_FLAGS UINT32_C(0x10007)
-/** The length in the key identifier word or in the key request is not that of the table's key. */
+/** The length in the key identifier word or in the key request is not that of the key. */
 #define L2VPN_STORE_BAD_KEY_LENGTH UINT32_C(0x10008)
-/** A secondary key in Update or Delete. */
+/** Update or Delete with a secondary key. */
 #define L2VPN_STORE_NOT_PRIMARY UINT32_C(0x10009)
-/** A setter has changed the primary key. */
+/** The setter has changed the primary key. */
 #define L2VPN_STORE_KEY_CHANGED UINT32_C(0x1000A)
 /** A record object is null or of another table. */
 #define L2VPN_STORE_BAD_OBJECT UINT32_C(0x1000B)
 /** The handle is not an open iterator of the table. */
 #define L2VPN_STORE_BAD_ITERATOR UINT32_C(0x1000C)
-/** The call came from within a setter or a memory service that the store has called. */
+/** The call came from a setter or a memory service that the store has called. */
 #define L2VPN_STORE_REENTERED UINT32_C(0x1000D)
-/** There is not enough memory. */
+/** An allocation failed, or the table is full. */
 #define L2VPN_STORE_NO_MEMORY UINT32_C(0x1000E)
+
+/**
+ * The meaning of a result code of l2vpn_db.h or of the store, as a short English text without a
+ * full stop. The string is constant and never null: other codes, such as a setter's, are "unknown
+ * result code". May be called by any thread.
+ */
+static inline const char *l2vpn_store_result_text(uint32_t code) {
+    switch (code) {
+    case L2VPN_DB_OK:
+        return "success";
+    case L2VPN_DB_ERR_PARAM:
+        return "a pointer is null, the key index is unknown or the record's length is wrong";
+    case L2VPN_DB_NO_MORE:
+        return "no more records";
+    case L2VPN_AST_ERR:
+        return "the record is null or there is no buffer";
+    case L2VPN_STORE_NOT_FOUND:
+        return "no such record";
+    case L2VPN_STORE_END:
+        return "no more records";
+    case L2VPN_STORE_UNKNOWN_TABLE:
+        return "the descriptor is null or names no table of the store";
+    case L2VPN_STORE_NULL_POINTER:
+        return "a required pointer is null";
+    case L2VPN_STORE_BAD_LENGTH:
+        return "the record's length is not the table's stored length";
+    case L2VPN_STORE_BAD_KEY_AREA:
+        return "the key identifier area is not 16 bytes long";
+    case L2VPN_STORE_UNKNOWN_KEY:
+        return "the table has no key with this index";
+    case L2VPN_STORE_BAD_KEY_FLAGS:
+        return "the key's flags are not 1 for the primary key or 9 for a secondary key";
+    case L2VPN_STORE_BAD_KEY_LENGTH:
+        return "the key's length is not that of the table's key";
+    case L2VPN_STORE_NOT_PRIMARY:
+        return "a secondary key where the primary key is required";
+    case L2VPN_STORE_KEY_CHANGED:
+        return "the setter changed the primary key";
+    case L2VPN_STORE_BAD_OBJECT:
+        return "the record object is null or of another table";
+    case L2VPN_STORE_BAD_ITERATOR:
+        return "the handle is not an open iterator of the table";
+    case L2VPN_STORE_REENTERED:
+        return "called from a setter or a memory service";
+    case L2VPN_STORE_NO_MEMORY:
+        return "out of memory";
+    default:
+        return "unknown result code";
+    }
+}
 
 /* ---- Statistics --------------------------------------------------------------------------- */
 
-/** How many events a thread may hold back. */
+/** The greatest number of events that a thread holds back. */
 #define L2VPN_STORE_EVENT_LOT UINT32_C(64)
 
 /** Identifiers of a table's statistics counters. Each counts calls, modulo 2^32. */
@@ -117,7 +169,7 @@ typedef enum L2vpnStoreStat {
     L2VPN_STORE_STAT_DELETED = 6,          /**< Delete: done. */
     L2VPN_STORE_STAT_DELETE_MISSED = 7,    /**< Delete: no such record. */
     L2VPN_STORE_STAT_UPDATED = 8,          /**< Update: kept. */
-    L2VPN_STORE_STAT_UPDATE_REFUSED = 9,   /**< Update: dropped, for the setter's sake. */
+    L2VPN_STORE_STAT_UPDATE_REFUSED = 9,   /**< Update: dropped because of the setter. */
     L2VPN_STORE_STAT_UPDATE_MISSED = 10,   /**< Update: no such record. */
     L2VPN_STORE_STAT_ITER_OPENED = 11,     /**< Iterator over the whole table opened. */
     L2VPN_STORE_STAT_KEY_ITER_OPENED = 12, /**< Iterator over a key opened. */
@@ -127,7 +179,7 @@ typedef enum L2vpnStoreStat {
     L2VPN_STORE_STAT_COUNTED = 16,         /**< Records of the table counted. */
     L2VPN_STORE_STAT_KEY_COUNTED = 17,     /**< Records with a key counted. */
     L2VPN_STORE_STAT_BAD_REQUEST = 18,     /**< Refused: a null pointer, a wrong record length. */
-    L2VPN_STORE_STAT_BAD_KEY = 19,         /**< Refused: what is wrong is the key request. */
+    L2VPN_STORE_STAT_BAD_KEY = 19,         /**< Refused: a wrong key request. */
     L2VPN_STORE_STAT_BAD_ITERATOR = 20,    /**< L2VPN_STORE_BAD_ITERATOR. */
     L2VPN_STORE_STAT_NO_MEMORY = 21        /**< L2VPN_STORE_NO_MEMORY. */
 } L2vpnStoreStat;
@@ -135,17 +187,17 @@ typedef enum L2vpnStoreStat {
 /* ---- Services ----------------------------------------------------------------------------- */
 
 /**
- * Word 0 of the memory service: allocates like malloc, aligned for any type; null without memory.
- * Both words must be registered, before the first table is used; otherwise the store uses malloc
- * and free.
+ * Word 0 of the memory service: returns memory aligned for any type, or null, like malloc. Both
+ * words must be registered, before the first table is used; otherwise the store uses malloc and
+ * free.
  */
 typedef void *(*L2vpnStoreAllocateFn)(size_t size);
-/** Word 1 of the memory service: gives back what word 0 has allocated. */
+/** Word 1 of the memory service: releases memory that word 0 has allocated. */
 typedef void (*L2vpnStoreReleaseFn)(void *memory);
-/** The word of the log service: takes one line of text, which is its own until it returns. */
+/** The word of the log service: takes a line of text, which is valid until the function returns. */
 typedef void (*L2vpnStoreLogFn)(const char *text);
 
-/** The memory service of two functions, to be registered with L2VPN_DB_MemIntfReg. */
+/** Makes a memory service of two functions, for L2VPN_DB_MemIntfReg. */
 static inline L2vpnDbMemIntf l2vpn_store_memory_service(L2vpnStoreAllocateFn allocate,
                                                         L2vpnStoreReleaseFn release) {
     L2vpnDbMemIntf service;
@@ -154,7 +206,7 @@ static inline L2vpnDbMemIntf l2vpn_store_memory_service(L2vpnStoreAllocateFn all
     return service;
 }
 
-/** The log service of one function, to be registered with L2VPN_DB_LogIntfReg. */
+/** Makes a log service of a function, for L2VPN_DB_LogIntfReg. */
 static inline L2vpnDbLogIntf l2vpn_store_log_service(L2vpnStoreLogFn log) {
     L2vpnDbLogIntf service;
     memcpy(&service.word, &log, sizeof log);

@@ -213,15 +213,7 @@ const Key &key_for(const Table &table, const std::string &name,
 }
 
 std::string result_text(std::uint32_t result) {
-    static const std::map<std::uint32_t, const char *> names = {
-        {L2VPN_DB_ERR_PARAM, "wrong parameter"},
-        {L2VPN_STORE_NOT_FOUND, "not found"},
-        {L2VPN_STORE_UNKNOWN_TABLE, "unknown table"},
-        {L2VPN_STORE_NO_MEMORY, "out of memory"},
-    };
-    const auto found = names.find(result);
-    const std::string text = fmt::format("result {:#x}", result);
-    return found == names.end() ? text : fmt::format("{} ({})", found->second, text);
+    return fmt::format("{} (result {:#x})", l2vpn_store_result_text(result), result);
 }
 
 void check(std::uint32_t result, const std::string &what) {

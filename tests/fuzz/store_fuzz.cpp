@@ -671,7 +671,7 @@ private:
         const Exact caller(
             unpacked_record(facts(), setting.contents, Bytes(facts().record_size, 0xC3)));
         const std::uint8_t way = input_.byte();
-        const bool no_caller = way % 8 == 7 && !facts().no_null_tests;
+        const bool no_caller = way % 8 == 7;
         const L2vpnDbRecData record{no_caller ? nullptr : caller.data(), facts().record_size, 0};
         std::vector<std::uint32_t> ids(input_.below(4));
         for (std::uint32_t &id : ids)
@@ -688,7 +688,8 @@ private:
         const L2vpnDbUpdData *const pointer = way >= 240 && way < 244 ? nullptr : &request;
 
         Codes wrong = key.refused;
-        if (setting.record == nullptr || pointer == nullptr || request.setFields == nullptr ||
+        if (setting.record == nullptr || no_caller || pointer == nullptr ||
+            request.setFields == nullptr ||
             (table_refused_.empty() &&
              (intf_->createObject == nullptr || intf_->releaseObject == nullptr ||
               intf_->setAllFields == nullptr)))
@@ -710,7 +711,7 @@ private:
         std::uint32_t result = setting.result;
         if (setting.kind == Setting::library) {
             result = L2VPN_DB_ERR_PARAM;
-            if (batch != nullptr && !no_caller && !no_list && !ids.empty() &&
+            if (batch != nullptr && !no_list && !ids.empty() &&
                 std::count(ids.begin(), ids.end(), batch->id) ==
                     static_cast<std::ptrdiff_t>(ids.size())) {
                 result = L2VPN_DB_OK;

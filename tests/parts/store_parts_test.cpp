@@ -63,7 +63,7 @@ protected:
 };
 
 TEST(StoreMemoryOwner, IsTheLibraryOnlyIfBothFunctionsAre) {
-    EXPECT_TRUE(Allocator(nullptr).own());
+    EXPECT_TRUE(Allocator(nullptr).is_malloc());
     for (const auto &[module, own] : {std::pair{services(std::malloc, std::free), true},
                                       std::pair{services(allocate, std::free), false},
                                       std::pair{services(std::malloc, release), false},
@@ -71,7 +71,7 @@ TEST(StoreMemoryOwner, IsTheLibraryOnlyIfBothFunctionsAre) {
                                       // One without the other is no service.
                                       std::pair{services(allocate, nullptr), true},
                                       std::pair{services(nullptr, release), true}})
-        EXPECT_EQ(Allocator(&module).own(), own);
+        EXPECT_EQ(Allocator(&module).is_malloc(), own);
 }
 
 TEST_F(StoreParts, ArenaGivesZeroedLines) {
@@ -168,15 +168,15 @@ TEST_F(StoreParts, IndexLosesNothingWhenMemoryRunsOut) {
 
 TEST_F(StoreParts, RecordsThatNeverWereAreNotFound) {
     RecordPool records(10, 1);
-    EXPECT_EQ(records.find(0), nullptr);
+    EXPECT_EQ(records.try_words(0), nullptr);
     EXPECT_EQ(records.try_link(0, 1), nullptr);
     ASSERT_TRUE(records.reserve(allocator_, arena_));
     EXPECT_EQ(records.allocate(), 0U);
-    EXPECT_EQ(records.find(0), records.words(0));
+    EXPECT_EQ(records.try_words(0), records.words(0));
     EXPECT_EQ(records.try_link(0, 1), &records.link(0, 1));
-    EXPECT_EQ(records.find(63), records.words(63));
-    EXPECT_EQ(records.find(64), nullptr);
-    EXPECT_EQ(records.find(no_record), nullptr);
+    EXPECT_EQ(records.try_words(63), records.words(63));
+    EXPECT_EQ(records.try_words(64), nullptr);
+    EXPECT_EQ(records.try_words(no_record), nullptr);
     EXPECT_EQ(records.try_link(64, 1), nullptr);
 }
 
@@ -193,10 +193,9 @@ TEST_F(StoreParts, RecordsEndAtTheirLimit) {
 }
 
 TEST_F(StoreParts, CursorsEndAtTheirLimit) {
-    Cursor *newest[1] = {};
-    CursorTable cursors(5, newest);
+    CursorTable cursors(5);
     std::vector<const L2vpnDbIter *> handles;
-    while (const Cursor *const cursor = cursors.open(allocator_, arena_, Cursor::whole_table))
+    while (const Cursor *const cursor = cursors.allocate(allocator_, arena_))
         handles.push_back(cursors.handle(*cursor));
     // 16, then twice as many each time.
     ASSERT_EQ(handles.size(), 16U * ((1U << 16) - 1));
@@ -204,20 +203,18 @@ TEST_F(StoreParts, CursorsEndAtTheirLimit) {
     Cursor *const last = cursors.find(handles.back());
     ASSERT_NE(last, nullptr);
     EXPECT_EQ(last->slot, handles.size() - 1);
-    cursors.release(*last);
+    cursors.free(*last);
     EXPECT_EQ(cursors.find(handles.back()), nullptr);
-    EXPECT_EQ(cursors.open(allocator_, arena_, 0), last);
-    EXPECT_EQ(cursors.open(allocator_, arena_, 0), nullptr);
+    EXPECT_EQ(cursors.allocate(allocator_, arena_), last);
+    EXPECT_EQ(cursors.allocate(allocator_, arena_), nullptr);
 }
 
 TEST_F(StoreParts, CursorWithoutMemoryComesWhenThereIsSome) {
-    Cursor *newest[1] = {};
-    CursorTable cursors(5, newest);
+    CursorTable cursors(5);
     allocations_left = 0;
-    EXPECT_EQ(cursors.open(allocator_, arena_, 0), nullptr);
-    EXPECT_EQ(cursors.over(0), nullptr);
+    EXPECT_EQ(cursors.allocate(allocator_, arena_), nullptr);
     allocations_left = 1;
-    EXPECT_NE(cursors.open(allocator_, arena_, 0), nullptr);
+    EXPECT_NE(cursors.allocate(allocator_, arena_), nullptr);
 }
 
 TEST(StoreWords, OfBytes) {

@@ -181,7 +181,7 @@ void RandomCalls::update(std::uint32_t number, Bytes contents, std::uint32_t res
         TestRecords::key_value(keys_[0], contents) != pool_.primary(number);
     setting = {table_.descriptor, std::move(contents), result, 0};
     const KeyRequest key(keys_[0], pool_.primary(number), KeyRequest::Value{});
-    const L2vpnDbRecData record{nullptr, 0, 0};
+    const L2vpnDbRecData record = unread_record();
     const L2vpnDbUpdData update{nullptr, 0, 0, set_contents};
     const std::uint32_t code = lasting([&] {
         setting.calls = 0;

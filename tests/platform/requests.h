@@ -36,4 +36,10 @@ inline L2vpnDbRecData record_request(Bytes &stored) {
     return {stored.data(), static_cast<std::uint32_t>(stored.size()), 0};
 }
 
+/// A record request for setters that do not read the record.
+inline L2vpnDbRecData unread_record() {
+    static std::uint8_t byte = 0;
+    return {&byte, 0, 0};
+}
+
 } // namespace l2vpn::test

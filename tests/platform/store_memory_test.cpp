@@ -143,7 +143,7 @@ protected:
         }
         for (std::uint32_t i = 0; i < records; i += 10) {
             const KeyRequest key(facts_.keys[0], pool.primary(i), KeyRequest::Value{});
-            const L2vpnDbRecData request{};
+            const L2vpnDbRecData request = unread_record();
             const L2vpnDbUpdData update{nullptr, 0, 0, keep};
             expect_success(
                 [&] { return DAL_VELD_Update(module_, intf_, &key.request, &request, &update); });

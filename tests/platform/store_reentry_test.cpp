@@ -100,7 +100,7 @@ TEST_P(StoreReentry, FromASetterIsRefused) {
     std::uint32_t others = 0;
     ASSERT_EQ(other_.count(&others), 0U);
     const KeyRequest key(facts_.keys[0], record(1));
-    const L2vpnDbRecData request{nullptr, 0, 0};
+    const L2vpnDbRecData request = unread_record();
     const L2vpnDbUpdData update{nullptr, 0, 0, intruding_setter};
     bool called = false;
     intrude = [&] {
@@ -156,7 +156,7 @@ TEST_P(FreshStoreReentry, FromTheMemoryServiceIsRefused) {
 TEST_P(StoreReentry, EndsWithTheCall) {
     ASSERT_EQ(write(record(1)), 0U);
     const KeyRequest key(facts_.keys[0], record(1));
-    const L2vpnDbRecData request{nullptr, 0, 0};
+    const L2vpnDbRecData request = unread_record();
     const L2vpnDbUpdData update{nullptr, 0, 0, intruding_setter};
     // Other threads are not inside; their reads do not wait for the setter.
     intrude = [&] {

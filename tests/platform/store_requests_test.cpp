@@ -47,7 +47,7 @@ protected:
 
     /// Those that take a primary key only.
     void expect_key_of_change_refused(const L2vpnDbKeyData *key, std::uint32_t code) {
-        const L2vpnDbRecData record{nullptr, 0, 0};
+        const L2vpnDbRecData record = unread_record();
         expect_refused(code,
                        [&] { return DAL_VELD_Update(module_, intf_, key, &record, &update_); });
         expect_refused(code, [&] { return DAL_VELD_Delete(module_, intf_, key); });
@@ -183,14 +183,16 @@ TEST_P(StoreRequests, RecordsThatAreNotTheTables) {
 
 TEST_P(StoreRequests, UpdatesWithoutWhatTheyNeed) {
     const KeyRequest key(facts_.keys[0], held_);
-    const L2vpnDbRecData record{nullptr, 0, 0};
+    const L2vpnDbRecData record = unread_record();
     const L2vpnDbUpdData no_setter{nullptr, 0, 0, nullptr};
     const auto refused = [&](L2vpnDbTblIntf *table, const L2vpnDbRecData *from,
                              const L2vpnDbUpdData *update) {
         expect_refused(L2VPN_STORE_NULL_POINTER,
                        [&] { return DAL_VELD_Update(module_, table, &key.request, from, update); });
     };
+    const L2vpnDbRecData no_data{nullptr, facts_.record_size, 0};
     refused(intf_, nullptr, &update_);
+    refused(intf_, &no_data, &update_);
     refused(intf_, &record, nullptr);
     refused(intf_, &record, &no_setter);
     L2vpnDbTblIntf without_objects = *intf_;

@@ -93,7 +93,7 @@ protected:
         contents_set = new_;
         result_set = setter_result;
         const KeyRequest key(facts_.keys[0], pool_.primary(0), KeyRequest::Value{});
-        const L2vpnDbRecData request{};
+        const L2vpnDbRecData request = unread_record();
         const L2vpnDbUpdData update{nullptr, 0, 0, meeting_setter};
         std::jthread updater([&] {
             EXPECT_EQ(DAL_VELD_Update(module_, intf_, &key.request, &request, &update),

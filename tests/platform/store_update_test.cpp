@@ -62,15 +62,28 @@ TEST_P(StoreUpdate, SetterGetsTheRequestAsItCame) {
     EXPECT_EQ(setter.id_count, 2U);
 }
 
-TEST_P(StoreUpdate, EmptyRequestsAreTheSettersToJudge) {
+TEST_P(StoreUpdate, LengthAndFieldIdsAreNotChecked) {
     const Bytes caller = record(1);
     ASSERT_EQ(write(caller), 0U);
     request_ = {nullptr, 0, 0, set_fields};
     setter.result = L2VPN_DB_ERR_PARAM;
-    EXPECT_EQ(update(caller, {nullptr, 0, 0}), L2VPN_DB_ERR_PARAM);
+    EXPECT_EQ(update(caller, unread_record()), L2VPN_DB_ERR_PARAM);
     EXPECT_EQ(setter.calls, 1);
     EXPECT_EQ(setter.ids, nullptr);
     EXPECT_EQ(setter.id_count, 0U);
+}
+
+TEST_P(StoreUpdate, NullRecordIsRefusedWithoutASetterCall) {
+    const Bytes caller = record(1);
+    ASSERT_EQ(write(caller), 0U);
+    for (const std::uint32_t length : {0U, facts_.record_size})
+        EXPECT_EQ(counting(L2VPN_STORE_STAT_BAD_REQUEST,
+                           [&] {
+                               return update(caller, {nullptr, length, 0});
+                           }),
+                  L2VPN_STORE_NULL_POINTER);
+    EXPECT_EQ(setter.calls, 0);
+    EXPECT_EQ(read(facts_.keys[0], caller), packed(caller));
 }
 
 TEST_P(StoreUpdate, MissingRecordIsNotFoundWithoutASetterCall) {

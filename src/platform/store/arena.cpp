@@ -26,21 +26,22 @@ void *Arena::allocate(const Allocator &allocator, std::size_t size) {
     size = round_up(size, line);
     if (size > left_ && !grow(allocator, size))
         return nullptr;
-    void *const taken = free_;
+    void *const allocated = free_;
     free_ += size;
     left_ -= size;
-    std::memset(taken, 0, size);
-    return taken;
+    std::memset(allocated, 0, size);
+    return allocated;
 }
 
-// Blocks grow with the arena, so that a small table stays small and a large one gets huge pages.
-// They have room for a number of pieces like the one that is wanted: most are followed by such.
+// Blocks grow with the arena: a small table stays small, a large one gets huge pages. A block's
+// size is a multiple of the allocation's, because most allocations are followed by others of their
+// size.
 bool Arena::grow(const Allocator &allocator, std::size_t size) {
-    if (size_ >= 4 * huge_page && size <= huge_page && allocator.own()) {
+    if (size_ >= 4 * huge_page && size <= huge_page && allocator.is_malloc()) {
         void *const block = std::aligned_alloc(huge_page, huge_page);
         if (block == nullptr)
             return false;
-        madvise(block, huge_page, MADV_HUGEPAGE); // a hint: nothing depends on it
+        madvise(block, huge_page, MADV_HUGEPAGE); // a hint; errors are ignored
         free_ = static_cast<char *>(block);
         left_ = huge_page;
         size_ += huge_page;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Allocator that is never given back: what readers may look at while it changes its meaning must
-// stay mapped. A table frees nothing; it uses again what its deleted records leave. Pieces of one
-// size fill an arena well; a large piece after small ones may leave a gap.
+// An arena that frees nothing: memory that an optimistic reader may still access must stay mapped.
+// Deleted records are reused through the record pool's free list instead. A large allocation after
+// small ones may leave a gap.
 #pragma once
 
 #include <cstddef>
@@ -12,11 +12,11 @@ namespace l2vpn::platform {
 
 class Arena {
 public:
-    /// Zero-filled memory, aligned to a cache line; null without memory.
+    /// Allocates zero-filled memory, aligned to a cache line. Returns null if allocation fails.
     [[nodiscard]] void *allocate(const Allocator &allocator, std::size_t size);
 
-    /// Makes sure that the next pieces, of `size` bytes together with a cache line for each, can be
-    /// taken without failing; false without memory, and nothing is lost.
+    /// Reserves `size` bytes for the next allocations, each of which is rounded up to cache lines.
+    /// Returns false if allocation fails, and changes nothing then.
     [[nodiscard]] bool reserve(const Allocator &allocator, std::size_t size) {
         return size <= left_ || grow(allocator, size);
     }
@@ -24,9 +24,9 @@ public:
 private:
     bool grow(const Allocator &allocator, std::size_t size);
 
-    char *free_ = nullptr;
+    char *free_ = nullptr; ///< the rest of the newest block
     std::size_t left_ = 0;
-    std::size_t size_ = 0; ///< taken from the memory service
+    std::size_t size_ = 0; ///< of all blocks
 };
 
 } // namespace l2vpn::platform

@@ -5,8 +5,8 @@ namespace l2vpn::platform {
 
 namespace {
 
-// 1 | table, 12 bits | generation, 31 bits | slot, 20 bits: the first bit keeps handles apart from
-// the addresses of a process.
+// 1 | table, 12 bits | generation, 31 bits | slot, 20 bits. The first bit distinguishes handles
+// from user-space addresses.
 constexpr unsigned slot_bits = 20, generation_bits = 31, table_bits = 12;
 static_assert(1 + slot_bits + generation_bits + table_bits == 64);
 
@@ -23,8 +23,8 @@ Cursor *CursorTable::at(std::uint32_t slot) const {
     return chunks_[chunk] + (slot - first_chunk * ((1U << chunk) - 1));
 }
 
-Cursor *CursorTable::open(const Allocator &allocator, Arena &arena, std::size_t key) {
-    if (free_ == nullptr) {
+Cursor *CursorTable::allocate(const Allocator &allocator, Arena &arena) {
+    if (free_list_ == nullptr) {
         const std::uint32_t chunk =
             static_cast<std::uint32_t>(std::bit_width(used_ / first_chunk + 1) - 1);
         // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult): nor is this
@@ -37,34 +37,20 @@ Cursor *CursorTable::open(const Allocator &allocator, Arena &arena, std::size_t 
             if (chunks_[chunk] == nullptr)
                 return nullptr;
         }
-        free_ = at(used_);
-        free_->slot = used_++;
+        free_list_ = at(used_);
+        free_list_->slot = used_++;
     }
-    Cursor *const cursor = free_;
-    free_ = cursor->older;
-    cursor->key = key;
+    Cursor *const cursor = free_list_;
+    free_list_ = cursor->older;
     cursor->open = true;
-    cursor->newer = nullptr;
-    cursor->older = nullptr;
-    if (key != Cursor::whole_table) {
-        cursor->older = newest_[key];
-        if (cursor->older != nullptr)
-            cursor->older->newer = cursor;
-        newest_[key] = cursor;
-    }
     return cursor;
 }
 
-void CursorTable::release(Cursor &cursor) {
-    if (cursor.key != Cursor::whole_table) {
-        (cursor.newer != nullptr ? cursor.newer->older : newest_[cursor.key]) = cursor.older;
-        if (cursor.older != nullptr)
-            cursor.older->newer = cursor.newer;
-    }
+void CursorTable::free(Cursor &cursor) {
     cursor.open = false;
     ++cursor.generation;
-    cursor.older = free_;
-    free_ = &cursor;
+    cursor.older = free_list_;
+    free_list_ = &cursor;
 }
 
 L2vpnDbIter *CursorTable::handle(const Cursor &cursor) const {

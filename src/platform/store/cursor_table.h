@@ -1,41 +1,38 @@
 // SPDX-License-Identifier: MIT
-// The open iterators of a table. A handle is a number, not an address: what is no handle, or no
-// longer one, is found out by looking, whatever it is.
+// The cursors of a table, one per iterator. A handle is not an address: it names a slot, the slot's
+// generation and the table, so that any value can be checked for being an open iterator's handle.
 #pragma once
 
 #include "platform/store/record_pool.h"
 
 namespace l2vpn::platform {
 
-struct Cursor {
-    static constexpr std::size_t whole_table = SIZE_MAX;
+class Index;
 
-    std::size_t key;    ///< or whole_table
-    RecordId next;      ///< to be delivered next, no_record at the end
-    RecordId last;      ///< key: to be delivered last; whole table: the first not to be delivered
-    Word last_sequence; ///< whole table: records born later are not delivered
-    Cursor *newer;      ///< neighbours in the list of the key's cursors
+struct Cursor {
+    Index *index;       ///< null: over the whole table
+    RecordId next;      ///< the next record; over an index, no_record at the end
+    RecordId last;      ///< over an index: the last record; else one past the last slot
+    Word last_sequence; ///< whole table: records inserted after this are not delivered
+    Cursor *newer;      ///< neighbours among the open cursors of the index
     Cursor *older;
     std::uint32_t slot;
-    std::uint32_t generation; ///< counts the times that the slot was opened and released
+    std::uint32_t generation; ///< how often the slot has been freed
     bool open;
 };
 
+/// All functions require the write lock.
 class CursorTable {
 public:
-    /// `keys` zeroed pointers, one per key, that stay where they are.
-    CursorTable(std::uint32_t table, Cursor **newest) : table_(table), newest_(newest) {}
+    explicit CursorTable(std::uint32_t table) : table_(table) {}
 
-    /// A cursor over a key, or over the whole table; null without memory.
-    [[nodiscard]] Cursor *open(const Allocator &allocator, Arena &arena, std::size_t key);
-    void release(Cursor &cursor);
+    /// Allocates a cursor, not positioned. Returns null if allocation fails.
+    [[nodiscard]] Cursor *allocate(const Allocator &allocator, Arena &arena);
+    void free(Cursor &cursor);
 
     [[nodiscard]] L2vpnDbIter *handle(const Cursor &cursor) const;
-    /// The open cursor with the handle; null if there is none.
+    /// Returns the open cursor with the handle, or null.
     [[nodiscard]] Cursor *find(const L2vpnDbIter *handle) const;
-
-    /// The newest open cursor over a key; the others follow through `older`.
-    [[nodiscard]] Cursor *over(std::size_t key) const { return newest_[key]; }
 
 private:
     static constexpr std::uint32_t first_chunk = 16; ///< each chunk is twice as long as the last
@@ -44,10 +41,9 @@ private:
     [[nodiscard]] Cursor *at(std::uint32_t slot) const;
 
     std::uint32_t table_;
-    Cursor **newest_;
     Cursor *chunks_[chunk_count] = {};
     std::uint32_t used_ = 0;
-    Cursor *free_ = nullptr; ///< linked through `older`
+    Cursor *free_list_ = nullptr; ///< linked through `older`
 };
 
 } // namespace l2vpn::platform

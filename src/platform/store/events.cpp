@@ -12,15 +12,15 @@ namespace {
 
 constexpr std::uint32_t max_threads = 4096;
 
-/// Which thread numbers are taken; number n stands at n - 1.
-constinit std::atomic<bool> taken[max_threads] = {};
+/// Whether thread number n is in use, at n - 1.
+constinit std::atomic<bool> in_use[max_threads] = {};
 
 bool alive(std::uint32_t number) {
-    return number <= max_threads && taken[number - 1].load(std::memory_order_relaxed);
+    return number <= max_threads && in_use[number - 1].load(std::memory_order_relaxed);
 }
 
-/// Events of one table that have been counted but not yet reported. By the function and not the
-/// descriptor, which may be gone by then.
+/// Events of one table that have not been reported yet. Refers to the function, not the descriptor,
+/// which may be gone when the batch is reported.
 struct EventBatch {
     L2vpnDbStatFn stat = nullptr;
     std::uint32_t total = 0;
@@ -37,26 +37,26 @@ struct EventBatch {
     }
 };
 
-/// True once the thread's EventThread is gone: what it counts from then on is not held back.
+/// Set once the thread's EventThread is destroyed; later events are reported at once.
 constinit thread_local bool ended = false;
 
 } // namespace
 
-/// A thread's number and lot. A statistics function may call the store, which counts here again:
-/// everything is put in order before it is called.
+/// A thread's number and batch. A statistics function may call the store, which counts here again:
+/// the state is consistent before each call of one.
 class EventThread {
 public:
     EventThread() {
         for (std::uint32_t i = 0; i < max_threads && number_ == 0; ++i)
-            if (!taken[i].exchange(true, std::memory_order_relaxed))
+            if (!in_use[i].exchange(true, std::memory_order_relaxed))
                 number_ = i + 1;
     }
     ~EventThread() {
         ended = true;
         report();
-        Events::idle_thread = 0;
+        Events::unbatched_thread = 0;
         if (number_ != 0)
-            taken[number_ - 1].store(false, std::memory_order_relaxed);
+            in_use[number_ - 1].store(false, std::memory_order_relaxed);
     }
     EventThread(const EventThread &) = delete;
     EventThread &operator=(const EventThread &) = delete;
@@ -64,7 +64,7 @@ public:
     void count(Events &events, L2vpnDbStatFn stat, std::uint32_t event) {
         const std::uint32_t owner = load(events.owner_);
         if (number_ == 0 || (owner != number_ && alive(owner))) {
-            hold_back(stat, event);
+            add_to_batch(stat, event);
             return;
         }
         store(events.owner_, number_);
@@ -73,8 +73,8 @@ public:
     }
 
 private:
-    void hold_back(L2vpnDbStatFn stat, std::uint32_t event) {
-        Events::idle_thread = 0;
+    void add_to_batch(L2vpnDbStatFn stat, std::uint32_t event) {
+        Events::unbatched_thread = 0;
         if (batch_.stat != stat) {
             const EventBatch other = std::exchange(batch_, EventBatch{stat});
             batch_.add(event);
@@ -87,12 +87,12 @@ private:
     }
 
     void report() {
-        const EventBatch lot = std::exchange(batch_, EventBatch{});
-        Events::idle_thread = number_;
-        lot.report();
+        const EventBatch batch = std::exchange(batch_, EventBatch{});
+        Events::unbatched_thread = number_;
+        batch.report();
     }
 
-    /// 0 for a thread beyond the first few thousand, which never owns a table.
+    /// 0 if all numbers are in use; such a thread never owns a table.
     std::uint32_t number_ = 0;
     EventBatch batch_;
 };
@@ -102,8 +102,8 @@ void Events::count_slow(L2vpnDbStatFn stat, std::uint32_t event) {
         stat(event, 1);
         return;
     }
-    thread_local EventThread me;
-    me.count(*this, stat, event);
+    thread_local EventThread thread;
+    thread.count(*this, stat, event);
 }
 
 } // namespace l2vpn::platform

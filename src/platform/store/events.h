@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Counting of a table's events through the library's statistics function. Several threads that add
-// to one counter at every call would wait for each other longer than a read takes. So one thread at
-// a time, the table's owner, counts at once, and the others count in lots.
+// Counts a table's events through the statistics function of its descriptor. Threads that all add
+// to one counter at every call would contend for its cache line, which takes longer than a read. So
+// one thread at a time, the table's owner, reports each event at once; the others report batches.
 #pragma once
 
 #include "l2vpn_db/l2vpn_db.h"
@@ -15,7 +15,7 @@ public:
     void count(L2vpnDbStatFn stat, std::uint32_t event) {
         if (stat == nullptr)
             return;
-        if (load(owner_) == idle_thread) [[likely]]
+        if (load(owner_) == unbatched_thread) [[likely]]
             stat(event, 1);
         else
             count_slow(stat, event);
@@ -26,8 +26,8 @@ private:
 
     static constexpr std::uint32_t no_thread = UINT32_MAX;
 
-    /// This thread's number while it holds no events back, otherwise 0.
-    static inline constinit thread_local std::uint32_t idle_thread = 0;
+    /// This thread's number while its batch is empty, otherwise 0.
+    static inline constinit thread_local std::uint32_t unbatched_thread = 0;
 
     void count_slow(L2vpnDbStatFn stat, std::uint32_t event);
 

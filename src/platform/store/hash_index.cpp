@@ -4,13 +4,13 @@
 namespace l2vpn::platform {
 
 bool HashIndex::reserve(const Allocator &allocator, Arena &arena, Hash hash) {
-    if (directory_ == nullptr && !start(allocator, arena))
+    if (directory_ == nullptr && !create_directory(allocator, arena))
         return false;
     for (;;) {
         const Bucket &bucket = bucket_of(hash);
         if (bucket.count < bucket_limit)
             return true;
-        // So many keys with one hash do not occur; one slot stays free to end every search.
+        // Buckets at the greatest depth fill up; the last free slot ends every search.
         if (bucket.depth == max_depth)
             return bucket.count + 1 < bucket_size;
         if (!split(allocator, arena, hash))
@@ -19,13 +19,13 @@ bool HashIndex::reserve(const Allocator &allocator, Arena &arena, Hash hash) {
 }
 
 void HashIndex::insert(Hash hash, RecordId id) {
-    add(bucket_of(hash), make_slot(hash, id));
+    insert(bucket_of(hash), make_slot(hash, id));
 }
 
 void HashIndex::erase(Hash hash, RecordId id) {
     Bucket &bucket = bucket_of(hash);
     auto hole = static_cast<std::uint32_t>(&slot_of(hash, id) - bucket.slots);
-    // Entries behind the hole move up if that brings them no further than their home.
+    // Entries after the hole move back into it, but never in front of their home slot.
     for (std::uint32_t at = next(hole);; at = next(at)) {
         const Slot slot = bucket.slots[at];
         if (slot == 0)
@@ -48,7 +48,7 @@ HashIndex::Slot &HashIndex::slot_of(Hash hash, RecordId id) const {
     return const_cast<Slot &>(*find_slot(hash, [id](RecordId found) { return found == id; }));
 }
 
-void HashIndex::add(Bucket &bucket, Slot slot) {
+void HashIndex::insert(Bucket &bucket, Slot slot) {
     std::uint32_t at = home(hash(slot));
     while (bucket.slots[at] != 0)
         at = next(at);
@@ -56,7 +56,7 @@ void HashIndex::add(Bucket &bucket, Slot slot) {
     ++bucket.count;
 }
 
-bool HashIndex::start(const Allocator &allocator, Arena &arena) {
+bool HashIndex::create_directory(const Allocator &allocator, Arena &arena) {
     if (!arena.reserve(allocator, sizeof(Bucket) + std::size_t{3} * 64))
         return false;
     auto *const bucket = static_cast<Bucket *>(arena.allocate(allocator, sizeof(Bucket)));
@@ -67,8 +67,8 @@ bool HashIndex::start(const Allocator &allocator, Arena &arena) {
     return true;
 }
 
-// Entries whose next bit is 1 move to the new bucket; the others are placed anew, as searches must
-// not end at the holes.
+// Entries whose next hash bit is 1 move to the new bucket. The others are inserted anew, because
+// the holes would end searches.
 bool HashIndex::split(const Allocator &allocator, Arena &arena, Hash hash) {
     Bucket &old = bucket_of(hash);
     if (old.depth == directory_->depth && !double_directory(allocator, arena))
@@ -84,23 +84,23 @@ bool HashIndex::split(const Allocator &allocator, Arena &arena, Hash hash) {
     upper->depth = ++old.depth;
     for (const Slot slot : slots)
         if (slot != 0)
-            add((HashIndex::hash(slot) >> (32 - old.depth) & 1) != 0 ? *upper : old, slot);
-    // The bucket's places in the directory are neighbours; the upper half changes hands.
+            insert((HashIndex::hash(slot) >> (32 - old.depth) & 1) != 0 ? *upper : old, slot);
+    // The old bucket's directory entries are adjacent; the upper half now refers to the new one.
     const std::size_t span = std::size_t{1} << (directory_->depth - old.depth);
-    const std::size_t first = (place(hash, old.depth) | 1) * span;
+    const std::size_t first = (prefix(hash, old.depth) | 1) * span;
     for (std::size_t i = 0; i < span; ++i)
         __atomic_store_n(&directory_->buckets()[first + i], upper, __ATOMIC_RELEASE);
     return true;
 }
 
 bool HashIndex::double_directory(const Allocator &allocator, Arena &arena) {
-    const std::size_t places = std::size_t{1} << directory_->depth;
+    const std::size_t size = std::size_t{1} << directory_->depth;
     auto *const larger = static_cast<Directory *>(
-        arena.allocate(allocator, sizeof(Directory) + 2 * places * sizeof(Bucket *)));
+        arena.allocate(allocator, sizeof(Directory) + 2 * size * sizeof(Bucket *)));
     if (larger == nullptr)
         return false;
     larger->depth = directory_->depth + 1;
-    for (std::size_t i = 0; i < 2 * places; ++i)
+    for (std::size_t i = 0; i < 2 * size; ++i)
         larger->buckets()[i] = directory_->buckets()[i / 2];
     __atomic_store_n(&directory_, larger, __ATOMIC_RELEASE);
     return true;

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
-// Finds a record by the hash of a key. An extendible hash table: the hash's upper bits choose a
-// bucket, its lower bits a place in it, and a full bucket is split in two. Growing thus moves
-// some hundred entries at a time and frees nothing that a reader might look at.
+// Extendible hash table from the hash of a key value to a record. The upper bits of the hash select
+// a bucket in a directory, the lower bits a home slot in the bucket; collisions probe linearly. A
+// full bucket is split in two, so that growth moves a few hundred entries at a time. Directories
+// that have been replaced are never freed, because a reader may still be in one.
 #pragma once
 
 #include "platform/store/arena.h"
@@ -9,28 +10,29 @@
 
 namespace l2vpn::platform {
 
-/// A record's number in its table.
+/// A record's slot in the record pool.
 using RecordId = std::uint32_t;
 constexpr RecordId no_record = UINT32_MAX;
 
 class HashIndex {
 public:
-    /// Looks for the record with the hash for which matches(id) is true. Another thread may be
-    /// changing the index; then the result means nothing.
+    /// Finds the record with the hash for which matches(id) is true. Optimistic readers may call
+    /// this; inside a write section the result is meaningless.
     template <class Matches>
     bool find(Hash hash, Matches matches) const {
         return find_slot(hash, matches) != nullptr;
     }
 
-    // What follows is for the one thread that may change the index.
+    // The functions below require the write lock.
 
-    /// Makes room for one more record with the hash; false without memory.
+    /// Reserves a slot for the hash. Returns false if allocation fails, or if the hash's bucket is
+    /// full and cannot be split.
     [[nodiscard]] bool reserve(const Allocator &allocator, Arena &arena, Hash hash);
-    /// Adds a record that reserve() has made room for.
+    /// Inserts a record into a slot that reserve() has reserved.
     void insert(Hash hash, RecordId id);
-    /// Takes a record out that is there.
+    /// Erases a record that the index holds.
     void erase(Hash hash, RecordId id);
-    /// Puts another record in the place of one that is there, under the same hash.
+    /// Replaces a record that the index holds by another one with the same hash.
     void replace(Hash hash, RecordId id, RecordId by);
 
 private:
@@ -44,10 +46,10 @@ private:
     struct Bucket {
         Slot slots[bucket_size];
         std::uint32_t count;
-        std::uint32_t depth; ///< number of the hash's upper bits that all its entries share
+        std::uint32_t depth; ///< how many upper bits of the hash all its entries share
     };
 
-    /// 2^depth pointers follow.
+    /// Followed by 2^depth pointers, indexed by the upper bits of the hash.
     struct alignas(Bucket *) Directory {
         std::uint32_t depth;
 
@@ -63,12 +65,12 @@ private:
     static constexpr Slot make_slot(Hash hash, RecordId id) { return Slot{hash} << 32 | (id + 1); }
     static constexpr std::uint32_t home(Hash hash) { return hash % bucket_size; }
     static constexpr std::uint32_t next(std::uint32_t at) { return (at + 1) % bucket_size; }
-    static constexpr std::size_t place(Hash hash, std::uint32_t depth) {
+    static constexpr std::size_t prefix(Hash hash, std::uint32_t depth) {
         return Word{hash} >> (32 - depth);
     }
 
     [[nodiscard]] Bucket &bucket_of(Hash hash) const {
-        return *directory_->buckets()[place(hash, directory_->depth)];
+        return *directory_->buckets()[prefix(hash, directory_->depth)];
     }
 
     template <class Matches>
@@ -76,29 +78,29 @@ private:
         const Directory *const directory = __atomic_load_n(&directory_, __ATOMIC_ACQUIRE);
         if (directory == nullptr)
             return nullptr;
-        const Bucket *const in = __atomic_load_n(
-            &directory->buckets()[place(wanted, directory->depth)], __ATOMIC_ACQUIRE);
+        const Bucket *const bucket = __atomic_load_n(
+            &directory->buckets()[prefix(wanted, directory->depth)], __ATOMIC_ACQUIRE);
         std::uint32_t at = home(wanted);
-        // A free slot ends the search, but for a reader to whom a change shows others each time.
+        // A free slot ends every search. Bounded so that a racing reader terminates.
         std::uint32_t n = 0;
         do {
-            const Slot slot = load(in->slots[at]);
+            const Slot slot = load(bucket->slots[at]);
             if (slot == 0)
                 return nullptr;
             if (hash(slot) == wanted && matches(record(slot)))
-                return &in->slots[at];
+                return &bucket->slots[at];
             at = next(at);
-        } while (++n < bucket_size); // unreachable: the other way, but in the middle of a change
+        } while (++n < bucket_size); // unreachable: the false branch, except in a write section
         return nullptr;              // unreachable: as the line above
     }
 
     Slot &slot_of(Hash hash, RecordId id) const;
-    bool start(const Allocator &allocator, Arena &arena);
-    bool split(const Allocator &allocator, Arena &arena, Hash hash);
+    bool create_directory(const Allocator &allocator, Arena &arena);
     bool double_directory(const Allocator &allocator, Arena &arena);
-    static void add(Bucket &bucket, Slot slot);
+    bool split(const Allocator &allocator, Arena &arena, Hash hash);
+    static void insert(Bucket &bucket, Slot slot);
 
-    Directory *directory_ = nullptr;
+    Directory *directory_ = nullptr; ///< null until the first reserve()
 };
 
 } // namespace l2vpn::platform

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// How a key is taken from a packed key or a record, hashed and compared.
+// A key of a table: which bytes of a record it consists of, and how they are hashed and compared.
 #pragma once
 
 #include <span>
@@ -11,12 +11,12 @@ namespace l2vpn::platform {
 
 using Hash = std::uint32_t;
 
-/// A key as a request carries it.
+/// The value of a key as a request carries it: its members in key order, without gaps.
 struct PackedKey {
     const char *bytes;
 };
 
-/// Some bytes of a key that stand together in the record, at most 16, as two numbers.
+/// The bytes of a key segment.
 struct SegmentValue {
     Word first;
     Word last; ///< overlaps `first` if the segment has fewer than 16 bytes
@@ -24,15 +24,16 @@ struct SegmentValue {
     bool operator==(const SegmentValue &) const = default;
 };
 
+/// Bytes of a key, at most 16, that are contiguous in the packed key and in the record.
 struct KeySegment {
     std::uint16_t key;    ///< offset in the packed key
     std::uint16_t record; ///< offset in the record
     std::uint16_t bytes;
 
     [[nodiscard]] SegmentValue of(PackedKey from) const { return at(from.bytes + key); }
-    /// Of a record that is not stored.
+    /// From a record that the store does not hold.
     [[nodiscard]] SegmentValue of(const char *from) const { return at(from + record); }
-    /// Of a stored record, behind which more words of the store's stand.
+    /// From a slot of the record pool, which continues after the record: whole words may be read.
     [[nodiscard]] SegmentValue of(const Word *from) const {
         if (bytes >= sizeof(Word)) [[likely]]
             return {load_within(from, record), load_within(from, record + bytes - sizeof(Word))};
@@ -48,7 +49,7 @@ private:
     }
 };
 
-/// Multiplies to 128 bits and folds, so that every input bit reaches every output bit.
+/// Multiplies to 128 bits and folds, so that every input bit affects every output bit.
 inline Word mix(Word value) {
     __extension__ using Wide = unsigned __int128;
     const Wide product = Wide{value} * 0xD1B54A32D192ED03;
@@ -59,31 +60,36 @@ inline Word mix(Word value) {
 struct KeyDefinition {
     std::uint32_t id;     ///< the key identifier word: index, flags and length
     std::uint32_t length; ///< in bytes
-    KeySegment head;      ///< its first segment: of most primary keys, the only one
+    KeySegment first;     ///< of most primary keys, the only segment
     std::span<const KeySegment> rest;
+
+    /// The key's index in the table; 0 is the primary key.
+    [[nodiscard]] std::uint32_t number() const { return id >> 24; }
+
+    // A source is a packed key, a record, or the words of a stored record.
 
     template <class Source>
     [[nodiscard]] Hash hash(Source from) const {
-        Word hash = add(0x9E3779B97F4A7C15, head.of(from));
+        Word hash = add(0x9E3779B97F4A7C15, first.of(from));
         if (!rest.empty()) [[unlikely]]
             hash = rest_hash(hash, from);
         return static_cast<Hash>(hash ^ hash >> 32);
     }
 
-    /// Whether a stored record has the key.
+    /// Whether a stored record has the key value of the source.
     template <class Source>
     [[nodiscard]] bool matches(Source from, const Word *stored) const {
-        return head.of(stored) == head.of(from) && (rest.empty() || rest_matches(from, stored));
+        return first.of(stored) == first.of(from) && (rest.empty() || rest_matches(from, stored));
     }
 
 private:
-    // The two words are not multiplied by one another: a word that makes a factor 0 or all ones
-    // would give all keys with it one hash.
+    // The two words are not multiplied by each other: a factor of 0 or of all ones would map all
+    // values of the other word to one hash.
     static Word add(Word hash, SegmentValue segment) {
         return mix(hash ^ segment.first ^ std::rotl(segment.last * 0x8CB92BA72F3D8DD7, 32));
     }
 
-    // Not inline: most searches would lose by it.
+    // Not inlined: that would slow down keys of one segment.
 
     template <class Source>
     [[nodiscard, gnu::noinline]] Word rest_hash(Word hash, Source from) const {
@@ -100,10 +106,10 @@ private:
     }
 };
 
-/// The most segments that a key of the layout can have.
+/// An upper bound of the number of segments of a key.
 std::size_t max_segments(const KeyLayout &key);
 
-/// The plan for key `index` of a table; segments but the first are written to `segments`.
-KeyDefinition define_key(const TableLayout &table, std::size_t index, KeySegment *segments);
+/// Defines key `index` of a table. Segments after the first are written to `rest`, which must stay.
+KeyDefinition define_key(const TableLayout &table, std::size_t index, KeySegment *rest);
 
 } // namespace l2vpn::platform

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The record object of this platform: a stored record, the table that it belongs to, and how its
-// memory is given back.
+// The record object of the embedded platform: a stored record, its table, and the function that
+// releases the memory.
 #pragma once
 
 #include "platform/store/record_object_functions.h"
@@ -10,6 +10,6 @@ struct L2vpnDbRecObj {
     const l2vpn::platform::TableLayout *table;
     L2vpnStoreReleaseFn release;
 
-    /// The stored record, which follows the structure.
+    /// The stored record, after the structure.
     char *bytes() { return reinterpret_cast<char *>(this + 1); }
 };

@@ -14,7 +14,7 @@ L2vpnDbRecObj *create_object(L2vpnDbModuleIntf *module, const TableLayout &table
     void *const place = allocator.allocate(sizeof(L2vpnDbRecObj) + table.stored_length);
     if (place == nullptr)
         return nullptr;
-    auto *const object = new (place) L2vpnDbRecObj{&table, allocator.releaser()};
+    auto *const object = new (place) L2vpnDbRecObj{&table, allocator.release_function()};
     reset_object(module, table, object);
     return object;
 }

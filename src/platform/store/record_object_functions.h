@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What the generated db_* record-object functions call: one behaviour for all tables.
+// The functions that implement the generated db_* record-object functions. A platform defines them
+// once, for all tables, and struct L2vpnDbRecObj.
 #pragma once
 
 #include "l2vpn_db/l2vpn_db.h"
@@ -7,20 +8,21 @@
 
 namespace l2vpn::platform {
 
-/// Creates an object that holds a zero-filled stored record of the table; null without memory.
+/// Creates an object with a zero-filled stored record. Returns null if allocation fails.
 L2vpnDbRecObj *create_object(L2vpnDbModuleIntf *module, const TableLayout &table);
 
-/// Releases an object; null is let through.
+/// Releases an object. Null is ignored.
 void release_object(L2vpnDbModuleIntf *module, const TableLayout &table, L2vpnDbRecObj *object);
 
-/// Sets the object's record to zeros; null is let through.
+/// Fills the object's record with zeros. Null is ignored.
 void reset_object(L2vpnDbModuleIntf *module, const TableLayout &table, L2vpnDbRecObj *object);
 
-/// Fills the object from a stored record; 0, or a code of the store if the length is wrong.
+/// Copies a stored record into the object. Returns 0, or a store code if the object or the record
+/// is not of the table.
 std::uint32_t set_all_fields(const TableLayout &table, L2vpnDbRecObj *object,
                              const L2vpnDbRecData *record);
 
-/// Sets the object's batchVersion; 0, or a code of the store if the object is null.
+/// Sets the object's batchVersion. Returns 0, or a store code if the object is not of the table.
 std::uint32_t set_batch_version(const TableLayout &table, L2vpnDbRecObj *object,
                                 std::uint32_t value);
 

@@ -5,37 +5,37 @@
 
 namespace l2vpn::platform {
 
-bool RecordPool::reserve(const Allocator &allocator, Arena &table) {
-    const std::size_t chunks = chunks_ == nullptr ? 0 : chunks_->count;
-    if (free_ != no_record || end_ < chunks * chunk_size)
+bool RecordPool::reserve(const Allocator &allocator, Arena &arena) {
+    const std::size_t chunks = directory_ == nullptr ? 0 : directory_->count;
+    if (free_list_ != no_record || end_ < chunks * chunk_size)
         return true;
     if (end_ >= limit_)
         return false;
-    if (chunks_ == nullptr || chunks == chunks_->room) {
-        const std::size_t room = std::max<std::size_t>(8, 2 * chunks);
-        auto *const longer = static_cast<Chunks *>(
-            table.allocate(allocator, sizeof(Chunks) + room * sizeof(Word *)));
-        if (longer == nullptr)
+    if (directory_ == nullptr || chunks == directory_->capacity) {
+        const std::size_t capacity = std::max<std::size_t>(8, 2 * chunks);
+        auto *const larger = static_cast<ChunkDirectory *>(
+            arena.allocate(allocator, sizeof(ChunkDirectory) + capacity * sizeof(Word *)));
+        if (larger == nullptr)
             return false;
-        longer->room = room;
-        longer->count = chunks;
+        larger->capacity = capacity;
+        larger->count = chunks;
         for (std::size_t i = 0; i < chunks; ++i)
-            longer->at(i) = chunks_->at(i);
-        __atomic_store_n(&chunks_, longer, __ATOMIC_RELEASE);
+            larger->chunk(i) = directory_->chunk(i);
+        __atomic_store_n(&directory_, larger, __ATOMIC_RELEASE);
     }
     auto *const chunk =
         static_cast<Word *>(arena_.allocate(allocator, chunk_size * stride_ * sizeof(Word)));
     if (chunk == nullptr)
         return false;
-    chunks_->at(chunks) = chunk;
-    __atomic_store_n(&chunks_->count, chunks + 1, __ATOMIC_RELEASE);
+    directory_->chunk(chunks) = chunk;
+    __atomic_store_n(&directory_->count, chunks + 1, __ATOMIC_RELEASE);
     return true;
 }
 
 RecordId RecordPool::allocate() {
-    RecordId id = free_;
+    RecordId id = free_list_;
     if (id != no_record)
-        free_ = static_cast<RecordId>(words(id)[0]);
+        free_list_ = static_cast<RecordId>(words(id)[0]);
     else
         id = end_++;
     store(words(id)[stride_ - 1], ++last_sequence_);
@@ -43,9 +43,9 @@ RecordId RecordPool::allocate() {
 }
 
 void RecordPool::free(RecordId id) {
-    store(words(id)[0], Word{free_});
+    store(words(id)[0], Word{free_list_});
     store(words(id)[stride_ - 1], Word{0});
-    free_ = id;
+    free_list_ = id;
 }
 
 } // namespace l2vpn::platform

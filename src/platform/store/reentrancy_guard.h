@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
-// A thread that the store has called out of, to a setter or a memory service, while it holds a
-// table must not come back in: it would wait for itself.
+// Setters and the memory service run inside the store, under a lock. A store operation that they
+// call is refused: it would wait for its own thread.
 #pragma once
 
 namespace l2vpn::platform {
 
-/// Whether this thread is inside the store, in something that the store has called.
+/// Whether this thread holds a lock of the store.
 inline constinit thread_local bool inside_store = false;
 
-/// Marks this thread as inside for a scope.
+/// Marks this thread as inside the store while in scope.
 class ReentrancyGuard {
 public:
     ReentrancyGuard() { inside_store = true; }

@@ -1,17 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "platform/store/registry.h"
 
+#include <algorithm>
 #include <mutex>
 #include <string_view>
-
-#include "platform/store/reentrancy_guard.h"
 
 namespace l2vpn::platform {
 
 namespace {
 
-constinit Table *tables = nullptr; ///< all that there are, the newest first
-constinit std::mutex creating;
+constinit Table *tables = nullptr; ///< linked through `older`
+constinit std::mutex mutex;        ///< guards `tables` and the adding of cache entries
 
 const TableLayout *find_layout(std::string_view name) {
     const auto found = std::lower_bound(
@@ -20,7 +19,20 @@ const TableLayout *find_layout(std::string_view name) {
     return found != table_layouts.end() && found->name == name ? &*found : nullptr;
 }
 
-Table *table_of(const Allocator &allocator, const TableLayout &layout) {
+/// Returns the descriptor's cache entry, or the free entry for it; null if the cache is full.
+DescriptorCache::Entry *probe(const L2vpnDbTblIntf *descriptor) {
+    std::size_t at = DescriptorCache::home(descriptor);
+    for (std::size_t n = 0; n < DescriptorCache::size; ++n) {
+        DescriptorCache::Entry &entry = DescriptorCache::entries[at];
+        const L2vpnDbTblIntf *const found = __atomic_load_n(&entry.descriptor, __ATOMIC_ACQUIRE);
+        if (found == descriptor || found == nullptr)
+            return &entry;
+        at = (at + 1) % DescriptorCache::size;
+    }
+    return nullptr;
+}
+
+Table *find_or_create(const Allocator &allocator, const TableLayout &layout) {
     for (Table *table = tables; table != nullptr; table = table->older)
         if (&table->layout() == &layout)
             return table;
@@ -33,27 +45,20 @@ Table *table_of(const Allocator &allocator, const TableLayout &layout) {
     return table;
 }
 
-/// The descriptor's table, created and made known. A descriptor for which there is no place is
-/// looked up by its name each time.
+/// Returns the descriptor's table and caches it. A descriptor that has another name by now, or
+/// finds the cache full, is looked up by name each time.
 Table *register_table(const Allocator &allocator, const L2vpnDbTblIntf *descriptor,
                       const TableLayout &layout) {
-    const std::lock_guard lock(creating);
-    const ReentrancyGuard inside;
-    Table *const table = table_of(allocator, layout);
+    const std::lock_guard lock(mutex);
+    const ReentrancyGuard guard;
+    Table *const table = find_or_create(allocator, layout);
     if (table == nullptr)
         return nullptr;
-    std::size_t place = DescriptorCache::place(descriptor);
-    for (std::size_t n = 0; n < DescriptorCache::size;
-         ++n, place = (place + 1) % DescriptorCache::size) {
-        Known &known = DescriptorCache::at[place];
-        if (known.descriptor == descriptor)
-            break;
-        if (known.descriptor == nullptr) {
-            store(known.name, descriptor->name);
-            store(known.table, table);
-            __atomic_store_n(&known.descriptor, descriptor, __ATOMIC_RELEASE);
-            break;
-        }
+    DescriptorCache::Entry *const entry = probe(descriptor);
+    if (entry != nullptr && entry->descriptor == nullptr) {
+        store(entry->name, descriptor->name);
+        store(entry->table, table);
+        __atomic_store_n(&entry->descriptor, descriptor, __ATOMIC_RELEASE);
     }
     return table;
 }
@@ -65,16 +70,10 @@ Table *find_or_create_table(L2vpnDbModuleIntf *module, const L2vpnDbTblIntf *des
     code = L2VPN_STORE_UNKNOWN_TABLE;
     if (descriptor == nullptr || descriptor->name == nullptr)
         return nullptr;
-    std::size_t place = DescriptorCache::place(descriptor);
-    for (std::size_t n = 0; n < DescriptorCache::size;
-         ++n, place = (place + 1) % DescriptorCache::size) {
-        const Known &known = DescriptorCache::at[place];
-        const L2vpnDbTblIntf *const found = __atomic_load_n(&known.descriptor, __ATOMIC_ACQUIRE);
-        if (found == descriptor && load(known.name) == descriptor->name)
-            return load(known.table);
-        if (found == nullptr || found == descriptor)
-            break;
-    }
+    const DescriptorCache::Entry *const entry = probe(descriptor);
+    if (entry != nullptr && __atomic_load_n(&entry->descriptor, __ATOMIC_ACQUIRE) == descriptor &&
+        load(entry->name) == descriptor->name)
+        return load(entry->table);
     const TableLayout *const layout = find_layout(descriptor->name);
     if (layout == nullptr)
         return nullptr;

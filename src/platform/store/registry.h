@@ -1,44 +1,43 @@
 // SPDX-License-Identifier: MIT
-// The tables of the process, by descriptor.
+// The tables of the process, found by descriptor.
 #pragma once
 
 #include "platform/store/table.h"
 
 namespace l2vpn::platform {
 
-/// A descriptor that has been used before, and its name then: another may have taken its place.
-struct alignas(32) Known {
-    const L2vpnDbTblIntf *descriptor;
-    const char *name;
-    Table *table;
-};
+/// Maps descriptors to tables: open addressing, entries are only added. An entry notes the
+/// descriptor's name, because the address may be reused for another descriptor.
+struct DescriptorCache {
+    struct alignas(32) Entry {
+        const L2vpnDbTblIntf *descriptor;
+        const char *name;
+        Table *table;
+    };
 
-/// A hash table: a descriptor stands in its place or, if that was taken, behind it.
-class DescriptorCache {
-public:
     static constexpr std::size_t size = 1024; // a power of two
+    static inline constinit Entry entries[size] = {};
 
-    static std::size_t place(const L2vpnDbTblIntf *descriptor) {
+    static std::size_t home(const L2vpnDbTblIntf *descriptor) {
         return reinterpret_cast<std::uintptr_t>(descriptor) / 16 % size;
     }
-
-    static inline constinit Known at[size] = {};
 };
 
-/// What find_table() does for a descriptor that is new or not in its place.
+/// The slow path of find_table().
 Table *find_or_create_table(L2vpnDbModuleIntf *module, const L2vpnDbTblIntf *descriptor,
                             std::uint32_t &code);
 
-/// The descriptor's table, which its first use creates; null with a code in `code` if the
-/// descriptor is null or names no table, or without memory.
+/// Returns the descriptor's table, which the first use creates. Returns null and sets `code` if the
+/// descriptor is null or names no table, or if allocation fails.
 inline Table *find_table(L2vpnDbModuleIntf *module, const L2vpnDbTblIntf *descriptor,
                          std::uint32_t &code) {
-    const Known &known = DescriptorCache::at[DescriptorCache::place(descriptor)];
+    const DescriptorCache::Entry &entry =
+        DescriptorCache::entries[DescriptorCache::home(descriptor)];
     if (descriptor == nullptr ||
-        __atomic_load_n(&known.descriptor, __ATOMIC_ACQUIRE) != descriptor ||
-        load(known.name) != descriptor->name) [[unlikely]]
+        __atomic_load_n(&entry.descriptor, __ATOMIC_ACQUIRE) != descriptor ||
+        load(entry.name) != descriptor->name) [[unlikely]]
         return find_or_create_table(module, descriptor, code);
-    return load(known.table);
+    return load(entry.table);
 }
 
 } // namespace l2vpn::platform

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-// RecordPool are read while they may be written: the reader finds out afterwards, throws away what
-// it has read and starts again. What both touch is therefore read and written by means that the
-// compiler must take at their word.
+// Loads, stores and copies of data that a writer may change while seqlock readers read it. A reader
+// that raced discards what it read.
 #pragma once
 
 #include <algorithm>
@@ -12,7 +11,7 @@
 
 namespace l2vpn::platform {
 
-static_assert(std::endian::native == std::endian::little, "bytes are taken from words");
+static_assert(std::endian::native == std::endian::little, "the first byte of a word is its lowest");
 
 using Word = std::uint64_t;
 
@@ -37,11 +36,11 @@ inline Word load_unaligned(const char *from) {
     return value;
 }
 
-/// The first `count` bytes at `from`, at most 8, the others 0. Looks at no byte behind them.
+/// Loads `count` bytes, at most 8; the upper bytes are 0. Reads no byte beyond them.
 inline Word load_bytes(const char *from, std::size_t count) {
     if (count == sizeof(Word))
         return load_unaligned<Word>(from);
-    // Two pieces that overlap, so that no byte beyond the last is read.
+    // Two loads that overlap.
     if (count >= 4)
         return load_unaligned<std::uint32_t>(from) | load_unaligned<std::uint32_t>(from + count - 4)
                                                          << (count - 4) * 8;
@@ -61,16 +60,16 @@ inline Word load_bytes(const char *from, std::size_t count) {
 
 #ifdef L2VPN_ATOMIC_WORDS
 
-// ThreadSanitizer believes in atomic accesses only. They take several times as long.
+// ThreadSanitizer accepts atomic accesses only. They take several times as long.
 
-/// The 8 bytes that begin `offset` bytes behind `words`. May look at 8 bytes more.
+/// Loads the 8 bytes at `offset` bytes from `words`. May read the 8 bytes after them.
 inline Word load_within(const Word *words, std::size_t offset) {
     const Word *const at = words + offset / sizeof(Word);
     const std::size_t shift = offset % sizeof(Word) * 8;
     return shift == 0 ? load(at[0]) : load(at[0]) >> shift | load(at[1]) << (64 - shift);
 }
 
-/// Copies a record out of its words.
+/// Copies a record out of its slot.
 inline void copy_out(void *to, const Word *words, std::size_t length) {
     char *const at = static_cast<char *>(to);
     for (std::size_t done = 0; done < length; done += sizeof(Word)) {
@@ -79,7 +78,7 @@ inline void copy_out(void *to, const Word *words, std::size_t length) {
     }
 }
 
-/// Copies a record into its words; the bytes behind it in the last one become 0.
+/// Copies a record into its slot; the last word is filled up with zeros.
 inline void copy_in(Word *words, const void *from, std::size_t length) {
     const char *const at = static_cast<const char *>(from);
     for (std::size_t done = 0; done < length; done += sizeof(Word))

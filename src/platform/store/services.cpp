@@ -10,7 +10,7 @@ namespace l2vpn::platform {
 
 namespace {
 
-/// The services may be registered while others read them; each word is read once.
+/// Another thread may register a service meanwhile, so each word is read once, atomically.
 std::uintptr_t load(const std::uintptr_t &word) {
     return __atomic_load_n(&word, __ATOMIC_RELAXED);
 }
@@ -34,7 +34,7 @@ Allocator::Allocator(const L2vpnDbModuleIntf *module)
     }
 }
 
-bool Allocator::own() const {
+bool Allocator::is_malloc() const {
     return allocate_ == std::malloc && release_ == std::free;
 }
 

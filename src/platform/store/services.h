@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The memory and log services that the module interface block carries, or what stands in for them.
+// The memory and log services that the module interface block carries, and their defaults.
 #pragma once
 
 #include <cstddef>
@@ -8,23 +8,23 @@
 
 namespace l2vpn::platform {
 
-/// The memory service as registered when it is asked for; malloc and free without one.
+/// The memory service that is registered at construction, or malloc and free.
 class Allocator {
 public:
     explicit Allocator(const L2vpnDbModuleIntf *module);
 
-    /// Null without memory. Aligned for any type.
+    /// Returns memory aligned for any type, or null.
     [[nodiscard]] void *allocate(std::size_t size) const { return allocate_(size); }
-    [[nodiscard]] L2vpnStoreReleaseFn releaser() const { return release_; }
-    /// Whether the memory comes from the C library, whose pages may be advised about.
-    [[nodiscard]] bool own() const;
+    [[nodiscard]] L2vpnStoreReleaseFn release_function() const { return release_; }
+    /// Whether the functions are malloc and free, so that aligned_alloc may replace malloc.
+    [[nodiscard]] bool is_malloc() const;
 
 private:
     L2vpnStoreAllocateFn allocate_;
     L2vpnStoreReleaseFn release_;
 };
 
-/// Reports through the log service; silent without one. The text is cut off at 200 characters.
+/// Writes a line of at most 200 characters to the log service, if one is registered.
 __attribute__((format(printf, 2, 3))) void log(const L2vpnDbModuleIntf *module, const char *format,
                                                ...);
 

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
-// What became of a call: its result and the event that it counts as.
+// The status of a call: its result code and the event that it counts.
 #pragma once
 
-#include "l2vpn_db/l2vpn_db.h"
 #include "l2vpn_db/memory_store.h"
 
 namespace l2vpn::platform {
@@ -12,7 +11,7 @@ struct Status {
     std::uint32_t event;
 };
 
-constexpr Status done(std::uint32_t event) {
+constexpr Status ok(std::uint32_t event) {
     return {L2VPN_DB_OK, event};
 }
 constexpr Status out_of_memory{L2VPN_STORE_NO_MEMORY, L2VPN_STORE_STAT_NO_MEMORY};

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The store's functions: each checks its requests, has the table do the work, and reports.
+// The exported store functions. Each checks its requests and calls the table; perform() counts the
+// event and logs a refusal.
 #include "l2vpn_db/platform.h"
 #include "platform/store/reentrancy_guard.h"
 #include "platform/store/registry.h"
@@ -28,56 +29,25 @@ Status refused(std::uint32_t code) {
     return {code, refusal_event(code)};
 }
 
-const char *explain(std::uint32_t code) {
-    switch (code) {
-    case L2VPN_STORE_UNKNOWN_TABLE:
-        return "the descriptor is null or names no table";
-    case L2VPN_STORE_NULL_POINTER:
-        return "a pointer that it needs is null";
-    case L2VPN_STORE_BAD_LENGTH:
-        return "the record's length is not the table's stored length";
-    case L2VPN_STORE_BAD_KEY_AREA:
-        return "the key identifier area is not 16 bytes long";
-    case L2VPN_STORE_UNKNOWN_KEY:
-        return "the table has no key with that index";
-    case L2VPN_STORE_BAD_KEY_FLAGS:
-        return "the key's flags are not 1 for the primary key or 9 for a secondary one";
-    case L2VPN_STORE_BAD_KEY_LENGTH:
-        return "the key's length is not that of the table's key";
-    case L2VPN_STORE_NOT_PRIMARY:
-        return "the key is a secondary one where the primary one is needed";
-    case L2VPN_STORE_KEY_CHANGED:
-        return "the setter has changed the primary key";
-    case L2VPN_STORE_BAD_OBJECT:
-        return "the record object is null or of another table";
-    case L2VPN_STORE_BAD_ITERATOR:
-        return "the handle is no open iterator of the table";
-    case L2VPN_STORE_NO_MEMORY:
-        return "there is not enough memory";
-    default:
-        return nullptr;
-    }
-}
-
-/// The log tells what the program did wrong or what ran out, not what became of good calls. A code
-/// that a setter has chosen means what the setter says.
+/// Logs refused calls and failed allocations, but no missing records, ends of iterations and codes
+/// that a setter returned.
 void report(const L2vpnDbModuleIntf *module, const char *operation,
             const L2vpnDbTblIntf *descriptor, Status status) {
     const std::uint32_t code = status.code;
-    if (status.event == L2VPN_STORE_STAT_UPDATE_REFUSED && code != L2VPN_STORE_KEY_CHANGED)
+    if (code <= L2VPN_STORE_END || code > L2VPN_STORE_NO_MEMORY ||
+        (status.event == L2VPN_STORE_STAT_UPDATE_REFUSED && code != L2VPN_STORE_KEY_CHANGED))
         return;
-    if (const char *const reason = explain(code))
-        log(module, "%s %s: refused with 0x%X: %s", operation,
-            descriptor != nullptr && descriptor->name != nullptr ? descriptor->name : "?", code,
-            reason);
+    log(module, "%s %s: refused with 0x%X: %s", operation,
+        descriptor != nullptr && descriptor->name != nullptr ? descriptor->name : "?", code,
+        l2vpn_store_result_text(code));
 }
 
-/// Runs one call on the table that the descriptor names.
+/// Runs one operation on the table that the descriptor names.
 template <class Work>
 inline std::uint32_t perform(const char *operation, L2vpnDbModuleIntf *module,
                              const L2vpnDbTblIntf *descriptor, Work work) {
     if (inside_store) [[unlikely]] {
-        // Nothing more than this: the log service might call the store, too.
+        // Not logged: the log service may call the store, too.
         return L2VPN_STORE_REENTERED;
     }
     std::uint32_t code = L2VPN_DB_OK;
@@ -114,8 +84,8 @@ std::uint32_t DAL_VELD_Write(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
 std::uint32_t DAL_VELD_Read(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
                             const L2vpnDbKeyData *key, L2vpnDbRecData *record) {
     return perform("read from", module, table, [&](Table &target) {
-        Key checked{};
-        std::uint32_t code = check_key(target.keys(), key, checked);
+        CheckedKey checked{};
+        std::uint32_t code = check_key(target.indexes(), key, checked);
         if (code == L2VPN_DB_OK)
             code = check_record(target.stored_length(), record);
         return code == L2VPN_DB_OK ? target.read(checked, record->data) : refused(code);
@@ -126,13 +96,13 @@ std::uint32_t DAL_VELD_Update(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
                               const L2vpnDbKeyData *key, const L2vpnDbRecData *record,
                               const L2vpnDbUpdData *update) {
     return perform("update of", module, table, [&](Table &target) {
-        Key checked{};
-        std::uint32_t code = check_primary_key(target.keys(), key, checked);
-        // The caller record and the field ids are the setter's to judge.
+        CheckedKey checked{};
+        std::uint32_t code = check_primary_key(target.indexes(), key, checked);
+        // The setter checks the record's length and the field ids.
         if (code == L2VPN_DB_OK &&
-            (record == nullptr || update == nullptr || update->setFields == nullptr ||
-             table->createObject == nullptr || table->releaseObject == nullptr ||
-             table->setAllFields == nullptr))
+            (record == nullptr || record->data == nullptr || update == nullptr ||
+             update->setFields == nullptr || table->createObject == nullptr ||
+             table->releaseObject == nullptr || table->setAllFields == nullptr))
             code = L2VPN_STORE_NULL_POINTER;
         return code == L2VPN_DB_OK ? target.update(module, *table, checked, *record, *update)
                                    : refused(code);
@@ -142,8 +112,8 @@ std::uint32_t DAL_VELD_Update(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
 std::uint32_t DAL_VELD_Delete(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
                               const L2vpnDbKeyData *key) {
     return perform("delete from", module, table, [&](Table &target) {
-        Key checked{};
-        const std::uint32_t code = check_primary_key(target.keys(), key, checked);
+        CheckedKey checked{};
+        const std::uint32_t code = check_primary_key(target.indexes(), key, checked);
         return code == L2VPN_DB_OK ? target.remove(checked) : refused(code);
     });
 }
@@ -159,8 +129,8 @@ L2vpnDbIter *DAL_VELD_CreateIteratorByKey(L2vpnDbModuleIntf *module, L2vpnDbTblI
                                           const L2vpnDbKeyData *key) {
     L2vpnDbIter *handle = nullptr;
     perform("iterator over a key of", module, table, [&](Table &target) {
-        Key checked{};
-        const std::uint32_t code = check_key(target.keys(), key, checked);
+        CheckedKey checked{};
+        const std::uint32_t code = check_key(target.indexes(), key, checked);
         return code == L2VPN_DB_OK ? target.open(Allocator(module), &checked, handle)
                                    : refused(code);
     });
@@ -191,8 +161,8 @@ std::uint32_t DAL_VELD_Count(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
 std::uint32_t DAL_VELD_CountByKey(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
                                   const L2vpnDbKeyData *key, std::uint32_t *count) {
     return perform("count by a key of", module, table, [&](Table &target) {
-        Key checked{};
-        std::uint32_t code = check_key(target.keys(), key, checked);
+        CheckedKey checked{};
+        std::uint32_t code = check_key(target.indexes(), key, checked);
         if (code == L2VPN_DB_OK && count == nullptr)
             code = L2VPN_STORE_NULL_POINTER;
         return code == L2VPN_DB_OK ? target.count_by(checked, *count) : refused(code);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What a store must know of the tables: the stored record's length and where the keys' members
-// stand in it. Generated from the catalog, one entry per table with typed access.
+// The layout of stored records: their length and the position of the keys' members. Generated from
+// the catalog, one entry per table with typed access.
 #pragma once
 
 #include <cstddef>
@@ -9,13 +9,13 @@
 
 namespace l2vpn::platform {
 
-/// One member of a key: a run of bytes of the stored record.
+/// One member of a key, in bytes of the stored record.
 struct KeyMember {
     std::uint16_t offset;
     std::uint16_t width;
 };
 
-/// One key: its members in key order. Their widths add up to the key's length.
+/// One key: its members in key order, and the sum of their widths.
 struct KeyLayout {
     std::span<const KeyMember> members;
     std::uint16_t length;
