@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
-"""What others get to use: the installed files, and the Debian packages of a second build. Programs
-are built against both outside of the source tree, and run."""
+"""Builds and runs programs outside the source tree against the installed files and against the Debian
+packages of a second build."""
 
 import argparse
 import os
@@ -37,7 +37,7 @@ class Consumer(unittest.TestCase):
         self.folder = Path(folder.name)
 
     def run_programs(self, programs: Path, libraries: Path) -> None:
-        """Runs both programs with the libraries that they were linked with."""
+        """Runs both programs with the given libraries."""
         emulator = ARGUMENTS.emulator
         where = {"LD_LIBRARY_PATH": str(libraries)}
         setting = ["-E", f"LD_LIBRARY_PATH={libraries}"] if emulator else []
@@ -65,7 +65,7 @@ class Consumer(unittest.TestCase):
         self.run_programs(build, libraries)
 
     def use_debugger(self, prefix: Path) -> None:
-        """A gdb that is installed in the same prefix finds the printers by itself."""
+        """A gdb in the same prefix loads the printers automatically."""
         scripts = prefix / "share/gdb/auto-load"
         output = run("gdb", "--batch", "-nx", "-iex", f"set auto-load scripts-directory {scripts}",
                      "-iex", f"set auto-load safe-path {scripts}", "-ex", "info pretty-printer",
@@ -81,7 +81,7 @@ class Consumer(unittest.TestCase):
             self.use_debugger(prefix)
 
     def test_second_build_and_its_packages(self) -> None:
-        # Other folders, of other depth, must not show in what is built.
+        # The build is reproducible: paths of other names and depths do not change the libraries.
         source = self.folder / "somewhere" / "else"
         build = self.folder / "of" / "another" / "depth"
         shutil.copytree(SOURCE, source, ignore=shutil.ignore_patterns("build", ".git"))
@@ -104,7 +104,7 @@ class Consumer(unittest.TestCase):
         version = (SOURCE / "VERSION").read_text(encoding="utf-8").strip()
         self.assertEqual(run("dpkg-deb", "-f", packages[0], "Depends").strip(),
                          f"libl2vpn-db0 (= {version}), libl2vpn-platform0 (= {version})")
-        # Complaints of any weight are failures.
+        # Any lintian tag is a failure.
         self.assertEqual(run("lintian", "--allow-root", *packages), "")
         system = self.folder / "system"
         for package in packages:

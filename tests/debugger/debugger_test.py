@@ -1,6 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What gdb shows of programs that use the library. The printers lie beside the library, where gdb
-finds them by itself.
+"""Tests the gdb pretty-printers, which gdb loads automatically from beside the library.
 
 usage: debugger_test.py FOLDER PROGRAM OTHER_VERSION
 """
@@ -12,7 +11,7 @@ import unittest
 
 FOLDER, PROGRAM, OTHER_VERSION = sys.argv[1:]
 
-# Answers each command.
+# Prints the output of each command.
 ASK = """python
 import gdb, json
 def ask(command):
@@ -46,9 +45,9 @@ class Debugger(unittest.TestCase):
 
     def check(self, program: str, place: str, move: str, expected: dict) -> None:
         _, *answers = self.ask(program, place, move, *expected)
-        for (command, wanted), found in zip(expected.items(), answers, strict=True):
+        for (command, text), answer in zip(expected.items(), answers, strict=True):
             with self.subTest(command):
-                self.assertEqual(found, wanted)
+                self.assertEqual(answer, text)
 
     def test_everything_in_one_frame(self):
         _, handle, block = self.ask(PROGRAM, "look", "up", "output/x (unsigned long)of_the_store",
@@ -102,7 +101,7 @@ class Debugger(unittest.TestCase):
                                 "spin lock = held, mutex = held by thread 4242, counters = all 0}",
         })
 
-    def test_requests_on_their_way_to_the_store(self):
+    def test_requests_inside_the_store(self):
         self.check(PROGRAM, "DAL_VELD_Write", "frame", {"output $l2vpn_stored(table, record)": PW})
         self.check(PROGRAM, "DAL_VELD_Read", "frame", {"output *key": KEY, "output $l2vpn_key(table, key)": f'"{KEY}"'})
 

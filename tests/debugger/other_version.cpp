@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A program whose record is not the one that the library has.
+// A program built with another version of a record.
 #include <cstdint>
 #include <cstdio>
 

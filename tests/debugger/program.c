@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* What the debugger is to show, all of it alive in one frame. */
+/* Has everything that the printers show alive in one frame. */
 #include <stddef.h>
 #include <stdio.h>
 

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Runs the examples as their readers do and compares what they print with the files beside this one.
+"""Runs the examples and compares their output with the .txt files in this folder.
 
 usage: examples_test.py FOLDER [EMULATOR...]
 """
@@ -43,8 +43,8 @@ class Examples(unittest.TestCase):
         first, *_ = run("table_walker", "l2vpn_vll_pw", "vrIndex=3")[1].splitlines()
         self.assertEqual(first, "l2vpn_vll_pw vrIndex=3")
 
-    def test_table_walker_refuses(self):
-        for arguments, complaint in (
+    def test_table_walker_rejects_bad_arguments(self):
+        for arguments, message in (
                 ((), "usage: table_walker TABLE field=number,field=number... ..."),
                 (("l2vpn_vpls_pv",), "no such table: l2vpn_vpls_pv"),
                 (("l2vpn_vpls_pw_",), "no such table: l2vpn_vpls_pw_"),
@@ -56,7 +56,7 @@ class Examples(unittest.TestCase):
                 (("l2vpn_vpls_inst", "svcCtx=1"), "expected a number for svcCtx"),
                 (("l2vpn_vpls_inst", "encapType=65536"), "too large for its field: encapType")):
             with self.subTest(arguments):
-                self.assertEqual(run("table_walker", *arguments), (1, "", f"table_walker: {complaint}\n"))
+                self.assertEqual(run("table_walker", *arguments), (1, "", f"table_walker: {message}\n"))
 
 
 if __name__ == "__main__":

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The debugger's facts are the expected ones, which are independent of the generator."""
+"""Compares the debugger's facts with expectations that are independent of the generator."""
 
 import sys
 import unittest
@@ -16,8 +16,8 @@ def kind(elements: str) -> str:
     return KINDS.get(elements, "context" if elements.startswith("2x") else "bytes")
 
 
-def wanted(files: dict, table: str) -> dict:
-    """What the files say of a table; its stored record is its fields without gaps."""
+def expected_facts(files: dict, table: str) -> dict:
+    """The facts according to the files. A stored record is its fields without padding."""
     access, record_size, _, _, stored_size, *_ = files["tables"][table][0]
     fields, stored = [], 0
     for _, name, offset, width, elements in files["fields"][table]:
@@ -42,7 +42,7 @@ class Debugger(unittest.TestCase):
         files = expected_test.expected()
         self.assertEqual(list(found["TABLES"]), sorted(files["tables"]))
         for table, facts in found["TABLES"].items():
-            self.assertEqual(facts, wanted(files, table), table)
+            self.assertEqual(facts, expected_facts(files, table), table)
 
 
 if __name__ == "__main__":

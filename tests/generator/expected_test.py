@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
-"""The catalog's facts, and the figures that follow from them, are the expected ones, which are
-independent of the generator."""
+"""Compares the catalog's facts and derived figures with expectations that are independent of the
+generator."""
 
 import sys
 import unittest
@@ -14,7 +14,7 @@ import expectations  # noqa: E402  # pylint: disable=wrong-import-position
 
 
 def expected() -> dict:
-    """For each file, for each table, its rows."""
+    """The rows by file and table."""
     files = {}
     for name, (_, *rows) in expectations.whole().items():
         by_table = files[name] = defaultdict(list)
@@ -40,7 +40,7 @@ def printed(item) -> str:
 
 
 def found(table) -> dict:
-    """What the catalog says of a table, in the form of the files."""
+    """The rows for a table according to the catalog."""
     fields, keys, typed = table.fields, table.keys, table.typed
 
     def if_typed(*values):
@@ -72,7 +72,7 @@ def found(table) -> dict:
 
 
 def differences(tables: list, files: dict) -> list:
-    """Where the tables differ from the files."""
+    """The differences between the tables and the files."""
     result = []
     for table in tables:
         facts = found(table)
@@ -93,7 +93,7 @@ class ExpectedTest(unittest.TestCase):
         self.assertEqual(differences(tables, files), [])
         self.assertEqual([table.name for table in tables], sorted(files["tables"]))
 
-    def test_what_is_derived_for_new_tables_is_what_is_written_for_old_ones(self):
+    def test_derived_rows_equal_the_handwritten_ones(self):
         written = expectations.written()
         self.assertEqual(expectations.derived({table for table, *_ in written["tables"][1:]}), written)
 

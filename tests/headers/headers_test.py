@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Compiles every public header alone, and twice in a row, with one compiler and standard."""
+"""Compiles every public header by itself, included twice, with one compiler and standard."""
 
 import argparse
 import pathlib
@@ -25,10 +25,10 @@ def main():
         command = [options.compiler, "-x", options.language, "-std=" + options.standard,
                    *WARNINGS, "-I", str(options.include), "-"]
         include = f'#include "l2vpn_db/{header}"\n'
-        # A translation unit must not be empty, even if a header declares nothing.
+        # ISO C forbids an empty translation unit.
         result = subprocess.run(command, input=include * 2 + "extern int used;\n", text=True)
         if result.returncode != 0:
-            print(f"{header} does not compile alone: {' '.join(command)}")
+            print(f"{header} does not compile by itself: {' '.join(command)}")
             failures += 1
     print(f"{len(headers)} headers, {failures} failures")
     sys.exit(failures != 0)

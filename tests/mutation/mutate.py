@@ -137,7 +137,7 @@ class Generator:
         if not passes([*python, "generator", "check"], cwd=folder):
             return "committed headers"
         for test in (["generator/expected_test.py"], ["generator/debugger_test.py"],
-                     ["generator/catalog_test.py", "--failfast"], ["property/refusal_test.py", "--count", "3"]):
+                     ["generator/catalog_test.py", "--failfast"], ["property/invalid_catalog_test.py", "--count", "3"]):
             if not passes([*python, f"tests/{test[0]}", *test[1:]], 4 * SECONDS, cwd=folder):
                 return "tests"
         if not passes([*python, "tests/property/library_test.py", "--build", self.build, "--jobs", "1",

@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: MIT
-"""Checks the built libraries and the demo as files: what they export, import, need and run at load
-time, and how they are hardened.
+"""Checks the ELF files of the libraries and the demo: exports, imports, dependencies, load-time code
+and hardening.
 
-All names are computed here from the expectation files (tests/support/expectations.py); nothing is
-taken from the generator.
+All names are derived from the expectation files (tests/support/expectations.py), independently of
+the generator.
 """
 
 import argparse
@@ -22,7 +22,7 @@ STORE = {"DAL_VELD_" + name for name in (
 HELPERS = {"ZAV_AtomicAdd", "sprintf_s"}
 LIBC = {"pthread_mutex_lock", "pthread_mutex_unlock"}
 SPIN_LOCK = {"pthread_spin_init", "pthread_spin_lock", "pthread_spin_unlock"}
-# The embedded platform may do without some of them, but may not have others.
+# The embedded platform may import a subset of these.
 PLATFORM_LIBC = LIBC | {
     "__libc_single_threaded", "__vsnprintf_chk", "aligned_alloc", "free", "madvise", "malloc",
     "memcmp", "memcpy", "memset", "strchr", "strlen"}
@@ -46,7 +46,7 @@ class Table:
         self.keys = keys  # [(infix, length)] in key index order
         self.updatable = updatable
         self.svc_fields_split = svc_fields_split
-        self.copied = copied  # whether conversions call memcpy_s
+        self.copied = copied  # whether its conversions call memcpy_s
 
     def exports(self):
         names = {f"L2VPN_AST_{self.camel}{function}" for function in AST_FUNCTIONS}
@@ -103,7 +103,7 @@ def all_tables():
 
 
 def platform_interface(tables):
-    """What a platform provides, and the library imports from it."""
+    """The functions that the library imports from a platform."""
     return (STORE | HELPERS).union(*(table.imports() for table in tables))
 
 
@@ -126,7 +126,7 @@ class ElfFile:
         self.dynamic = self.readelf("--dynamic")
         self.header = self.readelf("--file-header")
         self.arm = re.search(r"Machine:\s+(.*)", self.header)[1] == "AArch64"
-        # Type and rights of each segment.
+        # Type and permissions of each segment.
         self.segments = re.findall(r"^ +([A-Z_]+) +(?:0x\w+ +){5}([RWE ]{3})",
                                    self.readelf("--segments"), re.MULTILINE)
 
@@ -143,7 +143,7 @@ class ElfFile:
             columns = line.split()
             if len(columns) >= 8 and re.fullmatch(r"\d+:", columns[0]):
                 symbols[columns[7].split("@")[0]] = Symbol(columns)
-        # Local entries (sections, on ARM) are neither exports nor imports.
+        # Local symbols (section symbols on ARM) are neither exports nor imports.
         return {name: symbol for name, symbol in symbols.items() if symbol.binding != "LOCAL"}
 
     def entries(self, tag):
@@ -153,7 +153,7 @@ class ElfFile:
         return [re.search(r"\[(.*)\]", entry)[1] for entry in self.entries(tag)]
 
     def instructions(self):
-        """The instruction at each address."""
+        """The disassembled instructions by address."""
         text = self.run(options.objdump, "--disassemble", "--no-show-raw-insn")
         return {int(address, 16): instruction.strip() for address, instruction
                 in re.findall(r"^ +([0-9a-f]+):\t(.*)", text, re.MULTILINE)}
@@ -166,7 +166,7 @@ class ElfFile:
 
 
 class Hardened:
-    """What holds for every file."""
+    """Properties of every file."""
 
     maxDiff = None
 
@@ -175,30 +175,30 @@ class Hardened:
             self.assertEqual(self.file.entries(tag), [], tag)
         self.assertNotIn("TEXTREL", " ".join(self.file.entries("FLAGS")))
 
-    def test_is_bound_at_load_and_read_only_from_then_on(self):
+    def test_full_relro(self):
         self.assertIn(("GNU_RELRO", "R  "), self.file.segments)
         self.assertIn("BIND_NOW", " ".join(self.file.entries("FLAGS")))
         self.assertIn("NOW", " ".join(self.file.entries("FLAGS_1")))
 
-    def test_nothing_is_both_writable_and_executable(self):
+    def test_no_segment_is_writable_and_executable(self):
         self.assertIn(("GNU_STACK", "RW "), self.file.segments)
         self.assertIn(("LOAD", "R E"), self.file.segments)
-        for kind, rights in self.file.segments:
-            self.assertFalse("W" in rights and "E" in rights, kind)
+        for kind, permissions in self.file.segments:
+            self.assertFalse("W" in permissions and "E" in permissions, kind)
 
     def test_has_a_stack_protector(self):
         self.assertLessEqual(self.file.stack_protector(), self.file.imports)
 
-    def test_runs_at_any_address(self):
+    def test_is_position_independent(self):
         self.assertRegex(self.file.header, r"Type:\s+DYN ")
 
 
 class HardenedLibrary(Hardened):
-    """What holds for both libraries."""
+    """Properties of both libraries."""
 
     forbidden = ("TEXTREL", "RPATH", "RUNPATH")
 
-    def test_runs_nothing_at_load_or_unload(self):
+    def test_has_no_initialisers_or_finalisers(self):
         for tag in ("INIT", "FINI", "INIT_ARRAY", "FINI_ARRAY", "PREINIT_ARRAY"):
             self.assertEqual(self.file.entries(tag), [], tag)
         sections = re.findall(r"\[ *\d+\] (\S+)", self.file.readelf("--sections"))
@@ -209,18 +209,18 @@ class HardenedLibrary(Hardened):
         self.assertNotIn("_init", symbols)
         self.assertNotIn("_fini", symbols)
 
-    def test_says_that_branch_targets_are_marked_and_returns_are_checked(self):
-        said = re.search(r"feature: (.*)", self.file.readelf("--notes"))
-        self.assertIsNotNone(said)
-        self.assertEqual(said[1].split(", "),
+    def test_has_the_control_flow_protection_property(self):
+        feature = re.search(r"feature: (.*)", self.file.readelf("--notes"))
+        self.assertIsNotNone(feature)
+        self.assertEqual(feature[1].split(", "),
                          ["BTI", "PAC"] if self.file.arm else ["IBT", "SHSTK"])
 
-    def test_functions_begin_with_a_mark(self):
-        marks = ("bti\tc", "paciasp") if self.file.arm else ("endbr64",)
+    def test_functions_begin_with_a_landing_pad(self):
+        landing_pads = ("bti\tc", "paciasp") if self.file.arm else ("endbr64",)
         instructions = self.file.instructions()
         for name, symbol in self.file.exports.items():
             if symbol.type == "FUNC":
-                self.assertIn(instructions[symbol.address], marks, name)
+                self.assertIn(instructions[symbol.address], landing_pads, name)
 
 
 class Library(HardenedLibrary, unittest.TestCase):
@@ -235,7 +235,7 @@ class Library(HardenedLibrary, unittest.TestCase):
         names = MODULE.union(*(table.exports() for table in self.tables))
         self.assertEqual(sorted(self.exports), sorted(names))
 
-    def test_exports_everything_that_is_recorded(self):
+    def test_exports_the_recorded_baseline(self):
         recorded = re.findall(r"<elf-symbol name='(\w+)'", options.recorded.read_text(encoding="utf-8"))
         self.assertGreater(len(recorded), 0)
         self.assertEqual(sorted(set(recorded) - set(self.exports)), [])
@@ -249,13 +249,13 @@ class Library(HardenedLibrary, unittest.TestCase):
         libc = LIBC | self.file.stack_protector() | (SPIN_LOCK if self.file.arm else set())
         self.assertEqual(sorted(self.file.imports), sorted(platform_interface(self.tables) | libc))
 
-    def test_needs_libc_only(self):
+    def test_depends_on_libc_only(self):
         self.assertEqual(set(self.file.names("NEEDED")), self.file.libc())
 
     def test_soname(self):
         self.assertEqual(self.file.names("SONAME"), ["libl2vpn_db.so.0"])
 
-    def test_is_not_bound_to_its_own_symbols(self):
+    def test_its_symbols_can_be_interposed(self):
         flags = " ".join(self.file.entries("FLAGS") + self.file.entries("FLAGS_1"))
         self.assertNotIn("SYMBOLIC", flags)
         self.assertEqual(self.file.entries("SYMBOLIC"), [])
@@ -270,7 +270,7 @@ class Library(HardenedLibrary, unittest.TestCase):
             self.assertEqual(self.exports[table.descriptor()].size, table.descriptor_size(),
                              table.descriptor())
 
-    def test_objects_are_writable_and_blocks_zero_filled(self):
+    def test_objects_are_writable_and_control_blocks_in_bss(self):
         sections = {}
         for line in self.file.readelf("--sections").splitlines():
             match = re.match(r"\s+\[ *(\d+)\] (\S+)\s+(\S+)\s+(.*)", line)
@@ -291,7 +291,7 @@ class EmbeddedPlatform(HardenedLibrary, unittest.TestCase):
     def setUpClass(cls):
         cls.file = ElfFile(options.platform)
 
-    def test_exports_exactly_what_the_library_imports(self):
+    def test_exports_exactly_the_imports_of_the_library(self):
         self.assertEqual(sorted(self.file.exports),
                          sorted(platform_interface(all_tables())))
         for name, symbol in self.file.exports.items():
@@ -301,10 +301,10 @@ class EmbeddedPlatform(HardenedLibrary, unittest.TestCase):
         self.assertLessEqual(
             self.file.imports, PLATFORM_LIBC | PLATFORM_LIBSTDCXX | self.file.stack_protector())
 
-    def test_prints_with_a_checked_function(self):
+    def test_prints_with_the_fortified_function(self):
         self.assertIn("__vsnprintf_chk", self.file.imports)
 
-    def test_needs_the_run_time_libraries_only(self):
+    def test_depends_on_the_runtime_libraries_only(self):
         self.assertEqual(set(self.file.names("NEEDED")), self.file.libc() | {"libstdc++.so.6"})
 
     def test_soname(self):
@@ -312,7 +312,7 @@ class EmbeddedPlatform(HardenedLibrary, unittest.TestCase):
 
 
 class Demo(Hardened, unittest.TestCase):
-    forbidden = ("TEXTREL",) # it finds the libraries where they were built
+    forbidden = ("TEXTREL",)  # its RUNPATH is the build directory
 
     @classmethod
     def setUpClass(cls):

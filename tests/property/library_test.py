@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
-"""Builds libraries for random tables, with the real generator and compiler, and holds each to what
-tables.py expects: the tests of tests/unit and tests/fresh, the exports and the headers.
+"""Property test: builds libraries of random tables with the real generator and compiler, and checks
+each against the model in tables.py: the tests of tests/unit and tests/fresh, exports and headers.
 """
 
 import argparse
@@ -19,11 +19,11 @@ from pathlib import Path
 import tables as model
 
 ROOT = Path(__file__).resolve().parents[2]
-TABLES = 12  # of one library
+TABLES = 12  # per library
 EXPORTS = ("test_exports_exactly_the_interface", "test_exports_are_strong_functions_and_objects",
            "test_imports_exactly_the_platform", "test_objects_have_their_sizes",
-           "test_objects_are_writable_and_blocks_zero_filled")
-# These have room for the longest key of all tables.
+           "test_objects_are_writable_and_control_blocks_in_bss")
+# Sources whose buffers are sized by the longest key of all tables.
 KEY_ROOM = ("src/library/key_operations.cpp", "src/library/update.cpp")
 
 
@@ -35,12 +35,12 @@ def run(command: list, **more) -> str:
     result = subprocess.run([str(word) for word in command], stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
                             text=True, errors="replace", check=False, **more)
     if result.returncode != 0:
-        raise Failure(f"{shlex.join(map(str, command))}\nended with {result.returncode}:\n{result.stdout}")
+        raise Failure(f"{shlex.join(map(str, command))}\nexited with {result.returncode}:\n{result.stdout}")
     return result.stdout
 
 
 class Build:
-    """The build whose objects and compile commands are used."""
+    """A build directory, whose objects and compile commands are reused."""
 
     def __init__(self, folder: Path):
         self.folder = folder
@@ -54,14 +54,14 @@ class Build:
             self.commands = json.load(file)
 
     def objects(self, name: str) -> list:
-        """Those that know no table."""
-        knowing = ("/gen/", *(f"/{source}." for source in KEY_ROOM))
+        """The objects that do not depend on the tables."""
+        dependent = ("/gen/", *(f"/{source}." for source in KEY_ROOM))
         return [path for path in self.facts[f"{name}_objects"]
-                if path.endswith(".o") and not any(part in path for part in knowing)]
+                if path.endswith(".o") and not any(part in path for part in dependent)]
 
     @functools.cache
     def command(self, source: str, target: str) -> list:
-        """How the target's source is compiled, without the source and the object."""
+        """The command that compiles the target's source, without source and object."""
         places = (f"{self.gen}/{source}", f"{self.source}/{source}")
         command = next(shlex.split(entry["command"]) for entry in self.commands
                        if entry["file"].startswith(places) and f"/{target}.dir/" in entry["command"])
@@ -69,7 +69,7 @@ class Build:
 
 
 class Library:
-    """The library of one seed in a folder of its own."""
+    """The library for one seed, in a separate folder."""
 
     def __init__(self, build: Build, root: Path, seed: int, count: int, optimised: bool):
         self.build, self.root, self.optimised = build, root, optimised
@@ -89,10 +89,11 @@ class Library:
         for arguments in ("headers",), ("sources", self.project.sources):
             run([sys.executable, "-B", ROOT / "generator", *arguments, "--root", self.root])
 
-    def moved(self, words: list) -> list:
-        """Options of the build with this library's generated files in place of the build's."""
-        places = {str(self.build.gen): str(self.project.sources), f"-I{self.build.source}/include": f"-I{self.project.include}"}
-        for old, new in places.items():
+    def relocated(self, words: list) -> list:
+        """The build's options, with this library's generated files instead of the build's."""
+        paths = {str(self.build.gen): str(self.project.sources),
+                 f"-I{self.build.source}/include": f"-I{self.project.include}"}
+        for old, new in paths.items():
             words = [word.replace(old, new) for word in words]
         return words
 
@@ -103,15 +104,15 @@ class Library:
         output = (self.project.sources / source).with_suffix(f".{target}.o")
         output.parent.mkdir(parents=True, exist_ok=True)
         quick = [] if self.optimised else ["-O0", "-g0", "-U_FORTIFY_SOURCE"]
-        run([*self.moved(self.build.command(kind, target)), *quick, "-o", output, "-c", path])
+        run([*self.relocated(self.build.command(kind, target)), *quick, "-o", output, "-c", path])
         return output
 
     def link(self, name: str, sources: list) -> Path:
-        """The library or the platform, of the build's objects and of these sources."""
+        """Links the library or the platform from the build's objects and these sources."""
         target = {"library": "l2vpn_db", "platform": "l2vpn_platform"}[name]
         file = self.root / f"lib{target}.so"
         run([self.build.compiler, "-shared", f"-Wl,-soname,{file.name}.0", "-o", file,
-             *self.moved(self.build.facts[f"{name}_link_options"]), *self.build.objects(name),
+             *self.relocated(self.build.facts[f"{name}_link_options"]), *self.build.objects(name),
              *(self.compile(source, target) for source in sources)])
         file.with_suffix(".so.0").symlink_to(file.name)
         return file
@@ -128,14 +129,14 @@ class Library:
         return program
 
     def run_cases(self, program: Path, which: str) -> int:
-        """The number of test cases, which have passed. A suite may find no table that it is about."""
+        """Returns the number of test cases passed. A suite may be empty for the given tables."""
         output = run([program, "--gtest_brief", f"--gtest_filter={which}:GoogleTestVerification.*"],
                      env=os.environ | {"L2VPN_TEST_EXPECTED_DIR": str(self.expected)})
         return int(re.search(r"(\d+) tests from", output)[1])
 
     def test_library(self) -> int:
         program = self.link_program("unit", self.compile("platform/record_objects.cpp", "l2vpn_recording_platform"))
-        # In a fresh process, nothing has been called yet.
+        # These require a process that has not called the library yet.
         return self.run_cases(program, "*Fresh*-") + self.run_cases(program, "-*Fresh*")
 
     def test_store(self) -> int:
@@ -153,7 +154,8 @@ class Library:
 
 
 def check(build: Build, seed: int, count: int, store: bool) -> tuple:
-    """(tables, fields, keys, test cases) of the library of one seed, and of a store with its tables."""
+    """Tests the library for one seed, and a store with its tables. Returns the numbers of tables, fields,
+    keys and test cases."""
     rng = random.Random(-seed)
     with tempfile.TemporaryDirectory() as folder:
         library = Library(build, Path(folder).resolve(), seed, count, optimised=rng.random() < 0.1 and count >= TABLES)
@@ -165,9 +167,9 @@ def check(build: Build, seed: int, count: int, store: bool) -> tuple:
             library.check_file()
             library.check_headers()
         except Failure as failure:
-            blamed = [table for table in library.tables if re.search(rf"{table.name}\b", str(failure))]
-            texts = [(library.project.catalog / f"{table.name}.toml").read_text(encoding="utf-8") for table in blamed]
-            raise Failure("\n".join([str(failure), *texts, f"To see it again: ./dev property --seed {seed} "
+            named = [table for table in library.tables if re.search(rf"{table.name}\b", str(failure))]
+            texts = [(library.project.catalog / f"{table.name}.toml").read_text(encoding="utf-8") for table in named]
+            raise Failure("\n".join([str(failure), *texts, f"To reproduce: ./dev property --seed {seed} "
                                      f"--count {count}"])) from failure
     found = library.tables
     return (len(found), sum(len(table.fields) for table in found), sum(len(table.keys) for table in found), cases)
@@ -176,9 +178,9 @@ def check(build: Build, seed: int, count: int, store: bool) -> tuple:
 def main() -> int:
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--build", type=Path, required=True)
-    parser.add_argument("--count", type=int, default=300, help="how many tables")
-    parser.add_argument("--seed", type=int, default=random.randrange(10**6), help="of the first library")
-    parser.add_argument("--store", action="store_true", help="the embedded platform with the tables, too")
+    parser.add_argument("--count", type=int, default=300, help="number of tables")
+    parser.add_argument("--seed", type=int, default=random.randrange(10**6), help="seed of the first library")
+    parser.add_argument("--store", action="store_true", help="also test the embedded platform")
     parser.add_argument("--jobs", type=int, default=1)
     options = parser.parse_args()
     build = Build(options.build.resolve())

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
-"""Random tables, and what must become of them by the rules of the system. Nothing here comes from
-generator/: what is derived there wrongly differs from what is derived here.
+"""Random tables and a model of the generator's derivations. The model shares no code with generator/,
+so that an error in either of them shows as a difference.
 """
 
 import random
@@ -15,8 +15,8 @@ LARGEST_RECORD = 8192
 
 WORDS = ("vr", "if", "peer", "mac", "instance", "tunnel", "pw", "src", "vlan", "stat", "enable", "ttl", "mpls",
          "exp", "hub", "spoke", "x", "id", "type", "l2", "time", "lst")
-# Names that mean something to C, to C++, to the C library or to the library's own sources.
-CURIOUS = ("main", "assert", "offsetof", "read", "write", "remove", "stat", "index", "signal", "printf", "record",
+# Names with a meaning in C, C++, the C library or the library's own sources.
+COLLIDING = ("main", "assert", "offsetof", "read", "write", "remove", "stat", "index", "signal", "printf", "record",
            "name", "fields", "keys", "row", "key", "keyMembers", "descriptor", "controlBlock",
            "request", "result", "stored", "buffer", "separator", "module", "import", "final", "override", "xor2",
            "i", "k", "a", "e", "std", "l2vpn", "test", "format", "self", "line", "count", "id", "offset", "width",
@@ -72,7 +72,7 @@ class Key:
 
 class Table:
     def __init__(self, name: str, typed: bool, fields: list, keys: list, quirks: list, version: int, about: str):
-        """keys: of (name, indexes of members)"""
+        """keys: a list of (name, indexes of members)"""
         self.name, self.typed, self.fields, self.quirks = name, typed, fields, quirks
         self.version, self.about = version, about
         at = ident = stored = 0
@@ -96,19 +96,20 @@ class Table:
     def key_fields(self) -> set:
         return {member.name for key in self.keys for member in key.members}
 
-    def gaps(self) -> list:
+    def padding(self) -> list:
+        """The ranges [first, last] of padding bytes."""
         used = {at for field in self.fields for at in range(field.offset, field.offset + field.width)}
-        gaps = []
+        ranges = []
         for at in sorted(set(range(self.record_size)) - used):
-            if gaps and gaps[-1][1] == at - 1:
-                gaps[-1][1] = at
+            if ranges and ranges[-1][1] == at - 1:
+                ranges[-1][1] = at
             else:
-                gaps.append([at, at])
-        return gaps
+                ranges.append([at, at])
+        return ranges
 
 
 def read(path: Path) -> Table:
-    """The table of a catalog file, which is taken to be right. Its numbers are not read."""
+    """Reads a valid catalog file. Its numbers are derived here, not read."""
     entries = tomllib.loads(path.read_text(encoding="utf-8"))
     fields = [Field(name, type_name, bool(flags)) for _, _, type_name, name, *flags in entries["fields"]]
     names = [field.name for field in fields]
@@ -128,10 +129,10 @@ def camel(name: str) -> str:
     return infix(1, name + "_key")
 
 
-# ---- What must become of them, as the tests read it ----------------------------------------------
+# ---- The model's expectations, in the format of tests/expected -----------------------------------
 
 def expected_files(tables: list) -> dict:
-    """The text of each file that stands in tests/expected for the catalog's tables."""
+    """The text of each file of tests/expected, for these tables."""
     def joined(values) -> str:
         return ",".join(values) or "-"
 
@@ -169,7 +170,7 @@ def expected_files(tables: list) -> dict:
         buffer = primary + -primary % 8
         files["control_blocks"].append((name, buffer, 192 + buffer, 104 + buffer))
         files["conversions"].append((
-            name, joined(f"{first}-{last}" for first, last in table.gaps()),
+            name, joined(f"{first}-{last}" for first, last in table.padding()),
             joined(f"{field.name}:{field.width}" for field in table.fields if field.elements > 2),
             joined(f"{field.name}:2x{field.width // 2}{'*' if field.width > 2 else ''}"
                    for field in table.fields if field.array)))
@@ -186,7 +187,7 @@ def random_word(rng: random.Random) -> str:
 
 def random_name(rng: random.Random, taken: set) -> str:
     while True:
-        name = rng.choice((*(random_word(rng) for _ in range(8)), rng.choice(CURIOUS), rng.choice(RESERVED)))
+        name = rng.choice((*(random_word(rng) for _ in range(8)), rng.choice(COLLIDING), rng.choice(RESERVED)))
         if name not in taken:
             taken.add(name)
             return name
@@ -202,7 +203,7 @@ def random_type(rng: random.Random) -> str:
 
 
 def service_fields(rng: random.Random) -> list:
-    """The service fields that a table may have, mostly of their usual types."""
+    """Random service fields, mostly of their usual types."""
     types = {"svcStatus": ("pair",), "svcErrcode": ("pair",)}
     found = [name for name in (*SERVICE, "nhpSvcCtx") if rng.random() < 0.6]
     return [Field(name, random_type(rng) if rng.random() < 0.1 else
@@ -219,13 +220,13 @@ def random_fields(rng: random.Random, typed: bool) -> list:
         batch = "u32" if typed or rng.random() < 0.7 else random_type(rng)
         fields.insert(rng.randint(0, len(fields)), Field("batchVersion", batch))
     taken = {field.name for field in fields} | {*SERVICE, "nhpSvcCtx", "batchVersion"}
-    together, apart = fields, []
+    contiguous, scattered = fields, []
     if rng.random() < 0.5:
-        together, apart = [], fields
+        contiguous, scattered = [], fields
     others = [Field(random_name(rng, taken), random_type(rng)) for _ in range(count - len(fields))]
     at = rng.choice((0, len(others), rng.randint(0, len(others))))
-    others[at:at] = together
-    for field in apart:
+    others[at:at] = contiguous
+    for field in scattered:
         others.insert(rng.randint(0, len(others)), field)
     while sum(field.width + 8 for field in others) > LARGEST_RECORD:
         others.pop(max(range(len(others)), key=lambda at: others[at].width))
@@ -276,14 +277,14 @@ def random_table(rng: random.Random, name: str) -> Table:
 
 
 def random_tables(seed: int, count: int) -> list:
-    """Of one catalog. The first of them are the same whatever their number is."""
+    """The tables of one catalog. A larger count appends tables."""
     rng = random.Random(seed)
     tables, names = [], set()
     while len(tables) < count:
         words = [rng.choice(("vpls", "vll", "pw", "ac", "mac", "x", "7", "a1", "peer", "inst"))
                  for _ in range(rng.randint(1, 3))]
         name = "_".join(["l2vpn", *words])
-        if tables and rng.random() < 0.2:  # the name of another table with a word more
+        if tables and rng.random() < 0.2:  # the name of another table as a prefix
             name = f"{tables[-1].name}_{rng.choice(('table', 'key', 'field', 'intf', 'keys', '0'))}"
         if camel(name) not in names:
             names.add(camel(name))
@@ -291,10 +292,10 @@ def random_tables(seed: int, count: int) -> list:
     return tables
 
 
-# ---- As their authors write them -----------------------------------------------------------------
+# ---- Catalog files -------------------------------------------------------------------------------
 
 class Catalog:
-    """The entries of a catalog file as TOML values, which may be damaged before they are written."""
+    """The entries of a catalog file as TOML values, into which faults can be injected."""
 
     def __init__(self, table: Table):
         self.entries = {
@@ -316,8 +317,7 @@ class Catalog:
             del self.entries["quirks"]
 
     def written(self, rng: random.Random) -> tuple:
-        """The file's text, in any of the ways that TOML leaves open, and the line on which every
-        entry, (entry, row) begins."""
+        """The file's text in a random TOML layout, and the lines of every entry and (entry, row)."""
         out = Writer(rng)
         names = list(self.entries)
         if rng.random() < 0.5:
@@ -352,7 +352,7 @@ class Writer:
             self.add(self.rng.choice(("\n", "# fields = [\n", "   \n", "\t# \"\"\" it's [[\n")))
 
     def space(self) -> None:
-        """Where TOML allows lines to end and comments to stand."""
+        """Adds random whitespace, line breaks and comments where TOML allows them."""
         if not self.tidy:
             self.add(self.rng.choice(("", "", "", " ", "\n", "\n\t", " # ], \"x\n", "\n# '''[\n")))
 
@@ -389,7 +389,7 @@ def quoted(text: str) -> str:
 
 
 class Project:
-    """A folder with the generator's inputs, for catalogs of any text."""
+    """A folder with the generator's inputs."""
 
     def __init__(self, root: Path, shared_headers: Path):
         self.root = root

@@ -22,7 +22,7 @@ def block(document: str, language: str) -> str:
 
 
 class Readme(unittest.TestCase):
-    def test_the_c_example_is_the_program_that_the_tests_build_and_run(self):
+    def test_the_c_example_is_the_tested_program(self):
         program = (ROOT / "examples/first_steps.c").read_text(encoding="utf-8")
         self.assertEqual(program.split("\n", 1)[1], block("README.md", "c"))
 
