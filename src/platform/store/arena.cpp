@@ -33,9 +33,8 @@ void *Arena::allocate(const Allocator &allocator, std::size_t size) {
     return allocated;
 }
 
-// Blocks grow with the arena: a small table stays small, a large one gets huge pages. A block's
-// size is a multiple of the allocation's, because most allocations are followed by others of their
-// size.
+// Blocks grow with the arena: a small table stays small, a large one gets huge pages. A block is a
+// multiple of the requested size, because most requests are followed by others of that size.
 bool Arena::grow(const Allocator &allocator, std::size_t size) {
     if (size_ >= 4 * huge_page && size <= huge_page && allocator.is_malloc()) {
         void *const block = std::aligned_alloc(huge_page, huge_page);

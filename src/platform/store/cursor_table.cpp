@@ -14,26 +14,30 @@ constexpr std::uint64_t field(std::uint64_t handle, unsigned from, unsigned bits
     return handle >> from & ((std::uint64_t{1} << bits) - 1);
 }
 
+constexpr std::uint32_t first_chunk_size = 16; // each chunk is twice as long as the last
+
+constexpr std::uint32_t chunk_of(std::uint32_t slot) {
+    return static_cast<std::uint32_t>(std::bit_width(slot / first_chunk_size + 1) - 1);
+}
+constexpr std::uint32_t first_slot(std::uint32_t chunk) {
+    return first_chunk_size * ((1U << chunk) - 1);
+}
+
 } // namespace
 
 Cursor *CursorTable::at(std::uint32_t slot) const {
-    const std::uint32_t scaled = slot / first_chunk + 1;
-    const auto chunk = static_cast<std::uint32_t>(std::bit_width(scaled) - 1);
-    // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult): scaled is not 0
-    return chunks_[chunk] + (slot - first_chunk * ((1U << chunk) - 1));
+    const std::uint32_t chunk = chunk_of(slot);
+    return chunks_[chunk] + (slot - first_slot(chunk));
 }
 
 Cursor *CursorTable::allocate(const Allocator &allocator, Arena &arena) {
     if (free_list_ == nullptr) {
-        const std::uint32_t chunk =
-            static_cast<std::uint32_t>(std::bit_width(used_ / first_chunk + 1) - 1);
-        // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult): nor is this
-        const bool starts = used_ == first_chunk * ((1U << chunk) - 1);
-        if (starts) {
+        const std::uint32_t chunk = chunk_of(used_);
+        if (used_ == first_slot(chunk)) {
             if (chunk == chunk_count)
                 return nullptr;
             chunks_[chunk] = static_cast<Cursor *>(
-                arena.allocate(allocator, (first_chunk << chunk) * sizeof(Cursor)));
+                arena.allocate(allocator, (first_chunk_size << chunk) * sizeof(Cursor)));
             if (chunks_[chunk] == nullptr)
                 return nullptr;
         }

@@ -35,7 +35,6 @@ public:
     [[nodiscard]] Cursor *find(const L2vpnDbIter *handle) const;
 
 private:
-    static constexpr std::uint32_t first_chunk = 16; ///< each chunk is twice as long as the last
     static constexpr std::uint32_t chunk_count = 16;
 
     [[nodiscard]] Cursor *at(std::uint32_t slot) const;

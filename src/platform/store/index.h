@@ -43,14 +43,18 @@ public:
     // The functions below require the write lock.
 
     /// Looks up the key value of a record that is to be written, for reserve() and link(). Returns
-    /// the record that has the value, or no_record.
+    /// the head of its duplicate chain, or no_record.
     RecordId stage(const RecordPool &records, const char *record) {
         pending_.hash = key_.hash(record);
         return pending_.chain = find(records, pending_.hash, record).id;
     }
-    /// Notes and returns whether new contents change the stored record's key value.
-    bool note_change(const char *record, const Word *stored) {
-        return pending_.changes = !key_.matches(record, stored);
+    /// The same for a record that is to replace a stored one, if its key value differs. Returns
+    /// changes().
+    bool stage_change(const RecordPool &records, const char *record, const Word *stored) {
+        pending_.changes = !key_.matches(record, stored);
+        if (pending_.changes)
+            stage(records, record);
+        return pending_.changes;
     }
     [[nodiscard]] bool changes() const { return pending_.changes; }
     /// Reserves the index entry of the staged value. Returns false if allocation fails.
@@ -58,11 +62,10 @@ public:
         return pending_.chain != no_record || hash_index_.reserve(allocator, arena, pending_.hash);
     }
 
-    // These two change what readers see; link() cannot fail after reserve().
-
-    /// Appends a record to the staged value's duplicate chain, or starts one.
+    /// Appends a record to the staged value's duplicate chain, or starts one. Cannot fail after
+    /// reserve().
     void link(RecordPool &records, RecordId id);
-    /// Unlinks a record, which still has its old contents, whose key value has the hash.
+    /// Unlinks a record that still has its old contents; `hash` is that of its key value.
     void unlink(RecordPool &records, RecordId id, Hash hash);
 
     /// Positions a cursor before the records with the key value and adds it to the open ones.
@@ -77,7 +80,7 @@ private:
     struct PendingKey {
         Hash hash;
         RecordId chain; ///< the head of the chain to append to, or no_record
-        bool changes;
+        bool changes;   ///< set by a replacement only
     };
 
     [[nodiscard]] ChainLink &link_of(const RecordPool &records, RecordId id) const {

@@ -89,7 +89,7 @@ private:
         return mix(hash ^ segment.first ^ std::rotl(segment.last * 0x8CB92BA72F3D8DD7, 32));
     }
 
-    // Not inlined: that would slow down keys of one segment.
+    // Not inlined, because that slows down keys of one segment.
 
     template <class Source>
     [[nodiscard, gnu::noinline]] Word rest_hash(Word hash, Source from) const {

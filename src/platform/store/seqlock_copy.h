@@ -60,7 +60,7 @@ inline Word load_bytes(const char *from, std::size_t count) {
 
 #ifdef L2VPN_ATOMIC_WORDS
 
-// ThreadSanitizer accepts atomic accesses only. They take several times as long.
+// ThreadSanitizer accepts atomic accesses only, which take several times as long.
 
 /// Loads the 8 bytes at `offset` bytes from `words`. May read the 8 bytes after them.
 inline Word load_within(const Word *words, std::size_t offset) {
@@ -78,7 +78,7 @@ inline void copy_out(void *to, const Word *words, std::size_t length) {
     }
 }
 
-/// Copies a record into its slot; the last word is filled up with zeros.
+/// Copies a record into its slot. The rest of the last word is undefined.
 inline void copy_in(Word *words, const void *from, std::size_t length) {
     const char *const at = static_cast<const char *>(from);
     for (std::size_t done = 0; done < length; done += sizeof(Word))

@@ -9,24 +9,11 @@ namespace l2vpn::platform {
 
 namespace {
 
-/// The event that a refused call counts as.
-std::uint32_t refusal_event(std::uint32_t code) {
-    switch (code) {
-    case L2VPN_STORE_BAD_KEY_AREA:
-    case L2VPN_STORE_UNKNOWN_KEY:
-    case L2VPN_STORE_BAD_KEY_FLAGS:
-    case L2VPN_STORE_BAD_KEY_LENGTH:
-    case L2VPN_STORE_NOT_PRIMARY:
-        return L2VPN_STORE_STAT_BAD_KEY;
-    case L2VPN_STORE_NO_MEMORY:
-        return L2VPN_STORE_STAT_NO_MEMORY;
-    default:
-        return L2VPN_STORE_STAT_BAD_REQUEST;
-    }
-}
-
 Status refused(std::uint32_t code) {
-    return {code, refusal_event(code)};
+    if (code == L2VPN_STORE_NO_MEMORY)
+        return out_of_memory;
+    const bool bad_key = code >= L2VPN_STORE_BAD_KEY_AREA && code <= L2VPN_STORE_NOT_PRIMARY;
+    return {code, bad_key ? L2VPN_STORE_STAT_BAD_KEY : L2VPN_STORE_STAT_BAD_REQUEST};
 }
 
 /// Logs refused calls and failed allocations, but no missing records, ends of iterations and codes
@@ -46,10 +33,8 @@ void report(const L2vpnDbModuleIntf *module, const char *operation,
 template <class Work>
 inline std::uint32_t perform(const char *operation, L2vpnDbModuleIntf *module,
                              const L2vpnDbTblIntf *descriptor, Work work) {
-    if (inside_store) [[unlikely]] {
-        // Not logged: the log service may call the store, too.
-        return L2VPN_STORE_REENTERED;
-    }
+    if (inside_store) [[unlikely]]
+        return L2VPN_STORE_REENTERED; // not logged: the log service may call the store, too
     std::uint32_t code = L2VPN_DB_OK;
     Table *const table = find_table(module, descriptor, code);
     if (table == nullptr) [[unlikely]] {

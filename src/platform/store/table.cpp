@@ -76,14 +76,14 @@ Status Table::write(const Allocator &allocator, const char *record) {
 
 /// Inserts a record that the primary index has staged.
 bool Table::insert(const Allocator &allocator, const char *record) {
-    const SeqLock::WriteSection section(lock_);
-    if (!records_.reserve(allocator, arena_) || !primary().reserve(allocator, arena_))
-        return false;
-    for (Index &index : secondary()) {
+    for (Index &index : secondary())
         index.stage(records_, record);
+    const SeqLock::WriteSection section(lock_);
+    if (!records_.reserve(allocator, arena_))
+        return false;
+    for (Index &index : indexes_)
         if (!index.reserve(allocator, arena_))
             return false;
-    }
     const RecordId id = records_.allocate();
     copy_in(records_.words(id), record, stored_length_);
     for (Index &index : indexes_)
@@ -97,18 +97,15 @@ bool Table::replace(const Allocator &allocator, RecordId id, const char *record)
     Word *const words = records_.words(id);
     bool changes = false;
     for (Index &index : secondary())
-        changes |= index.note_change(record, words);
+        changes |= index.stage_change(records_, record, words);
     const SeqLock::WriteSection section(lock_);
     if (!changes) {
         copy_in(words, record, stored_length_);
         return true;
     }
     for (Index &index : secondary())
-        if (index.changes()) {
-            index.stage(records_, record);
-            if (!index.reserve(allocator, arena_))
-                return false;
-        }
+        if (index.changes() && !index.reserve(allocator, arena_))
+            return false;
     for (Index &index : secondary())
         if (index.changes())
             index.unlink(records_, id, index.key().hash(words));
