@@ -1,12 +1,12 @@
 # SPDX-License-Identifier: MIT
 """
-Instructions per operation and bytes of code, against those recorded in baseline.json.
+Compares instructions per operation and bytes of code with baseline.json.
 
-  python3 bench/baseline.py check BUILD...     fails if one is more than 2 % off, up or down
-  python3 bench/baseline.py record BUILD...    records what is there
+  python3 bench/baseline.py check BUILD...     fails on a deviation of more than 2 %, up or down
+  python3 bench/baseline.py record BUILD...    records the current figures
 
-BUILD is a build's folder, for this processor or 64-bit ARM. What no record tells of, such as a new
-table, is free.
+BUILD is a build folder, for this processor or 64-bit ARM. Figures that are not recorded, such as those
+of a new table, are not checked.
 """
 
 import json
@@ -24,7 +24,7 @@ Figures = dict[str, dict[str, float]]
 
 
 def measured(folder: Path) -> Figures:
-    """Of each unit, what is counted in it."""
+    """The current figures by unit."""
     stub = instructions.instructions(folder, instructions.STUB)
     store = instructions.instructions(folder, instructions.STORE)
     tables = instructions.instructions(folder, instructions.TABLES)
@@ -40,8 +40,8 @@ def measured(folder: Path) -> Figures:
     }
 
 
-def moved(before: Figures, now: Figures) -> list[str]:
-    """What differs by more than the tolerance, in words."""
+def deviations(before: Figures, now: Figures) -> list[str]:
+    """Describes each figure that differs by more than the tolerance."""
     result = []
     for unit, figures in before.items():
         for name, old in figures.items():
@@ -60,20 +60,20 @@ def check(folder: Path, recorded: dict) -> int:
     if compiler != record["compiler"]:
         print(f"{processor}: recorded with {record['compiler']}, built with {compiler}: not compared")
         return SKIPPED
-    differences = moved(record["figures"], measured(folder))
+    differences = deviations(record["figures"], measured(folder))
     for difference in differences:
         print(f"{processor}, {difference}")
     if differences:
-        print("If this is meant, run ./dev bench --record-baseline and commit bench/baseline.json.")
+        print("If this is intended, run ./dev bench --record-baseline and commit bench/baseline.json.")
     return 1 if differences else 0
 
 
 def main() -> int:
-    what, *folders = sys.argv[1:] or [""]
-    if what not in ("check", "record") or not folders:
+    command, *folders = sys.argv[1:] or [""]
+    if command not in ("check", "record") or not folders:
         sys.exit(__doc__)
     recorded = json.loads(FILE.read_text(encoding="utf-8")) if FILE.exists() else {}
-    if what == "check":
+    if command == "check":
         return max(check(Path(folder), recorded) for folder in folders)
     for folder in map(Path, folders):
         recorded[instructions.processor_of(folder)] = {

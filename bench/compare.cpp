@@ -17,7 +17,7 @@ double run(const Slice &slice) {
     return slice ? slice() : 0;
 }
 
-/// Of nanoseconds per operation, slice by slice.
+/// Compares nanoseconds per operation slice by slice.
 Comparison compared(const std::vector<double> &subjects, const std::vector<double> &references) {
     std::vector<double> ratios;
     for (std::size_t n = 0; n < subjects.size(); ++n)
@@ -33,10 +33,10 @@ std::vector<Comparison> compare_each(const std::vector<Slice> &subjects, const S
     std::vector<double> references;
     std::vector<std::vector<double>> times(subjects.size());
     for (std::size_t n = 0; n < slices; ++n) {
-        const double nothing = run(empty);
-        references.push_back(reference() - (empty_reference ? empty_reference() : nothing));
+        const double overhead = run(empty);
+        references.push_back(reference() - (empty_reference ? empty_reference() : overhead));
         for (std::size_t s = 0; s < subjects.size(); ++s)
-            times[s].push_back(subjects[s]() - nothing);
+            times[s].push_back(subjects[s]() - overhead);
     }
     std::vector<Comparison> result;
     result.reserve(times.size());

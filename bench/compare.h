@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Two operations in turn, slice by slice, so that both find the machine in the same state.
+// Compares two operations by alternating their slices, so that both see the same machine state.
 #pragma once
 
 #include <cstddef>
@@ -9,7 +9,6 @@
 
 namespace l2vpn::bench {
 
-/// The middle of some values, and of their halves.
 struct Quartiles {
     double lower = 0;
     double median = 0;
@@ -20,15 +19,15 @@ Quartiles quartiles(std::vector<double> values);
 
 struct Comparison {
     Quartiles ratio;
-    double subject = 0; ///< nanoseconds per operation, what is empty taken off
+    double subject = 0; ///< nanoseconds per operation, less those of an empty one
     double reference = 0;
 };
 
-/// Subject / reference. What the empty slices take is no part of either; without any, all is.
+/// Ratio of subject to reference, after subtracting the empty slices (if any) from both.
 Comparison compare(const Slice &subject, const Slice &reference, std::size_t slices,
                    const Slice &empty = {}, const Slice &empty_reference = {});
 
-/// The same for several subjects, where the reference cannot be run once more for each.
+/// The same for several subjects and one run of the reference, which may not be repeatable.
 std::vector<Comparison> compare_each(const std::vector<Slice> &subjects, const Slice &reference,
                                      std::size_t slices, const Slice &empty = {},
                                      const Slice &empty_reference = {});

@@ -11,7 +11,7 @@ namespace l2vpn::bench {
 
 namespace {
 
-/// Where the file with the function begins in memory.
+/// Load address of the object file that contains the function.
 template <class Function>
 void *base(Function *function) {
     Dl_info info{};
@@ -21,7 +21,7 @@ void *base(Function *function) {
 
 } // namespace
 
-// Not left out, although they do nothing.
+// The empty asm keeps the compiler from removing the calls.
 extern "C" {
 [[gnu::noinline]] void begin_counting() {
     __asm__ volatile("");
@@ -31,12 +31,12 @@ extern "C" {
 }
 }
 
-void say_where() {
+void print_addresses() {
     std::printf("%p %p %p %p\n", base(L2VPN_DB_ModuleIntf), base(DAL_VELD_Read),
                 reinterpret_cast<void *>(begin_counting), reinterpret_cast<void *>(end_counting));
 }
 
-void say_counted(const std::string &name, std::uint32_t times) {
+void print_counted(const std::string &name, std::uint32_t times) {
     std::printf("%s %u\n", name.c_str(), times);
 }
 

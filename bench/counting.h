@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Operations between two marks, for instructions.py, which has the program run where instructions
-// are counted. Elsewhere it runs, too, and tells nothing.
+// Marks the code whose instructions instructions.py counts, by running the program under callgrind
+// or an emulator. Elsewhere the marks have no effect.
 #pragma once
 
 #include <cstdint>
@@ -9,36 +9,36 @@
 
 namespace l2vpn::bench {
 
-/// What is counted lies between a call of one and the next call of the other.
+/// Instructions between the two calls are counted.
 extern "C" {
 void begin_counting();
 void end_counting();
 }
 
-constexpr std::uint32_t first_times = 3; ///< not counted: memory is taken
+constexpr std::uint32_t warm_up = 3; ///< operations that are not counted: they allocate
 
-/// Says where the libraries and the marks are, in the first line.
-void say_where();
+/// Prints the addresses of the libraries and of the marks, as the first line.
+void print_addresses();
 
-/// Says what has been counted, and how many times it ran.
-void say_counted(const std::string &name, std::uint32_t times);
+/// Prints the name of a counted operation and the number of its calls.
+void print_counted(const std::string &name, std::uint32_t times);
 
-/// Counts what `operation(i)` executes for i up to `end`.
+/// Counts the instructions of `operation(i)` for i from warm_up to `end`.
 template <class Operation>
 void count(const std::string &name, std::uint32_t end, Operation operation) {
-    for (std::uint32_t i = 0; i < first_times; ++i)
+    for (std::uint32_t i = 0; i < warm_up; ++i)
         operation(i);
     begin_counting();
-    for (std::uint32_t i = first_times; i < end; ++i)
+    for (std::uint32_t i = warm_up; i < end; ++i)
         operation(i);
     end_counting();
-    say_counted(name, end - first_times);
+    print_counted(name, end - warm_up);
 }
 
-/// How often each operation shall run: the first argument.
-inline std::uint32_t wanted_times(int count, char **arguments) {
+/// The end of the loop of `count`, for the number of operations in the first argument.
+inline std::uint32_t end_of_loop(int count, char **arguments) {
     constexpr std::uint32_t usual = 1000;
-    return first_times + (count > 1 ? static_cast<std::uint32_t>(std::atoi(arguments[1])) : usual);
+    return warm_up + (count > 1 ? static_cast<std::uint32_t>(std::atoi(arguments[1])) : usual);
 }
 
 } // namespace l2vpn::bench

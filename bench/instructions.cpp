@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
-// The operations of one table, some times each.
+// Runs the operations of one table for counting.
 #include <vector>
 
 #include "bench/counting.h"
-#include "bench/records.h"
+#include "bench/sample_records.h"
 #include "l2vpn_db/platform.h"
 
 int main(int argument_count, char **arguments) {
     using namespace l2vpn::bench;
-    const std::uint32_t table_size = wanted_times(argument_count, arguments);
+    const std::uint32_t table_size = end_of_loop(argument_count, arguments);
     const auto count = [table_size](const char *name, auto operation) {
         l2vpn::bench::count(name, table_size, operation);
     };
@@ -24,7 +24,7 @@ int main(int argument_count, char **arguments) {
     char text[2048];
     char stored[stored_length];
 
-    say_where();
+    print_addresses();
     count("set all fields", [&](auto i) { L2VPN_DB_L2vpnVplsPwSetAllFields(&records[i], stored); });
     count("get all fields", [&](auto) { L2VPN_DB_L2vpnVplsPwGetAllFields(stored, &found); });
     count("write, new", [&](auto i) { L2VPN_DB_L2vpnVplsPwWrite(&records[i]); });

@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: MIT
 """
-Instructions per operation, and bytes of code: figures that no other program disturbs.
+Counts instructions per operation and bytes of code, which do not depend on the load of the machine.
 
-A build for this processor is counted by callgrind, one for 64-bit ARM by the emulator, which names
-every instruction of the libraries that it executes; both tell who executed it.
+Callgrind counts in a build for this processor, the emulator in one for 64-bit ARM: it logs each
+executed instruction of the libraries. Both attribute instructions to modules.
 """
 
 import re
@@ -16,7 +16,7 @@ from dataclasses import dataclass, field
 from pathlib import Path
 
 LIBRARIES = {"library": "libl2vpn_db.so", "platform": "libl2vpn_platform.so"}
-# Without a store, and with the embedded one.
+# Over the stub store, on the embedded store, and for all tables over the stub.
 STUB, STORE, TABLES = "l2vpn_instructions", "l2vpn_store_instructions", "l2vpn_table_instructions"
 EMULATOR = ("qemu-aarch64", "-cpu", "max,pauth-impdef=on", "-L", "/usr/aarch64-linux-gnu")
 EMULATED_TIMES = 30
@@ -37,7 +37,7 @@ def processor_of(folder: Path) -> str:
 
 
 def compiler_of(folder: Path) -> str:
-    """Its version, as it stands in the library."""
+    """The compiler's version, from the library's .comment section."""
     comment = output_of("readelf", "-p", ".comment", folder / LIBRARIES["library"])
     return " and ".join(sorted(set(re.findall(r"(?:GCC|clang).* [\d.]+$", comment, re.M))))
 
@@ -46,7 +46,7 @@ def compiler_of(folder: Path) -> str:
 
 @dataclass
 class Run:
-    """What a program says: where the marks are, and how often each operation ran."""
+    """A program's output: the addresses of libraries and marks, and the calls of each operation."""
     bases: dict[str, int]
     marks: tuple[int, int]
     times: dict[str, int] = field(default_factory=dict)
@@ -60,7 +60,7 @@ class Run:
 
 
 def callgrind_profile(profile: str) -> Counter:
-    """Instructions by who executed them, and the calls of sprintf_s."""
+    """Instructions by module, and the calls of sprintf_s."""
     names: dict[str, str] = {}
     owner, callee, amounts, called = "", "", Counter(), False
     for line in profile.splitlines():
@@ -72,7 +72,7 @@ def callgrind_profile(profile: str) -> Counter:
             elif match[2] == "fn" and match[1]:
                 callee = name
         elif match := re.match(r"calls=(\d+)", line):
-            called = True  # the next line is what the callee cost; it says so itself, too
+            called = True  # the next line is the inclusive cost of the callee, which is listed itself
             if callee == "sprintf_s":
                 amounts["pieces"] += int(match[1])
         elif re.match(r"[+\-*\d]", line):
@@ -97,7 +97,7 @@ def text_section(file: Path) -> tuple[int, int]:
 
 
 def by_emulator(program: Path) -> tuple[Run, list[Counter]]:
-    # Once to learn where everything is, which is always the same.
+    # The first run prints the addresses, which are the same in each run.
     run = Run(output_of(*EMULATOR, program, EMULATED_TIMES))
     ranges = {}
     for owner, name in LIBRARIES.items():
@@ -111,12 +111,12 @@ def by_emulator(program: Path) -> tuple[Run, list[Counter]]:
         again = Run(output_of(*EMULATOR, "-singlestep", "-d", "exec,nochain", "-dfilter", wanted, "-D", trace,
                               program, EMULATED_TIMES))
         if again != run:
-            sys.exit(f"{program.name}: the emulator loads it elsewhere each time")
+            sys.exit(f"{program.name}: the emulator loads it at varying addresses")
         return run, list(traced(trace, run.marks, ranges))
 
 
 def traced(trace: Path, marks: tuple[int, int], ranges: dict[str, range]) -> Iterator[Counter]:
-    """What was executed between the marks, each time; most instructions are executed often."""
+    """The executed instructions of each interval between the marks."""
     addresses: Counter[int] = Counter()
     with trace.open(encoding="ascii") as lines:
         for line in lines:
@@ -136,7 +136,7 @@ def traced(trace: Path, marks: tuple[int, int], ranges: dict[str, range]) -> Ite
 
 
 def instructions(folder: Path, program: str) -> dict[str, Amounts]:
-    """Per call: operation, then who executed them."""
+    """Instructions per call, by operation and module."""
     run, counted = (by_emulator if processor_of(folder) == "aarch64" else by_callgrind)(folder / program)
     if len(counted) != len(run.times):
         sys.exit(f"{program}: {len(counted)} operations were counted, {len(run.times)} ran")
@@ -147,7 +147,7 @@ def instructions(folder: Path, program: str) -> dict[str, Amounts]:
 # ---- Code ---------------------------------------------------------------------------------------
 
 def code_sizes(file: Path, tables: list[str]) -> dict[str, int]:
-    """Bytes of the functions of each table, by their names, and of those that tables share."""
+    """Bytes of code of each table's functions, attributed by name, and of shared functions."""
     camel = {"".join(map(str.capitalize, table.split("_"))): table for table in tables}
     longest_first = re.compile("|".join(sorted(camel, key=len, reverse=True)))
     sizes: dict[str, int] = dict.fromkeys(["shared", *tables], 0)
@@ -163,8 +163,8 @@ def code_sizes(file: Path, tables: list[str]) -> dict[str, int]:
 
 
 def jumps(folder: Path) -> dict[str, int]:
-    """Jumps within functions, and repeated moves, in what converts records and builds keys, and in
-    what it leads on to: none, where it runs straight on."""
+    """Counts jumps within functions and repeated string moves in record conversions, key builders and
+    their callees: 0 for straight-line code."""
     tool = {"aarch64": "aarch64-linux-gnu-objdump", "x86_64": "objdump"}[processor_of(folder)]
     inner: Counter[str] = Counter()
     leads_to: dict[str, set[str]] = {}

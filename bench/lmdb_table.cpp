@@ -33,7 +33,7 @@ LmdbTable::LmdbTable(unsigned flags) {
     expect(mdb_env_set_mapsize(environment_, map_size));
     expect(mdb_env_set_maxdbs(environment_, 6));
     const int opened = mdb_env_open(environment_, folder, MDB_NOSYNC | MDB_NOTLS | flags, 0600);
-    // The files live as long as they are open.
+    // The files exist until they are closed.
     for (const char *name : {"/data.mdb", "/lock.mdb"})
         unlink((std::string(folder) + name).c_str());
     rmdir(folder);

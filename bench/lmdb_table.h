@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The pseudowires in LMDB: records by primary key, and one database of duplicates per secondary
-// key, from the key to the primary keys. The data lies in memory and is never flushed.
+// key, from the key to the primary keys. The files are in memory (/dev/shm) and never flushed.
 #pragma once
 
 #include <lmdb.h>
@@ -11,13 +11,13 @@ namespace l2vpn::bench {
 
 class LmdbTable {
 public:
-    /// @param flags  of the environment, beyond those that do without flushing
+    /// @param flags  of the environment, in addition to those that disable flushing
     explicit LmdbTable(unsigned flags);
     ~LmdbTable();
     LmdbTable(const LmdbTable &) = delete;
     LmdbTable &operator=(const LmdbTable &) = delete;
 
-    /// A transaction for the insertions that follow, or for the reads.
+    /// Begins and ends a write transaction, or a read transaction.
     void begin();
     void commit();
     void begin_reading();
@@ -31,7 +31,7 @@ private:
     MDB_env *environment_ = nullptr;
     MDB_dbi keys_[6] = {};
     MDB_txn *writing_ = nullptr;
-    MDB_txn *reading_ = nullptr; ///< kept between reads, as the library advises
+    MDB_txn *reading_ = nullptr; ///< reset and renewed between reads, as LMDB recommends
 };
 
 } // namespace l2vpn::bench

@@ -4,7 +4,7 @@
 #include <iostream>
 #include <string_view>
 
-#include "bench/sections.h"
+#include "bench/benchmarks.h"
 
 int main(int count, char **arguments) {
     using namespace l2vpn::bench;

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// A pseudowire as the databases take it: the stored record and its six packed keys.
+// A pseudowire in the form that the databases store: the stored record and its six packed keys.
 #pragma once
 
-#include "bench/records.h"
+#include "bench/sample_records.h"
 
 namespace l2vpn::bench {
 

@@ -17,12 +17,12 @@ namespace l2vpn::bench {
 
 namespace {
 
-/// Starts a server that ends with this process, and that only this process can talk to.
+/// Starts a server that dies with this process and listens only on a socket in the folder.
 int start_server(const std::string &folder) {
     const std::string socket = folder + "/socket";
     const int server = fork();
     if (server < 0)
-        throw std::runtime_error("no process for Redis");
+        throw std::runtime_error("cannot start a process for Redis");
     if (server == 0) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         execlp("redis-server", "redis-server", "--port", "0", "--unixsocket", socket.c_str(),
@@ -43,12 +43,12 @@ RedisTable::RedisTable() {
     const std::string socket = std::string(folder) + "/socket";
     for (int tries = 0; connection_ == nullptr || connection_->err != 0; ++tries) {
         if (tries == 100)
-            throw std::runtime_error("Redis does not start");
+            throw std::runtime_error("Redis does not accept connections");
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
         redisFree(connection_);
         connection_ = redisConnectUnix(socket.c_str());
     }
-    std::filesystem::remove_all(folder); // the connection stays
+    std::filesystem::remove_all(folder); // the connection stays open
 }
 
 RedisTable::~RedisTable() {
@@ -67,11 +67,11 @@ void RedisTable::queue_insert(const PackedRecord &record) {
                            std::size_t{record.keys[k].length}, primary.bytes,
                            std::size_t{primary.length});
     redisAppendCommand(connection_, "EXEC");
-    waiting_ += 8;
+    pending_ += 8;
 }
 
 void RedisTable::finish() {
-    for (; waiting_ > 0; --waiting_)
+    for (; pending_ > 0; --pending_)
         freeReplyObject(reply());
 }
 
@@ -86,8 +86,8 @@ void RedisTable::finish_read(char *record) {
     freeReplyObject(found);
 }
 
-void RedisTable::expect(bool fine) const {
-    if (!fine)
+void RedisTable::expect(bool ok) const {
+    if (!ok)
         throw std::runtime_error(std::string("Redis: ") + connection_->errstr);
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The pseudowires in a Redis server of their own, over a Unix socket: a string per record, and a
-// set of primary keys per value of a secondary key. Nothing is saved.
+// The pseudowires in a dedicated Redis server over a Unix socket: a string per record, and a set of
+// primary keys per value of a secondary key. Persistence is off.
 #pragma once
 
 #include <string>
@@ -18,22 +18,22 @@ public:
     RedisTable(const RedisTable &) = delete;
     RedisTable &operator=(const RedisTable &) = delete;
 
-    /// A transaction that inserts the record under its keys.
+    /// Queues a transaction that inserts the record under its keys.
     void queue_insert(const PackedRecord &record);
-    /// Sends the insertions that wait, and waits until all have been made.
+    /// Sends the queued insertions and waits for their replies.
     void finish();
 
     void queue_read(const PackedKey &key);
-    /// Copies the record that the first waiting read has found.
+    /// Waits for the oldest queued read and copies its record.
     void finish_read(char *record);
 
 private:
-    void expect(bool fine) const;
+    void expect(bool ok) const;
     redisReply *reply();
 
     int server_;
     redisContext *connection_ = nullptr;
-    std::size_t waiting_ = 0; ///< replies
+    std::size_t pending_ = 0; ///< replies
 };
 
 } // namespace l2vpn::bench

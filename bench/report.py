@@ -1,10 +1,10 @@
 # SPDX-License-Identifier: MIT
 """
-Everything that is measured, in one table: what a program by the clock says, and what was counted.
+Runs all measurements, timed and counted, and prints them as one table.
 
   python3 bench/report.py BUILD ARM64_BUILD [--quick] [--json FILE] [--html FILE]
 
-docs/measurements.md tells what the columns and the JSON are.
+docs/measurements.md describes the columns and the JSON.
 """
 
 import argparse
@@ -17,9 +17,9 @@ import tomllib
 from collections.abc import Iterator
 from pathlib import Path
 
+import html_report
 import instructions
-import page
-import text
+import text_report
 
 CATALOG = Path(__file__).resolve().parents[1] / "schema" / "catalog"
 JSON_VERSION = 1
@@ -51,7 +51,7 @@ def counted(folder: Path) -> dict:
 
 
 def counted_rows(by_processor: dict) -> Iterator[Row]:
-    """Judged on x86-64; the figures of both processors stand in the row."""
+    """Rows with the figures of both processors, judged by those of x86-64."""
     pieces = by_processor["x86_64"][instructions.STUB]["format"]["pieces"]
 
     def keys(figures: dict, mac: bool) -> float:
@@ -71,7 +71,7 @@ def counted_rows(by_processor: dict) -> Iterator[Row]:
 
 
 def complete(row: Row, by_processor: dict, quick: bool) -> Row:
-    """With the subject's instructions, and with a judgement."""
+    """Adds the subject's instructions and the verdict."""
     if operation := row.pop("operation", None):
         stub = {processor: figures[instructions.STUB][operation] for processor, figures in by_processor.items()}
         store = {processor: figures[instructions.STORE][operation] for processor, figures in by_processor.items()}
@@ -95,18 +95,18 @@ def main() -> None:
     parser = argparse.ArgumentParser(description="Measures the library and the store.")
     parser.add_argument("build", type=Path)
     parser.add_argument("arm64_build", type=Path)
-    parser.add_argument("--quick", action="store_true", help="a short run; nothing timed is judged")
+    parser.add_argument("--quick", action="store_true", help="a short run; timed figures are not judged")
     parser.add_argument("--json", type=Path, metavar="FILE")
     parser.add_argument("--html", type=Path, metavar="FILE")
     arguments = parser.parse_args()
     by_processor = {"x86_64": counted(arguments.build), "aarch64": counted(arguments.arm64_build)}
     rows = []
-    print(text.HEAD)
+    print(text_report.HEAD)
     for source in (counted_rows(by_processor), timed_rows(arguments.build, arguments.quick)):
         for row in source:
             rows.append(complete(row, by_processor, arguments.quick))
-            print(text.line(rows[-1]), flush=True)
-    print("\n" + text.operations(by_processor))
+            print(text_report.line(rows[-1]), flush=True)
+    print("\n" + text_report.operations(by_processor))
     document = {
         "format": "l2vpn_db measurements", "version": JSON_VERSION,
         "date": str(datetime.date.today()), "quick": arguments.quick,
@@ -115,7 +115,7 @@ def main() -> None:
     if arguments.json:
         arguments.json.write_text(json.dumps(document, indent=1) + "\n", encoding="utf-8")
     if arguments.html:
-        arguments.html.write_text(page.html(document), encoding="utf-8")
+        arguments.html.write_text(html_report.html(document), encoding="utf-8")
 
 
 if __name__ == "__main__":

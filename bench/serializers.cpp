@@ -5,7 +5,7 @@
 
 #include <capnp/message.h>
 
-#include "fill.h"
+#include "codecs.h"
 
 namespace l2vpn::bench {
 
@@ -13,32 +13,32 @@ void flatbuffers_round_trip(const L2vpnVplsPw &record, L2vpnVplsPw &result) {
     static flatbuffers::FlatBufferBuilder buffer;
     buffer.Clear();
     flat::RecordBuilder builder(buffer);
-    fill(record, builder);
+    encode(record, builder);
     buffer.Finish(builder.Finish());
-    fill(*flat::GetRecord(buffer.GetBufferPointer()), result);
+    decode(*flat::GetRecord(buffer.GetBufferPointer()), result);
 }
 
-/// What is encoded is read where it was written, in one segment.
+/// Reads the message in place, from its only segment.
 void capnproto_round_trip(const L2vpnVplsPw &record, L2vpnVplsPw &result) {
     static capnp::word memory[128] = {};
     capnp::MallocMessageBuilder message(kj::arrayPtr(memory, 128));
-    fill(record, message.initRoot<capn::Record>());
+    encode(record, message.initRoot<capn::Record>());
     capnp::SegmentArrayMessageReader reader(message.getSegmentsForOutput());
-    fill(reader.getRoot<capn::Record>(), result);
+    decode(reader.getRoot<capn::Record>(), result);
 }
 
 void protobuf_round_trip(const L2vpnVplsPw &record, L2vpnVplsPw &result) {
     static proto::Record written;
     static proto::Record read;
     char bytes[1024];
-    fill(record, written);
+    encode(record, written);
     const std::size_t length = written.ByteSizeLong();
     if (length > sizeof bytes)
-        throw std::length_error("a record is longer than expected");
+        throw std::length_error("an encoded record exceeds the buffer");
     written.SerializeWithCachedSizesToArray(reinterpret_cast<std::uint8_t *>(bytes));
     if (!read.ParseFromArray(bytes, static_cast<int>(length)))
-        throw std::runtime_error("Protocol Buffers does not read what it has written");
-    fill(read, result);
+        throw std::runtime_error("Protocol Buffers cannot parse its own output");
+    decode(read, result);
 }
 
 } // namespace l2vpn::bench

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// A pseudowire encoded and decoded again, as each library's users would do it where it has to be
-// fast: whatever can be used again is.
+// Encodes and decodes a pseudowire with each serialization library in its fastest way: builders,
+// messages and memory are reused.
 #pragma once
 
 #include "l2vpn_db/l2vpn_vpls_pw.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A slice: some operations in a row, at most a millisecond of them.
+// A slice: consecutive operations that take at most a millisecond.
 #pragma once
 
 #include <algorithm>
@@ -10,24 +10,24 @@
 
 namespace l2vpn::bench {
 
-/// Runs a slice; nanoseconds per operation.
+/// Runs a slice and returns the nanoseconds per operation.
 using Slice = std::function<double()>;
 
-/// Nanoseconds of processor time of this thread: while others have the processor, it stands still.
+/// Nanoseconds of processor time of this thread; excludes time during which it is preempted.
 inline double processor_time() {
     std::timespec now{};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
     return static_cast<double>(now.tv_sec) * 1e9 + static_cast<double>(now.tv_nsec);
 }
 
-/// Nanoseconds by the clock, where others do a part of the work.
+/// Nanoseconds of wall time, for work that is shared with other threads or processes.
 inline double wall_time() {
     const std::chrono::duration<double, std::nano> now =
         std::chrono::steady_clock::now().time_since_epoch();
     return now.count();
 }
 
-/// Runs operation(n) for n from `first` to `end`; nanoseconds each.
+/// Runs operation(n) for n from `first` to `end` and returns the nanoseconds per operation.
 template <auto Clock = processor_time, class Operation>
 double timed(std::size_t first, std::size_t end, Operation &&operation) {
     const double start = Clock();
@@ -36,23 +36,23 @@ double timed(std::size_t first, std::size_t end, Operation &&operation) {
     return (Clock() - start) / static_cast<double>(end - first);
 }
 
-/// Slices of an operation that may be repeated at will; n goes on from slice to slice, for each
-/// such operation from somewhere else: none shall find in the caches what another one has just
-/// used. The first fifth does not count. A slice has as many operations as the one before it
-/// suggests.
+/// Slices of a repeatable operation. n increases from slice to slice and starts at a different
+/// value for each operation, so that none finds the data of another one in the caches. The first
+/// fifth of a slice is warm-up. The length of a slice follows from the duration of the previous
+/// one.
 template <auto Clock = processor_time, class Operation>
 Slice repeated(Operation operation) {
-    static std::size_t places = 0;
-    constexpr std::size_t apart = 299'993; // a prime, so that all places are different
-    constexpr double wanted = 600'000;     // nanoseconds
-    constexpr int settling = 20; // slices that may each be twice as long as the one before
-    auto slice = [operation, n = ++places * apart, operations = std::size_t{1}]() mutable {
+    static std::size_t starts = 0;
+    constexpr std::size_t distance = 299'993; // prime, so that no two starts coincide
+    constexpr double target = 600'000;        // nanoseconds
+    constexpr int settling = 20; // slices, each at most twice as long as the previous one
+    auto slice = [operation, n = ++starts * distance, operations = std::size_t{1}]() mutable {
         const std::size_t first = n + operations / 4;
         timed<Clock>(n, first, operation);
         n = first + operations;
         const double each = timed<Clock>(first, n, operation);
         operations =
-            std::clamp(static_cast<std::size_t>(wanted / each), std::size_t{1}, 2 * operations);
+            std::clamp(static_cast<std::size_t>(target / each), std::size_t{1}, 2 * operations);
         return each;
     };
     return [slice, settled = false]() mutable {

@@ -21,7 +21,7 @@ SqliteTable::SqliteTable(std::uint32_t size) {
         insert(record, packed(record));
     }
     commit();
-    // Later than the records, which is quicker.
+    // Creating the indexes after the records is faster.
     execute("create unique index primary_key on pw (vrIndex, pwTunnelId, pwTunnelType);"
             "create index instance_key on pw (instanceId);"
             "create index l2vpniid_key on pw (l2vpnIid);"

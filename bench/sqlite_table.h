@@ -11,13 +11,13 @@ namespace l2vpn::bench {
 
 class SqliteTable {
 public:
-    /// The table holds pseudowires 0 to `size`.
+    /// Creates the table and inserts pseudowires 0 to `size`.
     explicit SqliteTable(std::uint32_t size);
     ~SqliteTable();
     SqliteTable(const SqliteTable &) = delete;
     SqliteTable &operator=(const SqliteTable &) = delete;
 
-    /// A transaction around what follows; without one, each statement is one.
+    /// Begins and commits a transaction; outside of one, each statement is a transaction.
     void begin();
     void commit();
 

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-// A store that does nothing, so that the library's own work is left and what the other services do
-// for it. Keys and records are not looked at; every call succeeds.
+// A store that does nothing, to isolate the work of the library and of the platform's other
+// functions. Every call succeeds and ignores keys and records.
 #include "l2vpn_db/platform.h"
 #include "platform/store/record_object_functions.h"
 
 namespace {
 
-/// What a handle or an object points to does not matter, as nobody looks.
-char something;
+/// Target of all handles and object pointers, never read.
+char dummy;
 
 } // namespace
 
@@ -18,21 +18,21 @@ std::uint32_t DAL_VELD_Read(L2vpnDbModuleIntf *, L2vpnDbTblIntf *, const L2vpnDb
                             L2vpnDbRecData *) {
     return L2VPN_DB_OK;
 }
-/// The setter is the library's own work, too.
+/// Calls the setter: it belongs to the library's work.
 std::uint32_t DAL_VELD_Update(L2vpnDbModuleIntf *, L2vpnDbTblIntf *, const L2vpnDbKeyData *,
                               const L2vpnDbRecData *record, const L2vpnDbUpdData *update) {
-    return update->setFields(record, reinterpret_cast<L2vpnDbRecObj *>(&something),
-                             update->fieldIds, update->fieldCount);
+    return update->setFields(record, reinterpret_cast<L2vpnDbRecObj *>(&dummy), update->fieldIds,
+                             update->fieldCount);
 }
 std::uint32_t DAL_VELD_Delete(L2vpnDbModuleIntf *, L2vpnDbTblIntf *, const L2vpnDbKeyData *) {
     return L2VPN_DB_OK;
 }
 L2vpnDbIter *DAL_VELD_CreateIterator(L2vpnDbModuleIntf *, L2vpnDbTblIntf *) {
-    return reinterpret_cast<L2vpnDbIter *>(&something);
+    return reinterpret_cast<L2vpnDbIter *>(&dummy);
 }
 L2vpnDbIter *DAL_VELD_CreateIteratorByKey(L2vpnDbModuleIntf *, L2vpnDbTblIntf *,
                                           const L2vpnDbKeyData *) {
-    return reinterpret_cast<L2vpnDbIter *>(&something);
+    return reinterpret_cast<L2vpnDbIter *>(&dummy);
 }
 std::uint32_t DAL_VELD_GetNextEntry(L2vpnDbModuleIntf *, L2vpnDbTblIntf *, L2vpnDbIter *,
                                     L2vpnDbRecData *) {
@@ -52,7 +52,7 @@ std::uint32_t DAL_VELD_CountByKey(L2vpnDbModuleIntf *, L2vpnDbTblIntf *, const L
 namespace l2vpn::platform {
 
 L2vpnDbRecObj *create_object(L2vpnDbModuleIntf *, const TableLayout &) {
-    return reinterpret_cast<L2vpnDbRecObj *>(&something);
+    return reinterpret_cast<L2vpnDbRecObj *>(&dummy);
 }
 void release_object(L2vpnDbModuleIntf *, const TableLayout &, L2vpnDbRecObj *) {}
 void reset_object(L2vpnDbModuleIntf *, const TableLayout &, L2vpnDbRecObj *) {}

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What every table has, some times each.
+// Runs the operations common to all tables for counting.
 #include <array>
 
 #include "bench/counting.h"
@@ -14,14 +14,14 @@ int main(int argument_count, char **arguments) {
     std::array<char, 64> key{};
     std::array<char, 4096> text{};
     L2vpnDbKeyData request{};
-    const std::uint32_t times = wanted_times(argument_count, arguments);
+    const std::uint32_t end = end_of_loop(argument_count, arguments);
 
-    say_where();
+    print_addresses();
     for (const l2vpn::test::TypedTable &table : l2vpn::test::typed_tables) {
         if (table.record_size > largest_record)
             return 1;
-        const auto one = [&](const char *what, auto operation) {
-            count(table.name + ": " + what, times, operation);
+        const auto one = [&](const char *name, auto operation) {
+            count(table.name + ": " + name, end, operation);
         };
         one("set all fields", [&](auto) { table.set_all_fields(record.data(), stored.data()); });
         one("get all fields", [&](auto) { table.get_all_fields(stored.data(), record.data()); });
@@ -33,7 +33,7 @@ int main(int argument_count, char **arguments) {
     for (const l2vpn::test::SchemaTable &table : l2vpn::test::schema_tables) {
         if (table.record_size > largest_record)
             return 1;
-        count(table.name + ": format", times, [&](auto) {
+        count(table.name + ": format", end, [&](auto) {
             table.format(L2VPN_AST_WHOLE_RECORD, record.data(), text.data(), text.size(), ", ");
         });
     }

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A pseudowire as text in one pass: names and separators are copied, values go through
-// std::to_chars.
+// Formats a pseudowire in one pass: copies names and separators, converts values by std::to_chars.
 #include "bench/to_chars_format.h"
 
 #include <charconv>

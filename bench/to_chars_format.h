@@ -7,7 +7,7 @@
 
 namespace l2vpn::bench {
 
-/// What L2VPN_AST_L2vpnVplsPwFormat writes, into a buffer that is long enough.
+/// Writes the same text as L2VPN_AST_L2vpnVplsPwFormat. The buffer must be large enough.
 std::uint32_t to_chars_format(const L2vpnVplsPw &record, char *buffer, std::uint32_t length);
 
 } // namespace l2vpn::bench

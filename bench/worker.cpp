@@ -14,8 +14,9 @@ namespace l2vpn::bench {
 
 namespace {
 
-/// The name of a slice; the answer is its result. Both pass through a pipe in one piece.
-struct Question {
+/// Names a slice; the reply is its result. Both are smaller than PIPE_BUF, so that writes are
+/// atomic.
+struct Request {
     char name[128];
 };
 
@@ -29,12 +30,12 @@ bool send(int pipe, const Message &message) {
     return ::write(pipe, &message, sizeof message) == static_cast<ssize_t>(sizeof message);
 }
 
-/// Answers questions until there are no more.
-int serve(const std::function<Slices()> &set_up, int questions, int answers) {
+/// Serves requests until the pipe is closed.
+int serve(const std::function<Slices()> &set_up, int requests, int results) {
     try {
         Slices slices = set_up();
-        Question question{};
-        while (receive(questions, question) && send(answers, slices.at(question.name)())) {
+        Request request{};
+        while (receive(requests, request) && send(results, slices.at(request.name)())) {
         }
         return 0;
     } catch (const std::exception &error) {
@@ -46,37 +47,37 @@ int serve(const std::function<Slices()> &set_up, int questions, int answers) {
 } // namespace
 
 Worker::Worker(const std::function<Slices()> &set_up) {
-    int question[2];
-    int answer[2];
-    if (pipe(question) != 0 || pipe(answer) != 0)
-        throw std::runtime_error("no pipe");
+    int request_pipe[2];
+    int result_pipe[2];
+    if (pipe(request_pipe) != 0 || pipe(result_pipe) != 0)
+        throw std::runtime_error("cannot create a pipe");
     process_ = fork();
     if (process_ < 0)
-        throw std::runtime_error("no process");
+        throw std::runtime_error("cannot start a process");
     if (process_ == 0) {
-        close(question[1]);
-        close(answer[0]);
-        std::_Exit(serve(set_up, question[0], answer[1]));
+        close(request_pipe[1]);
+        close(result_pipe[0]);
+        std::_Exit(serve(set_up, request_pipe[0], result_pipe[1]));
     }
-    close(question[0]);
-    close(answer[1]);
-    questions_ = question[1];
-    answers_ = answer[0];
+    close(request_pipe[0]);
+    close(result_pipe[1]);
+    requests_ = request_pipe[1];
+    results_ = result_pipe[0];
 }
 
 Worker::~Worker() {
-    close(questions_);
-    close(answers_);
-    // Workers that were started later hold copies of the pipe, so that its end is not enough.
+    close(requests_);
+    close(results_);
+    // Closing the pipe is not enough: workers started later inherited its ends.
     kill(process_, SIGTERM);
     waitpid(process_, nullptr, 0);
 }
 
 double Worker::run(const std::string &slice) {
-    Question question{};
-    slice.copy(question.name, sizeof question.name - 1);
+    Request request{};
+    slice.copy(request.name, sizeof request.name - 1);
     double result = 0;
-    if (!send(questions_, question) || !receive(answers_, result))
+    if (!send(requests_, request) || !receive(results_, result))
         throw std::runtime_error("the process that runs '" + slice + "' has failed");
     return result;
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-// What is compared runs in a process of its own, because a process has one table, which never
-// shrinks; the process that reports has none, and asks the others for slices.
+// Runs slices in a child process. Each subject needs a process of its own, because a process has
+// one store, whose tables never shrink; the reporting process has none and requests slices of the
+// others.
 #pragma once
 
 #include <functional>
@@ -11,28 +12,28 @@
 
 namespace l2vpn::bench {
 
-/// By name.
+/// Slices by name.
 using Slices = std::map<std::string, Slice>;
 
 class Worker {
 public:
-    /// Starts a process that calls set_up() and then runs the slices that it is asked for.
+    /// Starts a process that calls set_up() and then runs slices on request.
     explicit Worker(const std::function<Slices()> &set_up);
     ~Worker();
     Worker(const Worker &) = delete;
     Worker &operator=(const Worker &) = delete;
 
-    /// Throws if the process has failed.
+    /// Runs a slice; throws if the process has failed.
     double run(const std::string &slice);
 
-    /// The same, to be run later.
+    /// A slice that runs in the process when called.
     Slice operator[](const std::string &slice) {
         return [this, slice] { return run(slice); };
     }
 
 private:
-    int questions_;
-    int answers_;
+    int requests_;
+    int results_;
     int process_;
 };
 

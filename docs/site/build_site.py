@@ -19,7 +19,7 @@ HERE = Path(__file__).resolve().parent
 ROOT = HERE.parents[1]
 sys.path += [str(ROOT / "docs"), str(ROOT / "bench")]
 import figures  # noqa: E402  # pylint: disable=wrong-import-position
-import page  # noqa: E402  # pylint: disable=wrong-import-position
+import html_report  # noqa: E402  # pylint: disable=wrong-import-position
 
 MANUALS = [ROOT / "packaging/l2vpn_db.3", ROOT / "src/tool/l2vpn-db.1"]
 LANGUAGES = {".c": "c", ".cpp": "cpp"}
@@ -66,9 +66,9 @@ def manual_pages(folder: Path) -> None:
 def measurements() -> str:
     """The document, with plots instead of the printed table."""
     run = json.loads((ROOT / "docs/measurements.json").read_text(encoding="utf-8"))
-    plots = f"{page.origin(run)}\n\n```{{raw}} html\n<style>{page.STYLE}</style>\n```\n" + "".join(
-        f"\n### {section.title}\n\n{section.words}\n\n```{{raw}} html\n{page.framed(section)}\n```\n"
-        for section in page.sections(run))
+    plots = f"{html_report.origin(run)}\n\n```{{raw}} html\n<style>{html_report.STYLE}</style>\n```\n" + "".join(
+        f"\n### {section.title}\n\n{section.words}\n\n```{{raw}} html\n{html_report.framed(section)}\n```\n"
+        for section in html_report.sections(run))
     text, _ = figures.put("measurements", (ROOT / "docs/measurements.md").read_text(encoding="utf-8"), plots)
     return text
 

@@ -53,8 +53,8 @@ def index_page(tables: list) -> str:
              table.stored_size if table.typed else "", len(table.fields), len(table.keys)) for table in tables]
     typed = sum(table.typed for table in tables)
     listing = "\n".join(table.name for table in tables)
-    return (f"# The tables\n\nAll {len(tables)} tables of `schema/catalog/`. {typed} have typed access; the others, without "
-            "a stored size, have only a schema descriptor and a formatter.\n\n"
+    return (f"# The tables\n\nAll {len(tables)} tables of `schema/catalog/`. {typed} have typed access; the others, "
+            "without a stored size, have only a schema descriptor and a formatter.\n\n"
             + rows(("table", "contents", "record", "stored", "fields", "keys"), body)
             + f"```{{toctree}}\n:hidden:\n\n{listing}\n```\n")
 

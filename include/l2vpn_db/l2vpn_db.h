@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: MIT */
 /**
  * @file l2vpn_db.h
- * Types, result codes and the module interface that all tables share. Each table's records and
- * functions are in its own header, l2vpn_<table>.h.
+ * Types, result codes and the module interface common to all tables. Each table's record and
+ * functions are declared in its own header, l2vpn_<table>.h.
  *
  * Conventions of the whole interface:
  *
@@ -10,10 +10,10 @@
  *     argument after a call returns, allocates nothing and stores nothing.
  *  2. A function that can fail returns an unsigned 32-bit result code: one of the codes below, or
  *     the table store's own result, passed through unchanged.
- *  3. A function that opens an iterator returns a handle, 0 for none. The handle belongs to the
- *     caller until the caller gives it, exactly once, to the same table's ReleaseIter.
- *  4. Any thread may call any function at any time, unless a function says otherwise.
- *  5. Integers are in the processor's own byte order; lengths and sizes are in bytes.
+ *  3. A function that opens an iterator returns a handle, or 0 on failure. The caller owns the
+ *     handle and must pass it to the same table's ReleaseIter exactly once.
+ *  4. Any thread may call any function at any time, unless the function's comment says otherwise.
+ *  5. Integers are in native byte order; lengths and sizes are in bytes.
  */
 #ifndef L2VPN_DB_L2VPN_DB_H
 #define L2VPN_DB_L2VPN_DB_H
@@ -32,14 +32,14 @@ extern "C" {
 #define L2VPN_DB_OK UINT32_C(0)
 /** A required pointer is null, a key index is unknown, or a record length does not match. */
 #define L2VPN_DB_ERR_PARAM UINT32_C(1)
-/** The fast iterator has made its one read; the store's iterators end with a code of the store. */
+/** End of the fast iterator. The store's iterators end with a code of the store. */
 #define L2VPN_DB_NO_MORE UINT32_C(60)
-/** Not a result code: "no such entry", from the MapUpdateFieldId and MapKeyId functions. */
+/** No such entry: returned by MapUpdateFieldId and MapKeyId only, never a result code. */
 #define L2VPN_DB_NO_MAPPING UINT32_C(0x3FFFFFFF)
-/** A formatter was given a null pointer or an empty buffer. */
+/** Result of a formatter for a null pointer or an empty buffer. */
 #define L2VPN_AST_ERR UINT32_C(0xFFFFFFFF)
 
-/** The only presentation that the formatters know: the whole record. */
+/** The only format id that the formatters accept: the whole record. */
 #define L2VPN_AST_WHOLE_RECORD UINT32_C(0xFFFFFFFF)
 /** Number of statistics counters of a table, with identifiers 0 to 21. */
 #define L2VPN_DB_STAT_COUNT UINT32_C(22)
@@ -48,23 +48,23 @@ extern "C" {
 
 /* ---- Module interface --------------------------------------------------------------------- */
 
-/** The platform's memory service: two words whose meaning is the platform's own. */
+/** The platform's memory service: two words that only the platform interprets. */
 typedef struct L2vpnDbMemIntf {
     uintptr_t words[2];
 } L2vpnDbMemIntf;
 
-/** The platform's log service: one word whose meaning is the platform's own. */
+/** The platform's log service: one word that only the platform interprets. */
 typedef struct L2vpnDbLogIntf {
     uintptr_t word;
 } L2vpnDbLogIntf;
 
-/** The services as registered; first argument of every store call. The library never uses them. */
+/** The registered services: first argument of every store call, not used by the library itself. */
 typedef struct L2vpnDbModuleIntf {
-    uintptr_t memory[2]; /**< At 0: L2vpnDbMemIntf as registered, 0 before. */
-    uintptr_t log;       /**< At 16: L2vpnDbLogIntf as registered, 0 before. */
+    uintptr_t memory[2]; /**< At 0: the registered L2vpnDbMemIntf, 0 before. */
+    uintptr_t log;       /**< At 16: the registered L2vpnDbLogIntf, 0 before. */
 } L2vpnDbModuleIntf;
 
-/** The process's one module interface block; zero until the services are registered. */
+/** The module interface block of the process; zero until the services are registered. */
 extern L2vpnDbModuleIntf g_l2vpnDbModuleIntf;
 
 /** Returns the address of g_l2vpnDbModuleIntf, never null. */
@@ -87,24 +87,24 @@ void L2VPN_DB_LogIntfReg(const L2vpnDbLogIntf *service);
 /* ---- Handles ------------------------------------------------------------------------------ */
 
 /**
- * An iterator. The address of a table's control block, cast to this type, is the table's fast
- * iterator; every other value is the store's.
+ * An iterator's handle, opaque. The address of a table's control block, cast to this type, is the
+ * table's fast iterator; all other values are handles of the store.
  */
 typedef struct L2vpnDbIter L2vpnDbIter;
 
-/** A record object of the platform: one stored record that is being filled or changed. */
+/** A record object of the platform, opaque: a stored record being filled or updated. */
 typedef struct L2vpnDbRecObj L2vpnDbRecObj;
 
 /* ---- Requests to the store ---------------------------------------------------------------- */
 
-/** Record request: a record on its way to or from the store, valid for one call. */
+/** Record request: a record passed to or from the store. Valid for one call. */
 typedef struct L2vpnDbRecData {
     void *data;        /**< At 0: the stored record (in an update: the caller record). */
     uint32_t length;   /**< At 8: its length. */
     uint32_t reserved; /**< At 12: 0. */
 } L2vpnDbRecData;
 
-/** Key request: a key and its value, valid for one call. The Set...Key functions fill it. */
+/** Key request: a key and its value. Valid for one call. The Set...Key functions fill it. */
 typedef struct L2vpnDbKeyData {
     /** At 0: key identifier area, 16 bytes. Its first word is the key identifier word,
      *  (key index << 24) | (flags << 16) | key length, flags 1 for the primary key and 9 for a
@@ -118,7 +118,7 @@ typedef struct L2vpnDbKeyData {
 } L2vpnDbKeyData;
 
 /**
- * A setter: copies the listed fields of a caller record into a record object. The store calls it
+ * Setter: copies the listed fields of a caller record into a record object. The store calls it
  * during an update, on the updating thread.
  * @param record      record request whose data is the caller record
  * @param object      record object of the stored record
@@ -128,7 +128,7 @@ typedef struct L2vpnDbKeyData {
 typedef uint32_t (*L2vpnDbSetFieldsFn)(const L2vpnDbRecData *record, L2vpnDbRecObj *object,
                                        const uint32_t *fieldIds, uint32_t fieldCount);
 
-/** Update request: which fields to change and how, valid for one call. */
+/** Update request: the fields to change and the setter. Valid for one call. */
 typedef struct L2vpnDbUpdData {
     const uint32_t *fieldIds;     /**< At 0: the caller's field ids. */
     uint32_t fieldCount;          /**< At 8: their number. */
@@ -138,11 +138,11 @@ typedef struct L2vpnDbUpdData {
 
 /* ---- Table descriptor --------------------------------------------------------------------- */
 
-/** Creates a record object of one table; null if there is no memory. */
+/** Creates a record object of one table; returns null if allocation fails. */
 typedef L2vpnDbRecObj *(*L2vpnDbCreateObjFn)(L2vpnDbModuleIntf *module);
-/** Releases or resets a record object of one table; a null object is let through. */
+/** Releases or resets a record object of one table; a null object is allowed. */
 typedef void (*L2vpnDbObjFn)(L2vpnDbModuleIntf *module, L2vpnDbRecObj *object);
-/** Fills a record object of one table from a stored record; 0, or a code of the platform. */
+/** Fills a record object of one table from a stored record; returns 0 or a platform code. */
 typedef uint32_t (*L2vpnDbSetAllFieldsFn)(L2vpnDbRecObj *object, const L2vpnDbRecData *record);
 /** Adds an amount to one of a table's 22 statistics counters. */
 typedef void (*L2vpnDbStatFn)(uint32_t statId, uint32_t amount);
@@ -150,7 +150,7 @@ typedef void (*L2vpnDbStatFn)(uint32_t statId, uint32_t amount);
 /**
  * Table descriptor, second argument of every store call. The exported object continues with the
  * update-field map, pairs of 32-bit {caller field id, store field id}, and the key map, pairs of
- * 32-bit {key index, key code}; neither is written after load.
+ * 32-bit {key index, key code}; neither changes after load.
  */
 typedef struct L2vpnDbTblIntf {
     const char *name;                   /**< Word 0: the table's name, "l2vpn_..." */
@@ -165,28 +165,27 @@ typedef struct L2vpnDbTblIntf {
 /* ---- Table control block ------------------------------------------------------------------ */
 
 /**
- * The part of a table's control block that is the same in every table. It follows the fast
- * iterator's 16-byte key identifier area and its key buffer, whose length is the primary key's,
- * rounded up to a multiple of 8; each table's header spells its whole block out. Nothing outside
- * the library writes it.
+ * The part of the control block that is the same for all tables. In the block it follows the fast
+ * iterator's 16-byte key identifier area and its key buffer (the primary key's length, rounded up
+ * to a multiple of 8); each table's header declares the whole block. Only the library writes it.
  */
 typedef struct L2vpnDbGlbCb {
     L2vpnDbKeyData keyRequest; /**< At 0: the fast iterator's key request. */
     uint8_t inUse;             /**< At 32: 1 while the fast iterator is handed out. */
-    uint8_t delivered;         /**< At 33: GetNext calls since then, modulo 256. */
+    uint8_t delivered;         /**< At 33: its GetNext calls so far, modulo 256. */
     uint8_t spinLockReady;     /**< At 34: 1 once the spin lock has been initialised. */
     uint8_t reserved;          /**< At 35: alignment. */
     uint32_t spinLock;         /**< At 36: guards the fast iterator's slot; 0 if unlocked. */
     uint64_t mutex[6];         /**< At 40: guards the initialisation of the spin lock. */
-    uint32_t stat[22];         /**< At 88: counters; their meanings are the store's. */
+    uint32_t stat[22];         /**< At 88: counters, defined by the store. */
 } L2vpnDbGlbCb;
 
 /* ---- Generic interface -------------------------------------------------------------------- */
 
 /**
- * A table's operations for code that does not know its record type. Every record comes with the
- * length that the caller believes it has; a call with another length than the table's caller
- * record size is refused with L2VPN_DB_ERR_PARAM, or with handle 0.
+ * A table's operations for code that does not know its record type. The caller passes the length
+ * of its record; a length that differs from the table's caller record size is refused with
+ * L2VPN_DB_ERR_PARAM or handle 0.
  */
 typedef struct L2vpnDalIntf {
     /** Slot 0: reads by the record's primary-key fields into the record. */
@@ -198,7 +197,7 @@ typedef struct L2vpnDalIntf {
                        uint32_t fieldCount);
     /** Slot 3: deletes by primary key. */
     uint32_t (*remove)(const void *record, uint32_t length);
-    /** Slot 4: iterates over a key; key index 0 with a null record over the whole table. */
+    /** Slot 4: opens an iterator over a key, or over the whole table: key index 0, null record. */
     L2vpnDbIter *(*createIter)(uint32_t keyIndex, const void *record, uint32_t length);
     /** Slot 5: releases an iterator. */
     uint32_t (*releaseIter)(L2vpnDbIter *iter);
@@ -232,13 +231,13 @@ typedef struct L2vpnAstKey {
 typedef uint32_t (*L2vpnAstFormatFn)(uint32_t formatId, const void *record, char *buffer,
                                      uint32_t bufferLength, const char *separator);
 
-/** One table: everything that a reader needs to walk its records. Callers must not change it. */
+/** Schema of one table: fields, keys, formatter. Callers must not modify it. */
 typedef struct L2vpnAstModule {
     const char *name;        /**< Word 0. */
     L2vpnAstField *fields;   /**< Word 1: in record order. */
     L2vpnAstKey *keys;       /**< Word 2: in key index order. */
     uint64_t sizes;          /**< Word 3: record size << 32 | number of keys << 16 | of fields. */
-    L2vpnAstFormatFn format; /**< Word 4: the table's formatter; 0 would mean none. */
+    L2vpnAstFormatFn format; /**< Word 4: the table's formatter; null for none. */
     uint64_t reserved[2];    /**< Words 5 and 6: 0. */
 } L2vpnAstModule;
 
@@ -252,7 +251,7 @@ static inline uint64_t l2vpn_hash_text(uint64_t hash, const char *text) {
     return hash;
 }
 
-/** One step of l2vpn_schema_hash: 64-bit FNV-1a over the word's bytes, the lowest one first. */
+/** One step of l2vpn_schema_hash: 64-bit FNV-1a over the word's bytes, lowest byte first. */
 static inline uint64_t l2vpn_hash_word(uint64_t hash, uint64_t word) {
     for (int shift = 0; shift < 64; shift += 8)
         hash = (hash ^ (word >> shift & 0xFFU)) * UINT64_C(0x100000001B3);
@@ -260,10 +259,9 @@ static inline uint64_t l2vpn_hash_word(uint64_t hash, uint64_t word) {
 }
 
 /**
- * Hash of a table's schema as the descriptor states it: name and sizes; per field name and
- * position; per key name, index, memberCount and the members' names. Each table's header holds the
- * value that its program was compiled with, so that a program can tell at run time whether the
- * library that was loaded has the same schema:
+ * Hash of a table's schema descriptor: name and sizes; per field, name and position; per key, name,
+ * index, memberCount and the members' names. A program compares it with the constant in the table's
+ * header to check that the loaded library has the schema that the program was compiled with:
  *
  *     l2vpn_schema_hash(L2VPN_AST_L2vpnVplsPwModule()) == L2VPN_VPLS_PW_SCHEMA_HASH
  */

@@ -1,13 +1,13 @@
 /* SPDX-License-Identifier: MIT */
 /**
  * @file platform.h
- * What libl2vpn_db imports: the contract between the library and a platform. The embedded
- * platform (libl2vpn_platform.so), a router's own and a test's recording one all implement it and
- * may take each other's place. A platform must be loaded, and visible, before the library.
+ * The functions that libl2vpn_db imports: the contract between the library and a platform. The
+ * embedded platform (libl2vpn_platform.so), a router's and the tests' recording platform implement
+ * it and are interchangeable. A platform must be loaded, with visible symbols, before the library.
  *
- * Besides the functions below a platform provides, for each table <t> (the table's name without
- * "l2vpn_") with typed access, the record-object functions that the table's header declares under
- * "Imported from the platform":
+ * In addition to the functions below, a platform provides the record-object functions of each table
+ * <t> with typed access (<t> is the table's name without "l2vpn_"), declared in the table's header
+ * under "Imported from the platform":
  *
  *     db_create_l2vpn_<t>_obj           L2vpnDbCreateObjFn
  *     db_release_l2vpn_<t>_object       L2vpnDbObjFn
@@ -18,11 +18,11 @@
  * The library calls only the last one; the others reach the store through the table descriptor.
  *
  * Rules for every store operation: the first argument is the module interface block, the second
- * names the table by its address and name. Requests and the buffers that they point to belong to
- * the library and are valid during the call only. Results are unsigned 32-bit codes that reach the
- * library's caller unchanged, 0 for success; a store's own codes should keep clear of the
- * library's (l2vpn_db.h). Any thread may call. The store reports a table's events by calling the
- * descriptor's stat function with an identifier below 22.
+ * identifies the table by its address and name. The library owns requests and the buffers that they
+ * point to; they are valid only during the call. Results are unsigned 32-bit codes, 0 for success,
+ * and reach the library's caller unchanged; a store's codes should differ from the library's
+ * (l2vpn_db.h). Any thread may call. The store counts a table's events by calling the descriptor's
+ * stat function with an identifier below 22.
  */
 #ifndef L2VPN_DB_PLATFORM_H
 #define L2VPN_DB_PLATFORM_H
@@ -40,7 +40,7 @@ uint32_t DAL_VELD_Write(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
                         const L2vpnDbRecData *record);
 
 /** Reads the record with the given key; fills exactly record->length bytes. On failure the buffer's
- *  contents do not matter. */
+ *  contents are unspecified. */
 uint32_t DAL_VELD_Read(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table, const L2vpnDbKeyData *key,
                        L2vpnDbRecData *record);
 
@@ -57,10 +57,10 @@ uint32_t DAL_VELD_Update(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
 uint32_t DAL_VELD_Delete(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
                          const L2vpnDbKeyData *key);
 
-/** Opens an iterator over the whole table; 0 for none. */
+/** Opens an iterator over the whole table; returns 0 on failure. */
 L2vpnDbIter *DAL_VELD_CreateIterator(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table);
 
-/** Opens an iterator over the records with the given key; 0 for none. */
+/** Opens an iterator over the records with the given key; returns 0 on failure. */
 L2vpnDbIter *DAL_VELD_CreateIteratorByKey(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
                                           const L2vpnDbKeyData *key);
 
@@ -68,7 +68,7 @@ L2vpnDbIter *DAL_VELD_CreateIteratorByKey(L2vpnDbModuleIntf *module, L2vpnDbTblI
 uint32_t DAL_VELD_GetNextEntry(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table, L2vpnDbIter *iter,
                                L2vpnDbRecData *record);
 
-/** Releases an iterator. Any value may come, 0 included; what is not an iterator is refused. */
+/** Releases an iterator. Must refuse any value that is not an open iterator, 0 included. */
 uint32_t DAL_VELD_ReleaseIterator(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
                                   L2vpnDbIter *iter);
 

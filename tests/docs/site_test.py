@@ -14,7 +14,7 @@ import api  # noqa: E402  # pylint: disable=wrong-import-position
 import build_site  # noqa: E402  # pylint: disable=wrong-import-position
 import catalog_pages  # noqa: E402  # pylint: disable=wrong-import-position
 import figures  # noqa: E402  # pylint: disable=wrong-import-position
-import text as measurements_text  # noqa: E402  # pylint: disable=wrong-import-position
+import text_report  # noqa: E402  # pylint: disable=wrong-import-position
 
 INCLUDE = ROOT / "include/l2vpn_db"
 
@@ -63,7 +63,7 @@ class Site(unittest.TestCase):
     def test_measurements(self):
         run = json.loads((ROOT / "docs/measurements.json").read_text(encoding="utf-8"))
         document = (ROOT / "docs/measurements.md").read_text(encoding="utf-8")
-        printed = figures.as_printed(run["date"], measurements_text.whole(run))
+        printed = figures.as_printed(run["date"], text_report.whole(run))
         self.assertEqual(figures.put("measurements", document, printed), (document, 1))
         shown = build_site.measurements()
         self.assertEqual(shown.count('<div class="bar '), sum("met" in row for row in run["rows"]))

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-// What a record costs beyond its bytes, counted by the memory service.
+// Memory per record beyond its bytes, counted by the memory service.
 #include <cstdlib>
 
 #include <malloc.h>
 
-#include "bench/records.h"
-#include "bench/sections.h"
+#include "bench/benchmarks.h"
+#include "bench/sample_records.h"
 #include "l2vpn_db/memory_store.h"
 
 namespace l2vpn::bench {

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-// What counting and iterating cost in larger tables.
+// Cost of counting and iterating in larger tables.
 #include <map>
 
-#include "bench/calls.h"
-#include "bench/records.h"
-#include "bench/sections.h"
+#include "bench/benchmarks.h"
+#include "bench/reference_calls.h"
+#include "bench/sample_records.h"
 #include "bench/slice.h"
 
 namespace l2vpn::bench {
@@ -60,12 +60,12 @@ void measure_growth(const Scale &scale) {
     for (const std::uint32_t size : scale.sizes)
         workers.try_emplace(size, [size] { return set_up(size); });
     Worker &small = workers.begin()->second;
-    for (const auto &one : cases)
+    for (const auto &item : cases)
         for (auto large = std::next(workers.begin()); large != workers.end(); ++large)
             report(
-                {one.subject, "with 1,000 in the table", large->first,
-                 compare(large->second[one.slice], small[one.slice], scale.slices, empty_slice()),
-                 at_most(one.goal), one.operation});
+                {item.subject, "with 1,000 in the table", large->first,
+                 compare(large->second[item.slice], small[item.slice], scale.slices, empty_slice()),
+                 at_most(item.goal), item.operation});
 }
 
 } // namespace l2vpn::bench

@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: MIT
-// The same work in LMDB, SQLite and Redis: reading by primary key, inserting under six keys. Each
-// call of the store is a transaction of its own, and so is each read and insertion of theirs; what
-// they do with many at once is shown beside it.
+// The same work in LMDB, SQLite and Redis: reading by primary key, inserting under six keys. A call
+// of the store takes effect at once, so that each read and insertion is one transaction; batches in
+// one transaction or pipeline are measured as well.
 #include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "bench/calls.h"
+#include "bench/benchmarks.h"
 #include "bench/lmdb_table.h"
-#include "bench/records.h"
 #include "bench/redis_table.h"
-#include "bench/sections.h"
+#include "bench/reference_calls.h"
+#include "bench/sample_records.h"
 #include "bench/slice.h"
 #include "bench/sqlite_table.h"
 #include "l2vpn_db/platform.h"
@@ -20,10 +20,12 @@ namespace l2vpn::bench {
 
 namespace {
 
-constexpr std::size_t lot = 100; ///< operations in a transaction, or in a pipeline
-/// Of insertions, a hundred each. They make the table grow, and cannot be many.
-constexpr std::size_t most_insert_slices = 51;
-constexpr std::uint32_t half = most_insert_slices * lot; ///< new records for each of two ways
+/// Operations in a transaction or pipeline, and in an insert slice.
+constexpr std::size_t batch = 100;
+/// Insertions grow the table, so that their number is limited.
+constexpr std::size_t max_insert_slices = 51;
+/// New records for the insertions of one kind: one at a time (or typed), and batched.
+constexpr std::uint32_t inserts = max_insert_slices * batch;
 
 struct Databases {
     explicit Databases(std::uint32_t size) : sqlite(size), numbers(random_order(size)) {
@@ -36,25 +38,24 @@ struct Databases {
         }
         for (std::uint32_t i = 0; i < size; ++i) {
             redis.queue_insert(packed(pseudowire(i)));
-            if (i % lot == 0)
+            if (i % batch == 0)
                 redis.finish();
         }
         redis.finish();
         for (const std::uint32_t i : numbers)
             keys.push_back(packed(pseudowire(i)).keys[0]);
-        // Two ways of inserting, each with records of its own.
-        for (const std::uint32_t i : shuffled(size, size + 2 * half)) {
+        for (const std::uint32_t i : shuffled(size, size + 2 * inserts)) {
             added.push_back(pseudowire(i));
             added_packed.push_back(packed(added.back()));
         }
     }
 
     LmdbTable lmdb{0};
-    LmdbTable write_map{MDB_WRITEMAP}; ///< which inserts faster, at the price of safety
+    LmdbTable write_map{MDB_WRITEMAP}; ///< inserts faster, without protection against stray writes
     SqliteTable sqlite;
     RedisTable redis;
-    std::vector<std::uint32_t> numbers; ///< of the pseudowires to be read
-    std::vector<PackedKey> keys;        ///< theirs
+    std::vector<std::uint32_t> numbers; ///< of the pseudowires to read
+    std::vector<PackedKey> keys;        ///< of the same
     std::vector<L2vpnVplsPw> added;
     std::vector<PackedRecord> added_packed;
     char record[stored_length];
@@ -62,27 +63,27 @@ struct Databases {
 
 using Shared = std::shared_ptr<Databases>;
 
-/// Slices that insert the next lot of added records each: insert(from, to). A lot may take more
-/// than other slices: what databases do for one insertion in fifty belongs to all of them.
+/// Slices that insert the next batch of new records each: insert(from, to). A batch may exceed the
+/// duration of other slices: the periodic work of a database belongs to all insertions.
 template <auto Clock = processor_time, class Insert>
 Slice insertion(std::size_t first, Insert insert) {
     return [first, insert]() mutable {
         const double start = Clock();
-        insert(first, first + lot);
-        first += lot;
-        return (Clock() - start) / lot;
+        insert(first, first + batch);
+        first += batch;
+        return (Clock() - start) / batch;
     };
 }
 
-/// Slices of reads: begin(), a lot of read(n), end().
+/// Slices of batched reads: begin(), read(n) for each of a batch, end().
 template <auto Clock = processor_time, class Begin, class Read, class End>
-Slice reads_together(Begin begin, Read read, End end) {
+Slice batched_reads(Begin begin, Read read, End end) {
     return [slice = repeated<Clock>([=](std::size_t n) {
                 begin();
-                for (std::size_t i = 0; i < lot; ++i)
-                    read(n * lot + i);
+                for (std::size_t i = 0; i < batch; ++i)
+                    read(n * batch + i);
                 end();
-            })] { return slice() / lot; };
+            })] { return slice() / batch; };
 }
 
 void add_store(Slices &slices, const Shared &all) {
@@ -103,11 +104,11 @@ void add_store(Slices &slices, const Shared &all) {
             check(DAL_VELD_Write(&g_l2vpnDbModuleIntf, &g_l2vpnL2vpnVplsPwIntf, &record));
         }
     });
-    slices["insert: typed"] = insertion(half, [all](std::size_t n, std::size_t end) {
+    slices["insert: typed"] = insertion(inserts, [all](std::size_t n, std::size_t end) {
         for (; n < end; ++n)
             check(L2VPN_DB_L2vpnVplsPwWrite(&all->added[n]));
     });
-    slices["insert: nothing"] = insertion(0, [all](std::size_t n, std::size_t end) {
+    slices["insert: empty call"] = insertion(0, [all](std::size_t n, std::size_t end) {
         for (; n < end; ++n)
             empty_call(all->record, all->added_packed[n].bytes, stored_length);
     });
@@ -124,7 +125,7 @@ void add_lmdb(Slices &slices, const Shared &all, LmdbTable &table, const std::st
         read(n);
         end();
     });
-    slices["read: " + name + ", together"] = reads_together(begin, read, end);
+    slices["read: " + name + ", together"] = batched_reads(begin, read, end);
     slices["insert: " + name] = insertion(0, [all, &table](std::size_t n, std::size_t to) {
         for (; n < to; ++n) {
             table.begin();
@@ -133,7 +134,7 @@ void add_lmdb(Slices &slices, const Shared &all, LmdbTable &table, const std::st
         }
     });
     slices["insert: " + name + ", together"] =
-        insertion(half, [all, &table](std::size_t n, std::size_t to) {
+        insertion(inserts, [all, &table](std::size_t n, std::size_t to) {
             table.begin();
             for (; n < to; ++n)
                 table.insert(all->added_packed[n]);
@@ -149,30 +150,30 @@ void add_sqlite(Slices &slices, const Shared &all) {
     const auto begin = [&table] { table.begin(); };
     const auto commit = [&table] { table.commit(); };
     slices["read: SQLite"] = repeated(read);
-    slices["read: SQLite, together"] = reads_together(begin, read, commit);
+    slices["read: SQLite, together"] = batched_reads(begin, read, commit);
     const auto insert = [all, &table](std::size_t n, std::size_t end) {
         for (; n < end; ++n)
             table.insert(all->added[n], all->added_packed[n]);
     };
     slices["insert: SQLite"] = insertion(0, insert);
-    slices["insert: SQLite, together"] = insertion(half, [=](std::size_t n, std::size_t end) {
+    slices["insert: SQLite, together"] = insertion(inserts, [=](std::size_t n, std::size_t end) {
         begin();
         insert(n, end);
         commit();
     });
 }
 
-/// By the clock, as the server does the work.
+/// Wall time, because the server does the work.
 void add_redis(Slices &slices, const Shared &all) {
     RedisTable &table = all->redis;
     slices["read: Redis"] = repeated<wall_time>([all, &table](std::size_t n) {
         table.queue_read(all->keys[n % order_length]);
         table.finish_read(all->record);
     });
-    slices["read: Redis, together"] = reads_together<wall_time>(
+    slices["read: Redis, together"] = batched_reads<wall_time>(
         [] {}, [all, &table](std::size_t n) { table.queue_read(all->keys[n % order_length]); },
         [all, &table] {
-            for (std::size_t i = 0; i < lot; ++i)
+            for (std::size_t i = 0; i < batch; ++i)
                 table.finish_read(all->record);
         });
     slices["insert: Redis"] =
@@ -183,7 +184,7 @@ void add_redis(Slices &slices, const Shared &all) {
             }
         });
     slices["insert: Redis, together"] =
-        insertion<wall_time>(half, [all, &table](std::size_t n, std::size_t end) {
+        insertion<wall_time>(inserts, [all, &table](std::size_t n, std::size_t end) {
             for (; n < end; ++n)
                 table.queue_insert(all->added_packed[n]);
             table.finish();
@@ -198,7 +199,7 @@ Slices set_up(std::uint32_t size) {
     add_lmdb(slices, all, all->write_map, "LMDB, MDB_WRITEMAP");
     add_sqlite(slices, all);
     add_redis(slices, all);
-    slices["read: nothing"] = empty_slice();
+    slices["read: empty call"] = empty_slice();
     return slices;
 }
 
@@ -224,13 +225,13 @@ void measure_databases(const Scale &scale) {
             const std::string read = std::string("read: ") + other.name;
             report({read, "read: store", size,
                     compare(worker[read], worker["read: store"], scale.slices,
-                            worker["read: nothing"]),
+                            worker["read: empty call"]),
                     other.read});
             inserting.push_back(worker[std::string("insert: ") + other.name]);
         }
         const std::vector<Comparison> insertions =
             compare_each(inserting, worker["insert: store"],
-                         std::min(scale.slices, most_insert_slices), worker["insert: nothing"]);
+                         std::min(scale.slices, max_insert_slices), worker["insert: empty call"]);
         for (std::size_t n = 0; n < insertions.size(); ++n)
             report({std::string("insert: ") + others[n].name, "insert: store", size, insertions[n],
                     others[n].insert});

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
-// Caller record to stored record and back, against one copy of as many bytes and against what
-// others make of the same record.
+// Conversion between caller record and stored record, against a copy of as many bytes and against
+// serialization libraries.
 #include <cstring>
 #include <stdexcept>
 #include <string>
 
-#include "bench/calls.h"
+#include "bench/benchmarks.h"
 #include "bench/packed_record.h"
-#include "bench/records.h"
-#include "bench/sections.h"
+#include "bench/reference_calls.h"
+#include "bench/sample_records.h"
 #include "bench/serializers.h"
 
 namespace l2vpn::bench {
@@ -18,14 +18,14 @@ namespace {
 auto *volatile to_packed = L2VPN_DB_L2vpnVplsPwSetAllFields;
 auto *volatile to_caller = L2VPN_DB_L2vpnVplsPwGetAllFields;
 
-/// What encodes the record and decodes it again, after a look at what comes out.
+/// Encodes and decodes records. Throws if a record does not survive.
 Slice round_trip(void (*encode_and_decode)(const L2vpnVplsPw &, L2vpnVplsPw &)) {
     for (std::uint32_t i = 0; i < few; ++i) {
         const L2vpnVplsPw record = pseudowire(i);
         L2vpnVplsPw result{};
         encode_and_decode(record, result);
         if (std::memcmp(packed(record).bytes, packed(result).bytes, stored_length) != 0)
-            throw std::runtime_error("a record does not come back as it was");
+            throw std::runtime_error("a decoded record differs from its original");
     }
     return repeated([encode_and_decode, records = few_records(), result = L2vpnVplsPw{}](
                         std::size_t n) mutable { encode_and_decode(records[n % few], result); });

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The pseudowires that everything is measured with, as a provider edge would hold them.
+// Sample pseudowires, as a provider edge has them: the records of all benchmarks.
 #pragma once
 
 #include <cstddef>
@@ -12,8 +12,8 @@ namespace l2vpn::bench {
 
 constexpr std::size_t stored_length = 276;
 
-/// Pseudowire i. Ten share an instance, and with it two keys; a third of the table shares a source
-/// process.
+/// Pseudowire i. Ten share an instance and thereby the values of two keys; a third of the table
+/// shares a source process.
 L2vpnVplsPw pseudowire(std::uint32_t i);
 
 /// A packed primary key: vrIndex, pwTunnelId, pwTunnelType.
@@ -25,16 +25,16 @@ PrimaryKey primary_key(std::uint32_t i);
 
 constexpr std::size_t order_length = std::size_t{1} << 20;
 
-/// Numbers below `end` in random order, order_length of them.
+/// order_length random numbers below `end`.
 std::vector<std::uint32_t> random_order(std::uint32_t end);
 
-/// Numbers from `first` to `end`, each once, in random order.
+/// A permutation of the numbers from `first` to `end`.
 std::vector<std::uint32_t> shuffled(std::uint32_t first, std::uint32_t end);
 
 /// Fills the table with pseudowires 0 to `end`.
 void fill_table(std::uint32_t end);
 
-/// Throws for the result code of a failure.
+/// Throws an error with the result code.
 [[noreturn]] void fail(std::uint32_t result);
 
 inline void check(std::uint32_t result) {

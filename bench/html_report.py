@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The measurements as one page that needs nothing but itself."""
+"""The measurements as one self-contained HTML page."""
 
 import html as escape
 import math
@@ -7,12 +7,12 @@ from typing import NamedTuple
 
 Row = dict
 
-# The store first, in the accent colour.
+# The store comes first, in the accent colour.
 COLOURS = 7
 TIMED = ("read", "insert")
 SAME_WIDTH = 'vector-effect="non-scaling-stroke"'
 
-# Of the page, and of what stands on it.
+# PAGE_STYLE is for the page, STYLE for its contents, which the site embeds.
 PAGE_STYLE = """
 :root { color-scheme: light dark; }
 body { margin: 0; background: light-dark(#fbfbf9, #14171a); color: light-dark(#1c2126, #e6e9eb);
@@ -59,8 +59,14 @@ STYLE = """
 .measurements :is(th, td):first-child { padding-left: 0; }
 .measurements td.text { white-space: normal; } .measurements tr:last-child td { border-bottom: 0; }
 @container (max-width: 36rem) {
-  .measurements :is(th, td) { white-space: normal; padding: .3rem .45rem; }
-  .measurements td:first-child { min-width: 7.5rem; }
+  .measurements thead { display: none; }
+  .measurements :is(tbody, td) { display: block; }
+  .measurements tr { display: flex; flex-wrap: wrap; gap: 0 1rem; padding: .4rem 0; border-bottom: 1px solid var(--line); }
+  .measurements tr:last-child { border-bottom: 0; }
+  .measurements td { border: 0; padding: 0; }
+  .measurements td.text { width: 100%; }
+  .measurements td:empty { display: none; }
+  .measurements td:not(.text)::before { content: attr(data-heading) ": "; color: var(--soft); }
   .measurements .bar { grid-template-columns: 1fr auto; } .measurements .bar svg { grid-row: 2; grid-column: 1 / 3; }
   .measurements .bars { gap: .9rem; }
 }
@@ -84,7 +90,7 @@ def duration(nanoseconds: float) -> str:
 # ---- Goals --------------------------------------------------------------------------------------
 
 def bar(row: Row) -> str:
-    """How far from its goal: left of the line is met, each eighth of the width is a factor of 1.5."""
+    """A bar for the distance from the goal: met if left of the line; an eighth of the width is a factor of 1.5."""
     upward = "at_least" in row
     goal = row["at_least"] if upward else row["at_most"]
 
@@ -112,7 +118,7 @@ def bar(row: Row) -> str:
 # ---- Curves -------------------------------------------------------------------------------------
 
 def curves(rows: list[Row], operation: str) -> dict[str, dict[int, float]]:
-    """Nanoseconds by records, of everyone who does it one at a time."""
+    """Nanoseconds by number of records, for each subject that works one record at a time."""
     result: dict[str, dict[int, float]] = {}
     for row in rows:
         for side in ("subject", "reference"):
@@ -165,7 +171,8 @@ def chart(title: str, lines: dict[str, dict[int, float]]) -> str:
 
 def table(head: list[str], rows: list[list[str]]) -> str:
     def cells(tag: str, values: list[str]) -> str:
-        return "".join(f'<{tag}{"" if n else " class=text"}>{value}</{tag}>' for n, value in enumerate(values))
+        return "".join(f'<{tag} data-heading="{heading}"{"" if n else " class=text"}>{value}</{tag}>'
+                       for n, (heading, value) in enumerate(zip(head, values)))
 
     return ('<div class="card scroll"><table><thead><tr>' + cells("th", head) + "</tr></thead><tbody>" +
             "".join(f"<tr>{cells('td', row)}</tr>" for row in rows) + "</tbody></table></div>")
@@ -189,7 +196,7 @@ def all_rows(rows: list[Row]) -> str:
                 f'{row["records"]:,}' if "records" in row else "", number(row["value"]) if row["value"] else "&ndash;",
                 spread] + [f"{row[key]:,.0f}" if row.get(key) else "" for key in ("subject_ns", "reference_ns")]
 
-    return table(["subject", "records", "ratio", "quartiles", "ns", "against"], [cells(row) for row in rows])
+    return table(["subject", "records", "value", "quartiles", "ns", "reference, ns"], [cells(row) for row in rows])
 
 
 class Section(NamedTuple):
@@ -199,22 +206,22 @@ class Section(NamedTuple):
 
 
 def sections(document: dict) -> list[Section]:
-    """All there is to see; whoever shows it adds STYLE."""
+    """The contents; they need STYLE."""
     rows = document["rows"]
     judged = [row for row in rows if "met" in row]
     met = sum(row["met"] for row in judged)
-    quick = " A quick run: what takes time is not judged." if document["quick"] else ""
+    quick = " A quick run: timed figures are not judged." if document["quick"] else ""
     charts = "".join(chart(f"{operation.capitalize()}, nanoseconds by records in the table", lines)
                      for operation in TIMED if (lines := curves(rows, operation)))
     return [
         Section("Goals", f"{met} of {len(judged)} are met.{quick} The dashed line is the goal, left of it is better; "
                 "the scale is logarithmic. The thin line spans the middle half of the slices.",
                 f'<div class="card bars">{"".join(map(bar, judged))}</div>'),
-        Section("Growing tables", "One record at a time, by primary key; each call takes effect at once and as a whole. "
+        Section("Growing tables", "One record at a time, by primary key; each call takes effect at once and atomically. "
                 "Both scales are logarithmic.", f'<div class="charts">{charts}</div>'),
-        Section("Instructions per operation", "What the library and the embedded store execute, counted and not timed. "
-                "The store's figures for 64-bit ARM are those of a smaller table.", operations(document["counted"])),
-        Section("All comparisons", "The median of the ratios, slice by slice; and nanoseconds of the two sides.", all_rows(rows))]
+        Section("Instructions per operation", "Executed by the library and by the embedded store; counted, not timed. "
+                "The store's figures for 64-bit ARM are from a smaller table.", operations(document["counted"])),
+        Section("All comparisons", "Medians of the ratios of adjacent slices, and nanoseconds of both sides.", all_rows(rows))]
 
 
 def origin(document: dict) -> str:

@@ -1,21 +1,21 @@
 // SPDX-License-Identifier: MIT
-// What is measured, each on processes of its own.
+// The benchmarks of l2vpn_bench. Each runs in processes of its own.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <vector>
 
-#include "bench/report.h"
+#include "bench/figure.h"
 #include "bench/worker.h"
 
 namespace l2vpn::bench {
 
-/// How much of everything.
+/// Table sizes and repetitions of a run.
 struct Scale {
-    std::vector<std::uint32_t> sizes; ///< of tables, ascending
-    std::size_t slices;               ///< of each of two that are compared
-    std::uint32_t group;              ///< records with one value of a key, where there are many
+    std::vector<std::uint32_t> sizes; ///< records per table, ascending
+    std::size_t slices;               ///< per side of a comparison
+    std::uint32_t group;              ///< records with the same key value, in a large group
 };
 
 void measure_conversion(const Scale &scale);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Reading by primary key, against finding a record in a hash map and copying it.
+// Reads by primary key, against a lookup in a hash map and a copy of the record.
 #include <cstring>
 #include <memory>
 #include <memory_resource>
@@ -10,9 +10,9 @@
 #include <boost/unordered/unordered_flat_map.hpp>
 #include <sys/mman.h>
 
-#include "bench/calls.h"
-#include "bench/records.h"
-#include "bench/sections.h"
+#include "bench/benchmarks.h"
+#include "bench/reference_calls.h"
+#include "bench/sample_records.h"
 #include "bench/slice.h"
 #include "l2vpn_db/platform.h"
 
@@ -24,7 +24,7 @@ struct StoredRecord {
     char bytes[stored_length];
 };
 
-/// One multiplication for all maps: they shall not lose time by their hash function.
+/// The hash function of all maps: a single multiplication, to favour them.
 struct KeyHash {
     using is_avalanching = void;
 
@@ -49,7 +49,7 @@ using Map = std::unordered_map<PrimaryKey, StoredRecord, KeyHash, SameKey>;
 using HugePageMap = std::pmr::unordered_map<PrimaryKey, StoredRecord, KeyHash, SameKey>;
 using FlatMap = boost::unordered_flat_map<PrimaryKey, StoredRecord, KeyHash, SameKey>;
 
-/// Memory in huge pages, as the store's.
+/// Memory in huge pages, as in the store.
 class HugePages : public std::pmr::memory_resource {
     static constexpr std::size_t page = std::size_t{2} << 20;
 
@@ -69,16 +69,16 @@ class HugePages : public std::pmr::memory_resource {
     }
 };
 
-/// Everything that has the records, and a copy of the one that was last read.
+/// All containers of the records, and the destination of reads.
 struct Subjects {
-    /// Crosses no more lines than it must, whoever fills it.
+    /// Aligned, so that copies of all subjects touch equally many cache lines.
     alignas(64) StoredRecord copy;
     Map map;
     HugePages pages;
     std::pmr::monotonic_buffer_resource memory{std::size_t{64} << 20, &pages};
     HugePageMap huge_page_map{&memory};
     FlatMap flat_map;
-    std::vector<PrimaryKey> keys; ///< to be read, in random order
+    std::vector<PrimaryKey> keys; ///< to read, in random order
     std::vector<std::uint32_t> numbers;
 
     std::uint32_t key_id[4] = {0x0001'0009};
@@ -86,12 +86,12 @@ struct Subjects {
     L2vpnDbRecData place{copy.bytes, stored_length, 0};
 };
 
-/// 0, but nobody can know before the record has been read.
-std::size_t nothing(const StoredRecord &record) {
+/// Always 0, but only known after the record has been read.
+std::size_t dependent_zero(const StoredRecord &record) {
     return static_cast<unsigned char>(record.bytes[stored_length - 1]) / 255;
 }
 
-/// Reads one record after the other; in the chained slices the next key depends on the last record.
+/// Reads records in turn; in the chained slices each key depends on the previous record.
 template <class Read>
 void add_slices(Slices &slices, const std::string &name, const std::shared_ptr<Subjects> &subjects,
                 Read read) {
@@ -99,9 +99,9 @@ void add_slices(Slices &slices, const std::string &name, const std::shared_ptr<S
         read(*s, s->keys[n % order_length]);
     });
     slices[name + ", chained"] = repeated(
-        [read, s = subjects.get(), subjects, more = std::size_t{0}](std::size_t n) mutable {
-            read(*s, s->keys[(n + more) % order_length]);
-            more = nothing(s->copy);
+        [read, s = subjects.get(), subjects, offset = std::size_t{0}](std::size_t n) mutable {
+            read(*s, s->keys[(n + offset) % order_length]);
+            offset = dependent_zero(s->copy);
         });
 }
 
@@ -152,7 +152,7 @@ Slices set_up(std::uint32_t size) {
         record.pwTunnelId = subjects->numbers[n % order_length];
         check(L2VPN_DB_L2vpnVplsPwRead(&record));
     });
-    slices["nothing"] = empty_slice();
+    slices["empty call"] = empty_slice();
     return slices;
 }
 
@@ -163,7 +163,7 @@ void measure_reads(const Scale &scale) {
         Worker worker([size] { return set_up(size); });
         const auto add = [&](const char *subject, const char *reference, Goal goal = information) {
             report({std::string("read: ") + subject, std::string("read: ") + reference, size,
-                    compare(worker[subject], worker[reference], scale.slices, worker["nothing"]),
+                    compare(worker[subject], worker[reference], scale.slices, worker["empty call"]),
                     goal, subject == std::string("typed") ? "read" : "DAL_VELD_Read"});
         };
         add("store", "unordered_map", at_most(size < 100'000 ? 1.3 : 1.0));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "bench/report.h"
+#include "bench/figure.h"
 
 #include <iostream>
 
@@ -14,7 +14,7 @@ void print(nlohmann::ordered_json line, std::uint32_t records, const Goal &goal)
         line["records"] = records;
     if (goal.kind != Goal::Kind::none)
         line[goal.kind == Goal::Kind::at_most ? "at_most" : "at_least"] = goal.value;
-    std::cout << line.dump() << std::endl; // each at once: the next one may take long
+    std::cout << line.dump() << std::endl; // flushed: the next one may take long
 }
 
 } // namespace

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-// Calls that nothing may shorten, on a few records that the first-level cache holds.
+// Reference operations on a few records in the first-level cache: a call of memcpy, an empty call.
 #pragma once
 
 #include <array>
 #include <cstring>
 
-#include "bench/records.h"
+#include "bench/sample_records.h"
 #include "bench/slice.h"
 
 namespace l2vpn::bench {
@@ -22,7 +22,7 @@ inline FewRecords few_records() {
     return records;
 }
 
-/// The C library's, even where the compiler could do better.
+/// Calls the C library; volatile, so that the compiler cannot inline the copy.
 inline void *(*volatile copy_bytes)(void *, const void *, std::size_t) = std::memcpy;
 
 [[gnu::noinline]] inline void do_nothing(void *, const void *, std::size_t) {
@@ -30,14 +30,14 @@ inline void *(*volatile copy_bytes)(void *, const void *, std::size_t) = std::me
 }
 inline void (*volatile empty_call)(void *, const void *, std::size_t) = do_nothing;
 
-/// A copy of a caller record's bytes.
+/// Copies the bytes of a caller record.
 inline Slice memcpy_slice() {
     return repeated([records = few_records(), bytes = FewBytes{}](std::size_t n) mutable {
         copy_bytes(bytes[n % few].data(), &records[n % few], sizeof(L2vpnVplsPw));
     });
 }
 
-/// What a call costs that does nothing.
+/// Measures the cost of a call.
 inline Slice empty_slice() {
     return repeated([records = few_records(), bytes = FewBytes{}](std::size_t n) mutable {
         empty_call(bytes[n % few].data(), &records[n % few], sizeof(L2vpnVplsPw));

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Two threads on one table: 95 reads, then 5 records written over. Wall time per operation, against
-// that of one thread.
+// Two threads on one table, 95 % reads and 5 % overwrites: wall time per operation, against that of
+// one thread.
 #include <algorithm>
 #include <array>
 #include <barrier>
@@ -12,19 +12,19 @@
 #include <pthread.h>
 #include <sched.h>
 
-#include "bench/records.h"
-#include "bench/sections.h"
+#include "bench/benchmarks.h"
+#include "bench/sample_records.h"
 #include "bench/slice.h"
 
 namespace l2vpn::bench {
 
 namespace {
 
-constexpr std::size_t operations = 1000; ///< of each thread, in a slice
+constexpr std::size_t operations = 1000; ///< per thread and slice
 constexpr std::size_t write_every = 20;
-constexpr double enough = 1.8;
+constexpr double min_scaling = 1.8; ///< of pure computation, for a slice to count
 
-/// The processors that this process may use.
+/// The processors in the affinity mask of this process.
 std::vector<std::size_t> processors() {
     cpu_set_t set;
     CPU_ZERO(&set);
@@ -36,15 +36,15 @@ std::vector<std::size_t> processors() {
     return result;
 }
 
-void stay_on(std::size_t processor) {
+void bind_to(std::size_t processor) {
     cpu_set_t set;
     CPU_ZERO(&set);
     CPU_SET(processor, &set);
     if (pthread_setaffinity_np(pthread_self(), sizeof set, &set) != 0)
-        throw std::runtime_error("a thread cannot be bound to a processor");
+        throw std::runtime_error("cannot bind a thread to a processor");
 }
 
-/// work(thread, n) on each of some threads at once, each on a processor of its own.
+/// Runs work(thread, n) on several threads at once, each bound to its own processor.
 template <class Work>
 Slice on_threads(std::size_t threads, Work work) {
     return [threads, work, allowed = processors(), first = std::size_t{0}]() mutable {
@@ -52,7 +52,7 @@ Slice on_threads(std::size_t threads, Work work) {
         std::vector<double> begun(threads);
         std::vector<double> ended(threads);
         const auto run = [&](std::size_t thread) {
-            stay_on(allowed[thread]);
+            bind_to(allowed[thread]);
             start.arrive_and_wait();
             begun[thread] = wall_time();
             for (std::size_t n = first; n < first + operations; ++n)
@@ -82,12 +82,12 @@ void compute(std::size_t /*thread*/, std::size_t n) {
     __asm__ volatile("" ::"r"(value));
 }
 
-/// In a process of its own: where a thread has ever been started, counting is dearer.
+/// Runs in a separate process: once a thread has been started, counting events costs more.
 Slices set_up(std::uint32_t size) {
     fill_table(size);
     const auto numbers = std::make_shared<const std::vector<std::uint32_t>>(random_order(size));
     const auto mix = [numbers](std::size_t thread, std::size_t n) {
-        // The threads go through the same order from different places.
+        // The threads use the same order from different positions.
         const std::uint32_t i = (*numbers)[(n + thread * order_length / 2) % order_length];
         if (n % write_every != 0) {
             L2vpnVplsPw record;
@@ -109,8 +109,8 @@ Slices set_up(std::uint32_t size) {
 
 } // namespace
 
-// Other programs take processors away for moments at a time. Slices around which two threads did
-// not compute almost twice as much as one say nothing about the store.
+// Other programs preempt the threads now and then. A slice counts only if, before and after it, two
+// threads compute almost twice as much as one.
 void measure_threads(const Scale &scale) {
     const std::uint32_t size = scale.sizes[1];
     const char *const subject = "95 % read, 5 % overwrite, two threads";
@@ -127,7 +127,7 @@ void measure_threads(const Scale &scale) {
     std::vector<double> ratios;
     const auto calibrate = [&] {
         scaling.push_back(worker.run("computed, 1 thread") / worker.run("computed, 2 threads"));
-        return scaling.back() >= enough;
+        return scaling.back() >= min_scaling;
     };
     for (std::size_t n = 0; n < 2 * scale.slices; ++n) {
         const bool before = calibrate();

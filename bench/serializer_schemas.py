@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: MIT
 """
-Writes a table's caller record as FlatBuffers, Cap'n Proto and Protocol Buffers describe it, and the
-C++ functions that take a record there and back.
+Writes schemas of a table's caller record for FlatBuffers, Cap'n Proto and Protocol Buffers, and C++
+functions that encode and decode it.
 
-  python3 bench/peers.py CATALOG_FILE FOLDER
+  python3 bench/serializer_schemas.py CATALOG_FILE FOLDER
 """
 
 import sys
@@ -18,7 +18,7 @@ PROTO = {1: "uint32", 2: "uint32", 4: "uint32", 8: "uint64"}
 
 
 def members(table: catalog.Table) -> list[tuple[str, str, int]]:
-    """Name, place in the record and width; pairs are two members, and what is opaque has no width."""
+    """Name, expression and width of each member. A pair is two members; the width of opaque bytes is 0."""
     result = []
     for item in table.fields:
         if item.kind == "pair":
@@ -30,7 +30,7 @@ def members(table: catalog.Table) -> list[tuple[str, str, int]]:
 
 def flatbuffers(table: catalog.Table) -> tuple[str, str]:
     sizes = {item.name: item.width for item in table.fields}
-    lines, to, back = ["namespace l2vpn.bench.flat;"], [], []
+    lines, encode, decode = ["namespace l2vpn.bench.flat;"], [], []
     opaque = sorted({sizes[name] for name, _, width in members(table) if not width})
     lines += [f"struct Bytes{size} {{ bytes:[ubyte:{size}]; }}" for size in opaque]
     lines.append("table Record {")
@@ -38,53 +38,53 @@ def flatbuffers(table: catalog.Table) -> tuple[str, str]:
         name = camel.lower()
         if width:
             lines.append(f"  {name}:{FLAT[width]};")
-            to.append(f"to.add_{name}(record.{place});")
-            back.append(f"record.{place} = from.{name}();")
+            encode.append(f"to.add_{name}(record.{place});")
+            decode.append(f"record.{place} = from.{name}();")
         else:
             size = sizes[camel]
             lines.append(f"  {name}:Bytes{size};")
-            to.append(f"const flat::Bytes{size} {name}(flatbuffers::span<const std::uint8_t, {size}>("
+            encode.append(f"const flat::Bytes{size} {name}(flatbuffers::span<const std::uint8_t, {size}>("
                       f"&record.{place}[0][0], {size}));")
-            to.append(f"to.add_{name}(&{name});")
-            back.append(f"std::memcpy(record.{place}, from.{name}()->bytes()->Data(), {size});")
+            encode.append(f"to.add_{name}(&{name});")
+            decode.append(f"std::memcpy(record.{place}, from.{name}()->bytes()->Data(), {size});")
     lines += ["}", "root_type Record;"]
-    return "\n".join(lines), functions(table, "flat::RecordBuilder &to", to, "const flat::Record &from", back)
+    return "\n".join(lines), functions(table, "flat::RecordBuilder &to", encode, "const flat::Record &from", decode)
 
 
 def capnproto(table: catalog.Table) -> tuple[str, str]:
-    lines, to, back = ["@0xb35a1f0c8a5d7e21;", 'using Cxx = import "/capnp/c++.capnp";',
+    lines, encode, decode = ["@0xb35a1f0c8a5d7e21;", 'using Cxx = import "/capnp/c++.capnp";',
                        '$Cxx.namespace("l2vpn::bench::capn");', "struct Record {"], [], []
     for number, (name, place, width) in enumerate(members(table)):
         capital = name[0].upper() + name[1:]
         lines.append(f"  {name} @{number} :{CAPN[width] if width else 'Data'};")
         if width:
-            to.append(f"to.set{capital}(record.{place});")
-            back.append(f"record.{place} = from.get{capital}();")
+            encode.append(f"to.set{capital}(record.{place});")
+            decode.append(f"record.{place} = from.get{capital}();")
         else:
-            to.append(f"std::memcpy(to.init{capital}(sizeof record.{place}).begin(), record.{place}, "
+            encode.append(f"std::memcpy(to.init{capital}(sizeof record.{place}).begin(), record.{place}, "
                       f"sizeof record.{place});")
-            back.append(f"std::memcpy(record.{place}, from.get{capital}().begin(), sizeof record.{place});")
+            decode.append(f"std::memcpy(record.{place}, from.get{capital}().begin(), sizeof record.{place});")
     lines.append("}")
-    return "\n".join(lines), functions(table, "capn::Record::Builder to", to, "capn::Record::Reader from", back)
+    return "\n".join(lines), functions(table, "capn::Record::Builder to", encode, "capn::Record::Reader from", decode)
 
 
 def protobuf(table: catalog.Table) -> tuple[str, str]:
-    lines, to, back = ['syntax = "proto3";', "package l2vpn.bench.proto;", "message Record {"], [], []
+    lines, encode, decode = ['syntax = "proto3";', "package l2vpn.bench.proto;", "message Record {"], [], []
     for number, (name, place, width) in enumerate(members(table), 1):
         lines.append(f"  {PROTO[width] if width else 'bytes'} {name} = {number};")
         if width:
-            to.append(f"to.set_{name.lower()}(record.{place});")
-            back.append(f"record.{place} = static_cast<std::uint{8 * width}_t>(from.{name.lower()}());")
+            encode.append(f"to.set_{name.lower()}(record.{place});")
+            decode.append(f"record.{place} = static_cast<std::uint{8 * width}_t>(from.{name.lower()}());")
         else:
-            to.append(f"to.set_{name.lower()}(record.{place}, sizeof record.{place});")
-            back.append(f"std::memcpy(record.{place}, from.{name.lower()}().data(), sizeof record.{place});")
+            encode.append(f"to.set_{name.lower()}(record.{place}, sizeof record.{place});")
+            decode.append(f"std::memcpy(record.{place}, from.{name.lower()}().data(), sizeof record.{place});")
     lines.append("}")
-    return "\n".join(lines), functions(table, "proto::Record &to", to, "const proto::Record &from", back)
+    return "\n".join(lines), functions(table, "proto::Record &to", encode, "const proto::Record &from", decode)
 
 
-def functions(table: catalog.Table, to_type: str, to: list[str], from_type: str, back: list[str]) -> str:
-    return "\n    ".join([f"inline void fill(const {table.camel} &record, {to_type}) {{", *to]) + "\n}\n" + \
-        "\n    ".join([f"inline void fill({from_type}, {table.camel} &record) {{", *back]) + "\n}\n"
+def functions(table: catalog.Table, to_type: str, encode: list[str], from_type: str, decode: list[str]) -> str:
+    return "\n    ".join([f"inline void encode(const {table.camel} &record, {to_type}) {{", *encode]) + "\n}\n" + \
+        "\n    ".join([f"inline void decode({from_type}, {table.camel} &record) {{", *decode]) + "\n}\n"
 
 
 def main() -> None:
@@ -98,7 +98,7 @@ def main() -> None:
         schema, conversions = make(table)
         (folder / f"record.{suffix}").write_text(schema + "\n", encoding="ascii")
         code.append(conversions)
-    (folder / "fill.h").write_text("\n".join([*code, "}"]) + "\n", encoding="ascii")
+    (folder / "codecs.h").write_text("\n".join([*code, "}"]) + "\n", encoding="ascii")
 
 
 if __name__ == "__main__":

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "bench/records.h"
+#include "bench/sample_records.h"
 
 #include <algorithm>
 #include <cstring>
@@ -12,8 +12,8 @@ namespace l2vpn::bench {
 
 namespace {
 
-std::mt19937 same_for_all() {
-    return std::mt19937(20'011); // NOLINT(cert-msc32-c,cert-msc51-cpp): that is the point
+std::mt19937 seeded() {
+    return std::mt19937(20'011); // NOLINT(cert-msc32-c,cert-msc51-cpp): runs must be repeatable
 }
 
 } // namespace
@@ -49,7 +49,7 @@ PrimaryKey primary_key(std::uint32_t i) {
 }
 
 std::vector<std::uint32_t> random_order(std::uint32_t end) {
-    std::mt19937 random = same_for_all();
+    std::mt19937 random = seeded();
     std::vector<std::uint32_t> order(order_length);
     for (std::uint32_t &number : order)
         number = static_cast<std::uint32_t>(random() * std::uint64_t{end} >> 32);
@@ -59,7 +59,7 @@ std::vector<std::uint32_t> random_order(std::uint32_t end) {
 std::vector<std::uint32_t> shuffled(std::uint32_t first, std::uint32_t end) {
     std::vector<std::uint32_t> order(end - first);
     std::iota(order.begin(), order.end(), first);
-    std::shuffle(order.begin(), order.end(), same_for_all());
+    std::shuffle(order.begin(), order.end(), seeded());
     return order;
 }
 

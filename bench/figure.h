@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The figures, a line of JSON each, for report.py.
+// Figures, printed as one line of JSON each for report.py.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 
 namespace l2vpn::bench {
 
-/// What a figure should be.
+/// Target value of a figure.
 struct Goal {
     enum class Kind : std::uint8_t { none, at_most, at_least };
 
@@ -28,14 +28,14 @@ constexpr Goal at_least(double value) {
 struct Figure {
     std::string subject;
     std::string reference;
-    std::uint32_t records; ///< in the table; 0 where none is
+    std::uint32_t records; ///< in the table; 0 without one
     Comparison comparison;
     Goal goal = information;
-    std::string operation{}; ///< what instructions.cpp calls the subject
+    std::string operation{}; ///< the subject's name in instructions.cpp
     std::string remark{};
 };
 
-/// Without a reference: one value, of a unit.
+/// A figure without a reference: one value with a unit.
 struct Quantity {
     std::string subject;
     std::string unit;
