@@ -14,7 +14,7 @@
 #include "calls.h"
 #include "failover.h"
 #include "network.h"
-#include "record_file.h"
+#include "records/record_loader.h"
 #include "report.h"
 
 namespace l2vpn::demo {
@@ -33,12 +33,9 @@ L2vpnVplsPwredPg choose_group() {
     return *found;
 }
 
-void play(const RecordFile &file) {
-    if (const auto refused = store_records(file)) {
-        throw Failure(*refused);
-    }
+void play(const std::string &path, const records::LoadResult &loaded) {
     print_heading("The router's tables are loaded through their generic interfaces");
-    print_loaded(file);
+    print_loaded(path, loaded);
     print_heading("VPLS instances, a walk over the whole table, with counts by instance");
     print_instances();
 
@@ -75,14 +72,12 @@ int run(std::span<char *> arguments) {
                    "...}}, ...], ...}};\nwithout it examples/provider_edge.json is read.\n");
         return bad_input;
     }
-    const RecordFile file = read_record_file(path);
-    for (const std::string &error : file.errors) {
-        fmt::print(stderr, "{}\n", error);
-    }
-    if (!file.errors.empty()) {
+    const records::LoadResult loaded = records::load(path);
+    if (const std::string errors = loaded.errors(); !errors.empty()) {
+        fmt::print(stderr, "{}\n", errors);
         return bad_input;
     }
-    play(file);
+    play(path, loaded);
     return EXIT_SUCCESS;
 }
 

@@ -117,26 +117,14 @@ void print_heading(const std::string &text) {
     fmt::print("\n{:-<98}\n", fmt::format("-- {}. {} ", ++number, text));
 }
 
-void print_loaded(const RecordFile &file) {
-    constexpr std::size_t columns = 3;
-    std::size_t total = 0;
-    std::vector<std::string> cells;
-    for (const auto &[table, file_records] : file.tables) {
-        std::uint32_t stored = 0;
-        check(table.access->count(&stored), "count of " + table.name);
-        if (stored != file_records.size()) {
-            throw Failure(fmt::format("{}: {} records are stored, the file has {}", table.name,
-                                      stored, file_records.size()));
-        }
-        cells.push_back(fmt::format("{:<23}{:>3}", table.name, stored));
-        total += stored;
+void print_loaded(const std::string &path, const records::LoadResult &loaded) {
+    fmt::print("{}: {} records in {} tables", path, loaded.stored, loaded.tables.size());
+    constexpr int columns = 3;
+    int column = 0;
+    for (const auto &[table, count] : loaded.tables) {
+        fmt::print("{}{:<23}{:>3}", column++ % columns == 0 ? "\n  " : "   ", table, count);
     }
-    fmt::print("{}: {} records in {} tables\n", file.path, total, file.tables.size());
-    for (std::size_t i = 0; i < cells.size(); i += columns) {
-        const auto end = std::min(i + columns, cells.size());
-        fmt::print("  {}\n", fmt::join(cells.begin() + static_cast<std::ptrdiff_t>(i),
-                                       cells.begin() + static_cast<std::ptrdiff_t>(end), "   "));
-    }
+    fmt::print("\n");
 }
 
 void print_instances() {

@@ -7,16 +7,15 @@
 #include <vector>
 
 #include "failover.h"
-#include "record_file.h"
+#include "records/record_loader.h"
 
 namespace l2vpn::demo {
 
 /// Numbers the sections as they come.
 void print_heading(const std::string &text);
 
-/// Each table's number of records, counted through its generic interface; fails if it is not the
-/// file's.
-void print_loaded(const RecordFile &file);
+/// The number of records in each table.
+void print_loaded(const std::string &path, const records::LoadResult &loaded);
 
 /// What each VPLS instance has.
 void print_instances();

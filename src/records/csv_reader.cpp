@@ -88,7 +88,7 @@ private:
     bool begin_ = true;
 };
 
-/// The columns' fields; empty if one is wrong.
+/// The columns' fields; empty if one is wrong or a member of the primary key is missing.
 std::vector<const Field *> columns_of(const Table &table, const std::vector<std::string> &names,
                                       std::size_t line, RecordSink &sink) {
     std::vector<const Field *> columns;
@@ -104,6 +104,13 @@ std::vector<const Field *> columns_of(const Table &table, const std::vector<std:
             right = false;
         }
         columns.push_back(field);
+    }
+    for (const Field &member : table.primary_key().members) {
+        if (right &&
+            std::ranges::count(columns, member.id, [](auto *each) { return each->id; }) == 0) {
+            sink.report(missing_member(line, table, table.primary_key(), member));
+            right = false;
+        }
     }
     return right ? columns : std::vector<const Field *>{};
 }
@@ -143,7 +150,7 @@ void read_csv(InputFile &source, const std::string &table_name, RecordSink &sink
             value.line = rows.line();
             record.field(*columns[i], rows.line(), value);
         }
-        record.end();
+        record.end(nullptr); // the columns have been checked
     }
 }
 

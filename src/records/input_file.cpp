@@ -22,6 +22,10 @@ bool standard_input_taken = false;
 
 } // namespace
 
+std::string input_name(const std::string &path) {
+    return path == "-" ? "standard input" : path;
+}
+
 FileError::FileError(const std::string &path, const std::string &what)
     : std::runtime_error(path + ": " + what + ": " + std::generic_category().message(errno)) {}
 
@@ -42,7 +46,7 @@ InputFile::Descriptor::~Descriptor() {
 }
 
 InputFile::InputFile(const std::string &path)
-    : name_(path == "-" ? "standard input" : path), file_(path), buffer_(piece_size) {
+    : name_(input_name(path)), file_(path), buffer_(piece_size) {
     struct stat about {};
     if (file_.number < 0 || fstat(file_.number, &about) != 0) {
         throw FileError(name_, "cannot be read");

@@ -11,6 +11,9 @@
 
 namespace l2vpn::records {
 
+/// A path in messages: "standard input" for "-".
+std::string input_name(const std::string &path);
+
 /// A file cannot be read or written; what() says which, and why.
 class FileError : public std::runtime_error {
 public:
@@ -28,7 +31,6 @@ public:
     InputFile(const InputFile &) = delete;
     InputFile &operator=(const InputFile &) = delete;
 
-    /// "standard input" for "-".
     const std::string &name() const { return name_; }
 
     /// The next character, which stays the next one, or end.

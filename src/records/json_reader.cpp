@@ -99,7 +99,7 @@ public:
         if (level_ == Level::fields) {
             level_ = Level::records;
             if (table_ != nullptr) {
-                record_.end();
+                record_.end(&table_->primary_key());
             }
         }
         return true;
@@ -221,6 +221,18 @@ private:
     std::map<std::string, std::size_t> tables_; ///< with their lines
 };
 
+/// Builds no values: destroying a list allocates memory, and ends the process without it.
+struct SyntaxCheck : nlohmann::detail::json_sax_acceptor<nlohmann::json> {
+    std::size_t error_at = 0; ///< counted from 1; 0 if a number is too large
+
+    bool parse_error(std::size_t position, const std::string &,
+                     const nlohmann::detail::exception &error) {
+        const bool syntax = dynamic_cast<const nlohmann::json::parse_error *>(&error) != nullptr;
+        error_at = syntax ? position : 0;
+        return false;
+    }
+};
+
 Diagnostic text_after_nul(std::size_t line) {
     return mismatch(line, "", "a NUL character", "the end of the text");
 }
@@ -229,14 +241,12 @@ Diagnostic text_after_nul(std::size_t line) {
 
 bool is_json_line(std::string_view text) {
     const std::size_t last = text.find_last_not_of(" \t\r");
-    try {
-        return !nlohmann::json::parse(text).is_discarded();
-    } catch (const nlohmann::json::exception &error) {
-        // What goes on in the next line is wrong at its end only.
-        const auto *const syntax = dynamic_cast<const nlohmann::json::parse_error *>(&error);
-        const bool at_end = syntax != nullptr && syntax->byte > last + 1;
-        return text.front() == '{' && text[last] == '}' && !at_end;
+    SyntaxCheck check;
+    if (nlohmann::json::sax_parse(text.begin(), text.end(), &check)) {
+        return true;
     }
+    // A value that continues on the next line is wrong at its end only.
+    return text.front() == '{' && text[last] == '}' && check.error_at <= last + 1;
 }
 
 void read_json(InputFile &source, RecordSink &sink) {

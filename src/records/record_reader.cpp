@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include "records/csv_reader.h"
 #include "records/field_value.h"
@@ -49,41 +50,69 @@ const Table *stored_table(const std::string &name, std::size_t line, RecordSink 
     return table;
 }
 
+Diagnostic missing_member(std::size_t line, const Table &table, const Key &key,
+                          const Field &member) {
+    return mismatch(line, fmt::format("{}, key {}", place_of(table.name), in_quotes(key.name)),
+                    "no " + member.name,
+                    fmt::format("all of {}", fmt::join(field_names(key.members), ", ")));
+}
+
+Bytes InputRecord::merged_into(Bytes stored) const {
+    for (std::size_t i = 0; i < given.size(); ++i) {
+        const Field &field = table->fields[i];
+        if (given[i] != 0) {
+            std::copy_n(bytes.data() + field.offset, field.width, stored.data() + field.offset);
+        }
+    }
+    return stored;
+}
+
 void RecordBuilder::begin(const Table &table, std::size_t line) {
-    table_ = &table;
-    line_ = line;
-    record_.assign(table.record_size, std::byte{0});
-    given_in_.assign(table.fields.size(), 0);
-    right_ = true;
+    record_.table = &table;
+    record_.line = line;
+    record_.bytes.assign(table.record_size, std::byte{0});
+    record_.given.assign(table.fields.size(), 0);
+    valid_ = true;
 }
 
 void RecordBuilder::field(const std::string &name, std::size_t line, const Value &value) {
-    if (const Field *const known = table_->field(name)) {
+    const Table &table = *record_.table;
+    if (const Field *const known = table.field(name)) {
         return field(*known, line, value);
     }
-    report(unknown_name(line, place_of(table_->name), "field", name, field_names(table_->fields)));
+    report(unknown_name(line, place_of(table.name), "field", name, field_names(table.fields)));
 }
 
 void RecordBuilder::field(const Field &field, std::size_t line, const Value &value) {
-    std::size_t &first = given_in_[static_cast<std::size_t>(&field - table_->fields.data())];
+    const Table &table = *record_.table;
+    std::size_t &first = record_.given[static_cast<std::size_t>(&field - table.fields.data())];
     if (first != 0) {
-        report(mismatch(line, place_of(table_->name, field.name),
+        report(mismatch(line, place_of(table.name, field.name),
                         fmt::format("a second time, first in line {}", first), "once"));
-    } else if (!set_field(field, value, record_.data())) {
-        report(mismatch(value.line, place_of(table_->name, field.name), describe(value),
+    } else if (!set_field(field, value, record_.bytes.data())) {
+        report(mismatch(value.line, place_of(table.name, field.name), describe(value),
                         expected_value(field)));
     }
     first = first == 0 ? line : first;
 }
 
-void RecordBuilder::end() {
-    if (right_) {
-        sink_.record(*table_, line_, record_);
+void RecordBuilder::end(const Key *required) {
+    const Table &table = *record_.table;
+    if (!valid_) {
+        return; // a member that seems to be missing may be misspelt
     }
+    for (std::size_t i = 0; required != nullptr && i < required->members.size(); ++i) {
+        const Field &member = required->members[i];
+        const auto field = std::ranges::find(table.fields, member.id, &Field::id);
+        if (record_.given[static_cast<std::size_t>(field - table.fields.begin())] == 0) {
+            return report(missing_member(record_.line, table, *required, member));
+        }
+    }
+    sink_.record(record_);
 }
 
 void RecordBuilder::report(const Diagnostic &diagnostic) {
-    right_ = false;
+    valid_ = false;
     sink_.report(diagnostic);
 }
 

@@ -5,7 +5,7 @@
 //   JSON Lines  such an object on every line
 //   CSV         a line of field names, and a line per record; the table is named by the caller, or
 //               by the file: l2vpn_vpls_pw.csv
-// Fields that are not given are 0. In JSON, a value is
+// Every record gives all members of its primary key. In JSON, a value is
 //   a number                  for a field of 1, 2, 4 or 8 bytes; 4 bytes also as "192.0.2.1"
 //   a list of two numbers     for an array of two bytes
 //   text, "00:1b:44:11:3a:b7" for a MAC address or other opaque bytes, or a list of their numbers
@@ -26,7 +26,17 @@ namespace l2vpn::records {
 
 constexpr std::uint64_t record_version = 1;
 
-/// Takes what a reader finds.
+/// A record as an input gives it.
+struct InputRecord {
+    const Table *table;             ///< has access
+    std::size_t line;               ///< where it begins
+    Bytes bytes;                    ///< 0 in the fields that are not given
+    std::vector<std::size_t> given; ///< for each field the line of its name; 0 if it is not given
+
+    /// The stored record with the given fields changed.
+    Bytes merged_into(Bytes stored) const;
+};
+
 class RecordSink {
 public:
     RecordSink() = default;
@@ -34,17 +44,15 @@ public:
     RecordSink &operator=(const RecordSink &) = delete;
     virtual ~RecordSink() = default;
 
-    /// A right record of a table that has access.
-    /// @param line  where it begins
-    virtual void record(const Table &table, std::size_t line, const Bytes &record) = 0;
+    virtual void record(const InputRecord &record) = 0;
     virtual void report(const Diagnostic &diagnostic) = 0;
 };
 
-/// Reads to the end, or to where nothing can be read any more.
-/// @param csv_table  the table of CSV; if empty, the file's name tells
+/// Reads to the end, or to a syntax error that nothing can be read after.
+/// @param csv_table  the table of CSV; if empty, the file's name gives it
 void read_records(InputFile &source, const std::string &csv_table, RecordSink &sink);
 
-/// Puts a record together from its fields and hands it on if all of them are right.
+/// Builds a record from its fields, and passes it on if all of them are valid.
 class RecordBuilder {
 public:
     explicit RecordBuilder(RecordSink &sink) : sink_(sink) {}
@@ -53,18 +61,20 @@ public:
     /// @param line  of the field's name
     void field(const std::string &name, std::size_t line, const Value &value);
     void field(const Field &field, std::size_t line, const Value &value);
-    void end();
+    /// @param required  a key whose members must be given; may be null
+    void end(const Key *required);
 
 private:
     void report(const Diagnostic &diagnostic);
 
     RecordSink &sink_;
-    const Table *table_ = nullptr;
-    std::size_t line_ = 0;
-    Bytes record_;
-    std::vector<std::size_t> given_in_; ///< for each field the line of its name, 0 before
-    bool right_ = true;
+    InputRecord record_{};
+    bool valid_ = true;
 };
+
+/// A record without a member of a key.
+Diagnostic missing_member(std::size_t line, const Table &table, const Key &key,
+                          const Field &member);
 
 /// The table, if it has one of that name and access.
 const Table *stored_table(const std::string &name, std::size_t line, RecordSink &sink);

@@ -1,107 +1,133 @@
 // SPDX-License-Identifier: MIT
 #include "records/undo_log.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <cstring>
-#include <span>
+#include <new>
 
-#include <sys/mman.h>
+#include <fmt/format.h>
 #include <unistd.h>
 
 #include "records/input_file.h"
+#include "records/interrupt.h"
+#include "records/value.h"
 
 namespace l2vpn::records {
 namespace {
 
-constexpr std::size_t kept_in_memory = std::size_t{1} << 20;
+constexpr std::size_t buffer_size = std::size_t{1} << 20;
 
-/// Stands behind each entry of the log, which is read backwards: a record may have been written
-/// twice. The entry is what the store held, or the key alone if it held nothing.
+/// An entry is a record and, at its end, because the log is read backwards, this. The record is
+/// the one that was replaced, or else the one that was inserted.
 struct EntryEnd {
     const Table *table;
-    std::size_t size;
-    bool existed;
+    bool replaced;
 };
 
-std::uint32_t put_back(const EntryEnd &entry, std::span<const std::byte> bytes) {
-    const Table &table = *entry.table;
-    const auto length = static_cast<std::uint32_t>(table.record_size);
-    if (entry.existed) {
-        return table.access->write(bytes.data(), length);
-    }
-    Bytes record(table.record_size);
-    for (const Field &member : table.primary_key().members) {
-        std::memcpy(record.data() + member.offset, bytes.data(), member.width);
-        bytes = bytes.subspan(member.width);
-    }
-    return table.access->remove(record.data(), length);
-}
-
-std::size_t undo_entries(std::span<const std::byte> log) {
-    std::size_t failed = 0;
-    while (!log.empty()) {
-        EntryEnd end;
-        std::memcpy(&end, log.data() + log.size() - sizeof end, sizeof end);
-        log = log.first(log.size() - sizeof end);
-        failed += put_back(end, log.last(end.size)) == L2VPN_DB_OK ? 0U : 1U;
-        log = log.first(log.size() - end.size);
-    }
-    return failed;
+/// Keeps every record aligned.
+std::size_t entry_size(const Table &table) {
+    constexpr std::size_t alignment = alignof(std::uint64_t);
+    return (table.record_size + alignment - 1) / alignment * alignment + sizeof(EntryEnd);
 }
 
 } // namespace
 
 std::uint32_t UndoLog::write(const Table &table, const Bytes &record, bool &replaced) {
-    if (log_.size() > kept_in_memory) {
+    const std::size_t size = entry_size(table);
+    if (buffer_ == nullptr) {
+        buffer_ = std::make_unique_for_overwrite<std::byte[]>(buffer_size);
+    }
+    if (in_buffer_ + size > buffer_size) {
         flush();
     }
     const auto length = static_cast<std::uint32_t>(record.size());
-    Bytes before = record;
-    replaced = table.access->read(before.data(), length) == L2VPN_DB_OK;
-    if (!replaced) {
-        before = key_of(table.primary_key(), record);
-    }
+    std::byte *const entry = buffer_.get() + in_buffer_;
+    std::ranges::copy(record, entry);
+    replaced = table.access->read(entry, length) == L2VPN_DB_OK;
+    const EntryEnd end{&table, replaced};
+    std::memcpy(entry + size - sizeof end, &end, sizeof end);
     const std::uint32_t result = table.access->write(record.data(), length);
     if (result == L2VPN_DB_OK) {
-        const EntryEnd end{&table, before.size(), replaced};
-        append(before.data(), before.size());
-        append(&end, sizeof end);
+        in_buffer_ += size;
+        ++entries_;
     }
     return result;
 }
 
-std::size_t UndoLog::undo() {
-    std::size_t failed = undo_entries(log_);
-    if (in_file_ > 0) {
-        void *const mapped =
-            mmap(nullptr, in_file_, PROT_READ, MAP_PRIVATE, fileno(file_.get()), 0);
-        if (mapped == MAP_FAILED) {
-            throw FileError("temporary file for undoing", "cannot be read");
+std::size_t UndoLog::undo() noexcept {
+    std::size_t failed = 0;
+    while (entries_ > 0) {
+        EntryEnd end{};
+        std::size_t size = SIZE_MAX;
+        if (in_buffer_ >= sizeof end) {
+            std::memcpy(&end, buffer_.get() + in_buffer_ - sizeof end, sizeof end);
+            size = entry_size(*end.table);
         }
-        failed += undo_entries({static_cast<const std::byte *>(mapped), in_file_});
-        munmap(mapped, in_file_);
+        if (size > in_buffer_) { // the last entry begins in the file
+            in_file_ += in_buffer_;
+            in_buffer_ = std::min(in_file_, buffer_size);
+            in_file_ -= in_buffer_;
+            if (pread(fileno(file_.get()), buffer_.get(), in_buffer_,
+                      static_cast<off_t>(in_file_)) != static_cast<ssize_t>(in_buffer_)) {
+                failed += entries_;
+                break;
+            }
+            continue;
+        }
+        in_buffer_ -= size;
+        --entries_;
+        const auto change = end.replaced ? end.table->access->write : end.table->access->remove;
+        const auto length = static_cast<std::uint32_t>(end.table->record_size);
+        failed += change(buffer_.get() + in_buffer_, length) == L2VPN_DB_OK ? 0U : 1U;
     }
-    log_.clear();
-    in_file_ = 0;
+    in_file_ = in_buffer_ = entries_ = 0;
     return failed;
 }
 
-void UndoLog::append(const void *bytes, std::size_t size) {
-    const auto *const from = static_cast<const std::byte *>(bytes);
-    log_.insert(log_.end(), from, from + size);
-}
-
-/// Whatever of the log does not get into the file stays in memory.
+/// Moves the buffer's contents to the file, or leaves them where they are.
 void UndoLog::flush() {
     if (file_ == nullptr) {
         file_.reset(std::tmpfile());
     }
-    if (file_ == nullptr ||
-        pwrite(fileno(file_.get()), log_.data(), log_.size(), static_cast<off_t>(in_file_)) !=
-            static_cast<ssize_t>(log_.size())) {
-        throw FileError("temporary file for undoing", "cannot be written");
+    ssize_t written = file_ == nullptr ? -1 : 0;
+    std::size_t total = 0;
+    while (written >= 0 && total < in_buffer_) {
+        written = pwrite(fileno(file_.get()), buffer_.get() + total, in_buffer_ - total,
+                         static_cast<off_t>(in_file_ + total));
+        total += static_cast<std::size_t>(std::max(written, ssize_t{0}));
     }
-    in_file_ += log_.size();
-    log_.clear();
+    if (written < 0) {
+        throw FileError("temporary file of the undo log", "cannot be written");
+    }
+    in_file_ += in_buffer_;
+    in_buffer_ = 0;
+}
+
+void with_undo(const std::function<bool(UndoLog &)> &work) {
+    UndoLog log;
+    const auto undo = [&](const char *reason) {
+        if (const std::size_t failed = log.undo(); failed > 0) {
+            throw UndoError(fmt::format("{} could not be restored after: {}",
+                                        counted(failed, "record"), reason));
+        }
+    };
+    bool keep = false;
+    try {
+        keep = work(log);
+    } catch (const Interrupted &) {
+        undo("interrupt");
+        throw;
+    } catch (const std::bad_alloc &) {
+        undo("out of memory");
+        throw;
+    } catch (const std::exception &error) {
+        undo(error.what());
+        throw;
+    }
+    if (!keep) {
+        undo("errors in the input");
+    }
 }
 
 } // namespace l2vpn::records

@@ -1,36 +1,51 @@
 // SPDX-License-Identifier: MIT
-// Writes that can be taken back together.
+// Writes to the tables that can be undone together.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <memory>
+#include <stdexcept>
 
 #include "records/table_schema.h"
 
 namespace l2vpn::records {
 
+/// Undoing needs no memory: the log is a buffer that is allocated at the start, and a temporary
+/// file when that is full; and the store, taken back step by step, has room for each step.
 class UndoLog {
 public:
-    /// Inserts or replaces a record of a table that has access.
+    /// Inserts or replaces a record of a table that has access and outlives the log.
     /// @param replaced  out, whether there was one
     /// @return the store's result
-    /// @throws FileError, with the record not written, without room for what undo needs: that is
-    ///         kept in a temporary file, however much is written
+    /// @throws FileError if the temporary file cannot be written; the record is not written then
     std::uint32_t write(const Table &table, const Bytes &record, bool &replaced);
 
-    /// Puts back everything that was written.
-    /// @return how many records could not be
-    std::size_t undo();
+    /// Undoes all writes, the last one first.
+    /// @return how many records could not be restored: the store refused them, or the temporary
+    ///         file could not be read
+    std::size_t undo() noexcept;
 
 private:
-    void append(const void *bytes, std::size_t size);
     void flush();
 
     std::unique_ptr<std::FILE, int (*)(std::FILE *)> file_{nullptr, &std::fclose};
-    std::size_t in_file_ = 0; ///< the log's length there
-    Bytes log_;               ///< what follows
+    std::size_t in_file_ = 0; ///< bytes of the log in the file
+    std::unique_ptr<std::byte[]> buffer_;
+    std::size_t in_buffer_ = 0; ///< bytes of the log that follow in the buffer
+    std::size_t entries_ = 0;
 };
+
+/// Records could not be restored; what() says how many, and why they had to be.
+class UndoError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Runs `work`, and undoes its writes if it returns false or throws.
+/// @throws what `work` throws; UndoError instead if undoing fails
+void with_undo(const std::function<bool(UndoLog &)> &work);
 
 } // namespace l2vpn::records

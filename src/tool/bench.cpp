@@ -86,7 +86,7 @@ Exit run_bench(const Arguments &arguments) {
                                       records::counted(count(*table), "record")));
         }
     }
-    const Network network("--records", arguments.records, arguments.seed);
+    const SampleNetwork network("--records", arguments.records, arguments.seed);
     for (const Table *const table : tables) {
         std::vector<Bytes> records;
         network.records_of(*table, arguments.records,

@@ -41,6 +41,8 @@ const Parameter script{"FILE", &Arguments::files, Kind::file, false,
                        "scripts; - or nothing for standard input"};
 const Parameter values{"VALUES", &Arguments::values, Kind::field, false,
                        "fields, as in mtu=1500; the others are 0"};
+const Parameter set_values{"VALUES", &Arguments::values, Kind::field, true,
+                           "the primary key, and the fields to change, as in mtu=1500"};
 const Parameter key_values{"VALUES", &Arguments::values, Kind::field, true,
                            "the members of a key, as in vrIndex=1"};
 const Parameter batch_version{"VERSION", &Arguments::batch_version, Kind::none, true,
@@ -62,6 +64,8 @@ const Parameter csv_table{"--table", &Arguments::csv_table, Kind::table, false,
                           "the table of CSV, if its file's name does not tell"};
 const Parameter keep_going{"--keep-going", &Arguments::keep_going, Kind::none, false,
                            "leave out what is wrong, not the whole file"};
+const Parameter merge{"--merge", &Arguments::merge, Kind::none, false,
+                      "keep the fields that a file does not give"};
 const Parameter only_layout{"--layout", &Arguments::layout, Kind::layout, false,
                             "only the bytes of this layout: caller or stored"};
 const Parameter instances{"--instances", &Arguments::instances, Kind::none, false,
@@ -293,7 +297,7 @@ const std::vector<Command> &commands() {
          {{&as_json, &svg}}},
         {"load",
          "reads records from files into the tables",
-         {&files, &csv_table, &keep_going},
+         {&files, &csv_table, &merge, &keep_going},
          run_load},
         {"dump",
          "prints the records of tables",
@@ -310,7 +314,8 @@ const std::vector<Command> &commands() {
          {&table, &key_values, &key_name, &fields, &all, &line, &csv},
          run_find,
          {{&as_json, &csv, &line}, {&line, &fields}, {&line, &all}}},
-        {"put", "inserts or replaces a record", {&table, &values}, run_put},
+        {"put", "inserts or replaces a whole record", {&table, &values}, run_put},
+        {"set", "changes some fields of a record", {&table, &set_values}, run_set},
         {"set-batch-version",
          "changes nothing but a record's batch version",
          {&table, &batch_version, &key_values},

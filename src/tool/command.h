@@ -35,8 +35,8 @@ struct Arguments {
     std::string table, key, fields, hex, layout, output, svg, csv_table;
     std::vector<std::string> tables, files, values;
     std::uint64_t batch_version = 0, instances = 100, seed = 1, records = 100000;
-    bool all = false, csv = false, json = false, keep_going = false, line = false, raw = false,
-         store = false;
+    bool all = false, csv = false, json = false, keep_going = false, line = false, merge = false,
+         raw = false, store = false;
 
     records::Style style() const { return raw ? records::Style::raw : records::Style::display; }
 };
@@ -93,6 +93,7 @@ Exit run_dump(const Arguments &arguments);
 Exit run_get(const Arguments &arguments);
 Exit run_find(const Arguments &arguments);
 Exit run_put(const Arguments &arguments);
+Exit run_set(const Arguments &arguments);
 Exit run_set_batch_version(const Arguments &arguments);
 Exit run_delete(const Arguments &arguments);
 Exit run_count(const Arguments &arguments);

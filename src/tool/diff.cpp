@@ -24,8 +24,8 @@ public:
         }
     }
 
-    void record(const Table &table, std::size_t, const Bytes &record) override {
-        tables[&table][key_of(table.primary_key(), record)] = record;
+    void record(const records::InputRecord &record) override {
+        tables[record.table][key_of(record.table->primary_key(), record.bytes)] = record.bytes;
         progress_.show(++records_, source_.position(), source_.size());
     }
     void report(const records::Diagnostic &diagnostic) override {

@@ -2,6 +2,7 @@
 // Records of a made-up network, as JSON Lines or into the tables.
 #include <fmt/format.h>
 
+#include "records/undo_log.h"
 #include "tool/command.h"
 #include "tool/record_output.h"
 #include "tool/sample_network.h"
@@ -10,7 +11,7 @@
 namespace l2vpn::tool {
 
 Exit run_generate(const Arguments &arguments) {
-    const Network network("--instances", arguments.instances, arguments.seed);
+    const SampleNetwork network("--instances", arguments.instances, arguments.seed);
     const auto tables = stored_tables_named({}, "records are made up");
     std::uint64_t total = 0, done = 0;
     for (const Table *const table : tables) {
@@ -18,19 +19,21 @@ Exit run_generate(const Arguments &arguments) {
     }
     OutputFile output(arguments.output);
     Progress progress("generate");
-    for (const Table *const table : tables) {
-        const auto length = static_cast<std::uint32_t>(table->record_size);
-        network.records_of(*table, UINT64_MAX, [&](const Bytes &record) {
-            ++done;
-            progress.show(done, done, total);
-            if (arguments.store) {
-                check(table->access->write(record.data(), length), table->name);
-            } else {
-                fmt::print(output.file(), "{}",
-                           record_json(*table, table->fields, record, arguments.style()));
-            }
-        });
-    }
+    records::with_undo([&](records::UndoLog &log) {
+        for (const Table *const table : tables) {
+            network.records_of(*table, UINT64_MAX, [&](const Bytes &record) {
+                ++done;
+                progress.show(done, done, total);
+                if (bool replaced = false; arguments.store) {
+                    check(log.write(*table, record, replaced), table->name);
+                } else {
+                    fmt::print(output.file(), "{}",
+                               record_json(*table, table->fields, record, arguments.style()));
+                }
+            });
+        }
+        return true;
+    });
     output.finish();
     if (arguments.store) {
         arguments.json ? fmt::print("{}", json_line("generated", total))

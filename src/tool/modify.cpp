@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Records: shown, found, written, changed and deleted.
+#include <algorithm>
+#include <utility>
+
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
@@ -111,11 +114,30 @@ Exit run_find(const Arguments &arguments) {
 
 Exit run_put(const Arguments &arguments) {
     const Table &table = stored_table_named(arguments.table, "records are written");
-    const Bytes record = record_with_key(table, table.primary_key(), arguments.values, false);
-    Bytes before = record;
-    const bool replaced = table.access->read(before.data(), length_of(table)) == L2VPN_DB_OK;
-    return done(arguments, replaced ? "replaced" : "inserted", table, record,
-                table.access->write(record.data(), length_of(table)));
+    const auto given = input_record(table, arguments.values, &table.primary_key());
+    Bytes before = given.bytes;
+    const bool replaces = table.access->read(before.data(), length_of(table)) == L2VPN_DB_OK;
+    if (const auto missing = std::ranges::count(given.given, 0U); replaces && missing > 0) {
+        throw Failure(exit_bad_input,
+                      fmt::format("{}: the record exists, and put would set {} to 0; set changes "
+                                  "only the fields that it names",
+                                  name_of(table, before),
+                                  records::counted(static_cast<std::size_t>(missing), "field")));
+    }
+    return done(arguments, replaces ? "replaced" : "inserted", table, given.bytes,
+                table.access->write(given.bytes.data(), length_of(table)));
+}
+
+Exit run_set(const Arguments &arguments) {
+    const Table &table = stored_table_named(arguments.table, "records are changed");
+    const auto given = input_record(table, arguments.values, &table.primary_key());
+    Bytes record = given.bytes;
+    std::uint32_t result = table.access->read(record.data(), length_of(table));
+    if (result == L2VPN_DB_OK) {
+        record = given.merged_into(std::move(record));
+        result = table.access->write(record.data(), length_of(table));
+    }
+    return done(arguments, "updated", table, record, result);
 }
 
 Exit run_set_batch_version(const Arguments &arguments) {

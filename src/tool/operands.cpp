@@ -27,12 +27,12 @@ using records::place_of;
 /// Keeps the one record that a command line gives, and what is wrong with it.
 class OneRecord final : public records::RecordSink {
 public:
-    void record(const Table &, std::size_t, const Bytes &record) override { bytes = record; }
+    void record(const records::InputRecord &record) override { input = record; }
     void report(const records::Diagnostic &diagnostic) override {
         wrong += (wrong.empty() ? "" : "\n") + diagnostic.text();
     }
 
-    Bytes bytes;
+    records::InputRecord input{};
     std::string wrong;
 };
 
@@ -145,7 +145,8 @@ std::vector<Field> fields_listed(const Table &table, const std::string &list) {
     return fields;
 }
 
-Bytes record_of(const Table &table, const std::vector<std::string> &values) {
+records::InputRecord input_record(const Table &table, const std::vector<std::string> &values,
+                                  const Key *required) {
     OneRecord one;
     records::RecordBuilder builder(one);
     builder.begin(table, 1);
@@ -160,30 +161,26 @@ Bytes record_of(const Table &table, const std::vector<std::string> &values) {
         const std::string word = value.substr(name.size() + 1);
         builder.field(name, 1, field == nullptr ? records::Value{} : parse_word(*field, word));
     }
-    builder.end();
+    builder.end(required);
     if (!one.wrong.empty()) {
         throw Failure(exit_bad_input, one.wrong);
     }
-    return one.bytes;
+    return one.input;
+}
+
+Bytes record_of(const Table &table, const std::vector<std::string> &values) {
+    return input_record(table, values, nullptr).bytes;
 }
 
 Bytes record_with_key(const Table &table, const Key &key, const std::vector<std::string> &values,
                       bool only) {
-    Bytes record = record_of(table, values);
-    std::vector<std::string> names(values.size());
-    std::ranges::transform(values, names.begin(), name_of);
-    const std::string where = fmt::format("{}, key {}", place_of(table.name), in_quotes(key.name));
-    for (const Field &member : key.members) {
-        if (std::ranges::count(names, member.name) == 0) {
-            throw Failure(exit_bad_input, fmt::format("{}: found no {}, expected all of {}", where,
-                                                      member.name, members_text(key)));
-        }
-    }
-    for (const std::string &name : names) {
-        if (only && !has_member(key, name)) {
-            throw Failure(exit_bad_input, fmt::format("{}: found {}, which is no member, expected "
-                                                      "only {}",
-                                                      where, name, members_text(key)));
+    const Bytes record = input_record(table, values, &key).bytes;
+    for (const std::string &value : values) {
+        if (const std::string name = name_of(value); only && !has_member(key, name)) {
+            throw Failure(exit_bad_input, fmt::format("{}, key {}: found {}, which is no member, "
+                                                      "expected only {}",
+                                                      place_of(table.name), in_quotes(key.name),
+                                                      name, members_text(key)));
         }
     }
     return record;

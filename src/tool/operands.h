@@ -45,7 +45,11 @@ std::vector<Extent> extents_of(const Table &table, std::size_t size, std::size_t
 /// "mtu,vcType"; all fields if it is empty.
 std::vector<Field> fields_listed(const Table &table, const std::string &list);
 
-/// A record with the fields that "field=value" give.
+/// The record that "field=value" arguments give, with the fields that they name.
+/// @param required  a key whose members must be among them; may be null
+records::InputRecord input_record(const Table &table, const std::vector<std::string> &values,
+                                  const Key *required);
+/// Its bytes.
 Bytes record_of(const Table &table, const std::vector<std::string> &values);
 /// The same, with all of a key's members and, if `only`, nothing else.
 Bytes record_with_key(const Table &table, const Key &key, const std::vector<std::string> &values,

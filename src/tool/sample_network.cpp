@@ -235,7 +235,7 @@ void set(const Field &field, Meaning meaning, const Row &row, std::uint64_t seed
 
 } // namespace
 
-Network::Network(const char *option, std::uint64_t instances, std::uint64_t seed)
+SampleNetwork::SampleNetwork(const char *option, std::uint64_t instances, std::uint64_t seed)
     : instances_(instances), seed_(seed) {
     if (instances == 0 || instances > most_instances) {
         throw Failure(exit_bad_input, fmt::format("{}: found {}, expected a number from 1 to {}",
@@ -243,7 +243,7 @@ Network::Network(const char *option, std::uint64_t instances, std::uint64_t seed
     }
 }
 
-std::uint64_t Network::size(const Table &table) const {
+std::uint64_t SampleNetwork::size(const Table &table) const {
     const auto all = [&] {
         switch (subject_of(table)) {
         case Meaning::router:
@@ -267,7 +267,7 @@ std::uint64_t Network::size(const Table &table) const {
     return is_event(table) ? (all() + events - 1) / events : all();
 }
 
-void Network::records_of(const Table &table, std::uint64_t most, const Visitor &visit) const {
+void SampleNetwork::records_of(const Table &table, std::uint64_t most, const Visitor &visit) const {
     const Meaning subject = subject_of(table);
     const std::uint64_t step = is_event(table) ? events : 1;
     const std::uint64_t peers = instances_ / instances_per_peer + 2;

@@ -10,13 +10,13 @@
 
 namespace l2vpn::tool {
 
-class Network {
+class SampleNetwork {
 public:
     static constexpr std::uint64_t most_instances = 10'000'000;
 
     /// @param option  that gives the number, for messages
     /// @throws Failure if it is too large, or has no instance
-    Network(const char *option, std::uint64_t instances, std::uint64_t seed);
+    SampleNetwork(const char *option, std::uint64_t instances, std::uint64_t seed);
 
     /// How many records a table has.
     std::uint64_t size(const Table &table) const;

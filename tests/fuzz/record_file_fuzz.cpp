@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// The input as a file of records, JSON or JSON Lines: all of it is stored, or nothing and messages
-// say why, each with its place in the file.
+// The input as a record file: the tables hold all of it afterwards, or none and diagnostics say
+// why.
 #include <charconv>
-#include <optional>
+#include <map>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -11,16 +11,17 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include "examples/record_file.h"
+#include "records/record_loader.h"
+#include "records/table_schema.h"
 #include "tests/fuzz/fuzz.h"
 #include "tests/support/table_list.h"
 
 namespace l2vpn::test {
 namespace {
 
-using demo::RecordFile;
-using demo::TableRecords;
 using Record = std::vector<std::byte>;
+/// Of each table, the records by primary key, with 0 in the padding.
+using Contents = std::map<std::string, std::map<Record, Record>>;
 
 /// A file in memory.
 class File {
@@ -41,60 +42,41 @@ private:
     std::string path_;
 };
 
-const TypedTable &functions_of(const TableRecords &table) {
-    return *std::ranges::find(typed_tables, table.table.name, &TypedTable::name);
+Contents stored() {
+    Contents contents;
+    for (const TypedTable &table : typed_tables) {
+        const records::Key &key = records::find_table(table.name)->primary_key();
+        Record record(table.record_size);
+        L2vpnDbIter *const iter = table.create_iter(0, nullptr);
+        while (table.get_next(iter, record.data()) == L2VPN_DB_OK)
+            contents[table.name][key_of(key, record)] = record;
+        require(table.release_iter(iter) == L2VPN_DB_OK, "a release");
+    }
+    return contents;
 }
 
-std::uint32_t count(const TypedTable &table) {
-    std::uint32_t result = 0;
-    require(table.count(&result) == L2VPN_DB_OK, "a count");
-    return result;
-}
-
-/// The fields that both records have alike, without the bytes between them.
-bool same(const TableRecords &table, const Record &left, const Record &right) {
-    return std::ranges::all_of(table.table.fields, [&](const records::Field &field) {
-        const auto at = static_cast<std::ptrdiff_t>(field.offset);
-        return std::equal(left.begin() + at, left.begin() + at + static_cast<int>(field.width),
-                          right.begin() + at);
-    });
-}
-
-void expect_stored(const RecordFile &file) {
-    for (const TableRecords &table : file.tables) {
-        const TypedTable &functions = functions_of(table);
-        require(count(functions) == table.records.size(), "the number of records");
-        for (const demo::Record &record : table.records) {
-            Record read = record.bytes;
-            require(functions.read(read.data()) == L2VPN_DB_OK, "a record that was stored");
-            require(same(table, read, record.bytes), "a record's contents");
+/// Inverts the fields of all records except the primary keys.
+void invert() {
+    for (const auto &[name, table_records] : stored()) {
+        const records::Table &table = *records::find_table(name);
+        for (auto [key, record] : table_records) {
+            for (const records::Field &field : table.fields)
+                if (std::ranges::count(table.primary_key().members, field.id,
+                                       &records::Field::id) == 0)
+                    for (std::size_t i = 0; i < field.width; ++i)
+                        record[field.offset + i] ^= std::byte{0xFF};
+            require(table.access->write(record.data(), static_cast<std::uint32_t>(record.size())) ==
+                        L2VPN_DB_OK,
+                    "a write");
         }
     }
 }
 
-void expect_nothing_stored() {
+void clear() {
+    Contents contents = stored();
     for (const TypedTable &table : typed_tables)
-        require(count(table) == 0, "an empty store");
-}
-
-void remove_all(const RecordFile &file) {
-    for (const TableRecords &table : file.tables)
-        for (const demo::Record &record : table.records)
-            require(functions_of(table).remove(record.bytes.data()) == L2VPN_DB_OK, "a delete");
-}
-
-/// The same records with other contents under the same keys, and a last one that is refused.
-RecordFile refused_at_the_end(RecordFile file) {
-    for (TableRecords &table : file.tables)
-        for (demo::Record &record : table.records)
-            for (const records::Field &field : table.table.fields)
-                if (std::ranges::find(table.table.primary_key().members, field.id,
-                                      &records::Field::id) ==
-                    table.table.primary_key().members.end())
-                    record.bytes[field.offset] ^= std::byte{0xFF};
-    TableRecords &last = file.tables.back();
-    last.records.push_back({1, Record(last.table.record_size + 1)});
-    return file;
+        for (const auto &[key, record] : contents[table.name])
+            require(table.remove(record.data()) == L2VPN_DB_OK, "a delete");
 }
 
 /// The field's bytes as the file gives them, read in a way of its own.
@@ -128,35 +110,37 @@ Record given(const records::Field &field, const nlohmann::json &value) {
     return bytes;
 }
 
-/// What was accepted holds what the text says and is 0 otherwise.
-void expect_contents(const RecordFile &file, const std::uint8_t *data, std::size_t size) {
-    nlohmann::json text = nlohmann::json::object();
-    std::istringstream all(std::string(data, data + size));
-    const bool one = nlohmann::json::accept(all.str());
+/// Applies a JSON text: its records replace those in the contents, or are merged into them.
+void apply(const std::string &text, bool merge, Contents &contents) {
+    std::istringstream all(text);
+    const bool one = nlohmann::json::accept(text);
     for (std::string line; std::getline(all, line, one ? '\0' : '\n');) {
         if (line.find_first_not_of(" \t\r") == line.npos)
             continue;
-        const auto tables = nlohmann::json::parse(line);
-        for (const auto &[table, records] : tables.items())
-            if (table != "version")
-                for (const nlohmann::json &record : records)
-                    text[table].push_back(record);
-    }
-    require(text.size() == file.tables.size(), "the number of tables");
-    for (const TableRecords &table : file.tables) {
-        const nlohmann::json &records = text.at(table.table.name);
-        require(records.size() == table.records.size(), "the number of records");
-        for (std::size_t i = 0; i < records.size(); ++i) {
-            Record expected(table.table.record_size);
-            for (const auto &[name, value] : records[i].items()) {
-                const records::Field *const field = table.table.field(name);
-                require(field != nullptr, "a field that there is");
-                const Record bytes = given(*field, value);
-                require(bytes.size() == field->width, "a value as long as the field");
-                std::ranges::copy(bytes,
-                                  expected.begin() + static_cast<std::ptrdiff_t>(field->offset));
+        const auto tables = nlohmann::ordered_json::parse(line);
+        for (const auto &[name, json_records] : tables.items()) {
+            if (name == "version")
+                continue;
+            const records::Table &table = *records::find_table(name);
+            for (const auto &json : json_records) {
+                Record record(table.record_size);
+                const auto set_fields = [&] {
+                    for (const auto &[field_name, value] : json.items()) {
+                        const records::Field &field = *table.field(field_name);
+                        const Record bytes = given(field, value);
+                        require(bytes.size() == field.width, "a value as long as the field");
+                        std::ranges::copy(bytes, record.begin() +
+                                                     static_cast<std::ptrdiff_t>(field.offset));
+                    }
+                };
+                set_fields();
+                Record &old = contents[name][key_of(table.primary_key(), record)];
+                if (merge && !old.empty()) {
+                    record = old;
+                    set_fields();
+                }
+                old = record;
             }
-            require(expected == table.records[i].bytes, "a record as the file gives it");
         }
     }
 }
@@ -180,31 +164,49 @@ void expect_place(const std::string &error, const std::string &path, std::size_t
 
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     using namespace l2vpn::test;
-    using namespace l2vpn::demo;
-    static const File in_memory;
-    in_memory.write(data, size);
-    const RecordFile file = read_record_file(in_memory.path());
-    if (!file.errors.empty()) {
-        require(file.tables.empty(), "records beside errors");
-        const std::size_t lines =
-            1 + static_cast<std::size_t>(std::count(data, data + size, std::uint8_t{'\n'}));
-        for (const std::string &error : file.errors)
-            expect_place(error, in_memory.path(), lines);
-        require(store_records(file) == std::nullopt, "nothing to store");
-        expect_nothing_stored();
+    static const File file;
+    const std::string text(data, data + size);
+    const l2vpn::records::LoadOptions options{.csv_table = "l2vpn_stp"};
+    const auto load = [&](const std::string &contents, bool merge = false) {
+        file.write(reinterpret_cast<const std::uint8_t *>(contents.data()), contents.size());
+        auto changed = options;
+        changed.merge = merge;
+        return l2vpn::records::load(file.path(), changed);
+    };
+    const auto expect_refused = [&](const std::string &contents) {
+        const Contents before = stored();
+        const auto result = load(contents);
+        require(result.diagnostics.count > 0 && result.failure.empty(), "diagnostics");
+        require(result.stored == 0 && stored() == before, "tables as they were");
+        const auto lines = 1 + static_cast<std::size_t>(std::ranges::count(contents, '\n'));
+        for (const std::string &message : result.diagnostics.messages)
+            expect_place(message, file.path(), lines);
+    };
+    const auto loaded = load(text);
+    if (loaded.diagnostics.count > 0) {
+        require(stored().empty(), "nothing stored");
+        expect_refused(text);
         return 0;
     }
-    expect_contents(file, data, size);
-    if (!file.tables.empty()) {
-        const RecordFile refused = refused_at_the_end(file);
-        require(store_records(refused).has_value(), "a record that is refused");
-        expect_nothing_stored();
-        require(store_records(file) == std::nullopt, "records that are right");
-        expect_stored(file);
-        require(store_records(refused).has_value(), "a record that is refused");
+    require(loaded.failure.empty(), "a file that can be read");
+    const std::size_t begin = text.starts_with("\xEF\xBB\xBF") ? 3 : 0;
+    const bool json = text.find_first_not_of(" \t\r\n", begin) == text.find('{');
+    Contents expected;
+    if (json) {
+        apply(text.substr(begin), false, expected);
+        std::erase_if(expected, [](const auto &table) { return table.second.empty(); });
+        require(stored() == expected, "the records of the file");
     }
-    expect_stored(file);
-    remove_all(file);
-    expect_nothing_stored();
+    expect_refused(text + "\n]");
+    invert();
+    expect_refused(text + "\n]");
+    expected = stored();
+    require(load(text, true).errors().empty(), "the same file");
+    if (json) {
+        apply(text.substr(begin), true, expected);
+        std::erase_if(expected, [](const auto &table) { return table.second.empty(); });
+        require(stored() == expected, "the merged records");
+    }
+    clear();
     return 0;
 }

@@ -23,7 +23,7 @@ CATALOG = HERE.parents[1] / "schema/catalog"
 TARGETS = {
     "store": (600, r"/platform/store/|/platform/record_objects"),
     "print": (1200, r"/platform/runtime/|/formatter\.|L2VPN_AST_\w+Format"),
-    "record_file": (1500, r"/examples/|/records/"),
+    "record_file": (1500, r"/src/records/"),
 }
 DIGITS = re.compile(r"stat::(\w+):\s+(\d+)")
 FUNCTION = re.compile(r"(?:UN)?COVERED_FUNC: hits: \d+ edges: (\d+)/(\d+) (.*)")

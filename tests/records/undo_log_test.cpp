@@ -1,15 +1,18 @@
 // SPDX-License-Identifier: MIT
-// Taking back what was written, however much it is.
+// Undoing writes: in the buffer, in the temporary file, and when that fails.
 #include <csignal>
 #include <map>
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
+#include "failing_store.h"
 #include "l2vpn_db/l2vpn_stp.h"
+#include "l2vpn_db/memory_store.h"
 #include "records/input_file.h"
+#include "records/interrupt.h"
 #include "records/undo_log.h"
-#include "tests/demo/loader_test.h"
+#include "store_fixture.h"
 
 namespace l2vpn::test {
 namespace {
@@ -44,7 +47,7 @@ protected:
     bool replaced = false;
 };
 
-TEST_F(UndoLogTest, MoreThanMemoryIsToKeep) {
+TEST_F(UndoLogTest, LongerThanTheBuffer) {
     constexpr std::uint32_t count = 60000; // times three entries of 28 bytes and more
     const auto write = [&](std::uint32_t interface, std::uint32_t flags) {
         ASSERT_EQ(undo_log.write(table, record(interface, flags), replaced), L2VPN_DB_OK);
@@ -81,9 +84,56 @@ TEST_F(UndoLogTest, WithoutRoomOnTheDisk) {
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &usual), 0);
     (void)std::signal(SIGXFSZ, old_handler);
     EXPECT_EQ(stored().size(), written) << "what is refused for lack of room is not written";
-    EXPECT_GT(written, 50000U);
+    EXPECT_GT(written * table.record_size, std::size_t{3} << 19)
+        << "part of the log is in the file";
     EXPECT_EQ(undo_log.undo(), 0U);
     EXPECT_TRUE(stored().empty());
+}
+
+TEST_F(UndoLogTest, TemporaryFileThatCannotBeRead) {
+    constexpr std::uint32_t count = 60000;
+    for (std::uint32_t i = 0; i < count; ++i) {
+        ASSERT_EQ(undo_log.write(table, record(i, 1), replaced), L2VPN_DB_OK);
+    }
+    for (const auto &file : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code error;
+        if (std::filesystem::read_symlink(file, error).string().ends_with(" (deleted)")) {
+            std::ofstream(file.path(), std::ios::trunc).close();
+        }
+    }
+    const std::size_t failed = undo_log.undo();
+    EXPECT_GT(failed, 0U);
+    EXPECT_LT(failed, count) << "the buffer can be undone";
+    EXPECT_EQ(stored().size(), failed);
+}
+
+TEST_F(UndoLogTest, RecordsThatTheStoreRefuses) {
+    const FailingStore failing;
+    for (std::uint32_t i = 0; i < 5; ++i) {
+        ASSERT_EQ(undo_log.write(table, record(i, 1), replaced), L2VPN_DB_OK);
+    }
+    FailingStore::remove = [calls = 0](std::string_view) mutable {
+        return ++calls % 2 == 0 ? std::uint32_t{L2VPN_STORE_NO_MEMORY} : 0;
+    };
+    EXPECT_EQ(undo_log.undo(), 2U);
+    EXPECT_EQ(stored().size(), 2U);
+}
+
+TEST_F(UndoLogTest, WorkThatFailsIsUndone) {
+    const auto work = [&](auto end) {
+        return [this, end](UndoLog &log) -> bool {
+            log.write(table, record(1, 1), replaced);
+            return end();
+        };
+    };
+    with_undo(work([] { return false; }));
+    EXPECT_TRUE(stored().empty());
+    EXPECT_THROW(with_undo(work([]() -> bool { throw Interrupted{SIGINT}; })), Interrupted);
+    EXPECT_TRUE(stored().empty());
+    EXPECT_THROW(with_undo(work([]() -> bool { throw std::bad_alloc(); })), std::bad_alloc);
+    EXPECT_TRUE(stored().empty());
+    with_undo(work([] { return true; }));
+    EXPECT_EQ(stored().size(), 1U);
 }
 
 } // namespace

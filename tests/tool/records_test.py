@@ -5,13 +5,16 @@ import csv
 import json
 import os
 import random
+import resource
 import signal
 import subprocess
 import time
+from collections import defaultdict
 
 from tool import BAD_INPUT, EXAMPLE, FAILED, NO, PROGRAM, TYPED, ToolTest, fields_of, keys_of, main
 
-RECORDS = json.loads(EXAMPLE.read_text(encoding="utf-8"))
+RECORDS = defaultdict(list, json.loads(EXAMPLE.read_text(encoding="utf-8")))
+TOTAL = sum(map(len, RECORDS.values()))
 PW = ("l2vpn_vpls_pw", "vrIndex=1", "pwTunnelId=10001", "pwTunnelType=1")
 
 
@@ -91,7 +94,7 @@ class Show(ToolTest):
             text = self.output("-l", EXAMPLE, "dump", *options)
             path = self.write("dump.jsonl", text)
             self.assertEqual(self.lines("diff", EXAMPLE, path),
-                             ["0 removed, 0 added, 0 changed, 197 the same"])
+                             [f"0 removed, 0 added, 0 changed, {TOTAL} the same"])
             self.assertEqual(self.output("-l", path, "dump", *options), text)
         for table in TYPED:
             for options in (["--csv"], ["--csv", "--raw"]):
@@ -101,7 +104,7 @@ class Show(ToolTest):
                 self.assertEqual(rows[0], [field["name"] for field in fields_of(table)])
                 self.assertEqual(self.json("-l", f"{table}.csv", "count", table)["counts"],
                                  {table: len(RECORDS[table])})
-                removed = 197 - len(RECORDS[table])
+                removed = TOTAL - len(RECORDS[table])
                 self.assertEqual(self.json_lines("diff", EXAMPLE, f"{table}.csv", code=NO)[-1]["diff"], {
                     "removed": removed, "added": 0, "changed": 0, "same": len(RECORDS[table])})
 
@@ -158,7 +161,7 @@ class Change(ToolTest):
         key = "vrIndex=1 instanceId={} macAddr=00:1b:44:11:3a:b7"
         script = "\n".join((
             f"put l2vpn_oam_staticmac {key.format('0x10')}",
-            f"put l2vpn_oam_staticmac {key.format(16)} srcPid=2",
+            f"set l2vpn_oam_staticmac {key.format(16)} srcPid=2",
             f"set-batch-version l2vpn_oam_staticmac 9 {key.format(16)}",
             f"get l2vpn_oam_staticmac {key.format(16)} --json",
             f"delete l2vpn_oam_staticmac {key.format(16)}",
@@ -166,7 +169,7 @@ class Change(ToolTest):
             "stats l2vpn_oam_staticmac --json"))
         key = "l2vpn_oam_staticmac: vrIndex 1, instanceId 16, macAddr 00:1b:44:11:3a:b7: "
         lines = self.lines("shell", stdin=script)
-        self.assertEqual(lines[:3], [key + "inserted", key + "replaced", key + "updated"])
+        self.assertEqual(lines[:3], [key + "inserted", key + "updated", key + "updated"])
         record = json.loads(lines[3])["l2vpn_oam_staticmac"][0]
         self.assertEqual((record["batchVersion"], record["srcPid"], record["macAddr"]),
                          (9, 2, "00:1b:44:11:3a:b7"))
@@ -176,6 +179,33 @@ class Change(ToolTest):
         self.assertEqual({name: times for name, times in stats.items() if times}, {
             "inserted": 1, "replaced": 1, "read": 2, "readMissed": 1, "deleted": 1, "updated": 1,
             "counted": 1})
+
+    def test_put_replaces_whole_records_only(self):
+        fields = " ".join(f"{field['name']}={'00:00:00' if field['name'].startswith('rsv') and field['width'] == 3 else 0}"
+                          for field in fields_of("l2vpn_stp") if field["name"] not in ("ifIndex", "vrIndex"))
+        out, err = self.run_tool("shell", "--keep-going", code=BAD_INPUT, stdin=(
+            "put l2vpn_stp ifIndex=1 vrIndex=3\nput l2vpn_stp ifIndex=1 flags=2\n"
+            "dump l2vpn_stp --fields ifIndex,vrIndex,flags\n"
+            f"put l2vpn_stp ifIndex=1 vrIndex=4 {fields}\ndump l2vpn_stp --fields ifIndex,vrIndex\n"))
+        self.assertRegex(err, r"^standard input:2: l2vpn_stp: ifIndex 1: the record exists, and put would set "
+                         r"\d+ fields to 0; set changes only the fields that it names\n$")
+        self.assertEqual([line.split() for line in out.splitlines()], [
+            "l2vpn_stp: ifIndex 1: inserted".split(), ["ifIndex", "vrIndex", "flags"], ["1", "3", "0"],
+            "l2vpn_stp: ifIndex 1: replaced".split(), ["ifIndex", "vrIndex"], ["1", "4"]])
+
+    def test_set_changes_the_named_fields_only(self):
+        table, key = PW[0], PW[1:]
+        before = self.json("-l", EXAMPLE, "get", *PW)[table][0]
+        script = (f"set {table} {' '.join(key)} mtu=1400 vcId=7 --json\nget {table} {' '.join(key)} --json\n"
+                  f"count {table}\n")
+        lines = self.lines("-l", EXAMPLE, "shell", stdin=script)
+        self.assertEqual(json.loads(lines[0]), {"version": 1, "updated": True})
+        self.assertEqual(json.loads(lines[1])[table][0], {**before, "mtu": 1400, "vcId": 7})
+        self.assertTrue(lines[-1].endswith(f" {len(RECORDS[table])}"))
+        self.assertEqual(self.run_tool("set", *PW, "mtu=1", code=NO), (
+            f"{table}: vrIndex 1, pwTunnelId 10001, pwTunnelType 1: no such record\n", ""))
+        self.assertEqual(self.refused("set", *PW[:3], "mtu=1"), f'table "{table}", key "primary_key": found no '
+                         "pwTunnelType, expected all of vrIndex, pwTunnelId, pwTunnelType")
 
     def test_nothing_to_change(self):
         for command in (["delete", "l2vpn_stp", "ifIndex=1"],
@@ -209,7 +239,7 @@ class Load(ToolTest):
     def test_what_comes_slowly(self):
         """The form of a text is told by its first line, however it comes."""
         with subprocess.Popen([PROGRAM, "load", "-"], stdin=subprocess.PIPE, stdout=subprocess.PIPE) as load:
-            for piece in (b"\n \n{", b'"l2vpn_st', b'p":[{"ifIndex":1}]}', b"\n{}", b'\n{"l2vpn_stp":', b"[{}]}"):
+            for piece in (b"\n \n{", b'"l2vpn_st', b'p":[{"ifIndex":1}]}', b"\n{}", b'\n{"l2vpn_stp":', b'[{"ifIndex":2}]}'):
                 load.stdin.write(piece)
                 load.stdin.flush()
                 time.sleep(0.02)
@@ -268,7 +298,7 @@ class Load(ToolTest):
         self.assertEqual(self.lines("load", "-", stdin='{"l2vpn_stp":[{"ifIndex":1}\n,{"ifIndex":2}]}'),
                          ["-: 2 records stored in 1 table"])
 
-    def test_text_behind_nul(self):
+    def test_text_after_nul(self):
         stp = '{"l2vpn_stp":[{"ifIndex":1}]}'
         self.refuse(stp + "\0" + stp, "1: found a NUL character, expected the end of the text", name="x")
         self.refuse("{\n" + stp[1:] + "\0" + stp, "2: found a NUL character, expected the end of the text",
@@ -291,7 +321,42 @@ class Load(ToolTest):
                                                         "      3        0", "      4        0"])
         self.assertIn("4 records stored in 1 table, 2 of them replaced, 1 error", out)
 
-    def test_summary_of_many_refusals(self):
+    def test_merge(self):
+        self.write("l2vpn_stp.csv", "ifIndex,vrIndex\n1,5\n3,6\n")
+        first = '{"l2vpn_stp":[{"ifIndex":1,"vrIndex":1,"flags":7},{"ifIndex":2,"flags":8}]}'
+        self.write("first", first)
+        dump = "dump l2vpn_stp --fields ifIndex,vrIndex,flags --csv\n"
+        for option, word, flags in (("--merge", "merged", 7), ("", "replaced", 0)):
+            lines = self.lines("shell", stdin=f"load first\nload l2vpn_stp.csv {option}\n{dump}")
+            self.assertEqual(lines[1], f"l2vpn_stp.csv: 2 records stored in 1 table, 1 of them {word}")
+            self.assertEqual(sorted(lines[2:]), [f"1,5,{flags}", "2,0,8", "3,6,0", "ifIndex,vrIndex,flags"])
+            loaded = json.loads(self.lines("shell", stdin=f"load first\nload l2vpn_stp.csv {option} --json\n")[-1])
+            self.assertEqual({word: loaded["load"].get(word)}, {word: 1})
+
+    def test_primary_keys_are_whole(self):
+        missing = 'table "l2vpn_vpls_exp", key "primary_key": found no instanceId, expected all of vrIndex, instanceId'
+        self.refuse("vrIndex,mplsExp\n1,2\n1,3\n", f"1: {missing}", name="l2vpn_vpls_exp.csv")
+        self.refuse('{"l2vpn_vpls_exp":[{"vrIndex":1}]}\n{"l2vpn_vpls_exp":[{"vrIndex":1,"instanceId":1}]}\n'
+                    '{"l2vpn_vpls_exp":[{"vrIndex":1,"mplsExp":2}]}', f"1: {missing}", f"3: {missing}", name="x")
+        self.assertEqual(self.refused("put", "l2vpn_vpls_exp", "vrIndex=1"), missing)
+        self.write("x", '{"l2vpn_vpls_exp":[{"vrIndex":1}]}')
+        self.assertIn(missing, self.refused("diff", "x", "x"))
+
+    def test_out_of_memory_stores_nothing(self):
+        network = self.folder / "network"
+        self.output("generate", "--instances", 4000, "--output", network)
+        script = f"load {EXAMPLE}\ncount --json\nload {network}%s\ncount --json\n"
+        for option in ("", " --keep-going", " --merge"):
+            result = subprocess.run(
+                [PROGRAM, "shell", "--keep-going"], input=script % option, capture_output=True, text=True,
+                timeout=120, check=False, cwd=self.folder,
+                preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (100 << 20, 100 << 20)))
+            self.assertEqual((result.returncode, result.stderr), (FAILED, f"{network}: out of memory\n"))
+            _, before, refused, after = result.stdout.splitlines()
+            self.assertEqual(refused, f"{network}: 0 records stored in 0 tables")
+            self.assertEqual(before, after)
+
+    def test_summary_of_many_errors(self):
         lines = [json.dumps({"l2vpn_stp": [{"ifIndex": number, "flags": -1 if number % 3 else 0,
                                             "vrIndex": "x" if number % 50 == 0 else 0}]})
                  for number in range(300)]
@@ -312,7 +377,7 @@ class Load(ToolTest):
         reason = "/no/such: cannot be read: No such file or directory"
         out, err = self.run_tool("load", "/no/such", EXAMPLE, code=FAILED)
         self.assertEqual((out, err), ("/no/such: 0 records stored in 0 tables\n"
-                                      f"{EXAMPLE}: 197 records stored in 25 tables\n", reason + "\n"))
+                                      f"{EXAMPLE}: {TOTAL} records stored in {len(RECORDS)} tables\n", reason + "\n"))
         self.assertEqual(self.json("load", "/no/such", code=FAILED)["load"]["messages"], [reason])
         self.assertEqual(self.refused("tables", "-l", "/", code=FAILED),
                          "nothing is loaded:\n/: cannot be read: Is a directory")
@@ -332,11 +397,11 @@ class Load(ToolTest):
 class Compare(ToolTest):
     def test_changes(self):
         before = self.write("before", json.dumps({"l2vpn_vpls_pw": [
-            {"vrIndex": 1, "pwTunnelId": 1, "mtu": 1500, "peerIp": "10.0.0.1"},
-            {"vrIndex": 1, "pwTunnelId": 2}, {"vrIndex": 1, "pwTunnelId": 3}]}))
+            {"vrIndex": 1, "pwTunnelId": 1, "pwTunnelType": 0, "mtu": 1500, "peerIp": "10.0.0.1"},
+            *({"vrIndex": 1, "pwTunnelId": number, "pwTunnelType": 0} for number in (2, 3))]}))
         after = self.write("after", json.dumps({"l2vpn_vpls_pw": [
-            {"vrIndex": 1, "pwTunnelId": 4}, {"vrIndex": 1, "pwTunnelId": 2},
-            {"vrIndex": 1, "pwTunnelId": 1, "mtu": 1400, "peerIp": "10.0.0.9"}]}))
+            *({"vrIndex": 1, "pwTunnelId": number, "pwTunnelType": 0} for number in (4, 2)),
+            {"vrIndex": 1, "pwTunnelId": 1, "pwTunnelType": 0, "mtu": 1400, "peerIp": "10.0.0.9"}]}))
         pw = "l2vpn_vpls_pw vrIndex 1, pwTunnelId"
         self.assertEqual(self.lines("diff", before, after, code=NO), [
             f"~ {pw} 1, pwTunnelType 0: mtu 1500 -> 1400, peerIp 10.0.0.1 -> 10.0.0.9",
@@ -396,7 +461,7 @@ class MakeUp(ToolTest):
                     if name in each:
                         self.assertEqual(pseudowires[each[name]]["vrIndex"], each["vrIndex"])
         self.assertEqual(self.lines("shell", stdin="generate --instances 120 --store\ncount --json\n"), [
-            f"{sum(map(len, made.values()))} records in 25 tables are stored",
+            f"{sum(map(len, made.values()))} records in {len(TYPED)} tables are stored",
             json.dumps({"version": 1, "counts": {name: len(made[name]) for name in sorted(TYPED)}},
                        separators=(",", ":"))])
 

@@ -1,13 +1,18 @@
 // SPDX-License-Identifier: MIT
-// Every way in which a record file can be wrong: what the message says, and that nothing is stored.
-#include "loader_test.h"
+// Errors in record files: each has a diagnostic, and nothing is stored.
+#include "store_fixture.h"
 
 #include <algorithm>
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include "records/table_schema.h"
 
 namespace l2vpn::test {
 namespace {
 
-using RecordFileErrors = LoaderTest;
+using RecordFileErrors = RecordFileTest;
 
 // ---- Names -----------------------------------------------------------------------------------
 
@@ -153,24 +158,33 @@ TEST_F(RecordFileErrors, NotBytesOfTheFieldsWidth) {
 
 // ---- Records ---------------------------------------------------------------------------------
 
-TEST_F(RecordFileErrors, SamePrimaryKey) {
-    expect_refused(
-        "{\"l2vpn_vpls_pw\": [\n"
-        "{\"vrIndex\": 1, \"pwTunnelId\": 7, \"vcId\": 1},\n"
-        "{\"vrIndex\": 1, \"pwTunnelId\": 8, \"vcId\": 1},\n"
-        "{\"pwTunnelId\": 7, \"vrIndex\": 1, \"vcId\": 2}]}",
-        {":4: table \"l2vpn_vpls_pw\", primary key vrIndex 1, pwTunnelId 7, pwTunnelType "
-         "0: found a second time, first in line 2, expected once"});
+TEST_F(RecordFileErrors, MissingMemberOfThePrimaryKey) {
+    for (const std::string record :
+         {R"({"vrIndex": 1, "mtu": 1500, "pwTunnelType": 1})", R"({"vrIndex": 1})"}) {
+        expect_line_refused("\"l2vpn_vpls_pw\": [" + record + "]",
+                            R"(table "l2vpn_vpls_pw", key "primary_key": found no pwTunnelId, )"
+                            R"(expected all of vrIndex, pwTunnelId, pwTunnelType)");
+    }
+    for (const SchemaTable &each : schema_tables) {
+        const records::Table &table = *records::find_table(each.name);
+        if (table.access) {
+            const auto members = records::field_names(table.primary_key().members);
+            expect_refused("{\"" + table.name + "\": [{}]}",
+                           {fmt::format(":1: table \"{}\", key \"primary_key\": found no {}, "
+                                        "expected all of {}",
+                                        table.name, members[0], fmt::join(members, ", "))});
+        }
+    }
 }
 
-TEST_F(RecordFileErrors, SamePrimaryKeyInOtherWords) {
-    expect_refused("{\"l2vpn_vpls_vsimac\": [\n"
-                   "{\"macAddr\": \"00:1B:44:11:3A:B7\", \"instanceId\": \"0.0.1.0\"},\n"
-                   "{\"macAddr\": \"00:1b:44:11:3a:b7\", \"instanceId\": 256, \"vrIndex\": 0}\n"
-                   "]}",
-                   {":3: table \"l2vpn_vpls_vsimac\", primary key vrIndex 0, macAddr "
-                    "00:1b:44:11:3a:b7, vlanId 0, instanceId 256: found a second time, first in "
-                    "line 2, expected once"});
+TEST_F(RecordFileErrors, MissingKeyColumn) {
+    const auto loaded =
+        load("vrIndex,mtu,pwTunnelType\n1,1500,1\n2,1500,1\n", {.csv_table = "l2vpn_vpls_pw"});
+    EXPECT_EQ(loaded.errors(),
+              path + R"(:1: table "l2vpn_vpls_pw", key "primary_key": found no )"
+                     R"(pwTunnelId, expected all of vrIndex, pwTunnelId, pwTunnelType)");
+    EXPECT_EQ(loaded.diagnostics.count, 1U);
+    EXPECT_TRUE(store_contents().empty());
 }
 
 TEST_F(RecordFileErrors, NotAListOfRecords) {
@@ -189,29 +203,27 @@ TEST_F(RecordFileErrors, NotAnObjectOfTables) {
 // ---- Text ------------------------------------------------------------------------------------
 
 TEST_F(RecordFileErrors, Syntax) {
-    expect_line_refused(R"("l2vpn_vpls_pw": [{"vrIndex": 1,}])",
+    expect_line_refused(R"("l2vpn_stp": [{"ifIndex": 1,}])",
                         "syntax error while parsing object key - unexpected '}'; expected string "
                         "literal");
-    expect_refused("{\"l2vpn_vpls_pw\": [\n{\"vrIndex\": 1}\n{\"vrIndex\": 2}]}",
+    expect_refused("{\"l2vpn_stp\": [\n{\"ifIndex\": 1}\n{\"ifIndex\": 2}]}",
                    {":3: syntax error while parsing array - unexpected '{'; expected ']'"});
     expect_refused(
         "{\n}\n\n{}",
         {":4: syntax error while parsing value - unexpected '{'; expected end of input"});
-    expect_refused("{\"l2vpn_vpls_pw\": [\n{\"vrIndex\": 1}\n",
+    expect_refused("{\"l2vpn_stp\": [\n{\"ifIndex\": 1}\n",
                    {":2: syntax error while parsing array - unexpected end of input; expected "
                     "']'"});
-    expect_refused("{\"l2vpn_vpls_pw\": [{\"vrIndex\": 01}]}",
+    expect_refused("{\"l2vpn_stp\": [{\"ifIndex\": 01}]}",
                    {":1: syntax error while parsing object - unexpected number literal; expected "
                     "'}'"});
 }
 
 TEST_F(RecordFileErrors, TextThatIsNotUtf8) {
-    const demo::RecordFile file = read("{\n\"l2vpn_\xff\": []}");
-    ASSERT_EQ(file.errors.size(), 1U);
-    EXPECT_EQ(file.errors[0].find(path + ":2: syntax error while parsing object key - invalid "
-                                         "string: ill-formed UTF-8 byte"),
-              0U)
-        << file.errors[0];
+    const std::string errors = load("{\n\"l2vpn_\xff\": []}").errors();
+    EXPECT_TRUE(errors.starts_with(path + ":2: syntax error while parsing object key - invalid "
+                                          "string: ill-formed UTF-8 byte"))
+        << errors;
 }
 
 TEST_F(RecordFileErrors, TooDeep) {
@@ -221,13 +233,6 @@ TEST_F(RecordFileErrors, TooDeep) {
 
 TEST_F(RecordFileErrors, EmptyFile) {
     expect_refused("", {":1: found an empty file, expected an object of tables"});
-}
-
-TEST_F(RecordFileErrors, UnreadableFile) {
-    EXPECT_EQ(demo::read_record_file("/no/such/file").errors,
-              std::vector<std::string>{"/no/such/file: cannot be read: No such file or directory"});
-    EXPECT_EQ(demo::read_record_file("/").errors,
-              std::vector<std::string>{"/: cannot be read: Is a directory"});
 }
 
 // ---- Lines -----------------------------------------------------------------------------------
@@ -260,7 +265,7 @@ TEST_F(RecordFileErrors, AllOfThemAreFound) {
         " \"l2vpn_vpls_inst\": [{\"vrIndx\": 1,\n"
         "   \"state\": 256, \"vrIndex\": 1},\n"
         "  [],\n"
-        "  {\"vrIndex\": 1}, {\"vrIndex\": 1}],\n"
+        "  {\"vrIndex\": 1}],\n"
         " \"l2vpn_stp\": 1}",
         {R"(:1: unknown table "l2vpn_vpls_in"; did you mean "l2vpn_vpls_inst"?)",
          R"(:2: table "l2vpn_eth": found a table that can only be )" + stored,
@@ -268,8 +273,7 @@ TEST_F(RecordFileErrors, AllOfThemAreFound) {
          ":4: " + inst + R"(, field "state": found 256, expected a number from 0 to 255)",
          ":5: " + inst + ": found [], expected a record, an object of fields",
          ":6: " + inst +
-             ", primary key vrIndex 1, instanceId 0: found a second time, "
-             "first in line 6, expected once",
+             ", key \"primary_key\": found no instanceId, expected all of vrIndex, instanceId",
          R"(:7: table "l2vpn_stp": found 1, expected a list of records)"});
 }
 

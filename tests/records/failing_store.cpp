@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: MIT
+#include "failing_store.h"
+
+#include <dlfcn.h>
+
+#include "l2vpn_db/platform.h"
+
+namespace {
+
+/// The store's own function of this name.
+template <class Function>
+Function *next(const char *name) {
+    return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
+}
+
+std::uint32_t answer(const l2vpn::test::FailingStore::Answer &asked, const L2vpnDbTblIntf *table) {
+    return asked ? asked(table->name) : 0;
+}
+
+} // namespace
+
+using l2vpn::test::FailingStore;
+
+std::uint32_t DAL_VELD_Write(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
+                             const L2vpnDbRecData *record) {
+    static auto *const store = next<decltype(DAL_VELD_Write)>("DAL_VELD_Write");
+    const std::uint32_t code = answer(FailingStore::write, table);
+    return code != 0 ? code : store(module, table, record);
+}
+
+std::uint32_t DAL_VELD_Delete(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
+                              const L2vpnDbKeyData *key) {
+    static auto *const store = next<decltype(DAL_VELD_Delete)>("DAL_VELD_Delete");
+    const std::uint32_t code = answer(FailingStore::remove, table);
+    return code != 0 ? code : store(module, table, key);
+}
