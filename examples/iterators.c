@@ -12,7 +12,7 @@ enum { INSTANCE = 100, OTHER_INSTANCE = 200 };
 
 static void check(uint32_t result, const char *operation) {
     if (result != L2VPN_DB_OK) {
-        fprintf(stderr, "iterators: %s: result 0x%x\n", operation, result);
+        fprintf(stderr, "iterators: %s: %s\n", operation, l2vpn_store_result_text(result));
         exit(EXIT_FAILURE);
     }
 }
