@@ -14,10 +14,10 @@
  *     over that key would deliver first.
  *  3. Update and Delete take a primary key. If the record exists, Update calls the request's setter
  *     once, on the calling thread, with the record request, a record object that holds the record,
- *     the field ids and their count. The record request must carry a record; the store does not
- *     check its length, nor the field ids. If the setter returns 0, the change is kept, otherwise
- * it is dropped; Update returns the setter's result. A setter that changes the primary key changes
- *     nothing (L2VPN_STORE_KEY_CHANGED).
+ *     the field ids and their count. The record request must carry a record; the store checks
+ *     neither its length nor the field ids. If the setter returns 0, the change is kept, otherwise
+ *     it is dropped; Update returns the setter's result. A setter that changes the primary key
+ *     changes nothing (L2VPN_STORE_KEY_CHANGED).
  *  4. Each call takes effect as a whole or not at all: other threads never see a part of it, and
  *     a call that returns a code other than 0 has changed nothing. (One exception: a Read that
  *     finds no record because another thread is deleting it may have written to the caller's
