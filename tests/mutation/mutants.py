@@ -189,15 +189,18 @@ def catalog(root: Path, path: Path):
         if lines[number + 1].startswith("  ["):
             yield Mutant(path, number + 1, "order", line, lines[number + 1], "\n".join(
                 [*lines[:number], lines[number + 1], line, *lines[number + 2:]]) + "\n")
-    yield from optional_entries(path, lines)
+    released = any(f"\n[{path.stem}]\n" in file.read_text(encoding="utf-8")
+                   for file in (root / "schema/released").glob("*.toml"))
+    yield from optional_entries(path, lines, released)
 
 
 def key_row(row: list) -> str:
     return "  [" + ", ".join(f'"{word}"' for word in row) + "],"
 
 
-def optional_entries(path: Path, lines: list):
-    """Adds or removes each quirk; adds a version if there is none."""
+def optional_entries(path: Path, lines: list, released: bool):
+    """Adds or removes each quirk; adds a version to a released table that has none. The version of
+    another table is free."""
     number = next((n for n, line in enumerate(lines) if line.startswith("quirks")), None)
     known = re.findall(r'"(\w+)"', lines[number]) if number is not None else []
     at = number if number is not None else next(n for n, line in enumerate(lines) if line.startswith("record_size"))
@@ -208,6 +211,6 @@ def optional_entries(path: Path, lines: list):
             row += "\n" + lines[at]
         yield mutant(path, lines, at, "quirk", row)
     version = next((line for line in lines if line.startswith("version")), None)
-    if version is None:
+    if released and version is None:
         at = next(n for n, line in enumerate(lines) if line.startswith("access"))
         yield mutant(path, lines, at, "number", "version = 2\n" + lines[at])

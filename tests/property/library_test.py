@@ -73,7 +73,7 @@ class Library:
 
     def __init__(self, build: Build, root: Path, seed: int, count: int, optimised: bool):
         self.build, self.root, self.optimised = build, root, optimised
-        self.tables = model.random_tables(seed, count)
+        self.tables = model.random_tables(seed, count, typed=2)  # some tests need another table
         self.project = model.Project(root, ROOT / "include/l2vpn_db")
         self.expected = root / "expected"
         self.library = None  # until it is linked
@@ -184,12 +184,14 @@ def main() -> int:
     parser.add_argument("--jobs", type=int, default=1)
     options = parser.parse_args()
     build = Build(options.build.resolve())
+    if options.count < 2:
+        parser.error("--count: a catalog has two tables or more")
     libraries = -(-options.count // TABLES)
     print(f"seeds {options.seed} to {options.seed + libraries - 1}", flush=True)
 
     totals, failed = [0] * 4, 0
     with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
-        jobs = [pool.submit(check, build, options.seed + number, min(TABLES, options.count - number * TABLES),
+        jobs = [pool.submit(check, build, options.seed + number, max(2, min(TABLES, options.count - number * TABLES)),
                             options.store)
                 for number in range(libraries)]
         for job in concurrent.futures.as_completed(jobs):

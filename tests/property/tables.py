@@ -251,8 +251,8 @@ def random_keys(rng: random.Random, fields: list) -> list:
     return keys
 
 
-def random_table(rng: random.Random, name: str) -> Table:
-    typed = rng.random() < 0.85
+def random_table(rng: random.Random, name: str, typed: bool = False) -> Table:
+    typed = rng.random() < 0.85 or typed
     fields = random_fields(rng, typed)
     if all(field.array for field in fields):
         fields[rng.randrange(len(fields))] = Field("onlyMember", rng.choice(("u8", "u16", "u32", "mac", "bytes12")))
@@ -276,8 +276,8 @@ def random_table(rng: random.Random, name: str) -> Table:
                  rng.choice((1, 1, rng.randint(2, 65535))), about.strip())
 
 
-def random_tables(seed: int, count: int) -> list:
-    """The tables of one catalog. A larger count appends tables."""
+def random_tables(seed: int, count: int, typed: int = 0) -> list:
+    """The tables of one catalog, the first `typed` of them typed. A larger count appends tables."""
     rng = random.Random(seed)
     tables, names = [], set()
     while len(tables) < count:
@@ -288,7 +288,7 @@ def random_tables(seed: int, count: int) -> list:
             name = f"{tables[-1].name}_{rng.choice(('table', 'key', 'field', 'intf', 'keys', '0'))}"
         if camel(name) not in names:
             names.add(camel(name))
-            tables.append(random_table(rng, name))
+            tables.append(random_table(rng, name, len(tables) < typed))
     return tables
 
 

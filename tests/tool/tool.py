@@ -14,6 +14,8 @@ sys.path.insert(0, str(HERE.parent / "support"))
 import expectations  # noqa: E402  # pylint: disable=wrong-import-position
 
 EXAMPLE = HERE.parents[1] / "examples" / "provider_edge.json"
+RECORDS = json.loads(EXAMPLE.read_text(encoding="utf-8"))
+EXAMPLE_LOADED = f"{EXAMPLE}: {sum(map(len, RECORDS.values()))} records stored in {len(RECORDS)} tables"
 PROGRAM = str(pathlib.Path(sys.argv[1]).resolve())
 DONE, NO, BAD_INPUT, FAILED = 0, 1, 2, 3
 
@@ -92,6 +94,16 @@ class ToolTest(unittest.TestCase):
         self.assertEqual(out, "", arguments)
         self.assertTrue(err.startswith("l2vpn-db: "), err)
         return err.removeprefix("l2vpn-db: ").rstrip("\n")
+
+    def generated(self, *arguments: object) -> tuple[pathlib.Path, dict]:
+        """A file with made-up records of every table, and the records by table."""
+        path = self.write("generated", self.output("generate", *arguments))
+        records = {table: [] for table in TYPED}
+        for line in path.read_text(encoding="utf-8").splitlines():
+            for table, found in json.loads(line).items():
+                if table != "version":
+                    records[table] += found
+        return path, records
 
     def write(self, name: str, text: str) -> pathlib.Path:
         path = self.folder / name
