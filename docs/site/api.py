@@ -20,9 +20,9 @@ MEMBER = re.compile(r"(?P<before>/\*\*(?:(?!\*/).)*\*/)?\s*(?P<declaration>[^;/*
 def words(comment: str | None) -> str:
     """A comment's text without delimiters and leading asterisks."""
     text = re.sub(r"^/\*\*<?|\*/$", "", (comment or "").strip())
-    lines = [re.sub(r"^ *\* ?", "", line).rstrip() if number else line.strip()
-             for number, line in enumerate(text.splitlines())]
-    return "\n".join(lines).strip("\n")
+    first, *rest = text.splitlines() or [""]
+    rest = textwrap.dedent("\n".join(re.sub(r"^ *\* ?", "", line).rstrip() for line in rest))
+    return f"{first.strip()}\n{rest}".strip("\n")
 
 
 class Page:

@@ -45,6 +45,10 @@ class Site(unittest.TestCase):
         self.assertIn("   .. c:member:: uint8_t glbSvcCtx[2][28]\n\n"
                       "      Fields 40 and 41 at 96: global service context, two elements of opaque bytes.\n", page)
 
+    def test_lists_keep_their_indentation(self):
+        for name, page in api.pages(INCLUDE).items():
+            self.assertEqual(re.findall(r"(?m)^ .+\n(?=([^ \n\d].*))", page), [], name)
+
     def test_tables(self):
         pages = catalog_pages.pages()
         errors = []
