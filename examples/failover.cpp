@@ -1,126 +1,111 @@
 // SPDX-License-Identifier: MIT
 #include "failover.h"
 
-#include <algorithm>
-#include <chrono>
-
-#include <fmt/format.h>
-
-#include "calls.h"
-#include "l2vpn_db/l2vpn_vpls_inst_macdraw.h"
-#include "l2vpn_db/l2vpn_vpls_pw_macdraw.h"
-#include "network.h"
+#include <ctime>
+#include <tuple>
 
 namespace l2vpn::demo {
 namespace {
 
 constexpr std::uint8_t withdrawn_by_failure = 1;
 
-L2vpnVplsPw find(const std::vector<L2vpnVplsPw> &pseudowires, std::uint32_t tunnel_id,
-                 const L2vpnVplsPwredPg &group) {
-    const auto found = std::ranges::find(pseudowires, tunnel_id, &L2vpnVplsPw::pwTunnelId);
-    if (found == pseudowires.end()) {
-        throw Failure(fmt::format("{}: no pseudowire {}", name_of(group), tunnel_id));
+L2vpnVplsPw pseudowire_of(const L2vpnVplsPwredPg &group, std::uint32_t tunnel_id) {
+    for (const L2vpnVplsPw &pw : pseudowires_of(group.vrIndex, group.instanceId)) {
+        if (pw.pwTunnelId == tunnel_id) {
+            return pw;
+        }
     }
-    return *found;
+    throw std::runtime_error(fmt::format("{}: no pseudowire {}", name_of(group), tunnel_id));
 }
 
-std::uint32_t seconds_now() {
-    const auto now = std::chrono::system_clock::now().time_since_epoch();
-    return static_cast<std::uint32_t>(
-        std::chrono::duration_cast<std::chrono::seconds>(now).count());
-}
-
-L2vpnVplsPwMacdraw withdrawal_of(const L2vpnVplsPw &pw, std::uint32_t batch_version) {
-    L2vpnVplsPwMacdraw withdrawal{};
-    withdrawal.vrIndex = pw.vrIndex;
-    withdrawal.pwTunnelId = pw.pwTunnelId;
-    withdrawal.pwTunnelType = pw.pwTunnelType;
+/// A withdrawal of what was learnt over a pseudowire, without the members that say over which.
+template <class Withdrawal>
+Withdrawal withdrawal_of(const L2vpnVplsPw &failed, std::uint32_t batch) {
+    auto withdrawal = of_instance<Withdrawal>(failed.vrIndex, failed.instanceId);
+    withdrawal.timeStamp = static_cast<std::uint32_t>(std::time(nullptr));
     withdrawal.macEvent = withdrawn_by_failure;
-    withdrawal.instanceId = pw.instanceId;
-    withdrawal.timeStamp = seconds_now();
-    withdrawal.srcPid = pw.srcPid;
-    withdrawal.batchVersion = batch_version;
+    withdrawal.srcPid = failed.srcPid;
+    withdrawal.batchVersion = batch;
     return withdrawal;
 }
 
-L2vpnVplsInstMacdraw instance_withdrawal_of(const L2vpnVplsPw &pw, std::uint32_t batch_version) {
-    L2vpnVplsInstMacdraw withdrawal{};
-    withdrawal.vrIndex = pw.vrIndex;
-    withdrawal.instanceId = pw.instanceId;
-    withdrawal.timeStamp = seconds_now();
-    withdrawal.macEvent = withdrawn_by_failure;
-    withdrawal.srcPid = pw.srcPid;
-    withdrawal.batchVersion = batch_version;
-    return withdrawal;
-}
-
-/// Reads the record, changes its batch version alone, and reads it again to see.
 template <class Record>
-BatchChange change_batch(Record record, std::uint32_t batch_version,
-                         std::uint32_t (*read)(Record *),
-                         std::uint32_t (*update_field)(const Record *, std::uint32_t),
-                         std::uint32_t batch_version_id, const std::string &name) {
-    check(read(&record), "read of " + name);
-    const std::uint32_t before = record.batchVersion;
-    record.batchVersion = batch_version;
-    check(update_field(&record, batch_version_id), "batch version of " + name);
-    check(read(&record), "read of " + name);
-    return {name, before, record.batchVersion};
+BatchChange change_batch(Record record, std::uint32_t batch, std::uint32_t field_id,
+                         const std::string &name) {
+    const std::uint32_t before = read(record).batchVersion;
+    record.batchVersion = batch;
+    update_field(record, field_id);
+    return {name, before, read(record).batchVersion};
 }
 
 } // namespace
 
-Protected pseudowires_of(const L2vpnVplsPwredPg &group) {
-    const std::vector<L2vpnVplsPw> all =
-        pseudowires_of(InstanceId{group.vrIndex, group.instanceId});
-    return {find(all, group.pwTunnelId, group), find(all, group.bakPwTunnelId, group)};
+std::string name_of(const L2vpnVplsPw &pw) {
+    return fmt::format("pseudowire {} in VR {}", pw.pwTunnelId, pw.vrIndex);
 }
 
-void switch_to_backup(L2vpnVplsPwredPg &group, Protected &pseudowires) {
-    auto &[working, backup] = pseudowires;
-    backup.bakFlag = 0;
-    check(L2VPN_DB_L2vpnVplsPwWrite(&backup), "write of " + name_of(backup));
-    working.bakFlag = 1;
-    working.svcStatus[0] = 0;
-    check(L2VPN_DB_L2vpnVplsPwWrite(&working), "write of " + name_of(working));
-    group.pgFlag = 1;
-    check(L2VPN_DB_L2vpnVplsPwredPgWrite(&group), "write of " + name_of(group));
+std::string name_of(const L2vpnVplsPwredPg &group) {
+    return fmt::format("protection group {} of instance {} in VR {}", group.pgId, group.instanceId,
+                       group.vrIndex);
 }
 
-std::vector<L2vpnVplsVsimac> withdraw_macs(const L2vpnVplsPw &failed, std::uint32_t batch_version) {
-    std::vector<L2vpnVplsVsimac> macs = macs_behind(failed);
-    for (const L2vpnVplsVsimac &mac : macs) {
-        check(L2VPN_DB_L2vpnVplsVsimacDelete(&mac),
-              "delete of a MAC address behind " + name_of(failed));
-    }
-    const L2vpnVplsPwMacdraw withdrawal = withdrawal_of(failed, batch_version);
-    check(L2VPN_DB_L2vpnVplsPwMacdrawWrite(&withdrawal), "MAC withdrawal of " + name_of(failed));
-    const L2vpnVplsInstMacdraw instance_withdrawal = instance_withdrawal_of(failed, batch_version);
-    check(L2VPN_DB_L2vpnVplsInstMacdrawWrite(&instance_withdrawal),
-          "MAC withdrawal of " + name_of(InstanceId{failed.vrIndex, failed.instanceId}));
+std::vector<L2vpnVplsPw> pseudowires_of(std::uint32_t vr, std::uint32_t instance) {
+    const auto key = of_instance<L2vpnVplsPw>(vr, instance);
+    return records_of<L2vpnVplsPw>(
+        L2VPN_DB_L2vpnVplsPwCreateVrindexIter(&key),
+        [](const L2vpnVplsPw &pw) { return std::tuple(pw.pwTunnelId, pw.pwTunnelType); });
+}
+
+std::vector<L2vpnVplsVsimac> learnt_macs(const L2vpnVplsPw &pw) {
+    const auto key = of_instance<L2vpnVplsVsimac>(pw.vrIndex, pw.instanceId);
+    auto macs = records_of<L2vpnVplsVsimac>(
+        L2VPN_DB_L2vpnVplsVsimacCreateVrInstIter(&key), [](const L2vpnVplsVsimac &mac) {
+            return std::tuple(mac.vlanId, std::vector(mac.macAddr, std::end(mac.macAddr)));
+        });
+    std::erase_if(macs, [&](const L2vpnVplsVsimac &mac) {
+        return mac.peerIp != pw.peerIp || mac.pwId != pw.vcId;
+    });
     return macs;
 }
 
-std::vector<BatchChange> start_batch(const L2vpnVplsPwredPg &group, const Protected &pseudowires,
-                                     std::uint32_t batch_version) {
-    std::vector<BatchChange> changes;
-    changes.push_back(change_batch(group, batch_version, L2VPN_DB_L2vpnVplsPwredPgRead,
-                                   L2VPN_DB_L2vpnVplsPwredPgUpdateField,
-                                   L2VPN_VPLS_PWRED_PG_FIELD_batchVersion, name_of(group)));
-    for (const L2vpnVplsPw &pw : {pseudowires.working, pseudowires.backup}) {
-        changes.push_back(change_batch(pw, batch_version, L2VPN_DB_L2vpnVplsPwRead,
-                                       L2VPN_DB_L2vpnVplsPwUpdateField,
-                                       L2VPN_VPLS_PW_FIELD_batchVersion, name_of(pw)));
+Protected protected_by(const L2vpnVplsPwredPg &group) {
+    return {group, pseudowire_of(group, group.pwTunnelId),
+            pseudowire_of(group, group.bakPwTunnelId)};
+}
+
+void switch_to_backup(Protected &service) {
+    service.backup.bakFlag = 0;
+    write(service.backup);
+    service.working.bakFlag = 1;
+    service.working.svcStatus[0] = 0;
+    write(service.working);
+    service.group.pgFlag = 1;
+    write(service.group);
+}
+
+std::vector<L2vpnVplsVsimac> withdraw_macs(const L2vpnVplsPw &failed, std::uint32_t batch) {
+    std::vector<L2vpnVplsVsimac> macs = learnt_macs(failed);
+    for (const L2vpnVplsVsimac &mac : macs) {
+        remove(mac);
     }
-    L2vpnVplsInst instance{};
-    instance.vrIndex = group.vrIndex;
-    instance.instanceId = group.instanceId;
-    changes.push_back(change_batch(instance, batch_version, L2VPN_DB_L2vpnVplsInstRead,
-                                   L2VPN_DB_L2vpnVplsInstUpdateField,
-                                   L2VPN_VPLS_INST_FIELD_batchVersion,
-                                   name_of(InstanceId{instance.vrIndex, instance.instanceId})));
-    return changes;
+    auto of_pw = withdrawal_of<L2vpnVplsPwMacdraw>(failed, batch);
+    of_pw.pwTunnelId = failed.pwTunnelId;
+    of_pw.pwTunnelType = failed.pwTunnelType;
+    write(of_pw);
+    write(withdrawal_of<L2vpnVplsInstMacdraw>(failed, batch));
+    return macs;
+}
+
+std::vector<BatchChange> start_batch(const Protected &service, std::uint32_t batch) {
+    const auto &[group, working, backup] = service;
+    return {
+        change_batch(group, batch, L2VPN_VPLS_PWRED_PG_FIELD_batchVersion, name_of(group)),
+        change_batch(working, batch, L2VPN_VPLS_PW_FIELD_batchVersion, name_of(working)),
+        change_batch(backup, batch, L2VPN_VPLS_PW_FIELD_batchVersion, name_of(backup)),
+        change_batch(of_instance<L2vpnVplsInst>(group.vrIndex, group.instanceId), batch,
+                     L2VPN_VPLS_INST_FIELD_batchVersion,
+                     fmt::format("instance {} in VR {}", group.instanceId, group.vrIndex)),
+    };
 }
 
 } // namespace l2vpn::demo

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
-// A platform of one's own in little more than a hundred lines of code, as short as it can be and
-// still be right: a table store and its record objects. Records lie in maps by primary key, every
-// search looks at all of them, one lock guards everything. What is per
-// table the build derives from the catalog: table_layouts, which says where the keys' members stand
-// in the stored records, and the db_* functions, which call the five under "Record objects".
-// memcpy_s, sprintf_s and ZAV_AtomicAdd are those of platform/base.
+// A minimal platform: a table store and its record objects. Each table is a map by primary key, a
+// search scans all records, one mutex guards everything. The build derives the table-specific parts
+// from the catalog: table_layouts, with the places of key members in stored records, and the db_*
+// functions, which call the five under "Record objects". memcpy_s, sprintf_s and ZAV_AtomicAdd come
+// from src/platform/runtime.
 #include <algorithm>
 #include <cstring>
 #include <list>
@@ -15,14 +14,14 @@
 #include <string>
 #include <vector>
 
-#include "l2vpn_db/memory_store.h" // its codes, which programs know
+#include "l2vpn_db/memory_store.h" // the result codes that programs expect
 #include "l2vpn_db/platform.h"
 #include "platform/store/record_object_functions.h"
 
-struct L2vpnDbRecObj { // a stored record that is being changed
+struct L2vpnDbRecObj { // a stored record under construction
     std::string bytes;
 };
-struct L2vpnDbIter { // copies of the records that are still to be delivered
+struct L2vpnDbIter { // copies of the records to deliver
     std::list<std::string> left;
 };
 
@@ -47,11 +46,11 @@ static std::string key_of(const std::string &table, std::size_t index, const std
     return key;
 }
 
-/// The records with the key that is asked for; without one, all of them.
+/// The records with the key; all records if it is null.
 static auto find(const Table *table, Key *key) {
     std::vector<std::pair<const std::string, std::string> *> found;
     for (auto &record : tables[table->name])
-        if (key == nullptr || // the index is the highest byte of the key identifier word
+        if (key == nullptr || // the key index is the highest byte of the identifier word
             key_of(table->name, *key->keyId >> 24, record.second) ==
                 std::string_view(static_cast<const char *>(key->key), key->keyLength))
             found.push_back(&record);
@@ -112,7 +111,7 @@ uint32_t DAL_VELD_Read(Module *, Table *table, Key *key, L2vpnDbRecData *record)
 uint32_t DAL_VELD_Update(Module *, Table *table, Key *key, Data *record,
                          const L2vpnDbUpdData *update) {
     return on_first(table, key, [&](auto &found) {
-        L2vpnDbRecObj object{found.second}; // a copy, kept if the setter is content
+        L2vpnDbRecObj object{found.second}; // a copy, kept if the setter succeeds
         const auto code = update->setFields(record, &object, update->fieldIds, update->fieldCount);
         if (code == L2VPN_DB_OK)
             found.second = object.bytes;

@@ -1,12 +1,11 @@
 /* SPDX-License-Identifier: MIT */
 /*
- * A service that keeps one VPLS instance as its configuration wants it.
+ * A service that keeps one VPLS instance in line with its configuration.
  *
- * Several processes write to the same tables. Each marks its records with its own number (srcPid),
- * and each time it brings the tables up to date it starts a new batch. A record that is still
- * wanted gets the new batch version; what has an older one afterwards is left over and goes. The
- * service needs no memory of what it wrote before: after a restart it finds its records by the key
- * smooth_hash_key (vrIndex, srcPid).
+ * Several processes write to the same tables. Each marks its records with its own srcPid and starts
+ * a new batch for each configuration. Records that are still configured get the new batch version;
+ * then those with an older one are stale and are deleted. The service keeps no list of its records:
+ * after a restart it finds them by the key smooth_hash_key (vrIndex, srcPid).
  *
  * provisioning.cpp is the same in C++.
  */
@@ -22,7 +21,7 @@
 
 enum { VR = 1, OURS = 301, INSTANCE = 100, MOST = 4 };
 
-/* What somebody wants: interfaces and peers of the instance. */
+/* The interfaces and peers of the instance. */
 struct interface {
     uint32_t index;
     uint16_t vlan;
@@ -39,7 +38,6 @@ struct configuration {
     struct peer peer[MOST];
 };
 
-/* A result other than 0 is the library's or the store's, and always worth a word. */
 static void check(uint32_t result, const char *what) {
     if (result != L2VPN_DB_OK) {
         fprintf(stderr, "provisioning: %s: result 0x%x\n", what, result);
@@ -47,8 +45,7 @@ static void check(uint32_t result, const char *what) {
     }
 }
 
-/* Iterators tell their end by a code: the fast iterator by the library's, the others by the
- * store's. */
+/* The fast iterator ends with L2VPN_DB_NO_MORE, the store's iterators with L2VPN_STORE_END. */
 static bool more(uint32_t result, const char *what) {
     if (result == L2VPN_DB_NO_MORE || result == L2VPN_STORE_END)
         return false;
@@ -56,8 +53,7 @@ static bool more(uint32_t result, const char *what) {
     return true;
 }
 
-/* ---- Bringing the tables up to date -----------------------------------------------------------
- */
+/* ---- Writing what is configured ---- */
 
 static void provision_instance(const struct configuration *wanted) {
     /* Fields without an initialiser are 0. */
@@ -87,7 +83,7 @@ static void provision_peer(const struct peer *wanted, uint32_t batch) {
         fprintf(stderr, "provisioning: %s is not an address\n", wanted->address);
         exit(EXIT_FAILURE);
     }
-    /* Read looks at the primary key alone, here the peer's address serving as tunnel id. */
+    /* Read uses only the primary key. The peer's address serves as tunnel id. */
     L2vpnVplsPw pw = {.vrIndex = VR, .pwTunnelId = ntohl(address.s_addr), .pwTunnelType = 1};
     const uint32_t found = L2VPN_DB_L2vpnVplsPwRead(&pw);
     if (found != L2VPN_STORE_NOT_FOUND)
@@ -95,8 +91,7 @@ static void provision_peer(const struct peer *wanted, uint32_t batch) {
 
     if (found == L2VPN_DB_OK && pw.inVcLabel == wanted->in_label &&
         pw.outVcLabel == wanted->out_label) {
-        /* Nothing has changed. A partial update touches this one field in the store, so that what
-         * others may have written to the record meanwhile stays. */
+        /* Unchanged. A partial update writes one field and keeps what others write to the rest. */
         pw.batchVersion = batch;
         check(L2VPN_DB_L2vpnVplsPwUpdateField(&pw, L2VPN_VPLS_PW_FIELD_batchVersion),
               "update of a pseudowire");
@@ -111,8 +106,7 @@ static void provision_peer(const struct peer *wanted, uint32_t batch) {
     check(L2VPN_DB_L2vpnVplsPwWrite(&pw), "write of a pseudowire");
 }
 
-/* ---- Sweeping what is left over ---------------------------------------------------------------
- */
+/* ---- Deleting stale records ---- */
 
 static unsigned sweep_pseudowires(uint32_t batch) {
     const L2vpnVplsPw ours = {.vrIndex = VR, .srcPid = OURS};
@@ -125,7 +119,7 @@ static unsigned sweep_pseudowires(uint32_t batch) {
             ++deleted;
         }
     }
-    check(L2VPN_DB_L2vpnVplsPwReleaseIter(iter), "release"); /* whatever GetNext returned */
+    check(L2VPN_DB_L2vpnVplsPwReleaseIter(iter), "release"); /* also after an error of GetNext */
     return deleted;
 }
 
@@ -144,8 +138,7 @@ static unsigned sweep_interfaces(uint32_t batch) {
     return deleted;
 }
 
-/* ---- Showing the result -----------------------------------------------------------------------
- */
+/* ---- Output ---- */
 
 static void show(void) {
     const L2vpnVplsPw of_the_instance = {.vrIndex = VR, .instanceId = INSTANCE};

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// provisioning.c once more, in C++: a service that keeps one VPLS instance as its configuration
-// wants it. Read that one for the idea; this one shows what C++ adds to the same interface. Results
-// become exceptions in one place, iterators release themselves, and what is alike for all tables is
-// written once, over a description of a table's functions.
+// provisioning.c in C++: a service that keeps one VPLS instance in line with its configuration.
+// Results become exceptions, iterators are released by RAII, and one template serves all tables.
+// Records are value-initialised and their members assigned: with -Wextra, C++ compilers warn about
+// members that a designated initialiser omits.
 #include <arpa/inet.h>
 #include <cstdint>
 #include <cstdio>
@@ -44,7 +44,7 @@ void check(std::uint32_t result, const char *what) {
     }
 }
 
-// ---- What a template must know of a table -------------------------------------------------------
+// ---- The functions of a table, for templates ----------------------------------------------------
 
 struct Circuits {
     using Record = L2vpnVplsAc;
@@ -62,7 +62,7 @@ struct Pseudowires {
     static constexpr auto by_source = L2VPN_DB_L2vpnVplsPwCreateSmoothHashIter;
 };
 
-/// Owns an iterator's handle, which must be released exactly once, whatever happens.
+/// Owns an iterator handle, which must be released exactly once.
 template <class Table>
 class Records {
 public:
@@ -75,7 +75,7 @@ public:
     Records &operator=(const Records &) = delete;
     ~Records() { Table::release(handle_); }
 
-    /// False at the end.
+    /// @return false at the end
     bool next(typename Table::Record &record) {
         const std::uint32_t result = Table::get_next(handle_, &record);
         if (result == L2VPN_DB_NO_MORE || result == L2VPN_STORE_END) {

@@ -2,14 +2,13 @@
 /*
  * Walks over any table without knowing its record type.
  *
- *     table_walker TABLE RECORD...      for example: table_walker l2vpn_vpls_inst
- * vrIndex=1,instanceId=100
+ *     table_walker TABLE RECORD...
+ *     table_walker l2vpn_vpls_inst vrIndex=1,instanceId=100
  *
- * The records are written first, as the store is this process's own and empty at its start. Then
- * every record of the table is read back and shown, field by field, and for every key the number of
- * records that share its values. All that is known beforehand is the table's name: its two
- * functions are looked up among the exported ones, the schema descriptor tells the fields and keys,
- * and the interface table does the work. A table that is new in the catalog works at once.
+ * Writes the records, because the store belongs to the process and begins empty. Then prints every
+ * record of the table and, for each key, the number of records with the same key. Two exported
+ * functions, found by the table's name, return the schema descriptor with fields and keys, and the
+ * table's interface. New tables need no change here.
  */
 #include <ctype.h>
 #include <dlfcn.h>
@@ -27,8 +26,8 @@ static _Noreturn void fail(const char *what, const char *which) {
     exit(EXIT_FAILURE);
 }
 
-/* The exported function of a table: l2vpn_vpls_pw, "L2VPN_AST_", "Module":
- * L2VPN_AST_L2vpnVplsPwModule. */
+/* L2VPN_AST_L2vpnVplsPwModule for l2vpn_vpls_pw, "L2VPN_AST_" and "Module"; null if there is none.
+ */
 static void *exported(const char *table, const char *family, const char *function) {
     char name[256];
     size_t length = (size_t)snprintf(name, sizeof name, "%s", family);
@@ -42,8 +41,7 @@ static void *exported(const char *table, const char *family, const char *functio
     return dlsym(RTLD_DEFAULT, name);
 }
 
-/* ---- Reading the descriptors ------------------------------------------------------------------
- */
+/* ---- Descriptors ---- */
 
 static size_t record_size(const L2vpnAstModule *schema) {
     return schema->sizes >> 32;
@@ -61,8 +59,7 @@ static size_t width_of(const L2vpnAstField *field) {
     return field->position >> 16 & 0xFFFF;
 }
 
-/* Pairs of bytes have an integer's width, too, and are treated as one here; they take two field
- * ids. */
+/* A pair of bytes has the width of an integer and is treated as one. */
 static int is_integer(const L2vpnAstField *field) {
     const size_t width = width_of(field);
     return width == 1 || width == 2 || width == 4 || width == 8;
@@ -75,8 +72,7 @@ static const L2vpnAstField *field_named(const L2vpnAstModule *schema, const char
     fail("no such field:", name);
 }
 
-/* ---- One record -------------------------------------------------------------------------------
- */
+/* ---- Records ---- */
 
 /* "vrIndex=1,instanceId=100": the other fields stay 0. */
 static void fill(const L2vpnAstModule *schema, unsigned char *record, char *text) {
@@ -91,8 +87,7 @@ static void fill(const L2vpnAstModule *schema, unsigned char *record, char *text
             fail("expected a number for", item);
         if (width_of(field) < 8 && number >> 8 * width_of(field) != 0)
             fail("too large for its field:", item);
-        memcpy(record + offset_of(field), &number,
-               width_of(field)); /* the lowest byte comes first */
+        memcpy(record + offset_of(field), &number, width_of(field)); /* little-endian */
     }
 }
 
@@ -131,7 +126,7 @@ static void show_keys(const L2vpnAstModule *schema, const L2vpnDalIntf *table, c
 int main(int argc, char **argv) {
     if (argc < 2)
         fail("usage: table_walker", "TABLE field=number,field=number... ...");
-    /* The two-step conversion is how ISO C lets an address become a function. */
+    /* ISO C has no cast from an object pointer to a function pointer. */
     SchemaFn schema_function;
     InterfaceFn interface_function;
     *(void **)&schema_function = exported(argv[1], "L2VPN_AST_", "Module");
@@ -154,8 +149,7 @@ int main(int argc, char **argv) {
             fail("cannot write", argv[i]);
     }
 
-    /* Key 0 without a record is the whole table. Any result but 0 ends the walk; which of them are
-     * errors only the store's own documentation tells. */
+    /* Key 0 without a record is the whole table. Result codes that end a walk are the store's. */
     L2vpnDbIter *iter = table.createIter(0, NULL, size);
     while (table.getNext(iter, record, size) == L2VPN_DB_OK) {
         printf("%s", schema->name);

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Runs the demo as its user does: what it prints, and how it exits.
+"""Runs the demo as its user does: output and exit status.
 
 usage: demo_test.py EXAMPLE COMMAND...
 """
@@ -25,7 +25,7 @@ class Demo(unittest.TestCase):
             path.write_text(text, encoding="utf-8")
             return str(path), self.run_demo(str(path))
 
-    def test_tells_its_story(self):
+    def test_output(self):
         result = self.run_demo(EXAMPLE)
         self.assertEqual((result.returncode, result.stderr), (0, ""))
         tables = json.loads(pathlib.Path(EXAMPLE).read_text(encoding="utf-8"))
@@ -45,10 +45,7 @@ class Demo(unittest.TestCase):
                 "    pseudowire 10001 in VR 1                    4 -> 5",
                 "    vrIndex:1 pwTunnelId:10001 pwTunnelType:1 srcPid:301 flags:0 svcStatus:0 0 svcErrcode:0 0",
                 "    batchVersion:5",
-                "    vrIndex:1 instanceId:100 srcPid:301 flags:0 svcStatus:0 0 svcErrcode:0 0 batchVersion:5",
-                "  first                               the fast iterator  a record, then 0x3c",
-                "  second, while the first is out      the store's        a record, then 0x10001",
-                "  iterators that the store had to open for the three: 1"):
+                "    vrIndex:1 instanceId:100 srcPid:301 flags:0 svcStatus:0 0 svcErrcode:0 0 batchVersion:5"):
             self.assertIn(line, lines)
         self.assertLessEqual(len(lines), 90)
         self.assertLessEqual(max(map(len, lines)), 98)
@@ -93,8 +90,8 @@ class Demo(unittest.TestCase):
     def test_right_file_without_a_protection_group(self):
         _, result = self.run_on('{"l2vpn_vpls_inst": [{"vrIndex": 1, "instanceId": 100}]}')
         self.assertEqual(result.returncode, 1)
-        self.assertEqual(result.stderr, "l2vpn_demo: there is no protection group whose traffic "
-                         "could move to a backup\n")
+        self.assertEqual(result.stderr, "l2vpn_demo: no protection group has its traffic on the "
+                         "working pseudowire\n")
 
     def test_protection_group_without_its_pseudowire(self):
         _, result = self.run_on('{"l2vpn_vpls_pwred_pg": [{"vrIndex": 1, "instanceId": 100, '

@@ -25,6 +25,18 @@ def expected(name: str) -> str:
 
 
 class Examples(unittest.TestCase):
+    @unittest.skipIf(EMULATOR, "the compiler is the same")
+    def test_they_compile_without_warnings(self):
+        """With the options of a careful user, without those of this build."""
+        root = Path(__file__).resolve().parents[2]
+        for compiler, standard, suffix in (("cc", "c11", "c"), ("c++", "c++17", "cpp")):
+            for source in sorted(root.glob(f"examples/*.{suffix}")):
+                if "<l2vpn_db/" in source.read_text(encoding="utf-8"): # installed headers only
+                    result = subprocess.run(
+                        [compiler, f"-std={standard}", "-Wall", "-Wextra", "-Wpedantic", "-Werror", "-fsyntax-only",
+                         f"-I{root}/include", source], capture_output=True, text=True, check=False)
+                    self.assertEqual((result.returncode, result.stderr), (0, ""), source)
+
     def test_provisioning_is_the_same_in_both_languages_and_on_both_platforms(self):
         for program in ("provisioning", "provisioning_cxx", "provisioning_on_own_platform"):
             with self.subTest(program):
