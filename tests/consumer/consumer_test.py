@@ -86,7 +86,7 @@ class Consumer(unittest.TestCase):
         build = self.folder / "of" / "another" / "depth"
         shutil.copytree(SOURCE, source, ignore=shutil.ignore_patterns("build", ".git"))
         run("cmake", "-S", source, "-B", build, "-G", "Ninja", *toolchain(),
-            f"-DCMAKE_BUILD_TYPE={ARGUMENTS.build_type}",
+            f"-DCMAKE_BUILD_TYPE={ARGUMENTS.build_type}", "-DBUILD_TESTING=OFF",
             f"-DCMAKE_INSTALL_LIBDIR=lib/{ARGUMENTS.multiarch}")
         run("cmake", "--build", build, "--target", "l2vpn_db", "l2vpn_platform")
         for name in ("libl2vpn_db.so", "libl2vpn_platform.so"):
@@ -125,6 +125,6 @@ if __name__ == "__main__":
     parser.add_argument("--cc", required=True)
     parser.add_argument("--cxx", required=True)
     parser.add_argument("--toolchain", type=str, default="")
-    parser.add_argument("--emulator", type=lambda text: text.split(";") if text else [], default=[])
+    parser.add_argument("--emulator", nargs=argparse.REMAINDER, default=[], help="and its arguments: the last option")
     ARGUMENTS = parser.parse_args()
     unittest.main(argv=sys.argv[:1], verbosity=2)
