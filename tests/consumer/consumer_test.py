@@ -4,6 +4,7 @@ packages of a second build."""
 
 import argparse
 import os
+import re
 import shlex
 import shutil
 import subprocess
@@ -72,11 +73,37 @@ class Consumer(unittest.TestCase):
                      prefix / "lib/libl2vpn_db.so")
         self.assertRegex(output, r"objfile .*/libl2vpn_db\.so.* pretty-printers:\n +l2vpn_db")
 
+    def use_readme(self, prefix: Path) -> None:
+        """The commands of README.md's section "Installed", with the test's prefix and compiler."""
+        section = (SOURCE / "README.md").read_text(encoding="utf-8").split("\n## Installed\n")[1].split("\n## ")[0]
+        section = section.replace("/opt/l2vpn", str(prefix)).replace("    cc ", f"    {ARGUMENTS.cc} ")
+        folder = self.folder / "readme"
+        folder.mkdir()
+        shutil.copy(SOURCE / "examples/first_steps.c", folder / "service.c")
+        commands = re.search(r"((?:^    .*\n)+)^    \./service\n", section, re.M)[1]
+        run("sh", "-e", "-c", commands, cwd=folder)
+        (folder / "CMakeLists.txt").write_text(
+            "cmake_minimum_required(VERSION 3.25)\nproject(service LANGUAGES C)\nadd_executable(service service.c)\n"
+            + re.search(r"```cmake\n(.*?)```", section, re.S)[1], encoding="utf-8")
+        configure = shlex.split(re.search(r"`(cmake -D\S+)`", section)[1])
+        run(*configure, "-S", ".", "-B", "build", *toolchain(), f"-DCMAKE_FIND_ROOT_PATH={prefix}", cwd=folder)
+        run("cmake", "--build", folder / "build")
+        for program in (folder / "service", folder / "build/service"):
+            self.assertRegex(run(*ARGUMENTS.emulator, program), "^vrIndex:1, pwTunnelId:7001, .*, batchVersion:2\n")
+
+        configure = shlex.split(re.search(r"`(cmake -S .*)`", section)[1])
+        run(*configure, *toolchain(), f"-DCMAKE_FIND_ROOT_PATH={prefix}", cwd=self.folder)
+        run("cmake", "--build", self.folder / "examples")
+        expected = (SOURCE / "tests/examples/provisioning.txt").read_text(encoding="utf-8")
+        for name in ("provisioning", "provisioning_cxx"):
+            self.assertEqual(run(*ARGUMENTS.emulator, self.folder / "examples" / name), expected)
+
     def test_installed_prefix(self) -> None:
         prefix = self.folder / "prefix"
         run("cmake", "--install", ARGUMENTS.build, "--prefix", prefix)
         self.use_cmake(prefix, prefix / "lib")
         self.use_pkg_config(prefix / "lib")
+        self.use_readme(prefix)
         if not ARGUMENTS.emulator:
             self.use_debugger(prefix)
 
@@ -111,7 +138,7 @@ class Consumer(unittest.TestCase):
             run("dpkg-deb", "-x", package, system)
         libraries = system / "usr" / "lib" / ARGUMENTS.multiarch
         printers = f"share/gdb/auto-load/usr/lib/{ARGUMENTS.multiarch}/libl2vpn_db.so.{version}-gdb.py"
-        for path in (printers, "share/man/man3/l2vpn_db.3.gz"):
+        for path in (printers, "share/man/man3/l2vpn_db.3.gz", "share/doc/libl2vpn-db-dev/examples/provisioning.c"):
             self.assertTrue((system / "usr" / path).is_file(), path)
         self.use_cmake(system / "usr", libraries)
         self.use_pkg_config(libraries)
