@@ -13,6 +13,7 @@ from pathlib import Path
 
 import names
 import toml_lines
+from operations import exported_functions
 
 INTEGERS = {"u8": 1, "u16": 2, "u32": 4, "u64": 8}
 QUIRKS = ("no_null_tests", "svc_fields_split", "trailing_separator")
@@ -451,27 +452,6 @@ class Reader(Refusals):
             self.refuse(line, "quirk", '"svc_fields_split" without service fields',
                         "at least one of " + ", ".join(SERVICE_FIELDS))
         self.table.quirks = quirks
-
-
-def exported_functions(table: Table) -> list:
-    """Every function that the library exports for a table, in the order of the header."""
-    db, dal, ast = (f"L2VPN_{family}_{table.camel}" for family in ("DB", "DAL", "AST"))
-    found = []
-    if table.typed:
-        found += [db + name for name in (
-            "Write", "Read", "ReadByKey", "Delete", "Count", "UpdateFields", "UpdateField",
-            "CreateIter", "CountByKey", "CreateFastPriIter", "GetNext", "ReleaseIter")]
-        for key in table.keys:
-            found += [f"{db}Create{key.infix}Iter", f"{db}CountBy{key.infix}Key",
-                      f"{db}Set{key.infix}Key"]
-        found += [db + name for name in (
-            "MapKeyId", "MapUpdateFieldId", "SetFields", "SetAllFields", "GetAllFields")]
-        if "svc_fields_split" in table.quirks:
-            found += [db + "SetSvcFields", db + "GetSvcFields"]
-        found += [db + name for name in ("GlbInit", "Stat", "GetStat", "DalIntf")]
-        found += [dal + name for name in (
-            "Read", "Write", "Update", "Remove", "CreateIter", "GetNext", "Count", "CountByKey")]
-    return found + [ast + name for name in ("Format", "FormatTable", "Module")]
 
 
 def exported_objects(table: Table) -> list:

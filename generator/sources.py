@@ -1,7 +1,8 @@
 # SPDX-License-Identifier: MIT
 """Sources that are built but not committed: facts, one-line functions, data, lists. No behaviour."""
 
-from catalog import Table, exported_functions, exported_objects
+from catalog import Table, exported_objects
+from operations import exported_functions, operations, sections
 
 NOTICE = "// Generated from schema/catalog by generator/.\n"
 KINDS = ("integer", "mac", "bytes", "pair", "context")
@@ -58,72 +59,12 @@ def facts(table: Table, typed_tables: list) -> str:
 def functions(table: Table) -> str:
     """The exported functions and objects of one table."""
     record, tag = table.camel, f"{table.camel}Table"
-    rec, out = f"const {record} *record", []
-
-    def one(family, result, operation, function, arguments, passed):
-        ret = "" if result == "void " else "return "
-        out.append(f"{result}L2VPN_{family}_{record}{operation}({arguments}) {{ {ret}l2vpn::{function}"
-                   f"({passed}); }}\n")
-
-    u32, it = "uint32_t ", "L2vpnDbIter *"
-    access = f"l2vpn::table_info<{tag}>"
-    if table.typed:
-        db = lambda *args: one("DB", *args)
-        db(u32, "Write", f"write<{tag}>", rec, "record")
-        db(u32, "Read", f"read<{tag}>", f"{record} *record", "record")
-        db(u32, "ReadByKey", f"read_by_key<{tag}>", f"{record} *record, const L2vpnDbKeyData *key",
-           "record, key")
-        db(u32, "Delete", "remove", rec, f"record, {access}")
-        db(u32, "Count", "count", "uint32_t *count", f"count, {access}")
-        ids = "const uint32_t *fieldIds, uint32_t fieldCount"
-        db(u32, "UpdateFields", "update_fields", f"{rec}, {ids}", f"record, fieldIds, fieldCount, {access}")
-        db(u32, "UpdateField", "update_field", f"{rec}, uint32_t fieldId", f"record, fieldId, {access}")
-        db(it, "CreateIter", "create_iter", f"uint32_t keyIndex, {rec}", f"keyIndex, record, {access}")
-        db(u32, "CountByKey", "count_by_key", f"uint32_t keyIndex, {rec}, uint32_t *count",
-           f"keyIndex, record, count, {access}")
-        db(it, "CreateFastPriIter", "create_fast_pri_iter", rec, f"record, {access}")
-        db(u32, "GetNext", f"get_next<{tag}>", f"L2vpnDbIter *iter, {record} *record", "iter, record")
-        db(u32, "ReleaseIter", "release_iter", "L2vpnDbIter *iter", f"iter, {access}")
-        for key in table.keys:
-            this = f"l2vpn::key_info<{tag}>[{key.index}]"
-            db(it, f"Create{key.infix}Iter", "create_key_iter", rec, f"record, {this}")
-            db(u32, f"CountBy{key.infix}Key", "count_by", f"{rec}, uint32_t *count", f"record, count, {this}")
-            db("void ", f"Set{key.infix}Key", f"build_key_out_of_line<{tag}, {key.index}>",
-               f"{rec}, L2vpnDbKeyData *request, uint32_t *keyId, void *key",
-               "record, request, keyId, key")
-        db(u32, "MapKeyId", "find_mapping", "uint32_t keyIndex", f"keyIndex, {access}.key_map")
-        db(u32, "MapUpdateFieldId", "find_mapping", "uint32_t fieldId", f"fieldId, {access}.update_map")
-        db(u32, "SetFields", "set_fields", f"const L2vpnDbRecData *record, L2vpnDbRecObj *object, {ids}",
-           f"record, object, fieldIds, fieldCount, {access}")
-        halves = ["All"] + (["Svc"] if "svc_fields_split" in table.quirks else [])
-        for half in halves:
-            db(u32, f"Set{half}Fields", f"set_{half.lower()}_fields<{tag}>", f"{rec}, void *stored", "record, stored")
-            db(u32, f"Get{half}Fields", f"get_{half.lower()}_fields<{tag}>", f"const void *stored, {record} *record",
-               "stored, record")
-        db(u32, "GlbInit", "glb_init", "void", access)
-        db("void ", "Stat", "stat", "uint32_t statId, uint32_t amount", f"statId, amount, {access}")
-        db(u32, "GetStat", "get_stat", "uint32_t statId", f"statId, {access}")
-        out.append(f"L2vpnDalIntf L2VPN_DB_{record}DalIntf(void) {{ L2vpnDalIntf intf; "
-                   f"l2vpn::dal_intf(intf, {access}); return intf; }}\n")
-        dal = lambda *args: one("DAL", *args)
-        crec = "const void *record, uint32_t length"
-        dal(u32, "Read", "dal_read_write", "void *record, uint32_t length", f"record, length, L2VPN_DB_{record}Read")
-        dal(u32, "Write", "dal_read_write", crec, f"record, length, L2VPN_DB_{record}Write")
-        dal(u32, "Update", "dal_update", f"{crec}, {ids}", f"record, length, fieldIds, fieldCount, {access}")
-        dal(u32, "Remove", "dal_remove", crec, f"record, length, {access}")
-        dal(it, "CreateIter", "dal_create_iter", f"uint32_t keyIndex, {crec}",
-            f"keyIndex, record, length, {access}")
-        dal(u32, "GetNext", "dal_get_next", "L2vpnDbIter *iter, void *record, uint32_t length",
-            f"iter, record, length, L2VPN_DB_{record}GetNext")
-        dal(u32, "Count", "count", "uint32_t *count", f"count, {access}")
-        dal(u32, "CountByKey", "dal_count_by_key", f"uint32_t keyIndex, {crec}, uint32_t *count",
-            f"keyIndex, record, length, count, {access}")
-    ast = lambda *args: one("AST", *args)
-    text = "char *buffer, uint32_t bufferLength, const char *separator"
-    ast(u32, "Format", "format", f"uint32_t formatId, const void *record, {text}",
-        f"formatId, record, buffer, bufferLength, separator, l2vpn::format_table<{tag}>")
-    ast(u32, "FormatTable", f"format_table<{tag}>", f"{rec}, {text}", "record, buffer, bufferLength, separator")
-
+    body = ""
+    for operation in operations(table):
+        if operation.function:
+            result = operation.result + ("" if operation.result.endswith("*") else " ")
+            returns = "" if operation.result == "void" else "return "
+            body += f"{result}{operation.symbol}({operation.parameters}) {{ {returns}{operation.call}; }}\n"
     objects = ""
     if table.typed:
         objects = (
@@ -135,7 +76,6 @@ def functions(table: Table) -> str:
     includes = "".join(f'#include "{path}.h"\n' for path in (
         "library/generic_interface", "library/key_operations", "library/fast_iterator", "library/record_operations",
         "library/make_table_info", "library/update")) if table.typed else ""
-    body = "".join(out).replace(f"<{tag}", f"<l2vpn::{tag}")
     return (f'{NOTICE}#include "facts/{table.name}.h"\n\n{includes}#include "library/formatter.h"\n\n'
             f"extern \"C\" {{\n\n{objects}\n{body}\n}} // extern \"C\"\n")
 
@@ -246,67 +186,26 @@ def test_table_list(tables: list) -> str:
     includes = "".join(f'#include "l2vpn_db/{table.name}.h"\n' for table in tables)
     typed = "".join(typed_entry(table) for table in tables if table.typed)
     schema = "".join(
-        f'        {{"{t.name}", "{t.camel}", sizeof({t.camel}), L2VPN_AST_{t.camel}Format,\n'
-        f"         [](const void *record, char *buffer, uint32_t length, const char *separator) {{\n"
-        f"             return L2VPN_AST_{t.camel}FormatTable(static_cast<const {t.camel} *>(record), buffer, "
-        f"length, separator);\n         }},\n         L2VPN_AST_{t.camel}Module, "
-        f"{t.name.upper()}_SCHEMA_VERSION, {t.name.upper()}_SCHEMA_HASH}},\n" for t in tables)
+        f'    {{.name = "{t.name}", .camel = "{t.camel}", .record_size = sizeof({t.camel}),\n'
+        f"{slots(t, operations(t), 'AST')}     .schema_version = {t.name.upper()}_SCHEMA_VERSION,\n"
+        f"     .schema_hash = {t.name.upper()}_SCHEMA_HASH}},\n" for t in tables)
     return (f'{NOTICE}{includes}#include "tests/support/table_list.h"\n\nnamespace l2vpn::test {{\n\n'
             f"const std::vector<TypedTable> typed_tables = {{\n{typed}}};\n\n"
             f"const std::vector<SchemaTable> schema_tables = {{\n{schema}}};\n\n"
             "} // namespace l2vpn::test\n")
 
 
+def slots(table: Table, chosen: list, family: str) -> str:
+    return "".join(f"     .{item.slot} = untyped<{table.camel}, {item.symbol}>,\n"
+                   for item in chosen if item.family == family)
+
+
 def typed_entry(table: Table) -> str:
-    record, db = table.camel, f"L2VPN_DB_{table.camel}"
-    into = f"static_cast<{record} *>(record)"
-    rec = f"static_cast<const {record} *>(record)"
-
-    def call(function, arguments, passed):
-        return f"[]({arguments}) {{ return {function}({passed}); }}"
-
-    svc = "svc_fields_split" in table.quirks
-    keys = "".join(
-        f'         {{"{key.name}", "{key.infix}",\n          '
-        + ",\n          ".join((
-            call(f"{db}Set{key.infix}Key",
-                 "const void *record, L2vpnDbKeyData *request, uint32_t *id, void *key",
-                 f"{rec}, request, id, key"),
-            call(f"{db}Create{key.infix}Iter", "const void *record", rec),
-            call(f"{db}CountBy{key.infix}Key", "const void *record, uint32_t *count", f"{rec}, count")))
-        + "},\n" for key in table.keys)
-    dal = f"L2VPN_DAL_{record}"
-    entries = {
-        "name": f'"{table.name}"', "camel": f'"{record}"', "descriptor": f"&g_l2vpn{record}Intf",
-        "control_block": f"&g_l2vpn{record}GlbCb", "control_block_size": f"sizeof({record}GlbCb)",
-        "record_size": f"sizeof({record})",
-        "glb_init": f"{db}GlbInit", "stat": f"{db}Stat", "get_stat": f"{db}GetStat",
-        "set_all_fields": call(f"{db}SetAllFields", "const void *record, void *stored", f"{rec}, stored"),
-        "get_all_fields": call(f"{db}GetAllFields", "const void *stored, void *record", f"stored, {into}"),
-        "set_svc_fields": call(f"{db}SetSvcFields", "const void *record, void *stored", f"{rec}, stored")
-                          if svc else "nullptr",
-        "get_svc_fields": call(f"{db}GetSvcFields", "const void *stored, void *record", f"stored, {into}")
-                          if svc else "nullptr",
-        "write": call(f"{db}Write", "const void *record", rec),
-        "read_by_key": call(f"{db}ReadByKey", "void *record, const L2vpnDbKeyData *key", f"{into}, key"),
-        "read": call(f"{db}Read", "void *record", into),
-        "remove": call(f"{db}Delete", "const void *record", rec),
-        "count": f"{db}Count", "map_key_id": f"{db}MapKeyId",
-        "create_fast_pri_iter": call(f"{db}CreateFastPriIter", "const void *record", rec),
-        "get_next": call(f"{db}GetNext", "L2vpnDbIter *iter, void *record", f"iter, {into}"),
-        "release_iter": f"{db}ReleaseIter",
-        "update_fields": call(f"{db}UpdateFields", "const void *record, const uint32_t *ids, uint32_t count",
-                              f"{rec}, ids, count"),
-        "update_field": call(f"{db}UpdateField", "const void *record, uint32_t id", f"{rec}, id"),
-        "set_fields": f"{db}SetFields", "map_update_field_id": f"{db}MapUpdateFieldId",
-        "create_iter": call(f"{db}CreateIter", "uint32_t key_index, const void *record", f"key_index, {rec}"),
-        "count_by_key": call(f"{db}CountByKey", "uint32_t key_index, const void *record, uint32_t *count",
-                             f"key_index, {rec}, count"),
-        "keys": "{\n" + keys + "        }",
-        "dal_intf": f"{db}DalIntf",
-        "dal": "{" + ", ".join(f"{dal}{slot}" if slot else "nullptr" for slot in (
-            "Read", "Write", "Update", "Remove", "CreateIter", "", "GetNext", "", "CountByKey"))
-            + ", {nullptr, nullptr, nullptr, nullptr}}",
-        "dal_count": f"{dal}Count",
-    }
-    return "    {\n" + "".join(f"        .{name} = {value},\n" for name, value in entries.items()) + "    },\n"
+    record, parts = table.camel, sections(table)
+    common = [item for part in parts if not part.key for item in part.operations]
+    keys = "".join(f'    {{.name = "{part.key.name}", .infix = "{part.key.infix}",\n'
+                   f"{slots(table, part.operations, 'DB')}    }},\n" for part in parts if part.key)
+    return (f'    {{.name = "{table.name}", .camel = "{record}", .descriptor = &g_l2vpn{record}Intf,\n'
+            f"     .control_block = &g_l2vpn{record}GlbCb, .control_block_size = sizeof({record}GlbCb),\n"
+            f"     .record_size = sizeof({record}),\n{slots(table, common, 'DB')}     .keys = {{\n{keys}     }},\n"
+            f"     .dal = {{\n{slots(table, common, 'DAL')}     }}}},\n")

@@ -7,7 +7,7 @@
 
 namespace l2vpn {
 
-void dal_intf(L2vpnDalIntf &intf, const TableInfo &table) {
+void fill_interface(L2vpnDalIntf &intf, const TableInfo &table) {
     glb_init(table);
     const InterfaceRow &row = interface_rows[table.row];
     intf = {row.read,         row.write,

@@ -24,8 +24,14 @@ static_assert(sizeof(InterfaceRow) == 80 && sizeof(L2vpnDalIntf) == 104);
 /// One row per table with typed access, sorted by table name.
 extern const InterfaceRow interface_rows[];
 
-/// Fills the interface table; initialises the control block on first use.
-void dal_intf(L2vpnDalIntf &intf, const TableInfo &table);
+void fill_interface(L2vpnDalIntf &intf, const TableInfo &table);
+
+/// The interface table; initialises the control block on first use.
+inline L2vpnDalIntf dal_intf(const TableInfo &table) {
+    L2vpnDalIntf intf;
+    fill_interface(intf, table);
+    return intf;
+}
 
 /// Calls the table's typed Read or Write.
 template <class Record, class Untyped>

@@ -90,11 +90,11 @@ TEST_P(GenericInterface, RowHoldsTheTablesFunctionsInSlotOrder) {
     EXPECT_EQ(slots[1], address(table.dal.write));
     EXPECT_EQ(slots[2], address(table.dal.update));
     EXPECT_EQ(slots[3], address(table.dal.remove));
-    EXPECT_EQ(slots[4], address(table.dal.createIter));
+    EXPECT_EQ(slots[4], address(table.dal.create_iter));
     EXPECT_EQ(slots[5], address(table.release_iter));
-    EXPECT_EQ(slots[6], address(table.dal.getNext));
+    EXPECT_EQ(slots[6], address(table.dal.get_next));
     EXPECT_EQ(slots[7], address(table.count));
-    EXPECT_EQ(slots[8], address(table.dal.countByKey));
+    EXPECT_EQ(slots[8], address(table.dal.count_by_key));
     for (std::size_t slot = 9; slot < 13; ++slot) {
         EXPECT_EQ(slots[slot], 0U) << "slot " << slot;
     }
@@ -109,8 +109,8 @@ TEST_P(GenericInterface, EveryFetchReturnsTheSameRow) {
 }
 
 TEST_P(GenericInterface, ExportedCountIsNotTheOneInTheRow) {
-    EXPECT_NE(table.dal_count, table.count);
-    EXPECT_NE(table.dal_intf().count, table.dal_count);
+    EXPECT_NE(table.dal.count, table.count);
+    EXPECT_NE(table.dal_intf().count, table.dal.count);
 }
 
 TEST_P(GenericInterface, ForwardsRead) {
@@ -150,7 +150,7 @@ TEST_P(GenericInterface, ForwardsRemove) {
 TEST_P(GenericInterface, ForwardsCreateIter) {
     for (std::uint32_t index = 0; index <= expected.keys.size(); ++index) {
         expect_forwarded<L2vpnDbIter *>(
-            [&] { return table.dal.createIter(index, record.data(), size); },
+            [&] { return table.dal.create_iter(index, record.data(), size); },
             [&] { return table.create_iter(index, record.data()); });
     }
 }
@@ -161,7 +161,7 @@ TEST_P(GenericInterface, ForwardsGetNext) {
         expect_forwarded<std::uint32_t>(
             [&] {
                 buffer = record;
-                return table.dal.getNext(handle, buffer.data(), size);
+                return table.dal.get_next(handle, buffer.data(), size);
             },
             [&] {
                 Bytes typed = record;
@@ -175,7 +175,7 @@ TEST_P(GenericInterface, ForwardsGetNext) {
 TEST_P(GenericInterface, ForwardsCountByKey) {
     for (std::uint32_t index = 0; index <= expected.keys.size(); ++index) {
         expect_forwarded<std::uint32_t>(
-            [&] { return table.dal.countByKey(index, record.data(), size, &count); },
+            [&] { return table.dal.count_by_key(index, record.data(), size, &count); },
             [&] { return table.count_by_key(index, record.data(), &count); });
     }
 }
@@ -187,9 +187,9 @@ TEST_P(GenericInterface, ForwardsNullArgumentsWithTheCorrectLength) {
     if (!expected.no_null_tests) {
         EXPECT_EQ(table.dal.update(nullptr, size, ids.data(), 1), 1U);
     }
-    EXPECT_EQ(table.dal.getNext(store_iterator(), nullptr, size), 1U);
+    EXPECT_EQ(table.dal.get_next(store_iterator(), nullptr, size), 1U);
     for (std::uint32_t index = 0; index <= expected.keys.size(); ++index) {
-        EXPECT_EQ(table.dal.countByKey(index, nullptr, size, &count), 1U);
+        EXPECT_EQ(table.dal.count_by_key(index, nullptr, size, &count), 1U);
     }
     EXPECT_TRUE(platform().calls.empty());
 }
@@ -201,12 +201,12 @@ TEST_P(GenericInterface, RejectsEveryOtherLength) {
         EXPECT_EQ(table.dal.write(record.data(), length), 1U);
         EXPECT_EQ(table.dal.update(record.data(), length, ids.data(), 2), 1U);
         EXPECT_EQ(table.dal.remove(record.data(), length), 1U);
-        EXPECT_EQ(table.dal.getNext(store_iterator(), buffer.data(), length), 1U);
-        EXPECT_EQ(table.dal.getNext(fast_handle(), buffer.data(), length), 1U);
+        EXPECT_EQ(table.dal.get_next(store_iterator(), buffer.data(), length), 1U);
+        EXPECT_EQ(table.dal.get_next(fast_handle(), buffer.data(), length), 1U);
         for (std::uint32_t index = 0; index <= expected.keys.size(); ++index) {
-            EXPECT_EQ(table.dal.createIter(index, record.data(), length), nullptr);
-            EXPECT_EQ(table.dal.countByKey(index, record.data(), length, &count), 1U);
-            EXPECT_EQ(table.dal.countByKey(index, nullptr, length, &count), 1U);
+            EXPECT_EQ(table.dal.create_iter(index, record.data(), length), nullptr);
+            EXPECT_EQ(table.dal.count_by_key(index, record.data(), length, &count), 1U);
+            EXPECT_EQ(table.dal.count_by_key(index, nullptr, length, &count), 1U);
         }
         EXPECT_EQ(table.dal.update(nullptr, length, ids.data(), 1), 1U)
             << "the length is checked first";
@@ -222,10 +222,10 @@ TEST_P(GenericInterface, CreateIterAcceptsANullRecordWithAnyLength) {
     lengths.push_back(size);
     for (const std::uint32_t length : lengths) {
         platform().calls.clear();
-        EXPECT_EQ(table.dal.createIter(0, nullptr, length), store_iterator());
+        EXPECT_EQ(table.dal.create_iter(0, nullptr, length), store_iterator());
         only_call(Op::create_iterator);
         for (std::uint32_t index = 1; index <= expected.keys.size(); ++index) {
-            EXPECT_EQ(table.dal.createIter(index, nullptr, length), nullptr);
+            EXPECT_EQ(table.dal.create_iter(index, nullptr, length), nullptr);
         }
         EXPECT_EQ(platform().calls.size(), 1U);
     }

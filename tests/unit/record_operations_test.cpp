@@ -149,7 +149,7 @@ L2VPN_TEST_TYPED_TABLES(Delete, any_table);
 class Count : public RecordOperations {};
 
 TEST_P(Count, ForwardsTheCountPointerAndTheResult) {
-    for (auto *function : {table.count, table.dal_count}) {
+    for (auto *function : {table.count, table.dal.count}) {
         for (const std::uint32_t result : store_results) {
             platform().calls.clear();
             platform().result = result;
@@ -163,7 +163,7 @@ TEST_P(Count, ForwardsTheCountPointerAndTheResult) {
 }
 
 TEST_P(Count, DoesNotCheckThePointer) {
-    for (auto *function : {table.count, table.dal_count}) {
+    for (auto *function : {table.count, table.dal.count}) {
         platform().calls.clear();
         platform().result = 5;
         EXPECT_EQ(function(nullptr), 5U);

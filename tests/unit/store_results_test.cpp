@@ -92,7 +92,7 @@ protected:
             {"DAL Read", Op::read, [=, this] { return table.dal.read(at, size); },
              Delivers::record},
             {"Count", Op::count, [=, this] { return table.count(count); }, Delivers::count},
-            {"DAL Count", Op::count, [=, this] { return table.dal_count(count); }, Delivers::count},
+            {"DAL Count", Op::count, [=, this] { return table.dal.count(count); }, Delivers::count},
             {"slot Count", Op::count, [=] { return row.count(count); }, Delivers::count}};
         for (L2vpnDbIter *const handle : handles()) {
             all.push_back({"ReleaseIter", Op::release_iterator,
@@ -104,7 +104,7 @@ protected:
             all.push_back({"GetNext", Op::get_next_entry,
                            [=, this] { return table.get_next(handle, at); }, Delivers::record});
             all.push_back({"DAL GetNext", Op::get_next_entry,
-                           [=, this] { return table.dal.getNext(handle, at, size); },
+                           [=, this] { return table.dal.get_next(handle, at, size); },
                            Delivers::record});
         }
         for (std::uint32_t k = 0; k < table.keys.size(); ++k) {
@@ -118,7 +118,7 @@ protected:
                            [=, this] { return table.count_by_key(k, at, count); },
                            Delivers::count});
             all.push_back({"DAL CountByKey " + key.name, Op::count_by_key,
-                           [=, this] { return table.dal.countByKey(k, at, size, count); },
+                           [=, this] { return table.dal.count_by_key(k, at, size, count); },
                            Delivers::count});
         }
         return all;
@@ -131,7 +131,7 @@ protected:
             {"CreateIter of the table", Op::create_iterator,
              [=, this] { return table.create_iter(0, nullptr); }},
             {"DAL CreateIter of the table", Op::create_iterator,
-             [=, this] { return table.dal.createIter(0, nullptr, size); }},
+             [=, this] { return table.dal.create_iter(0, nullptr, size); }},
             {"CreateFastPriIter", Op::create_iterator_by_key,
              [=, this] { return table.create_fast_pri_iter(at); }}};
         for (std::uint32_t k = 0; k < table.keys.size(); ++k) {
@@ -141,7 +141,7 @@ protected:
             all.push_back({"CreateIter " + key.name, Op::create_iterator_by_key,
                            [=, this] { return table.create_iter(k, at); }});
             all.push_back({"DAL CreateIter " + key.name, Op::create_iterator_by_key,
-                           [=, this] { return table.dal.createIter(k, at, size); }});
+                           [=, this] { return table.dal.create_iter(k, at, size); }});
         }
         return all;
     }
@@ -217,7 +217,7 @@ TEST_P(StoreResults, EveryOperationReturnsEveryCode) {
 
 TEST_P(StoreResults, FastIteratorReturnsEveryCode) {
     const auto next = [&](bool generic) {
-        return generic ? table.dal.getNext(fast_handle(), memory.record(), size)
+        return generic ? table.dal.get_next(fast_handle(), memory.record(), size)
                        : table.get_next(fast_handle(), memory.record());
     };
     for (const std::uint32_t code : codes()) {
