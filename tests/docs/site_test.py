@@ -74,6 +74,7 @@ class Site(unittest.TestCase):
         for curve in ("store", "typed", "LMDB", "SQLite", "Redis"):
             self.assertEqual(shown.count(f">{curve}</text>"), 2, curve)  # reads and insertions
         self.assertNotIn("```text", shown)
+        self.assertNotRegex(shown, "<t[dh](?! data-heading=)[ >]")  # small screens repeat headings in the cells
 
     def test_every_document_is_in_the_contents(self):
         contents = (ROOT / "docs/site/index.md").read_text(encoding="utf-8")
