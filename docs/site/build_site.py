@@ -74,7 +74,7 @@ def measurements() -> str:
 
 
 def lay_out(tool: str, source: Path) -> None:
-    for pattern in ("README.md", "CHANGELOG.md", "docs/*.md", "examples/*.c", "examples/*.cpp"):
+    for pattern in ("*.md", "docs/*.md", "examples/*.c", "examples/*.cpp"):
         for path in ROOT.glob(pattern):
             target = source / path.relative_to(ROOT)
             target.parent.mkdir(parents=True, exist_ok=True)
