@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Plays an input as calls of the store, right ones and wrong ones, and holds every result, event
-// and log line against a plain model. Wrong calls stay within the contract: pointers are null or
-// right, and a buffer is as long as its request says unless the store must refuse the length.
+// Plays an input as valid and invalid calls of the store and compares every result, event and log
+// line with a plain model. Invalid calls stay within the contract: pointers are null or valid, and
+// a buffer is as long as its request says unless the store must refuse the length.
 #include <array>
 #include <cstring>
 #include <map>
@@ -18,7 +18,7 @@ namespace l2vpn::test {
 namespace {
 
 using Counters = std::array<std::uint32_t, L2VPN_DB_STAT_COUNT>;
-/// The codes that a call may be refused with; when several things are wrong, any of theirs.
+/// The codes that a call may be refused with: one per error in the request.
 using Codes = std::set<std::uint32_t>;
 
 constexpr std::size_t whole_table = SIZE_MAX;
@@ -61,7 +61,7 @@ const std::uint32_t *words(const Exact &bytes) {
 
 // ---- The services -----------------------------------------------------------------------------
 
-/// The table that the calls are about; what the services do meanwhile is counted there.
+/// The table that is called; calls made by the services count there.
 Table *current = nullptr;
 bool in_store = false;
 bool services_call_back = false;
@@ -96,7 +96,7 @@ void *allocate(std::size_t size) {
 }
 
 void release(void *memory) {
-    require(allocated.erase(memory) == 1, "memory that is not held");
+    require(allocated.erase(memory) == 1, "memory that is not allocated");
     std::free(memory);
 }
 
@@ -142,7 +142,7 @@ std::uint32_t setter(const L2vpnDbRecData *record, L2vpnDbRecObj *object, const 
             "the setter's arguments");
     const L2vpnDbTblIntf &intf = *current->functions->descriptor;
     expect_reentered();
-    // What is refused changes nothing.
+    // A refused call changes nothing.
     const L2vpnDbRecData longer{setting.contents.data(),
                                 static_cast<std::uint32_t>(setting.contents.size() + 1), 0};
     require(intf.setAllFields(object, &longer) == L2VPN_STORE_BAD_LENGTH, "a record's length");
@@ -170,15 +170,15 @@ std::uint32_t setter(const L2vpnDbRecData *record, L2vpnDbRecObj *object, const 
 
 // ---- The player -------------------------------------------------------------------------------
 
-/// A key request, its buffers and what is wrong with it.
+/// A key request, its buffers and its errors.
 struct KeyCall {
     std::optional<Exact> id;
     std::optional<Exact> value;
     L2vpnDbKeyData request{};
     bool null = false; ///< instead of the request
     Codes refused;
-    std::size_t index = 0; ///< if nothing is wrong
-    Bytes wanted;          ///< the value then
+    std::size_t index = 0; ///< if there is no error
+    Bytes wanted;          ///< the key value, if there is no error
 
     [[nodiscard]] const L2vpnDbKeyData *pointer() const { return null ? nullptr : &request; }
 };
@@ -202,7 +202,7 @@ public:
             call();
     }
 
-    /// Compares everything that the store holds with the model, and leaves the store empty.
+    /// Compares the contents of the store with the model, and empties the store.
     void finish() {
         module_ = L2VPN_DB_ModuleIntf();
         services_call_back = false;
@@ -216,7 +216,7 @@ public:
             use(*table);
             walk(whole_table, {});
             for (std::size_t k = 0; k < facts().keys.size(); ++k) {
-                // Looks at hundreds of groups add little to those at some.
+                // A few key values are enough.
                 std::set<Bytes> values;
                 for (const auto &[primary, stored] : table->records)
                     if (values.size() < 4)
@@ -261,7 +261,7 @@ private:
 
     void choose_table() { use(tables()[input_.below(tables().size())]); }
 
-    /// Another descriptor for the current table, or none that the store knows.
+    /// Another descriptor for the current table, or an unknown one.
     void choose_descriptor() {
         use(*current);
         static L2vpnDbTblIntf alias;
@@ -272,12 +272,12 @@ private:
             return;
         unknown = current->functions->name;
         alias = *intf_;
-        alias.name = current->functions->name.c_str(); // stays as it is
+        alias.name = current->functions->name.c_str(); // never overwritten
         alias.stat = count_for_alias;
         counted_ = &(alias_counted_ = alias_events);
         intf_ = &alias;
         switch (kind) {
-        case 2: // without what an update needs
+        case 2: // without the functions of an update
             if (input_.one_in(2))
                 alias.createObject = nullptr;
             if (input_.one_in(2))
@@ -312,7 +312,7 @@ private:
             return;
         if (alias.name != nullptr && intf_ != nullptr &&
             std::ranges::find(typed_tables, alias.name, &TypedTable::name) != typed_tables.end())
-            return use(*current); // the input has named a table, but not with a lasting name
+            return use(*current); // the input names a table, but the string is overwritten later
         table_refused_ = {L2VPN_STORE_UNKNOWN_TABLE};
     }
 
@@ -337,7 +337,7 @@ private:
                 stored[i] = static_cast<std::uint8_t>(rest * (i + 1));
         std::uint8_t values = 0;
         for (std::size_t k = facts().keys.size(); k-- > 0;) {
-            // The primary key has a byte of its own, and comes last.
+            // The primary key comes last, with a byte for itself.
             if (k == 0 || k + 1 == facts().keys.size())
                 values = input_.byte();
             for (const Field &member : facts().keys[k].members) {
@@ -355,7 +355,7 @@ private:
         return stored;
     }
 
-    /// A record whose primary key tells its number, and that shares the other keys with many.
+    /// A record whose primary key is its number, and which shares the other keys' values.
     Bytes numbered_record(std::uint32_t number, std::uint8_t spread) const {
         Bytes stored(facts().stored_size, static_cast<std::uint8_t>(number));
         for (const Key &key : facts().keys)
@@ -385,7 +385,7 @@ private:
         return call;
     }
 
-    /// A key request that may be wrong in every way.
+    /// A key request with any errors.
     KeyCall some_key(bool primary) {
         const std::uint8_t way = input_.byte();
         const auto index =
@@ -407,7 +407,7 @@ private:
                 call.request.keyIdLength = input_.number<std::uint32_t>();
             if (what & 32U)
                 call.request.keyIdLength = input_.byte();
-            // As long as it says, as far as it could matter.
+            // As long as it says, up to 64 KiB.
             const auto length = [](std::uint32_t said) { return said <= 0x10000 ? said : 1; };
             call.id.emplace(std::max<std::size_t>(length(call.request.keyIdLength), 4), 0);
             std::memcpy(call.id->data(), &word, sizeof word);
@@ -486,7 +486,7 @@ private:
         return found;
     }
 
-    // ---- What every call must do
+    // ---- Checks of every call
 
     void expect_events() const {
         for (std::uint32_t event = 0; event < L2VPN_DB_STAT_COUNT; ++event)
@@ -517,7 +517,7 @@ private:
         return result;
     }
 
-    /// After a call that was refused or done: one event, and a line in the log if it was refused.
+    /// Checks after each call: one event, and one log line if it was refused.
     void counted(std::uint32_t event, bool logged = false) {
         if (table_refused_.empty())
             ++counted_->at(event);
@@ -527,10 +527,10 @@ private:
         require(log_lines == (logged && heard ? 1U : 0U), "the log");
     }
 
-    /// Whether the call was refused, as it had to be, or failed for want of memory.
+    /// Whether the call was refused as expected, or an allocation failed.
     bool refused(std::uint32_t code, const Codes &expected) {
         if (failed_allocations != 0 && (expected.empty() || code == L2VPN_STORE_NO_MEMORY)) {
-            require(code == L2VPN_STORE_NO_MEMORY, "memory that was not there");
+            require(code == L2VPN_STORE_NO_MEMORY, "a failed allocation");
             counted(L2VPN_STORE_STAT_NO_MEMORY, true);
             return true;
         }
@@ -595,7 +595,7 @@ private:
         case 22:
             return many();
         default:
-            return look_around();
+            return iterate_twice();
         }
     }
 
@@ -632,11 +632,11 @@ private:
             expect_held(record.buffer->contents(), found);
     }
 
-    /// The primary key of a record that was read; it must be one of these, as the model holds it.
+    /// Checks a record that was read; returns its primary key, which must be one of `expected`.
     Bytes expect_held(std::span<const std::uint8_t> read, const std::set<Bytes> &expected) const {
         const Bytes stored(read.begin(), read.end());
         const Bytes primary = key_value(facts().keys[0], stored);
-        require(expected.contains(primary), "a record that is not to come");
+        require(expected.contains(primary), "an unexpected record");
         require(current->records.at(primary) == stored, "a record's contents");
         return primary;
     }
@@ -667,7 +667,7 @@ private:
                 std::copy_n(held->second.begin() + member.stored_offset, member.width,
                             setting.contents.begin() + member.stored_offset);
 
-        // The caller record and the list, which only the setter looks at.
+        // The caller record and the field ids, which only the setter reads.
         const Exact caller(
             unpacked_record(facts(), setting.contents, Bytes(facts().record_size, 0xC3)));
         const std::uint8_t way = input_.byte();
@@ -778,7 +778,7 @@ private:
                                   : DAL_VELD_CreateIterator(module_, intf_);
         });
         if (handle == nullptr) {
-            // Which code it was, the statistics tell.
+            // The statistics tell the code.
             const bool no_memory = failed_allocations != 0;
             require(no_memory || !wrong.empty(), "no iterator");
             if (no_memory)
@@ -798,7 +798,7 @@ private:
         open_.push_back({handle, current, index, value, having(index, value)});
     }
 
-    /// A handle: open, of whichever table; released; made up.
+    /// A handle: open, of any table; released; or invented.
     L2vpnDbIter *some_handle() {
         const std::size_t kind = input_.below(8);
         if (kind < 5 && !open_.empty())
@@ -825,7 +825,7 @@ private:
         next(handle, record.pointer(), *record.buffer, record.refused);
     }
 
-    /// False if nothing was delivered.
+    /// Returns false if no record was delivered.
     bool next(L2vpnDbIter *handle, L2vpnDbRecData *request, const Exact &buffer,
               const Codes &wrong) {
         const auto iterator = find(handle);
@@ -874,7 +874,7 @@ private:
         released_.push_back(handle);
     }
 
-    /// The record-object functions outside of an update, and the statistics functions.
+    /// The record-object functions outside an update, and the statistics functions.
     void objects() {
         const L2vpnDbTblIntf &intf = *current->functions->descriptor;
         const Bytes stored = some_record();
@@ -910,7 +910,7 @@ private:
         expect_events();
     }
 
-    /// So many records that the indexes grow.
+    /// Enough records for the indexes to grow.
     void many() {
         use(*current);
         module_ = L2VPN_DB_ModuleIntf();
@@ -918,7 +918,7 @@ private:
         const std::uint32_t records = std::min<std::uint32_t>(input_.byte() * 4U, budget_);
         const std::uint8_t spread = input_.byte();
         const bool deletes = input_.one_in(4);
-        const bool fails = input_.one_in(2); // for want of memory, at first
+        const bool fails = input_.one_in(2); // each call fails first, without memory
         budget_ -= records;
         in_bulk_ = true;
         for (std::uint32_t i = 0; i < records; ++i) {
@@ -939,9 +939,9 @@ private:
         expect_events();
     }
 
-    /// Walks over a key twice. While nothing changes, the order is the same, and Read takes what
-    /// comes first.
-    void look_around() {
+    /// Iterates over a key twice. While nothing changes, the order is the same, and Read returns
+    /// the first record.
+    void iterate_twice() {
         if (!table_refused_.empty())
             return;
         const std::size_t index = input_.below(facts().keys.size() + 1);
@@ -964,7 +964,7 @@ private:
         counted((index == 0 ? L2VPN_STORE_STAT_READ : L2VPN_STORE_STAT_KEY_READ) + missed);
     }
 
-    /// Everything that an iterator delivers, in its order.
+    /// The records that an iterator delivers, in its order.
     std::vector<Bytes> walk(std::size_t index, const Bytes &value) {
         make_room();
         allocations_left.reset();
@@ -1009,7 +1009,7 @@ void register_services() {
 } // namespace
 } // namespace l2vpn::test
 
-// What the store has outgrown is its own for ever, although nothing points to it any more.
+// Replaced directories are never freed, although nothing points to them.
 extern "C" const char *__asan_default_options();
 extern "C" const char *__asan_default_options() {
     return "detect_leaks=0";

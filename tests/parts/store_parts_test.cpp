@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The store's parts by themselves, in states that a whole store comes to late or by bad luck only.
+// The store's classes by themselves, in states that a whole store reaches rarely.
 #include <gtest/gtest.h>
 
 #include <barrier>
@@ -18,21 +18,21 @@ namespace {
 
 bool refuse_aligned = false;
 std::uint32_t allocations_left = UINT32_MAX;
-std::vector<std::unique_ptr<char[]>> given; // an arena gives nothing back
+std::vector<std::unique_ptr<char[]>> blocks; // an arena frees nothing
 
 void *allocate(std::size_t size) {
     if (allocations_left == 0)
         return nullptr;
     --allocations_left;
-    given.push_back(std::make_unique<char[]>(size));
-    return given.back().get();
+    blocks.push_back(std::make_unique<char[]>(size));
+    return blocks.back().get();
 }
 
 void release(void *) {}
 
 } // namespace
 
-/// In the place of the C library's, which cannot be made to fail.
+/// Replaces the C library's function, which cannot be made to fail.
 extern "C" void *aligned_alloc(std::size_t alignment, std::size_t size) noexcept {
     void *block = nullptr;
     return refuse_aligned || posix_memalign(&block, alignment, size) != 0 ? nullptr : block;
@@ -51,7 +51,7 @@ class StoreParts : public testing::Test {
 protected:
     StoreParts() { allocations_left = UINT32_MAX; }
     ~StoreParts() override {
-        given.clear();
+        blocks.clear();
         refuse_aligned = false;
     }
     StoreParts(const StoreParts &) = delete;
@@ -62,19 +62,19 @@ protected:
     Arena arena_;
 };
 
-TEST(StoreMemoryOwner, IsTheLibraryOnlyIfBothFunctionsAre) {
+TEST(StoreAllocator, IsMallocOnlyIfBothFunctionsAre) {
     EXPECT_TRUE(Allocator(nullptr).is_malloc());
     for (const auto &[module, own] : {std::pair{services(std::malloc, std::free), true},
                                       std::pair{services(allocate, std::free), false},
                                       std::pair{services(std::malloc, release), false},
                                       std::pair{services(allocate, release), false},
-                                      // One without the other is no service.
+                                      // One function alone is ignored.
                                       std::pair{services(allocate, nullptr), true},
                                       std::pair{services(nullptr, release), true}})
         EXPECT_EQ(Allocator(&module).is_malloc(), own);
 }
 
-TEST_F(StoreParts, ArenaGivesZeroedLines) {
+TEST_F(StoreParts, ArenaAllocatesZeroedCacheLines) {
     char *last = nullptr;
     for (const std::size_t size : {1U, 64U, 65U, 5000U, 3U}) {
         auto *const piece = static_cast<char *>(arena_.allocate(allocator_, size));
@@ -87,23 +87,23 @@ TEST_F(StoreParts, ArenaGivesZeroedLines) {
     }
 }
 
-TEST_F(StoreParts, ArenaTakesNothingFromAReserveThatSuffices) {
+TEST_F(StoreParts, ArenaAllocatesFromItsReserve) {
     ASSERT_TRUE(arena_.reserve(allocator_, 1000));
     allocations_left = 0;
     EXPECT_TRUE(arena_.reserve(allocator_, 1000));
     EXPECT_NE(arena_.allocate(allocator_, 500), nullptr);
     EXPECT_FALSE(arena_.reserve(allocator_, 10'000));
-    EXPECT_NE(arena_.allocate(allocator_, 300), nullptr) << "a failed reserve must lose nothing";
+    EXPECT_NE(arena_.allocate(allocator_, 300), nullptr) << "a failed reserve must change nothing";
 }
 
-/// Takes pieces until `total` bytes are taken, each from the memory given.
+/// Allocates `total` bytes in pieces of 1 MiB.
 void fill(Arena &arena, const Allocator &allocator, std::size_t total) {
     constexpr std::size_t piece = std::size_t{1} << 20;
     for (std::size_t taken = 0; taken < total; taken += piece)
         ASSERT_NE(arena.allocate(allocator, piece), nullptr);
 }
 
-TEST_F(StoreParts, LargeArenaTakesHugePagesOfItsOwnMemory) {
+TEST_F(StoreParts, LargeArenaUsesHugePages) {
     const Allocator own(nullptr);
     fill(arena_, own, std::size_t{12} << 20);
     void *const piece = arena_.allocate(own, std::size_t{2} << 20);
@@ -113,12 +113,12 @@ TEST_F(StoreParts, LargeArenaTakesHugePagesOfItsOwnMemory) {
     EXPECT_EQ(arena_.allocate(own, std::size_t{2} << 20), nullptr);
     refuse_aligned = false;
     EXPECT_NE(arena_.allocate(own, std::size_t{2} << 20), nullptr);
-    // Larger pieces than a huge page come from malloc.
+    // An allocation larger than a huge page comes from malloc.
     refuse_aligned = true;
     EXPECT_NE(arena_.allocate(own, std::size_t{3} << 20), nullptr);
 }
 
-TEST_F(StoreParts, LargeArenaStaysWithARegisteredService) {
+TEST_F(StoreParts, LargeArenaUsesARegisteredService) {
     fill(arena_, allocator_, std::size_t{12} << 20);
     refuse_aligned = true;
     EXPECT_NE(arena_.allocate(allocator_, std::size_t{1} << 20), nullptr);
@@ -126,10 +126,10 @@ TEST_F(StoreParts, LargeArenaStaysWithARegisteredService) {
     EXPECT_EQ(arena_.allocate(allocator_, std::size_t{2} << 20), nullptr);
 }
 
-TEST_F(StoreParts, IndexFindsRecordsOfOneHash) {
+TEST_F(StoreParts, HashIndexFindsRecordsWithOneHash) {
     HashIndex index;
     EXPECT_FALSE(index.find(7, [](RecordId) { return true; }));
-    // 511 fit under one hash: a free place must end every search.
+    // 511 entries fit under one hash: a free slot must end every search.
     for (RecordId id = 0; id < 511; ++id) {
         ASSERT_TRUE(index.reserve(allocator_, arena_, 7)) << id;
         index.insert(7, id);
@@ -145,8 +145,8 @@ TEST_F(StoreParts, IndexFindsRecordsOfOneHash) {
     EXPECT_TRUE(index.reserve(allocator_, arena_, 7));
 }
 
-TEST_F(StoreParts, IndexLosesNothingWhenMemoryRunsOut) {
-    // Each number of allocations in turn, until all records find room.
+TEST_F(StoreParts, HashIndexLosesNothingIfAllocationFails) {
+    // Each number of successful allocations in turn, until all records fit.
     for (std::uint32_t successes = 0;; ++successes) {
         Arena arena;
         HashIndex index;
@@ -166,7 +166,7 @@ TEST_F(StoreParts, IndexLosesNothingWhenMemoryRunsOut) {
     }
 }
 
-TEST_F(StoreParts, RecordsThatNeverWereAreNotFound) {
+TEST_F(StoreParts, UnusedSlotsAreNotFound) {
     RecordPool records(10, 1);
     EXPECT_EQ(records.try_words(0), nullptr);
     EXPECT_EQ(records.try_link(0, 1), nullptr);
@@ -180,7 +180,7 @@ TEST_F(StoreParts, RecordsThatNeverWereAreNotFound) {
     EXPECT_EQ(records.try_link(64, 1), nullptr);
 }
 
-TEST_F(StoreParts, RecordsEndAtTheirLimit) {
+TEST_F(StoreParts, RecordPoolEndsAtItsLimit) {
     RecordPool records(8, 0, 128);
     for (RecordId id = 0; id < 128; ++id) {
         ASSERT_TRUE(records.reserve(allocator_, arena_));
@@ -192,12 +192,12 @@ TEST_F(StoreParts, RecordsEndAtTheirLimit) {
     EXPECT_EQ(records.allocate(), 3U);
 }
 
-TEST_F(StoreParts, CursorsEndAtTheirLimit) {
+TEST_F(StoreParts, CursorTableEndsAtItsLimit) {
     CursorTable cursors(5);
     std::vector<const L2vpnDbIter *> handles;
     while (const Cursor *const cursor = cursors.allocate(allocator_, arena_))
         handles.push_back(cursors.handle(*cursor));
-    // 16, then twice as many each time.
+    // 16 chunks: 16 cursors, then twice as many each time.
     ASSERT_EQ(handles.size(), 16U * ((1U << 16) - 1));
     EXPECT_EQ(std::set(handles.begin(), handles.end()).size(), handles.size());
     Cursor *const last = cursors.find(handles.back());
@@ -209,7 +209,7 @@ TEST_F(StoreParts, CursorsEndAtTheirLimit) {
     EXPECT_EQ(cursors.allocate(allocator_, arena_), nullptr);
 }
 
-TEST_F(StoreParts, CursorWithoutMemoryComesWhenThereIsSome) {
+TEST_F(StoreParts, CursorTableRecoversFromAFailedAllocation) {
     CursorTable cursors(5);
     allocations_left = 0;
     EXPECT_EQ(cursors.allocate(allocator_, arena_), nullptr);
@@ -217,7 +217,7 @@ TEST_F(StoreParts, CursorWithoutMemoryComesWhenThereIsSome) {
     EXPECT_NE(cursors.allocate(allocator_, arena_), nullptr);
 }
 
-TEST(StoreWords, OfBytes) {
+TEST(SeqlockCopy, LoadsBytes) {
     const char bytes[] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
     Word expected = 0;
     for (std::size_t count = 0; count <= 8; ++count) {
@@ -233,8 +233,8 @@ void count_event(std::uint32_t event, std::uint32_t amount) {
     __atomic_fetch_add(&counted_events, amount, __ATOMIC_RELAXED);
 }
 
-/// Threads have numbers up to 4,096; those beyond count, too, but never at once.
-TEST(StoreEvents, OfMoreThreadsThanHaveNumbers) {
+/// 4,096 threads have numbers; the others count in batches only.
+TEST(StoreEvents, OfMoreThreadsThanNumbers) {
     constexpr std::size_t numbered = 4096;
     struct Threads {
         pthread_barrier_t ready, done;
@@ -254,7 +254,7 @@ TEST(StoreEvents, OfMoreThreadsThanHaveNumbers) {
                       [](void *given_threads) -> void * {
                           auto &all = *static_cast<Threads *>(given_threads);
                           Events events;
-                          events.count(count_event, 3); // a number for this thread
+                          events.count(count_event, 3); // assigns a number to this thread
                           pthread_barrier_wait(&all.ready);
                           pthread_barrier_wait(&all.done);
                           return nullptr;
@@ -263,7 +263,7 @@ TEST(StoreEvents, OfMoreThreadsThanHaveNumbers) {
                   0);
     pthread_barrier_wait(&threads->ready);
     EXPECT_EQ(counted_events, numbered);
-    // This thread came last, and no number is left.
+    // This thread comes last, and no number is left.
     Events events;
     for (std::uint32_t i = 1; i < L2VPN_STORE_EVENT_LOT; ++i)
         events.count(count_event, 3);
@@ -273,7 +273,7 @@ TEST(StoreEvents, OfMoreThreadsThanHaveNumbers) {
     pthread_barrier_wait(&threads->done);
     for (const pthread_t handle : handles)
         pthread_join(handle, nullptr);
-    // Numbers are free again, for threads that start now.
+    // Numbers are free again for new threads.
     pthread_t late = 0;
     ASSERT_EQ(pthread_create(
                   &late, nullptr,

@@ -7,14 +7,14 @@
 
 namespace l2vpn::test {
 
-/// Registers the service; from now on lines are kept.
+/// Registers the service, which keeps lines from then on.
 void register_log_service();
 void unregister_log_service();
 
-/// The lines since the last time.
+/// Returns the lines since the last call.
 std::vector<std::string> take_log();
 
-/// Called, if not null, by the service.
+/// Sets a function that the service calls for each line; null for none.
 void set_log_intruder(void (*intruder)());
 
 } // namespace l2vpn::test

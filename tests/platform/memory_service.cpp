@@ -30,7 +30,7 @@ constinit thread_local bool inside_service = false;
 constinit thread_local std::uint32_t direct = 0;
 [[maybe_unused]] constinit thread_local bool direct_fails = false;
 
-/// Stands before each piece and keeps its alignment.
+/// Precedes each allocation and keeps its alignment.
 struct alignas(std::max_align_t) Header {
     std::size_t size;
 };
@@ -116,7 +116,7 @@ void set_intruder(Intruder call) {
 } // namespace l2vpn::test
 
 #ifndef L2VPN_TEST_SANITIZER_HAS_MALLOC
-// In place of the C library's, in the whole process.
+// Replace the C library's functions in the whole process.
 extern "C" {
 
 void *__libc_malloc(std::size_t size);

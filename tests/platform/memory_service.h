@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A memory service that counts what it gives and fails on demand. Its memory is full of garbage.
+// A memory service that counts its calls and fails on demand. It fills new memory with garbage.
 #pragma once
 
 #include <cstddef>
@@ -8,30 +8,30 @@
 namespace l2vpn::test {
 
 void register_memory_service();
-/// The store uses malloc and free again.
+/// Unregisters the service: the store uses malloc and free again.
 void unregister_memory_service();
 
-/// Lets that many more allocations of this thread succeed and all after them fail.
+/// Fails all allocations of this thread after the next `successes`.
 void fail_allocations_after(std::uint32_t successes);
-/// Lets that many more allocations of this thread succeed, the one after them fail, and then all
-/// succeed again.
+/// Fails one allocation of this thread, after the next `successes`.
 void fail_one_allocation_after(std::uint32_t successes);
 void stop_failing_allocations();
 
-/// What has been called, on all threads.
+/// Numbers of calls, on all threads.
 std::uint32_t allocations();
 std::uint32_t releases();
-/// Bytes that have been given and not come back.
+/// Bytes that are allocated and not released.
 std::size_t bytes_held();
 
-/// This thread's calls of malloc and its like that did not come from the service. Sanitizers have
-/// a malloc of their own; there this is always 0.
+/// This thread's calls of malloc and related functions outside of the service. Always 0 under
+/// sanitizers, which replace malloc.
 std::uint32_t direct_allocations();
 
-/// Whether this thread's calls of malloc and its like fail; false if they cannot be made to.
+/// Makes this thread's calls of malloc and related functions fail, or not. Returns false if that is
+/// impossible.
 bool fail_direct_allocations(bool fail);
 
-/// Called, if not null, by the service while the store waits for its memory.
+/// Sets a function that the service calls inside an allocation; null for none.
 using Intruder = void (*)();
 void set_intruder(Intruder intruder);
 

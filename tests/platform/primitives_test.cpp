@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The platform's small functions: bounded copy, bounded print, atomic add.
+// memcpy_s, sprintf_s and ZAV_AtomicAdd.
 #include <gtest/gtest.h>
 
 #include <sys/mman.h>
@@ -36,7 +36,7 @@ TEST(BoundedCopy, CopiesExactlyTheCount) {
     EXPECT_EQ(std::string_view(to.data(), to.size()), "xbc#####");
 }
 
-TEST(BoundedCopy, CopiesEachLengthAndNothingElse) {
+TEST(BoundedCopy, CopiesEveryLengthExactly) {
     std::array<char, 200> from{};
     for (std::size_t i = 0; i < from.size(); ++i)
         from[i] = static_cast<char>(i + 1);
@@ -49,7 +49,7 @@ TEST(BoundedCopy, CopiesEachLengthAndNothingElse) {
     }
 }
 
-TEST(BoundedCopy, RefusesWithACodeForEachReasonAndCopiesNothing) {
+TEST(BoundedCopy, RefusesWithACodePerReasonAndCopiesNothing) {
     Text to = untouched;
     const int null = memcpy_s(nullptr, 8, "abc", 3);
     const int too_much = memcpy_s(to.data(), 2, "abc", 3);
@@ -67,7 +67,7 @@ TEST(BoundedCopy, RefusesWithACodeForEachReasonAndCopiesNothing) {
     EXPECT_EQ(to, untouched);
 }
 
-TEST(BoundedCopy, TakesNeighbours) {
+TEST(BoundedCopy, AcceptsAdjacentRanges) {
     Text text{'a', 'b', 'c', 'd', '#', '#', '#', '#'};
     EXPECT_EQ(memcpy_s(text.data() + 4, 4, text.data(), 4), 0);
     EXPECT_EQ(std::string_view(text.data(), text.size()), "abcdabcd");
@@ -76,8 +76,8 @@ TEST(BoundedCopy, TakesNeighbours) {
     EXPECT_EQ(std::string_view(text.data(), text.size()), "xbcdxbcd");
 }
 
-// Every distance between two stretches of every length, in one buffer.
-TEST(BoundedCopy, CopiesUnlessTheStretchesOverlap) {
+// Every distance between two ranges of every length, in one buffer.
+TEST(BoundedCopy, CopiesUnlessTheRangesOverlap) {
     constexpr std::size_t size = 64;
     for (std::size_t to = 0; to <= size; ++to) {
         for (std::size_t from = 0; from <= size; ++from) {
@@ -99,7 +99,7 @@ TEST(BoundedCopy, CopiesUnlessTheStretchesOverlap) {
     }
 }
 
-TEST(BoundedCopy, LooksAtTheSizeBeforeAnythingElse) {
+TEST(BoundedCopy, ChecksTheSizeFirst) {
     Text to = untouched;
     for (std::size_t size = 0; size < to.size(); ++size) {
         EXPECT_NE(memcpy_s(to.data(), size, "abcdefgh", size + 1), 0);
@@ -110,7 +110,7 @@ TEST(BoundedCopy, LooksAtTheSizeBeforeAnythingElse) {
     EXPECT_EQ(std::string_view(to.data(), to.size()), "abc#####");
 }
 
-TEST(BoundedPrint, ReturnsTheLengthOfWhatFits) {
+TEST(BoundedPrint, ReturnsTheLength) {
     Text to = untouched;
     EXPECT_EQ(sprintf_s(to.data(), to.size(), "%s%u", "abc", 1234U), 7);
     EXPECT_STREQ(to.data(), "abc1234");
@@ -118,7 +118,7 @@ TEST(BoundedPrint, ReturnsTheLengthOfWhatFits) {
     EXPECT_STREQ(to.data(), "");
 }
 
-TEST(BoundedPrint, LeavesAnEmptyStringOfWhatDoesNotFit) {
+TEST(BoundedPrint, LeavesAnEmptyStringIfTheTextDoesNotFit) {
     Text to = untouched;
     EXPECT_LT(sprintf_s(to.data(), 4, "%s", "abcd"), 0);
     EXPECT_STREQ(to.data(), "");
@@ -128,7 +128,7 @@ TEST(BoundedPrint, LeavesAnEmptyStringOfWhatDoesNotFit) {
     EXPECT_STREQ(to.data(), "");
 }
 
-TEST(BoundedPrint, RefusesNullArgumentsAndBuffersOfNothing) {
+TEST(BoundedPrint, RefusesNullArgumentsAndEmptyBuffers) {
     Text to = untouched;
     const char *volatile format = nullptr;
     EXPECT_LT(sprintf_s(nullptr, 8, "a"), 0);
@@ -144,8 +144,8 @@ TEST(BoundedPrint, RefusesNullArgumentsAndBuffersOfNothing) {
 
 // ---- Against the C library ----------------------------------------------------------------------
 
-/// Prints with both into buffers of every length, on the heap where a sanitizer sees each byte
-/// written behind them.
+/// Prints with both into buffers of every length, on the heap, where a sanitizer detects each byte
+/// written after them.
 template <class Print, class Reference>
 void expect_same(const char *format, Print print, Reference reference) {
     SCOPED_TRACE(format);
@@ -208,7 +208,7 @@ TEST(BoundedPrintAsInC, Unsigned) {
 TEST(BoundedPrintAsInC, RandomUnsigned) {
     std::mt19937 random(1);
     for (int i = 0; i < 2000; ++i) {
-        // All lengths, not nearly all of the longest.
+        // Uniform in length, not in value.
         const auto number = static_cast<std::uint32_t>(random() >> random() % 32);
         EXPECT_PRINTS_AS_IN_C("%u", number);
         EXPECT_PRINTS_AS_IN_C("%x", number);
@@ -239,7 +239,7 @@ TEST(BoundedPrintAsInC, LiteralText) {
     EXPECT_PRINTS_AS_IN_C("%u%%%x%%%s", 1U, 2U, "3");
 }
 
-TEST(BoundedPrintAsInC, WhatTheFormattersPrint) {
+TEST(BoundedPrintAsInC, FormatsOfTheFormatters) {
     EXPECT_PRINTS_AS_IN_C("%s%s:%u", ", ", "vrIndex", 4294967295U);
     EXPECT_PRINTS_AS_IN_C("%02x:%02x:%02x:%02x:%02x:%02x", 0U, 0x1FU, 0xABU, 9U, 0x10U, 0xFFU);
     EXPECT_PRINTS_AS_IN_C("%x-%x-%x", 0x12U, 0U, 0xFFFFU);
@@ -288,7 +288,7 @@ TEST(BoundedPrintAsInC, OtherConversions) {
     EXPECT_PRINTS_AS_IN_C("%p", static_cast<const void *>(&numbers));
 }
 
-// A conversion that has to go to the C library, before and behind others: all arguments in order.
+// A conversion of the slow path before and after others: all arguments stay in order.
 TEST(BoundedPrintAsInC, MixedConversions) {
     EXPECT_PRINTS_AS_IN_C("%u %s %d %x %5u %s %lu %u", 1U, "two", -3, 4U, 5U, "six", 7UL, 8U);
     EXPECT_PRINTS_AS_IN_C("%5u%u", 1U, 2U);
@@ -300,7 +300,7 @@ TEST(BoundedPrintAsInC, MixedConversions) {
     EXPECT_PRINTS_AS_IN_C("%lu%u%lx%x%d%s%u", ULONG_MAX, 1U, ULONG_MAX, 2U, -1, "s", UINT32_MAX);
 }
 
-// What the compiler would not let through as a literal.
+// Formats that the compiler would refuse as literals.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 #pragma GCC diagnostic ignored "-Wformat-security"
@@ -314,7 +314,7 @@ TEST(BoundedPrintAsInC, EmptyFormat) {
     EXPECT_EQ(std::string_view(to.data(), to.size()), std::string_view("\0#######", 8));
 }
 
-TEST(BoundedPrintAsInC, FormatsThatEndTooEarly) {
+TEST(BoundedPrintAsInC, TruncatedFormats) {
     for (const char *volatile format : {"%", "abc%", "%5", "%l", "%u%"}) {
         Text to = untouched;
         EXPECT_LT(std::snprintf(to.data(), to.size(), format, 7U), 0) << format;
@@ -334,7 +334,7 @@ TEST(BoundedPrintAsInC, BuffersOfAnyAlignment) {
     }
 }
 
-// A size that no int can tell is a size like others, as long as the text's length is not one.
+// A buffer size beyond INT_MAX is valid if the text is shorter.
 TEST(BoundedPrintAsInC, SizesBeyondInt) {
     for (const std::size_t size :
          {std::size_t{INT_MAX}, std::size_t{INT_MAX} + 1, std::size_t{UINT32_MAX} + 1, SIZE_MAX}) {
@@ -344,7 +344,7 @@ TEST(BoundedPrintAsInC, SizesBeyondInt) {
     }
 }
 
-/// A page with one behind it that nothing may touch.
+/// A page followed by one without access.
 class LastPage {
 public:
     LastPage() {
@@ -357,7 +357,7 @@ public:
 
     [[nodiscard]] char *end() const { return static_cast<char *>(pages_) + size; }
 
-    /// The text, so that its terminator is the page's last byte.
+    /// The text, placed so that its terminator is the last byte of the page.
     [[nodiscard]] const char *text(std::string_view text) const {
         char *const at = end() - text.size() - 1;
         std::copy(text.begin(), text.end(), at);
@@ -371,8 +371,8 @@ private:
         mmap(nullptr, 2 * size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
 };
 
-// Without a sanitizer, too: not even a byte may be read or written behind what the caller has.
-TEST(BoundedPrint, StaysInsideItsBufferAndItsTexts) {
+// Detects a read or a write of one byte too many, without a sanitizer, too.
+TEST(BoundedPrint, StaysWithinItsBufferAndItsArguments) {
     const LastPage format_page;
     const LastPage text_page;
     const LastPage buffer_page;

@@ -12,7 +12,7 @@
 namespace l2vpn::test {
 namespace {
 
-/// What the setter of this thread puts into the record object, and what it returns.
+/// The contents that this thread's setter puts into the record object, and its result.
 struct Setting {
     const L2vpnDbTblIntf *table = nullptr;
     Bytes contents;
@@ -34,7 +34,7 @@ std::uint32_t set_contents(const L2vpnDbRecData *, L2vpnDbRecObj *object, const 
 RandomCalls::RandomCalls(const TypedTable &table, const TestRecords &pool, Share share,
                          std::uint32_t seed)
     : table_(table), pool_(pool), keys_(pool.table().keys), share_(share), random_(seed),
-      held_(pool.size()), groups_(keys_.size()) {}
+      held_(pool.size()), chains_(keys_.size()) {}
 
 std::uint32_t RandomCalls::any() {
     const std::uint32_t shares = (pool_.size() - share_.first - 1) / share_.step + 1;
@@ -45,10 +45,10 @@ Bytes RandomCalls::random_version(std::uint32_t number) {
     return pool_.make(number, static_cast<std::uint32_t>(random_() % TestRecords::versions));
 }
 
-const RandomCalls::Numbers &RandomCalls::group(std::size_t key, const Bytes &value) const {
+const RandomCalls::Numbers &RandomCalls::chain(std::size_t key, const Bytes &value) const {
     static const Numbers none;
-    const auto found = groups_[key].find(value);
-    return found == groups_[key].end() ? none : found->second;
+    const auto found = chains_[key].find(value);
+    return found == chains_[key].end() ? none : found->second;
 }
 
 // ---- The model --------------------------------------------------------------------------------
@@ -62,7 +62,7 @@ void RandomCalls::put(std::uint32_t number, Bytes stored) {
                 continue;
             leave(number, k);
         }
-        Numbers &joined = groups_[k][value];
+        Numbers &joined = chains_[k][value];
         joined.insert(number);
         largest_ = std::max(largest_, joined.size());
     }
@@ -72,10 +72,10 @@ void RandomCalls::put(std::uint32_t number, Bytes stored) {
 }
 
 void RandomCalls::leave(std::uint32_t number, std::size_t key) {
-    const auto left = groups_[key].find(TestRecords::key_value(keys_[key], held_[number]));
+    const auto left = chains_[key].find(TestRecords::key_value(keys_[key], held_[number]));
     left->second.erase(number);
     if (left->second.empty())
-        groups_[key].erase(left);
+        chains_[key].erase(left);
     no_longer_due(number, key);
 }
 
@@ -87,12 +87,12 @@ void RandomCalls::no_longer_due(std::uint32_t number, std::size_t key) {
         }
 }
 
-/// Others may have changed a record of theirs, but not the key that it was asked by, nor half.
+/// Other players may have changed a record of theirs, but the key value matches and it is whole.
 std::optional<std::uint32_t> RandomCalls::expect_delivered(const Bytes &stored, std::size_t key,
                                                            const Bytes &value) {
     const auto number = pool_.number(stored);
     if (!number) {
-        ADD_FAILURE() << "a record that nobody wrote";
+        ADD_FAILURE() << "a record that was never written";
         return number;
     }
     if (own(*number)) {
@@ -108,7 +108,7 @@ std::optional<std::uint32_t> RandomCalls::expect_delivered(const Bytes &stored, 
 
 // ---- Failing allocations ----------------------------------------------------------------------
 
-/// Makes a call whose allocations fail after some; again and again, as a caller might.
+/// Makes a call repeatedly, as a caller might, while its allocations fail after `successes`.
 template <class Call>
 std::uint32_t RandomCalls::failed(std::uint32_t successes, Call call) {
     constexpr int attempts = 400;
@@ -219,8 +219,8 @@ void RandomCalls::read_by(std::size_t key, const Bytes &value) {
     L2vpnDbRecData request = record_request(buffer);
     const std::uint32_t code =
         DAL_VELD_Read(module(), table_.descriptor, &selected.request, &request);
-    if (alone() || !group(key, value).empty()) {
-        EXPECT_EQ(code, group(key, value).empty() ? L2VPN_STORE_NOT_FOUND : 0U);
+    if (alone() || !chain(key, value).empty()) {
+        EXPECT_EQ(code, chain(key, value).empty() ? L2VPN_STORE_NOT_FOUND : 0U);
     }
     if (code == 0)
         expect_delivered(buffer, key, value);
@@ -247,9 +247,9 @@ void RandomCalls::count_by(std::size_t key, const Bytes &value) {
     const KeyRequest selected(keys_[key], value, KeyRequest::Value{});
     std::uint32_t counted = 0;
     EXPECT_EQ(DAL_VELD_CountByKey(module(), table_.descriptor, &selected.request, &counted), 0U);
-    EXPECT_GE(counted, group(key, value).size());
+    EXPECT_GE(counted, chain(key, value).size());
     if (alone()) {
-        EXPECT_EQ(counted, group(key, value).size());
+        EXPECT_EQ(counted, chain(key, value).size());
     }
     expect_event(L2VPN_STORE_STAT_KEY_COUNTED);
 }
@@ -276,9 +276,9 @@ void RandomCalls::open(std::size_t key, const Bytes &value) {
                       return iterator.handle == nullptr ? L2VPN_STORE_NO_MEMORY : 0U;
                   }),
                   0U);
-        for (const std::uint32_t number : group(key, value))
+        for (const std::uint32_t number : chain(key, value))
             iterator.due[number] = true;
-        iterator.due_count = static_cast<std::uint32_t>(group(key, value).size());
+        iterator.due_count = static_cast<std::uint32_t>(chain(key, value).size());
         expect_event(L2VPN_STORE_STAT_KEY_ITER_OPENED);
     }
     ASSERT_NE(iterator.handle, nullptr);
@@ -289,7 +289,7 @@ void RandomCalls::open_some() {
     const std::size_t choice = random_() % (keys_.size() + 1);
     if (choice == keys_.size())
         return open(whole_table, {});
-    // Mostly values that there are: those of a record that is held, if one is found.
+    // Mostly existing values: those of a record in the table, if one is found.
     std::uint32_t number = any();
     for (int attempt = 0; attempt < 8 && !is_held(number); ++attempt)
         number = any();
@@ -330,7 +330,7 @@ void RandomCalls::release(std::size_t at) {
     open_.erase(open_.begin() + static_cast<std::ptrdiff_t>(at));
 }
 
-/// Read takes the record that an iterator would deliver first.
+/// Read returns the record that an iterator would deliver first.
 void RandomCalls::look_at_first(std::size_t key, const Bytes &value) {
     if (!alone())
         return;
@@ -443,11 +443,11 @@ void RandomCalls::check_everything() {
     for (std::uint32_t number = share_.first; number < pool_.size(); number += share_.step)
         read(number);
     for (std::size_t k = 0; k < keys_.size(); ++k) {
-        // Iterators over many small groups add little to those over some.
-        std::size_t groups = 0;
-        for (const auto &[value, numbers] : groups_[k]) {
+        // Iterators over some short chains are enough.
+        std::size_t chains = 0;
+        for (const auto &[value, numbers] : chains_[k]) {
             count_by(k, value);
-            if (numbers.size() < 3 && ++groups > 200)
+            if (numbers.size() < 3 && ++chains > 200)
                 continue;
             open(k, value);
             while (!testing::Test::HasFailure() && advance(open_.back())) {

@@ -13,7 +13,7 @@ protected:
 };
 L2VPN_TEST_TYPED_TABLES(RecordObject, any_table);
 
-TEST_P(RecordObject, TakesStoredRecordsOfTheTableOnly) {
+TEST_P(RecordObject, AcceptsStoredRecordsOfItsTableOnly) {
     Bytes stored(facts_.stored_size + 1);
     L2vpnDbRecObj *const object = intf_.createObject(nullptr);
     ASSERT_NE(object, nullptr);
@@ -30,7 +30,7 @@ TEST_P(RecordObject, TakesStoredRecordsOfTheTableOnly) {
     intf_.releaseObject(nullptr, object);
 }
 
-TEST_P(RecordObject, IsOfOneTable) {
+TEST_P(RecordObject, OfAnotherTableIsRefused) {
     const TypedTable &other = typed_tables[&table_ == &typed_tables[0] ? 1 : 0];
     L2vpnDbRecObj *const object = other.descriptor->createObject(nullptr);
     ASSERT_NE(object, nullptr);
@@ -46,19 +46,19 @@ TEST_P(RecordObject, IsOfOneTable) {
     other.descriptor->releaseObject(nullptr, object);
 }
 
-TEST_P(RecordObject, NullIsLetThrough) {
+TEST_P(RecordObject, NullIsIgnored) {
     intf_.resetObject(nullptr, nullptr);
     intf_.releaseObject(nullptr, nullptr);
 }
 
-/// Runs inside an update, where a record object turns into a stored record.
+/// A setter: an update turns the record object into a stored record.
 std::uint32_t reset(const L2vpnDbRecData *record, L2vpnDbRecObj *object, const std::uint32_t *,
                     std::uint32_t) {
     static_cast<const L2vpnDbTblIntf *>(record->data)->resetObject(nullptr, object);
     return 0;
 }
 
-TEST_P(RecordObject, ResetSetsEverythingToZero) {
+TEST_P(RecordObject, ResetFillsTheRecordWithZeros) {
     // Only the record whose primary key is zero may be reset by an update.
     Bytes caller = sample_record(facts_.record_size);
     for (const Field &member : facts_.keys[0].members) {

@@ -15,7 +15,7 @@ inline L2vpnDbModuleIntf *module() {
 
 /// A key request with the buffers that it points to.
 struct KeyRequest {
-    /// Marks bytes that are the key's value and not a record.
+    /// Marks the bytes as a key value, not a record.
     struct Value {};
 
     std::array<std::uint32_t, 4> id{};

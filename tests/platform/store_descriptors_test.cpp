@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Descriptors are the program's: there may be many of a table, anywhere, and odd ones.
+// Descriptors belong to the program: a table may have many of them, on the stack, or inconsistent.
 #include "tests/platform/memory_service.h"
 #include "tests/platform/store_test.h"
 
@@ -11,7 +11,7 @@ bool comes_first(const Facts &table) {
     return table.name == typed_table_names().front();
 }
 
-/// In a process of its own: the store remembers descriptors for good.
+/// In a process per test, because the descriptor cache evicts nothing.
 class FreshStoreDescriptors : public StoreTest {
 protected:
     void TearDown() override {
@@ -35,7 +35,7 @@ protected:
 };
 L2VPN_TEST_TYPED_TABLES(FreshStoreDescriptors, comes_first);
 
-// More than the store remembers; those that it does not remember work like the others.
+// More descriptors than the cache holds; the others work as well.
 TEST_P(FreshStoreDescriptors, AllOfATableWork) {
     static L2vpnDbTblIntf descriptors[1100];
     ASSERT_EQ(write(record(1)), 0U);
@@ -46,8 +46,8 @@ TEST_P(FreshStoreDescriptors, AllOfATableWork) {
             ASSERT_EQ(count_with(descriptor), 1U) << &descriptor - descriptors;
 }
 
-// At one address, as on a stack: it is the name that counts.
-TEST_P(FreshStoreDescriptors, MayGiveWayToThoseOfOtherTables) {
+// Descriptors at one address, as on a stack, are distinguished by name.
+TEST_P(FreshStoreDescriptors, MayShareAnAddressWithOtherTables) {
     ASSERT_EQ(write(record(1)), 0U);
     L2vpnDbTblIntf descriptor = *intf_;
     EXPECT_EQ(count_with(descriptor), 1U);
@@ -58,7 +58,7 @@ TEST_P(FreshStoreDescriptors, MayGiveWayToThoseOfOtherTables) {
     EXPECT_EQ(count_with(descriptor), 1U);
 }
 
-// Its objects are those of another table.
+// A descriptor with another table's record objects.
 TEST_P(FreshStoreDescriptors, MayNotMixTables) {
     const Bytes before = record(1);
     ASSERT_EQ(write(before), 0U);
@@ -79,7 +79,7 @@ TEST_P(FreshStoreDescriptors, MayNotMixTables) {
     EXPECT_EQ(read(facts_.keys[0], before), packed(before));
 }
 
-TEST_P(FreshStoreDescriptors, NeedNoStatisticsEvenWhenMemoryRunsOut) {
+TEST_P(FreshStoreDescriptors, NeedNoStatisticsEvenIfAllocationFails) {
     if (is_used(table_))
         GTEST_SKIP() << "the table has been used before";
     register_memory_service();

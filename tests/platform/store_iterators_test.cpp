@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Iterators: what they deliver, also while the table changes, and which handles are refused.
+// Iterators: the records delivered, also while the table changes, and the handles refused.
 #include <algorithm>
 #include <set>
 
@@ -32,7 +32,7 @@ protected:
         return result;
     }
 
-    /// Each way to iterate: over the whole table and over the keys that the record has.
+    /// Checks iterators over the whole table and over each key value of the record.
     template <class Check>
     void for_each_way(const Bytes &caller, Check check) {
         check(nullptr, [&] { return open(); });
@@ -65,7 +65,7 @@ TEST_P(StoreIterators, DeliverEveryRecordOnceAndInTheSameOrderAgain) {
     });
 }
 
-TEST_P(StoreIterators, OverNothingEndAtOnce) {
+TEST_P(StoreIterators, OverNoRecordsEndAtOnce) {
     for_each_way(record(1), [&](const Key *, auto opened) {
         L2vpnDbIter *const iterator = opened();
         EXPECT_EQ(counting(L2VPN_STORE_STAT_ITER_ENDED, [&] { return next(iterator); }),
@@ -90,7 +90,7 @@ TEST_P(StoreIterators, StayAtTheirEnd) {
     }
 }
 
-TEST_P(StoreIterators, GoSideBySide) {
+TEST_P(StoreIterators, AreIndependent) {
     fill(10);
     L2vpnDbIter *const one = open();
     L2vpnDbIter *const other = open();
@@ -101,7 +101,7 @@ TEST_P(StoreIterators, GoSideBySide) {
     EXPECT_EQ(rest_of(other).size(), 8U);
 }
 
-TEST_P(StoreIterators, SurviveTheDeletionOfWhatTheyDelivered) {
+TEST_P(StoreIterators, SurviveTheDeletionOfDeliveredRecords) {
     fill(30);
     const Bytes caller = unpacked(*held_.begin());
     for_each_way(caller, [&](const Key *key, auto opened) {
@@ -119,7 +119,7 @@ TEST_P(StoreIterators, SurviveTheDeletionOfWhatTheyDelivered) {
     });
 }
 
-TEST_P(StoreIterators, DeliverNoDeletedRecord) {
+TEST_P(StoreIterators, SkipDeletedRecords) {
     fill(20);
     L2vpnDbIter *const iterator = open();
     const auto first = next(iterator);
@@ -135,7 +135,7 @@ TEST_P(StoreIterators, DeliverNoDeletedRecord) {
     EXPECT_EQ(as_set(rest_of(iterator)), expected);
 }
 
-TEST_P(StoreIterators, DeliverWhatStaysWhileRecordsComeGoAndAreReplaced) {
+TEST_P(StoreIterators, DeliverAllRemainingRecordsDuringChanges) {
     fill(60);
     std::vector<Bytes> stays;
     std::vector<Bytes> goes;
@@ -162,7 +162,7 @@ TEST_P(StoreIterators, DeliverWhatStaysWhileRecordsComeGoAndAreReplaced) {
     }
 }
 
-TEST_P(StoreIterators, DeliverContentsOfTheMoment) {
+TEST_P(StoreIterators, DeliverCurrentContents) {
     const Bytes before = record(1);
     const Bytes after = with_primary_key_of(before, record(2));
     ASSERT_EQ(write(before), 0U);
@@ -171,11 +171,11 @@ TEST_P(StoreIterators, DeliverContentsOfTheMoment) {
     EXPECT_EQ(rest_of(iterator), std::vector<Bytes>{packed(after)});
 }
 
-TEST_P(StoreIterators, HandlesThatAreNoneOfTheTablesAreRefused) {
+TEST_P(StoreIterators, ForeignHandlesAreRefused) {
     ASSERT_EQ(write(record(1)), 0U);
     L2vpnDbIter *const released = open();
     EXPECT_EQ(release(released), 0U);
-    // Another one must not bring the released handle back to life.
+    // A new iterator must not revive the released handle.
     L2vpnDbIter *const live = open();
     const TypedTable &other = typed_tables[&table_ == &typed_tables[0] ? 1 : 0];
     L2vpnDbIter *const foreign = DAL_VELD_CreateIterator(module_, other.descriptor);
@@ -198,8 +198,8 @@ TEST_P(StoreIterators, HandlesThatAreNoneOfTheTablesAreRefused) {
     EXPECT_EQ(DAL_VELD_ReleaseIterator(module_, other.descriptor, foreign), 0U);
 }
 
-// Whatever is done to a handle: it is the same one, or none.
-TEST_P(StoreIterators, HandlesThatLookLikeTheTablesAreRefused) {
+// Every modified handle is refused, unless it equals another open one.
+TEST_P(StoreIterators, ForgedHandlesAreRefused) {
     L2vpnDbIter *const released = open();
     EXPECT_EQ(release(released), 0U);
     std::vector<L2vpnDbIter *> live;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the store writes to the log: one line for each call that it refuses.
+// The log: one line for each refused call.
 #include "tests/platform/log_service.h"
 #include "tests/platform/memory_service.h"
 #include "tests/platform/store_test.h"
@@ -46,7 +46,7 @@ std::uint32_t refuse_with_a_code_of_the_stores(const L2vpnDbRecData *, L2vpnDbRe
     return L2VPN_STORE_BAD_KEY_AREA;
 }
 
-TEST_P(StoreLog, IsSilentAboutWhatBefallsGoodCalls) {
+TEST_P(StoreLog, HasNoLineForValidCalls) {
     EXPECT_EQ(read(facts_.keys[0], record(1)), std::nullopt);
     EXPECT_EQ(remove(record(1)), L2VPN_STORE_NOT_FOUND);
     EXPECT_EQ(write(record(1)), 0U);
@@ -86,7 +86,7 @@ TEST_P(StoreLog, HasOneLineForEachRefusedCall) {
     expect_line(L2VPN_STORE_BAD_KEY_AREA);
 }
 
-TEST_P(StoreLog, TellsOfMissingMemory) {
+TEST_P(StoreLog, ReportsFailedAllocations) {
     register_memory_service();
     ASSERT_EQ(write(record(1)), 0U);
     const L2vpnDbUpdData update{nullptr, 0, 0, refuse};
@@ -97,7 +97,7 @@ TEST_P(StoreLog, TellsOfMissingMemory) {
     expect_line(L2VPN_STORE_NO_MEMORY);
 }
 
-TEST_P(StoreLog, NamesTablesThatAreUnknownAsFarAsItCan) {
+TEST_P(StoreLog, NamesUnknownTables) {
     EXPECT_EQ(DAL_VELD_Count(module_, nullptr, &count_), L2VPN_STORE_UNKNOWN_TABLE);
     expect_line("?", L2VPN_STORE_UNKNOWN_TABLE);
     L2vpnDbTblIntf unknown = *intf_;
@@ -120,7 +120,7 @@ void count_line(const char *) {
     ++other_lines;
 }
 
-TEST_P(StoreLog, GoesToTheServiceThatWasRegisteredLast) {
+TEST_P(StoreLog, GoesToTheServiceRegisteredLast) {
     const auto refused = [&] {
         EXPECT_EQ(DAL_VELD_Count(module_, intf_, nullptr), L2VPN_STORE_NULL_POINTER);
     };
@@ -139,7 +139,7 @@ TEST_P(StoreLog, GoesToTheServiceThatWasRegisteredLast) {
     expect_line(L2VPN_STORE_NULL_POINTER);
 }
 
-TEST_P(StoreLog, IsNotNeeded) {
+TEST_P(StoreLog, IsOptional) {
     unregister_log_service();
     EXPECT_EQ(DAL_VELD_Count(module_, intf_, nullptr), L2VPN_STORE_NULL_POINTER);
     EXPECT_EQ(DAL_VELD_Count(nullptr, intf_, nullptr), L2VPN_STORE_NULL_POINTER);

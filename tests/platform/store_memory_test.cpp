@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Where the store's memory comes from, and what happens when it ends.
+// The store's allocations: their source, and what happens if one fails.
 #include <algorithm>
 #include <cstdlib>
 
@@ -38,11 +38,11 @@ TEST_P(StoreMemory, EveryAllocationMayFail) {
     calls.play(60, 50);
     calls.finish();
     expect_events(before, calls);
-    // Record chunks and record objects at the least, each of them often.
+    // At least those of record chunks and record objects, each of them often.
     EXPECT_GE(calls.failures(), 1000U);
 }
 
-// One large group falls apart into a thousand, for which the indexes must grow.
+// One long chain is split into a thousand short ones, for which the indexes must grow.
 TEST_P(StoreMemory, EveryAllocationOfChangedKeysMayFail) {
     const Counters before = counters();
     const TestRecords together(facts_, 1000, TestRecords::Spread::skewed);
@@ -110,8 +110,8 @@ std::uint32_t keep(const L2vpnDbRecData *, L2vpnDbRecObj *, const std::uint32_t 
     return 0;
 }
 
-/// The life of a table from its first call on, with everything that takes memory: records, indexes,
-/// iterators of every kind, record objects. A refused call is made once more, which must succeed.
+/// The life of a table from its first call on, with everything that allocates: records, indexes,
+/// iterators of both kinds, record objects. A refused call is repeated and must succeed then.
 class FreshStoreMemoryLife : public FreshStoreMemory {
 protected:
     static constexpr std::uint32_t records = 150;
@@ -136,7 +136,7 @@ protected:
         return created;
     }
 
-    /// How many calls were refused.
+    /// Returns how many calls were refused.
     std::uint32_t live() {
         const TestRecords pool(facts_, records, TestRecords::Spread::apart);
         for (std::uint32_t i = 0; i < records; ++i) {
@@ -153,7 +153,7 @@ protected:
         }
         L2vpnDbRecObj *const object = expect_created([&] { return intf_->createObject(module_); });
         intf_->releaseObject(module_, object);
-        // So many that the room for them grows twice.
+        // Enough to allocate cursor chunks twice.
         std::vector<L2vpnDbIter *> iterators;
         while (iterators.size() < 60) {
             const Key &by = facts_.keys[iterators.size() % facts_.keys.size()];
@@ -178,7 +178,7 @@ protected:
         return refused_;
     }
 
-    /// What the function returns in a process of its own, in which the table is new.
+    /// Returns the function's result in a new process, in which the table is unused.
     template <class Function>
     static int in_new_process(Function function) {
         const pid_t child = fork();
@@ -218,8 +218,8 @@ TEST_P(FreshStoreMemoryLife, AnyOneAllocationMayFail) {
     }
 }
 
-// Room for iterators comes with the table, and then in ever larger pieces.
-TEST_P(StoreMemory, IteratorsWithoutRoomAreRefused) {
+// Cursors are allocated in chunks of growing size.
+TEST_P(StoreMemory, IteratorsAreRefusedIfAllocationFails) {
     std::vector<L2vpnDbIter *> open_ones;
     std::uint32_t refusals = 0;
     while (refusals < 3) {
@@ -240,12 +240,12 @@ bool has_long_key(const Facts &table) {
     return table.keys[0].length >= 12;
 }
 
-class StoreMemoryOfAlikeKeys : public StoreMemory {};
-L2VPN_TEST_TYPED_TABLES(StoreMemoryOfAlikeKeys, has_long_key);
+class StoreMemoryOfSimilarKeys : public StoreMemory {};
+L2VPN_TEST_TYPED_TABLES(StoreMemoryOfSimilarKeys, has_long_key);
 
-// Keys that end alike must not come out alike where the store looks for them, whatever they end in:
-// the index would grow without end. The two endings are a factor of the hash and its complement.
-TEST_P(StoreMemoryOfAlikeKeys, StaysSmall) {
+// Keys with one ending must not have one hash, or the index grows without bound. The two endings
+// are a factor of the hash function and its complement.
+TEST_P(StoreMemoryOfSimilarKeys, StaysSmall) {
     for (const std::uint64_t ending :
          {UINT64_C(0xD1B54A32D192ED03), UINT64_C(0x2E4AB5CD2E6D12FC)}) {
         const std::size_t held = bytes_held();
@@ -267,7 +267,7 @@ TEST_P(StoreMemoryOfAlikeKeys, StaysSmall) {
     }
 }
 
-// ---- Enough records for the store to take memory in its largest pieces
+// ---- Enough records for the largest blocks of an arena
 
 constexpr std::size_t plenty = std::size_t{28} << 20;
 
@@ -302,11 +302,11 @@ void remove_plenty_of_records(const TypedTable &table) {
     });
 }
 
-TEST(StoreMemoryService, GivesAllMemory) {
+TEST(StoreMemoryService, ProvidesAllMemory) {
     register_memory_service();
     const TypedTable &table = long_table(0);
     const L2vpnDbUpdData update{nullptr, 0, 0, table.set_fields};
-    // A thread's first call has the C library take a note of it, in memory of its own.
+    // A thread's first call makes the C library register a destructor, which allocates.
     std::uint32_t count = 0;
     EXPECT_EQ(DAL_VELD_Count(module(), table.descriptor, &count), 0U);
     const std::size_t held = bytes_held();
@@ -350,7 +350,7 @@ void *give(std::size_t size) {
     return std::malloc(size);
 }
 
-TEST(StoreMemoryService, GivesAllMemoryAlsoIfItReturnsMemoryToTheCLibrary) {
+TEST(StoreMemoryService, ProvidesAllMemoryAlsoIfItReleasesByFree) {
     const L2vpnDbMemIntf service = l2vpn_store_memory_service(give, std::free);
     L2VPN_DB_MemIntfReg(&service);
     const TypedTable &table = long_table(1);
@@ -361,7 +361,7 @@ TEST(StoreMemoryService, GivesAllMemoryAlsoIfItReturnsMemoryToTheCLibrary) {
     remove_plenty_of_records(table);
 }
 
-TEST(StoreMemoryService, OfOneWordIsNone) {
+TEST(StoreMemoryService, OfOneWordIsIgnored) {
     const TypedTable &table = long_table(2);
     for (const L2vpnDbMemIntf service : {l2vpn_store_memory_service(give, nullptr),
                                          l2vpn_store_memory_service(nullptr, std::free)}) {
@@ -376,7 +376,7 @@ TEST(StoreMemoryService, OfOneWordIsNone) {
     }
 }
 
-TEST(StoreMemoryService, IsRegisteredWithoutMemory) {
+TEST(StoreMemoryService, IsRegisteredWithoutAllocation) {
     const std::uint32_t direct = direct_allocations();
     const std::uint32_t allocated = allocations();
     fail_direct_allocations(true);
@@ -392,8 +392,8 @@ TEST(StoreMemoryService, IsRegisteredWithoutMemory) {
     EXPECT_EQ(allocations(), allocated);
 }
 
-// Without a service the memory is the C library's, in small pieces and then in large ones.
-TEST(StoreMemoryService, IsNotNeededAndTheCLibraryMayHaveNoMemory) {
+// Without a service, small blocks and then large ones come from the C library.
+TEST(StoreMemoryService, IsOptionalAndMallocMayFail) {
     unregister_memory_service();
     const TypedTable &table = long_table(4);
     std::uint32_t count = 0;
@@ -422,7 +422,7 @@ TEST(StoreMemoryService, IsNotNeededAndTheCLibraryMayHaveNoMemory) {
     remove_plenty_of_records(table);
 }
 
-// What a table has it keeps; what it needs from then on comes from the other one.
+// A table keeps its memory; the new service provides all further memory.
 TEST(StoreMemoryService, MayBeReplacedWhileTablesAreInUse) {
     register_memory_service();
     const TypedTable &table = long_table(5);
@@ -450,8 +450,8 @@ TEST(StoreMemoryService, MayBeReplacedWhileTablesAreInUse) {
     remove_plenty_of_records(table);
 }
 
-// An object goes back to where it came from.
-TEST(StoreMemoryService, TakesRecordObjectsBackAfterAnotherWasRegistered) {
+// An object is released by the service that allocated it.
+TEST(StoreMemoryService, ReleasesItsObjectsAfterAnotherIsRegistered) {
     register_memory_service();
     const TypedTable &table = long_table(3);
     const std::size_t held = bytes_held();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Tens of thousands of random calls on each table against a plain model.
+// Tens of thousands of random calls on each table, compared with a plain model.
 #include <algorithm>
 
 #include "tests/platform/store_test.h"
@@ -13,8 +13,8 @@ protected:
         return {facts_, records, spread};
     }
 
-    /// Whether any number of records can have the same value of a secondary key.
-    [[nodiscard]] bool has_key_of_its_own() const {
+    /// Whether a secondary key has no member of the primary key, so that its chains are unbounded.
+    [[nodiscard]] bool has_independent_key() const {
         const auto is_primary = [&](const Field &member) {
             return std::any_of(facts_.keys[0].members.begin(), facts_.keys[0].members.end(),
                                [&](const Field &other) { return other.id == member.id; });
@@ -39,7 +39,7 @@ TEST_P(StoreModel, PoolMakesWhatTheLibraryPacks) {
     }
 }
 
-TEST_P(StoreModel, FewRecordsThatComeAndGo) {
+TEST_P(StoreModel, FewRecordsInsertedAndDeletedOften) {
     const Counters before = counters();
     const TestRecords records = pool(40, TestRecords::Spread::even);
     RandomCalls calls(table_, records, {}, 1);
@@ -65,7 +65,7 @@ TEST_P(StoreModel, ManyRecordsThatSplitTheIndexes) {
     expect_events(before, calls);
 }
 
-TEST_P(StoreModel, GroupsOfThousands) {
+TEST_P(StoreModel, ChainsOfThousands) {
     const Counters before = counters();
     const TestRecords records = pool(3000, TestRecords::Spread::skewed);
     RandomCalls calls(table_, records, {}, 3);
@@ -74,8 +74,8 @@ TEST_P(StoreModel, GroupsOfThousands) {
     calls.check_everything();
     calls.play(5000, 5);
     calls.finish();
-    if (has_key_of_its_own()) {
-        EXPECT_GE(calls.largest_group(), 1000U);
+    if (has_independent_key()) {
+        EXPECT_GE(calls.longest_chain(), 1000U);
     }
     expect_events(before, calls);
 }

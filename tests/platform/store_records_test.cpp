@@ -8,7 +8,7 @@ namespace {
 class StoreRecords : public StoreTest {};
 L2VPN_TEST_TYPED_TABLES(StoreRecords, any_table);
 
-TEST_P(StoreRecords, WrittenRecordIsReadByEveryKey) {
+TEST_P(StoreRecords, AWrittenRecordIsFoundByEveryKey) {
     const Bytes written = record(1);
     EXPECT_EQ(counting(L2VPN_STORE_STAT_INSERTED, [&] { return write(written); }), 0U);
     for (const Key &key : facts_.keys) {
@@ -19,7 +19,7 @@ TEST_P(StoreRecords, WrittenRecordIsReadByEveryKey) {
     EXPECT_EQ(count(), 1U);
 }
 
-TEST_P(StoreRecords, EmptyTableHasNoRecordUnderAnyKey) {
+TEST_P(StoreRecords, AnEmptyTableHasNoRecordUnderAnyKey) {
     const Bytes absent = record(1);
     for (const Key &key : facts_.keys) {
         const auto event =
@@ -32,7 +32,7 @@ TEST_P(StoreRecords, EmptyTableHasNoRecordUnderAnyKey) {
     EXPECT_EQ(count(), 0U);
 }
 
-TEST_P(StoreRecords, SecondWriteReplacesAndMovesTheKeys) {
+TEST_P(StoreRecords, ASecondWriteReplacesTheRecordUnderEveryKey) {
     const Bytes first = record(1);
     const Bytes second = with_primary_key_of(first, record(2));
     ASSERT_EQ(write(first), 0U);
@@ -47,7 +47,7 @@ TEST_P(StoreRecords, SecondWriteReplacesAndMovesTheKeys) {
     }
 }
 
-TEST_P(StoreRecords, DeleteTakesTheRecordOutOfEveryKey) {
+TEST_P(StoreRecords, DeleteRemovesTheRecordFromEveryKey) {
     const Bytes gone = record(1);
     const Bytes kept = record(2);
     ASSERT_EQ(write(gone), 0U);
@@ -61,7 +61,7 @@ TEST_P(StoreRecords, DeleteTakesTheRecordOutOfEveryKey) {
     }
 }
 
-TEST(StoreTables, HoldRecordsOfTheirOwn) {
+TEST(StoreTables, AreSeparate) {
     for (const TypedTable &table : typed_tables) {
         const Bytes record = sample_record(facts(table.name).record_size);
         EXPECT_EQ(table.write(record.data()), 0U);

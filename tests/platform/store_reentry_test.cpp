@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Calls of the store from within what the store calls.
+// Calls of the store by the functions that it calls.
 #include <atomic>
 #include <functional>
 #include <thread>
@@ -12,7 +12,7 @@
 namespace l2vpn::test {
 namespace {
 
-/// What the functions that the store calls shall do; they have no argument of their own for it.
+/// The action of the functions that the store calls. A global, because they take no such argument.
 std::function<void()> intrude;
 
 void intrude_once() {
@@ -37,7 +37,7 @@ protected:
         take_log();
     }
 
-    /// Calls every operation on a table; each must be refused and leave its arguments alone.
+    /// Calls every operation on a table; each must be refused and leave its arguments unchanged.
     static void expect_all_refused(const TypedTable &table) {
         const Facts &about = facts(table.name);
         const Bytes caller = sample_record(about.record_size, 9);
@@ -63,7 +63,7 @@ protected:
         EXPECT_EQ(count, 77U);
     }
 
-    /// What must work inside: the functions that do not lead back.
+    /// Functions that do not call the store work inside it.
     void expect_others_work(L2vpnDbRecObj *object) const {
         L2vpnDbRecObj *const another = intf_->createObject(module_);
         ASSERT_NE(another, nullptr);
@@ -125,7 +125,7 @@ TEST_P(FreshStoreReentry, FromTheMemoryServiceIsRefused) {
         GTEST_SKIP() << "the table may have memory in store";
     }
     register_memory_service();
-    // Writes, and then iterators, until both have needed memory.
+    // Writes, and then iterators, until both have allocated.
     const auto call_until_called = [&](auto call) {
         bool called = false;
         intrude = [&] {
@@ -158,7 +158,7 @@ TEST_P(StoreReentry, EndsWithTheCall) {
     const KeyRequest key(facts_.keys[0], record(1));
     const L2vpnDbRecData request = unread_record();
     const L2vpnDbUpdData update{nullptr, 0, 0, intruding_setter};
-    // Other threads are not inside; their reads do not wait for the setter.
+    // Other threads are not refused, and their reads do not wait for the setter.
     intrude = [&] {
         std::jthread([&] {
             std::uint32_t count = 0;
@@ -194,7 +194,7 @@ TEST_P(StoreReentry, FromTheLogServiceIsAllowed) {
 
 // ---- The statistics function --------------------------------------------------------------------
 
-/// Events by a descriptor of the test's own, and what its statistics function calls.
+/// Events counted by the test's descriptor, and the action of its statistics function.
 std::array<std::atomic<std::uint32_t>, L2VPN_DB_STAT_COUNT> own_events;
 std::atomic<std::uint32_t> calls_from_events;
 L2vpnDbTblIntf *called_from_events = nullptr;

@@ -45,7 +45,7 @@ protected:
         expect_key_of_change_refused(key, code);
     }
 
-    /// Those that take a primary key only.
+    /// The operations that take a primary key only.
     void expect_key_of_change_refused(const L2vpnDbKeyData *key, std::uint32_t code) {
         const L2vpnDbRecData record = unread_record();
         expect_refused(code,
@@ -94,7 +94,7 @@ TEST_P(StoreRequests, NullPointersInKeys) {
     }
 }
 
-TEST_P(StoreRequests, KeyAreasThatAreNot16BytesLong) {
+TEST_P(StoreRequests, WrongKeyAreaLengths) {
     for (const Key &key : facts_.keys) {
         const KeyRequest good(key, held_);
         for (const std::uint32_t length : {0U, 4U, 15U, 17U, 32U, UINT32_MAX}) {
@@ -105,7 +105,7 @@ TEST_P(StoreRequests, KeyAreasThatAreNot16BytesLong) {
     }
 }
 
-TEST_P(StoreRequests, KeysThatTheTableDoesNotHave) {
+TEST_P(StoreRequests, UnknownKeys) {
     KeyRequest request(facts_.keys[0], held_);
     const auto keys = static_cast<std::uint32_t>(facts_.keys.size());
     for (const std::uint32_t index : {keys, keys + 1, 0x7FU, 0x80U, 0xFFU}) {
@@ -114,7 +114,7 @@ TEST_P(StoreRequests, KeysThatTheTableDoesNotHave) {
     }
 }
 
-TEST_P(StoreRequests, FlagsThatAreNotTheKeys) {
+TEST_P(StoreRequests, WrongKeyFlags) {
     for (const Key &key : facts_.keys) {
         KeyRequest request(key, held_);
         for (std::uint32_t flags = 0; flags < 0x100; ++flags) {
@@ -122,12 +122,12 @@ TEST_P(StoreRequests, FlagsThatAreNotTheKeys) {
                 continue;
             request.id[0] = key.index << 24 | flags << 16 | key.length;
             expect_key_refused(&request.request, L2VPN_STORE_BAD_KEY_FLAGS);
-            EXPECT_EQ(count(), 1U); // or events would be held back, being always the same
+            EXPECT_EQ(count(), 1U); // another event: this thread must report at once
         }
     }
 }
 
-TEST_P(StoreRequests, LengthsThatAreNotTheKeys) {
+TEST_P(StoreRequests, WrongKeyLengths) {
     for (const Key &key : facts_.keys) {
         for (const std::uint32_t length :
              {0U, key.length - 1, key.length + 1, key.length + 8, 0xFFFFU}) {
@@ -146,7 +146,7 @@ TEST_P(StoreRequests, LengthsThatAreNotTheKeys) {
     }
 }
 
-TEST_P(StoreRequests, SecondaryKeysWhereThePrimaryOneIsNeeded) {
+TEST_P(StoreRequests, SecondaryKeysInUpdateAndDelete) {
     for (const Key &key : facts_.keys) {
         if (key.index != 0) {
             const KeyRequest secondary(key, held_);
@@ -155,7 +155,7 @@ TEST_P(StoreRequests, SecondaryKeysWhereThePrimaryOneIsNeeded) {
     }
 }
 
-TEST_P(StoreRequests, WordsThatAreReservedAreNotLookedAt) {
+TEST_P(StoreRequests, ReservedWordsAreIgnored) {
     for (const Key &key : facts_.keys) {
         KeyRequest request(key, held_);
         request.id = {key.word, 1, 2, 3};
@@ -168,7 +168,7 @@ TEST_P(StoreRequests, WordsThatAreReservedAreNotLookedAt) {
     }
 }
 
-TEST_P(StoreRequests, RecordsThatAreNotTheTables) {
+TEST_P(StoreRequests, NullRecordsAndWrongLengths) {
     Bytes buffer(facts_.stored_size + 8);
     expect_record_refused(nullptr, L2VPN_STORE_NULL_POINTER);
     L2vpnDbRecData bad{nullptr, facts_.stored_size, 0};
@@ -181,7 +181,7 @@ TEST_P(StoreRequests, RecordsThatAreNotTheTables) {
     EXPECT_EQ(buffer, Bytes(facts_.stored_size + 8));
 }
 
-TEST_P(StoreRequests, UpdatesWithoutWhatTheyNeed) {
+TEST_P(StoreRequests, IncompleteUpdates) {
     const KeyRequest key(facts_.keys[0], held_);
     const L2vpnDbRecData record = unread_record();
     const L2vpnDbUpdData no_setter{nullptr, 0, 0, nullptr};
@@ -207,7 +207,7 @@ TEST_P(StoreRequests, UpdatesWithoutWhatTheyNeed) {
     EXPECT_EQ(setter_calls, 0);
 }
 
-TEST_P(StoreRequests, CountsWithoutAPlaceForThem) {
+TEST_P(StoreRequests, NullCounts) {
     expect_refused(L2VPN_STORE_NULL_POINTER,
                    [&] { return DAL_VELD_Count(module_, intf_, nullptr); });
     for (const Key &key : facts_.keys) {
@@ -218,7 +218,7 @@ TEST_P(StoreRequests, CountsWithoutAPlaceForThem) {
     }
 }
 
-TEST_P(StoreRequests, TablesThatTheStoreDoesNotKnow) {
+TEST_P(StoreRequests, UnknownTables) {
     const KeyRequest key(facts_.keys[0], held_);
     Bytes buffer = packed(held_);
     L2vpnDbRecData record = record_request(buffer);
@@ -249,7 +249,7 @@ TEST_P(StoreRequests, TablesThatTheStoreDoesNotKnow) {
     EXPECT_EQ(count, 77U);
 }
 
-TEST_P(StoreRequests, TheModuleMayBeNullAndTheDescriptorACopyWithoutStatistics) {
+TEST_P(StoreRequests, NullModuleAndCopiedDescriptorWithoutStatistics) {
     L2vpnDbTblIntf copy = *intf_;
     copy.stat = nullptr;
     const KeyRequest key(facts_.keys[0], held_);
@@ -261,7 +261,7 @@ TEST_P(StoreRequests, TheModuleMayBeNullAndTheDescriptorACopyWithoutStatistics) 
     EXPECT_EQ(counters(), before);
 }
 
-TEST_P(StoreRequests, TheNameTellsTheTableAtEachCall) {
+TEST_P(StoreRequests, TheNameSelectsTheTableAtEachCall) {
     const TypedTable &other = typed_tables[&table_ == &typed_tables[0] ? 1 : 0];
     L2vpnDbTblIntf moving = *intf_;
     std::uint32_t count = 77;

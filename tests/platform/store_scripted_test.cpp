@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Threads that meet in the store, in an order that is forced: one of them waits inside a setter, a
-// memory service or a statistics function until the others have done their part.
+// Interleavings that are forced: one thread waits inside a setter, a memory service or a statistics
+// function until the others have made their calls.
 #include <algorithm>
 #include <atomic>
 
@@ -11,7 +11,7 @@
 namespace l2vpn::test {
 namespace {
 
-/// Step 1 is over when the store has called out, and it goes on after step 2.
+/// Step 1 ends when the store has called the function, which returns after step 2.
 Script *script = nullptr;
 
 void meet() {
@@ -26,7 +26,7 @@ void meet_once() {
     meet();
 }
 
-/// What the setter makes of the record, if it is given, and what it returns.
+/// The contents that the setter writes, and its result.
 const L2vpnDbTblIntf *table_set = nullptr;
 Bytes contents_set;
 std::uint32_t result_set = 0;
@@ -54,16 +54,16 @@ class StoreScripted : public StoreTest {
 protected:
     void SetUp() override {
         script = &script_;
-        EXPECT_EQ(quietly_counted(), 0U); // the table's events are this thread's
+        EXPECT_EQ(quietly_counted(), 0U); // this thread becomes the table's owner
     }
 
-    // The calls of the fixture look at the counters, which other threads move.
+    // The fixture's calls check the counters, which other threads change.
 
     std::uint32_t quietly_written(Bytes stored) const {
         const L2vpnDbRecData request = record_request(stored);
         return DAL_VELD_Write(module_, intf_, &request);
     }
-    /// The record with the first record's value of a key; none if the store says so.
+    /// The record with the key value of `of`; nullopt if there is none.
     [[nodiscard]] std::optional<Bytes> quietly_read(const Key &key, const Bytes &of) const {
         const KeyRequest selected(key, TestRecords::key_value(key, of), KeyRequest::Value{});
         Bytes stored(facts_.stored_size);
@@ -78,14 +78,14 @@ protected:
         return count;
     }
 
-    /// The table holds this record and no other, under all its keys.
+    /// Expects the table to hold this record only, under all its keys.
     void expect_only(const Bytes &stored) const {
         EXPECT_EQ(quietly_counted(), 1U);
         for (const Key &key : facts_.keys)
             EXPECT_EQ(quietly_read(key, stored), stored) << key.name;
     }
 
-    /// Updates the first record on another thread; when it returns, the setter waits.
+    /// Updates the first record on another thread, and calls `during` while the setter waits.
     template <class During>
     void update_while(std::uint32_t setter_result, During during) {
         ASSERT_EQ(quietly_written(old_), 0U);
@@ -135,7 +135,7 @@ TEST_P(StoreScripted, SetterAgainstReaders) {
 }
 
 TEST_P(StoreScripted, SetterAgainstAnIterator) {
-    L2vpnDbIter *const iterator = open(); // before there is a record
+    L2vpnDbIter *const iterator = open(); // before the record is inserted
     ASSERT_EQ(quietly_written(old_), 0U);
     L2vpnDbIter *const late = open();
     update_while(0, [&](auto go_on) {
@@ -150,7 +150,7 @@ TEST_P(StoreScripted, SetterAgainstAnIterator) {
         EXPECT_FALSE(returned);
         go_on();
         reader.join();
-        EXPECT_EQ(stored, new_) << "with the contents that it has when it is reached";
+        EXPECT_EQ(stored, new_) << "the contents at delivery";
         EXPECT_EQ(DAL_VELD_GetNextEntry(module_, intf_, late, &request), L2VPN_STORE_END);
         EXPECT_EQ(DAL_VELD_GetNextEntry(module_, intf_, iterator, &request), L2VPN_STORE_END);
         EXPECT_EQ(DAL_VELD_ReleaseIterator(module_, intf_, late), 0U);
@@ -178,7 +178,7 @@ TEST_P(StoreScripted, SetterAgainstADelete) {
     });
 }
 
-// One thread iterates, another one deletes what would come next, and puts it back.
+// One thread iterates; another one deletes the next record, and reinserts it.
 TEST_P(StoreScripted, IteratorsAgainstDeletes) {
     for (std::uint32_t i = 0; i < 6; ++i)
         ASSERT_EQ(quietly_written(pool_.make(i, 0)), 0U);
@@ -221,7 +221,7 @@ TEST_P(StoreScripted, IteratorsAgainstDeletes) {
     EXPECT_EQ(quietly_counted(), 5U);
 }
 
-// Nobody waits for a statistics function.
+// No call waits for a statistics function.
 TEST_P(StoreScripted, StatisticsFunctionAgainstEverything) {
     L2vpnDbTblIntf meeting = *intf_;
     meeting.stat = meeting_stat;
@@ -229,7 +229,7 @@ TEST_P(StoreScripted, StatisticsFunctionAgainstEverything) {
         Bytes stored = old_;
         const L2vpnDbRecData request = record_request(stored);
         EXPECT_EQ(DAL_VELD_Write(module_, &meeting, &request), 0U);
-        // Its events come in lots if the table is another thread's.
+        // The events are batched if another thread owns the table.
         for (std::uint32_t i = 0; i < L2VPN_STORE_EVENT_LOT; ++i) {
             std::uint32_t count = 0;
             EXPECT_EQ(DAL_VELD_Count(module_, &meeting, &count), 0U);
@@ -245,10 +245,10 @@ TEST_P(StoreScripted, StatisticsFunctionAgainstEverything) {
     writer.join();
 }
 
-// A write has begun and waits for memory: readers must not see it, and wait.
+// A write waits for memory inside its write section: readers must not see it, and wait.
 TEST_P(FreshStoreScripted, WriteAgainstReaders) {
     if (is_used(table_))
-        GTEST_SKIP() << "the table may have memory in store";
+        GTEST_SKIP() << "the table may have free slots";
     ASSERT_EQ(quietly_written(old_), 0U);
     std::atomic<std::uint32_t> written = 1;
     for (const bool fails : {false, true}) {
@@ -265,7 +265,7 @@ TEST_P(FreshStoreScripted, WriteAgainstReaders) {
             }
         });
         script_.wait_for(1);
-        EXPECT_EQ(quietly_counted(), written) << "nobody waits to count the records";
+        EXPECT_EQ(quietly_counted(), written) << "a count does not wait";
         std::atomic<bool> returned = false;
         Waiting reader([&] {
             EXPECT_EQ(quietly_read(facts_.keys[0], old_), old_);
@@ -283,7 +283,7 @@ TEST_P(FreshStoreScripted, WriteAgainstReaders) {
     }
 }
 
-TEST_P(FreshStoreScripted, FirstCallsOfTwoThreads) {
+TEST_P(FreshStoreScripted, FirstCallsOnTwoThreads) {
     if (is_used(table_))
         GTEST_SKIP() << "the table has been used before";
     set_intruder(meet_once);

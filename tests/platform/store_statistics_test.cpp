@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// When the events of several threads arrive at the table's counters.
+// When the events of several threads reach the table's counters.
 #include <atomic>
 #include <memory>
 #include <thread>
@@ -11,7 +11,7 @@ namespace {
 
 class StoreStatistics : public StoreTest {
 protected:
-    // This thread counts at once: it has used the table before others do.
+    // This thread reports at once, because it uses the table first.
     void SetUp() override { EXPECT_EQ(count(), 0U); }
 
     static void use(const TypedTable &table, std::uint32_t calls) {
@@ -32,7 +32,7 @@ L2VPN_TEST_TYPED_TABLES(StoreStatistics, any_table);
 class FreshStoreStatistics : public StoreStatistics {};
 L2VPN_TEST_TYPED_TABLES(FreshStoreStatistics, any_table);
 
-TEST_P(StoreStatistics, OtherThreadsReportInLots) {
+TEST_P(StoreStatistics, OtherThreadsReportInBatches) {
     const std::uint32_t before = counted(table_);
     std::jthread([&] {
         use(table_, L2VPN_STORE_EVENT_LOT - 1);
@@ -43,7 +43,7 @@ TEST_P(StoreStatistics, OtherThreadsReportInLots) {
     EXPECT_EQ(counted(table_), before + L2VPN_STORE_EVENT_LOT);
 }
 
-TEST_P(StoreStatistics, OtherThreadsDoNotTakeOverFromOneThatLives) {
+TEST_P(StoreStatistics, OwnershipStaysWithALivingThread) {
     std::jthread([&] {
         use(table_, 3 * L2VPN_STORE_EVENT_LOT);
         const std::uint32_t before = counted(table_);
@@ -54,7 +54,7 @@ TEST_P(StoreStatistics, OtherThreadsDoNotTakeOverFromOneThatLives) {
     EXPECT_EQ(count(), 0U);
 }
 
-TEST_P(StoreStatistics, TheFirstThreadCountsAtOnceHoweverOftenAndWhateverOthersDo) {
+TEST_P(StoreStatistics, TheOwnerAlwaysReportsAtOnce) {
     std::uint32_t before = counted(table_);
     std::jthread([&] { use(table_, 5); }).join();
     before += 5;
@@ -73,7 +73,7 @@ TEST_P(StoreStatistics, OtherThreadsReportWhenTheyEnd) {
     EXPECT_EQ(counted(table_), before + 5);
 }
 
-TEST_P(StoreStatistics, OtherThreadsReportWhenTheyTurnToATableThatIsAlsoInUse) {
+TEST_P(StoreStatistics, OtherThreadsReportWhenTheyTurnToAnOwnedTable) {
     use(other_, 1);
     const std::uint32_t before = counted(table_);
     std::jthread([&] {
@@ -84,7 +84,7 @@ TEST_P(StoreStatistics, OtherThreadsReportWhenTheyTurnToATableThatIsAlsoInUse) {
     }).join();
 }
 
-TEST_P(FreshStoreStatistics, OtherThreadsReportWhenTheyTurnToATableOfTheirOwn) {
+TEST_P(FreshStoreStatistics, OtherThreadsReportWhenTheyTurnToAnUnownedTable) {
     if (is_used(other_)) {
         GTEST_SKIP() << "the other table has been used before";
     }
@@ -98,7 +98,7 @@ TEST_P(FreshStoreStatistics, OtherThreadsReportWhenTheyTurnToATableOfTheirOwn) {
     }).join();
 }
 
-TEST_P(FreshStoreStatistics, AnotherThreadTakesOverFromOneThatHasEnded) {
+TEST_P(FreshStoreStatistics, OwnershipPassesOnWhenTheOwnerEnds) {
     if (is_used(other_)) {
         GTEST_SKIP() << "the other table has been used before";
     }
@@ -107,7 +107,7 @@ TEST_P(FreshStoreStatistics, AnotherThreadTakesOverFromOneThatHasEnded) {
     std::jthread([&] {
         use(other_, 1);
         EXPECT_EQ(counted(other_), before + 1);
-        // What comes from further threads still waits.
+        // Batches of further threads are not reported yet.
         std::jthread([&] {
             use(other_, 1);
             EXPECT_EQ(counted(other_), before + 1);
@@ -118,8 +118,8 @@ TEST_P(FreshStoreStatistics, AnotherThreadTakesOverFromOneThatHasEnded) {
     }).join();
 }
 
-// A thread that has held events back and then becomes the one that counts at once.
-TEST_P(FreshStoreStatistics, TakingOverReportsWhatWasHeldBack) {
+// A thread with a batch becomes the owner.
+TEST_P(FreshStoreStatistics, ANewOwnerReportsItsBatch) {
     if (is_used(other_)) {
         GTEST_SKIP() << "the other table has been used before";
     }
@@ -145,7 +145,7 @@ TEST_P(FreshStoreStatistics, TakingOverReportsWhatWasHeldBack) {
     });
 }
 
-// A descriptor may be gone before its events are reported.
+// A descriptor may be destroyed before its events are reported.
 TEST_P(StoreStatistics, DescriptorsNeedNotOutliveTheirCalls) {
     const std::uint32_t before = counted(table_);
     std::jthread([&] {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Drives the embedded platform's store with the library's own table descriptors, once for every
-// table. Each call is also held to the rule that it counts exactly one event.
+// Calls the embedded store with the library's table descriptors, once for every table. Each call is
+// also checked to count exactly one event.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -23,7 +23,7 @@ namespace l2vpn::test {
 
 class StoreTest : public testing::TestWithParam<const TypedTable *> {
 protected:
-    // The store outlives a test; its records must not.
+    // The store outlives a test, so that its records must be deleted.
     void TearDown() override {
         L2vpnDbIter *const iterator = open();
         while (const auto stored = next(iterator)) {
@@ -33,8 +33,8 @@ protected:
         EXPECT_EQ(count(), 0U);
     }
 
-    // ---- Records, in the caller's layout. Few different values stand in the keys' members, so
-    // ---- that records share keys.
+    // ---- Records, in the caller's layout. The keys' members have few different values, so that
+    // ---- records share key values.
 
     [[nodiscard]] Bytes record(std::uint32_t contents) const {
         return sample_record(facts_.record_size, contents);
@@ -52,7 +52,7 @@ protected:
         return result;
     }
 
-    /// A record with the primary key of one and all the rest of another.
+    /// A record with the primary key of `key` and all other fields of `rest`.
     [[nodiscard]] Bytes with_primary_key_of(const Bytes &key, Bytes rest) const {
         for (const Field &member : facts_.keys[0].members) {
             std::copy_n(key.begin() + member.offset, member.width, rest.begin() + member.offset);
@@ -74,19 +74,19 @@ protected:
         }
         return result;
     }
-    /// What some tests are about comes only with a table's first uses. It always does when each
-    /// test has a process of its own.
+    /// Whether the table was used before. Tests of a table's first use are skipped then; in a
+    /// process per test, none is.
     static bool is_used(const TypedTable &table) { return counters_of(table) != Counters{}; }
     [[nodiscard]] Counters counters() const { return counters_of(table_); }
 
-    /// Whether the events of the calls have been counted, and no others.
+    /// Expects the events of the calls to be counted, and no others.
     void expect_events(const Counters &before, const RandomCalls &calls) const {
         const Counters after = counters();
         for (std::size_t event = 0; event < after.size(); ++event)
             EXPECT_EQ(after[event] - before[event], calls.events()[event]) << "event " << event;
     }
 
-    /// Makes the call, which must count one event.
+    /// Makes a call, which must count this event.
     template <class Call>
     auto counting(L2vpnStoreStat event, Call call) const {
         Counters expected = counters();
@@ -96,7 +96,7 @@ protected:
         return result;
     }
 
-    /// Makes the call, which must count one event, whatever it is.
+    /// Makes a call, which must count one event of any kind.
     template <class Call>
     auto counting_one(Call call) const {
         const Counters before = counters();
@@ -118,7 +118,7 @@ protected:
         return counting_one([&] { return DAL_VELD_Write(module_, intf_, &request); });
     }
 
-    /// The stored record that the key finds; none if the store says that there is none.
+    /// The stored record with the key value; nullopt if there is none.
     std::optional<Bytes> read(const Key &key, const Bytes &caller) const {
         const KeyRequest selected(key, caller);
         return delivered(
@@ -169,7 +169,7 @@ protected:
         return iterator;
     }
 
-    /// The next stored record; none at the end.
+    /// The next stored record; nullopt at the end.
     std::optional<Bytes> next(L2vpnDbIter *iterator) const {
         return delivered(
             [&](L2vpnDbRecData *request) {
@@ -182,7 +182,7 @@ protected:
         return counting_one([&] { return DAL_VELD_ReleaseIterator(module_, intf_, iterator); });
     }
 
-    /// Everything that the iterator still delivers, in its order; releases it.
+    /// The records that the iterator has yet to deliver, in its order; releases it.
     [[nodiscard]] std::vector<Bytes> rest_of(L2vpnDbIter *iterator) const {
         std::vector<Bytes> records;
         while (auto stored = next(iterator)) {
@@ -198,7 +198,7 @@ protected:
     L2vpnDbModuleIntf *const module_ = module();
 
 private:
-    /// Exactly the stored record is filled on success, and nothing if there is none.
+    /// Checks that a success fills exactly the stored length, and a failure nothing.
     template <class Call>
     std::optional<Bytes> delivered(Call call, std::uint32_t none) const {
         const Bytes untouched(facts_.stored_size + 8, 0xA5);

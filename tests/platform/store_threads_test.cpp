@@ -31,7 +31,7 @@ protected:
         }
     }
 
-    /// Random calls from all threads, each in turn on all tables; then the events must add up.
+    /// Random calls from all threads, alternating between the tables; the events must add up.
     static void play_random_calls(const std::vector<const TypedTable *> &tables,
                                   TestRecords::Spread spread) {
         std::vector<TestRecords> pools;
@@ -68,13 +68,13 @@ protected:
         }
     }
 
-    // The calls of the fixture look at the counters, which other threads move.
+    // The fixture's calls check the counters, which other threads change.
     std::uint32_t write_quietly(const Bytes &caller) const { return table_.write(caller.data()); }
 };
 
 L2VPN_TEST_TYPED_TABLES(StoreThreads, has_pool);
 
-// One thread gives a record one contents after the other, as fast as it can; the others read it.
+// One thread replaces a record as fast as it can; the others read it.
 TEST_P(StoreThreads, ReadersSeeWholeRecordsOnly) {
     const TestRecords pool(facts_, 1, TestRecords::Spread::apart);
     std::vector<Bytes> versions;
@@ -94,7 +94,7 @@ TEST_P(StoreThreads, ReadersSeeWholeRecordsOnly) {
                 EXPECT_EQ(write_version(i), 0U);
             return;
         }
-        // By the primary key there is always a record; by another one, if it has that value.
+        // The primary key always finds the record; another key only while it has that value.
         const Key &key = facts_.keys[thread % 2 == 0 ? 0 : facts_.keys.size() - 1];
         const KeyRequest selected(key, TestRecords::key_value(key, versions[0]),
                                   KeyRequest::Value{});
@@ -111,7 +111,7 @@ TEST_P(StoreThreads, ReadersSeeWholeRecordsOnly) {
             EXPECT_LE(count, 1U);
             if (code == 0) {
                 EXPECT_NE(std::find(versions.begin(), versions.end(), buffer), versions.end())
-                    << "half a record";
+                    << "a torn record";
                 EXPECT_EQ(TestRecords::key_value(key, buffer), selected.value);
             } else {
                 EXPECT_EQ(code, L2VPN_STORE_NOT_FOUND);
@@ -122,7 +122,7 @@ TEST_P(StoreThreads, ReadersSeeWholeRecordsOnly) {
     EXPECT_EQ(count(), 1U);
 }
 
-TEST_P(StoreThreads, WritesOfDifferentRecordsAllArrive) {
+TEST_P(StoreThreads, NoWriteIsLost) {
     const auto of = [&](std::uint32_t thread, std::uint32_t i) { return record(thread << 16 | i); };
     std::set<Bytes> keys; // fewer than records if the key is short
     for (std::uint32_t thread = 0; thread < thread_count; ++thread) {
@@ -141,7 +141,7 @@ TEST_P(StoreThreads, WritesOfDifferentRecordsAllArrive) {
               keys.size());
 }
 
-TEST_P(StoreThreads, OneIteratorSharesItsRecordsOut) {
+TEST_P(StoreThreads, OneIteratorDeliversEachRecordToOneThread) {
     std::mt19937 random(5);
     while (count() < 50) {
         ASSERT_EQ(write(record(static_cast<std::uint32_t>(random()))), 0U);
@@ -159,7 +159,7 @@ TEST_P(StoreThreads, OneIteratorSharesItsRecordsOut) {
     EXPECT_EQ(release(iterator), 0U);
 }
 
-TEST_P(StoreThreads, IteratorsLiveThroughWritesAndDeletes) {
+TEST_P(StoreThreads, IteratorsSurviveWritesAndDeletes) {
     const Bytes stays = record(1);
     ASSERT_EQ(write(stays), 0U);
     const Bytes expected = packed(stays);
@@ -183,12 +183,12 @@ TEST_P(StoreThreads, IteratorsLiveThroughWritesAndDeletes) {
     EXPECT_EQ(count(), 1U);
 }
 
-// Each thread has records of its own, about which its model is exact, and meets those of others.
+// Each thread has an exact model of its own records and meets those of the others.
 TEST_P(StoreThreads, RandomCallsOnOneTable) {
     play_random_calls({&table_}, TestRecords::Spread::even);
 }
 
-TEST_P(StoreThreads, RandomCallsOnOneTableWithLargeGroups) {
+TEST_P(StoreThreads, RandomCallsOnOneTableWithLongChains) {
     play_random_calls({&table_}, TestRecords::Spread::skewed);
 }
 
@@ -218,7 +218,7 @@ TEST_P(StoreThreads, MisusedHandlesAreRefused) {
             L2vpnDbIter *const handle = place;
             std::uint32_t code = 0;
             switch (random() % 5) {
-            case 0: // whoever had the old one still has it
+            case 0: // other threads may still use the old one
                 place = random() % 2 == 0
                             ? DAL_VELD_CreateIterator(module_, intf_)
                             : DAL_VELD_CreateIteratorByKey(module_, intf_, &key.request);
@@ -251,10 +251,9 @@ TEST_P(StoreThreads, MisusedHandlesAreRefused) {
     EXPECT_EQ(count(), 20U);
 }
 
-// The library's own shared state above the store's: the fast iterator's slot, its initialisation,
-// the counters.
-TEST_P(StoreThreads, TypedCallsMeetAtTheSlotAndTheCounters) {
-    table_.glb_init(); // the first one is not to meet a creation
+// The library's shared state: the fast iterator's slot, its initialization, the counters.
+TEST_P(StoreThreads, TypedCallsShareTheSlotAndTheCounters) {
+    table_.glb_init(); // before any iterator is created
     auto *const fast = static_cast<L2vpnDbIter *>(table_.control_block);
     const TestRecords pool(facts_, thread_count, TestRecords::Spread::even);
     const Counters before = counters();

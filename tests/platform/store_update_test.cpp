@@ -6,7 +6,7 @@
 namespace l2vpn::test {
 namespace {
 
-/// What the setter under test was given, and what it shall do.
+/// The setter's arguments, and its action.
 struct Setter {
     const L2vpnDbTblIntf *table = nullptr;
     std::uint32_t result = 0;
@@ -51,7 +51,7 @@ protected:
 };
 L2VPN_TEST_TYPED_TABLES(StoreUpdate, any_table);
 
-TEST_P(StoreUpdate, SetterGetsTheRequestAsItCame) {
+TEST_P(StoreUpdate, TheSetterGetsTheRequestUnchanged) {
     Bytes caller = record(1);
     ASSERT_EQ(write(caller), 0U);
     const L2vpnDbRecData request = record_request(caller);
@@ -134,7 +134,7 @@ TEST_P(StoreUpdate, SetterCannotChangeThePrimaryKey) {
     EXPECT_EQ(read(facts_.keys[0], record(2)), std::nullopt);
 }
 
-TEST_P(StoreUpdate, TheRecordObjectGoesBackToTheMemoryService) {
+TEST_P(StoreUpdate, TheRecordObjectIsReleased) {
     const Bytes before = record(1);
     ASSERT_EQ(write(before), 0U);
     register_memory_service();

@@ -7,7 +7,7 @@
 namespace l2vpn::test {
 namespace {
 
-/// A small generator that starts in no time.
+/// A small random number generator without set-up cost.
 class Mixer {
 public:
     explicit Mixer(std::uint64_t seed) : state_(seed) {}
@@ -23,7 +23,7 @@ private:
     std::uint64_t state_;
 };
 
-/// How many values a member of a secondary key may take.
+/// The number of values of a member of a secondary key.
 std::uint64_t choices_of(TestRecords::Spread spread, std::uint64_t random) {
     constexpr std::uint64_t many = 4000;
     switch (spread) {
@@ -36,7 +36,7 @@ std::uint64_t choices_of(TestRecords::Spread spread, std::uint64_t random) {
     }
 }
 
-/// Different values stay different as long as the member is wide enough for them.
+/// Maps different values to different contents if the member is wide enough.
 void set_member(Bytes &stored, const Field &member, std::uint32_t value) {
     const std::uint32_t spread = value * 0x9E3779B1;
     for (std::uint32_t i = 0; i < member.width; ++i)
@@ -53,7 +53,7 @@ bool in_a_key(const Facts &table, std::size_t at) {
     });
 }
 
-/// How many of so many values a member of the primary key can take.
+/// How many of `values` a member of the primary key can represent.
 std::uint64_t choices_of(const Field &member, std::uint64_t values) {
     return member.width < 4 ? std::min(values, std::uint64_t{1} << 8 * member.width) : values;
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Stored records of one table that are known by a number and a version, so that a reader can tell
-// a whole record from a half-written one. Made in the stored layout, which is quicker than packing.
+// Stored records of one table, identified by number and version, so that a torn read is detected.
+// Made in the stored layout, which is faster than packing.
 #pragma once
 
 #include <cstdint>
@@ -25,11 +25,11 @@ class TestRecords {
 public:
     static constexpr std::uint32_t versions = 8;
 
-    /// How the values of the secondary keys are spread: over small and large groups, mostly into
-    /// one large group, or so that hardly two records share a value.
+    /// The distribution of the secondary keys' values: short and long duplicate chains, mostly one
+    /// long chain, or hardly any duplicates.
     enum class Spread { even, skewed, apart };
 
-    /// Whether the table has so many primary keys, and a byte that is in no key.
+    /// Whether the primary key has enough values, and the record a byte that is in no key.
     static bool fits(const Facts &table, std::uint32_t records);
 
     TestRecords(const Facts &table, std::uint32_t records, Spread spread);
@@ -44,7 +44,7 @@ public:
     /// The number of the record with the stored record's primary key.
     [[nodiscard]] std::optional<std::uint32_t> number(const Bytes &stored) const;
 
-    /// Whether it is one of the record's versions, whole.
+    /// Whether `stored` is exactly one of the record's versions.
     [[nodiscard]] bool is_whole(std::uint32_t number, const Bytes &stored) const;
 
     /// The value of a key in a stored record.

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Destructors of thread-local objects are registered with an address that says whose they are. The
-// start-up files, which this library is linked without, would bring it.
+// Destructors of thread-local objects are registered with this address, which identifies the shared
+// object. The start-up files define it, but this library is linked without them.
 extern "C" {
 
 // NOLINTNEXTLINE(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the compiler's name

@@ -9,8 +9,8 @@ namespace {
 
 using Wide [[gnu::vector_size(16)]] = std::uint64_t;
 
-// Pieces that overlap if need be. All are read before the first is written: a processor is slower
-// at reading what may have just been written.
+// Copies in pieces, which may overlap. All are loaded before the first is stored: a load that may
+// depend on a recent store is slower.
 
 template <class Piece>
 inline Piece load(const char *from) {
@@ -24,7 +24,7 @@ inline void store(char *to, Piece piece) {
     std::memcpy(to, &piece, sizeof piece);
 }
 
-/// Copies from one Piece to two.
+/// Copies one to two times the size of a Piece.
 template <class Piece>
 inline void copy_two(char *to, const char *from, std::size_t count) {
     const std::size_t last = count - sizeof(Piece);
@@ -33,7 +33,7 @@ inline void copy_two(char *to, const char *from, std::size_t count) {
     store(to + last, pieces[1]);
 }
 
-/// Copies from two Pieces to four.
+/// Copies two to four times the size of a Piece.
 template <class Piece>
 inline void copy_four(char *to, const char *from, std::size_t count) {
     const std::size_t third = count - 2 * sizeof(Piece);
@@ -46,7 +46,7 @@ inline void copy_four(char *to, const char *from, std::size_t count) {
     store(to + last, pieces[3]);
 }
 
-/// What tables have is short: addresses of 6 bytes, halves of contexts of 12 to 72 bytes.
+/// Opaque fields are short: addresses of 6 bytes, halves of contexts of 12 to 72 bytes.
 inline void copy(char *to, const char *from, std::size_t count) {
     if (count - 16 <= 16)
         copy_two<Wide>(to, from, count);
@@ -62,9 +62,8 @@ inline void copy(char *to, const char *from, std::size_t count) {
 
 } // namespace
 
-// EINVAL for a null pointer, ERANGE for too much to copy, EFAULT for buffers that overlap. A
-// refused copy leaves the destination as it was: a caller that is wrong about one argument may be
-// wrong about the destination's size, too.
+// EINVAL: a null pointer. ERANGE: the count exceeds the destination. EFAULT: the ranges overlap. A
+// refused copy leaves the destination unchanged, because its size may be wrong, too.
 int memcpy_s(void *destination, std::size_t destinationSize, const void *source,
              std::size_t count) {
     if (destination == nullptr || source == nullptr) [[unlikely]] {
@@ -75,7 +74,7 @@ int memcpy_s(void *destination, std::size_t destinationSize, const void *source,
     }
     const auto to = reinterpret_cast<std::uintptr_t>(destination);
     const auto from = reinterpret_cast<std::uintptr_t>(source);
-    // Distances rather than ends, which could lie beyond the address space.
+    // Compares distances, because the end of a range may overflow.
     if (to - from < count || from - to < count) [[unlikely]] {
         return EFAULT;
     }

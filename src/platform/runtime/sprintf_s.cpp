@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Formatted text of bounded length. What the library prints, short literal text with %u, %x and %s,
-// goes a short way of its own, several times faster than the C library's; all else goes there.
+// Bounded formatted output. Formats of literal text, %u, %x and %s, as the library uses them, take
+// a fast path, several times faster than the C library. All others call vsnprintf.
 #include <array>
 #include <bit>
 #include <climits>
@@ -16,10 +16,10 @@ namespace l2vpn::platform {
 
 namespace {
 
-// Pieces of text are put at `at`; `end` is the last place of the buffer, which is the terminator's.
-// The result is the place behind the piece, or null if it does not fit.
+// These functions write at `at` and return the position after the text, or null if it does not fit.
+// `end` is the last byte of the buffer, for the terminator.
 
-/// Byte by byte: names and separators are too short for more to pay off.
+/// Byte by byte, because names and separators are short.
 inline char *put_text(char *at, const char *end, const char *text) {
     for (; (*at = *text) != '\0'; ++at, ++text)
         if (at == end)
@@ -37,7 +37,7 @@ inline unsigned digit_count(unsigned value) {
     return count;
 }
 
-/// Every number of two digits as text.
+/// All two-digit numbers as text.
 template <unsigned Base>
 constexpr auto digit_pairs = [] {
     std::array<std::array<char, 2>, std::size_t{Base} * Base> pairs{};
@@ -59,9 +59,10 @@ inline char *put_number(char *at, const char *end, unsigned value) {
     return at + count;
 }
 
-/// Prints text with %u, %x and %s; the terminator's place, or null if that is not all or too long.
-inline const char *print_simple(char *at, const char *end, const char *format,
-                                std::va_list arguments) {
+/// Fast path. Returns the position of the terminator; null if the format needs the slow path or the
+/// text does not fit.
+inline const char *print_fast(char *at, const char *end, const char *format,
+                              std::va_list arguments) {
     while (at != nullptr) {
         for (; *format != '%'; ++at, ++format) {
             if ((*at = *format) == '\0')
@@ -85,9 +86,9 @@ inline const char *print_simple(char *at, const char *end, const char *format,
     return nullptr;
 }
 
-/// Prints what the short way does not, or refuses it. Out of line, for the short way's sake.
+/// Slow path: any other format, and errors.
 [[gnu::noinline, gnu::cold, gnu::format(printf, 3, 0)]] int
-print_any(char *destination, std::size_t size, const char *format, std::va_list arguments) {
+print_slow(char *destination, std::size_t size, const char *format, std::va_list arguments) {
     if (destination == nullptr || size == 0)
         return -1;
     if (format != nullptr) {
@@ -95,7 +96,7 @@ print_any(char *destination, std::size_t size, const char *format, std::va_list 
         if (length >= 0 && static_cast<std::size_t>(length) < size)
             return length;
     }
-    destination[0] = '\0'; // a text that does not fit is not cut off
+    destination[0] = '\0'; // never truncated text
     return -1;
 }
 
@@ -106,17 +107,17 @@ print_any(char *destination, std::size_t size, const char *format, std::va_list 
 int sprintf_s(char *destination, std::size_t destinationSize, const char *format, ...) {
     using namespace l2vpn::platform;
     std::va_list arguments;
-    // The size is neither 0 nor more than the result could tell.
+    // The size is neither 0 nor beyond the range of the result.
     if (destination != nullptr && destinationSize - 1 < INT_MAX && format != nullptr) {
         va_start(arguments, format);
         const char *const end =
-            print_simple(destination, destination + destinationSize - 1, format, arguments);
+            print_fast(destination, destination + destinationSize - 1, format, arguments);
         va_end(arguments);
         if (end != nullptr)
             return static_cast<int>(end - destination);
     }
     va_start(arguments, format);
-    const int length = print_any(destination, destinationSize, format, arguments);
+    const int length = print_slow(destination, destinationSize, format, arguments);
     va_end(arguments);
     return length;
 }
