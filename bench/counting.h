@@ -38,7 +38,9 @@ void count(const std::string &name, std::uint32_t end, Operation operation) {
 /// The end of the loop of `count`, for the number of operations in the first argument.
 inline std::uint32_t end_of_loop(int count, char **arguments) {
     constexpr std::uint32_t usual = 1000;
-    return warm_up + (count > 1 ? static_cast<std::uint32_t>(std::atoi(arguments[1])) : usual);
+    return warm_up + (count > 1
+                          ? static_cast<std::uint32_t>(std::strtoul(arguments[1], nullptr, 10))
+                          : usual);
 }
 
 } // namespace l2vpn::bench

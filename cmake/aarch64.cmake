@@ -7,7 +7,7 @@ set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)
 list(APPEND CMAKE_FIND_ROOT_PATH /usr/aarch64-linux-gnu)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 
-# A processor that enforces branch targets and signed return addresses. Signing by the architecture's
-# own cipher is slow to emulate.
+# A processor that enforces branch targets and signed return addresses. The architecture's signing
+# algorithm is slow to emulate; impdef replaces it.
 set(CMAKE_CROSSCOMPILING_EMULATOR
   qemu-aarch64 -cpu max,pauth-impdef=on -L /usr/aarch64-linux-gnu)

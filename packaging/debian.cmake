@@ -16,7 +16,7 @@ else()
   set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE amd64)
 endif()
 
-# The changelog that Debian wants, with the date from ours.
+# Debian's changelog, with the date of CHANGELOG.md's newest version.
 execute_process(
   COMMAND date --utc --date ${L2VPN_RELEASE_DATE} +%a,\ %d\ %b\ %Y\ %T\ +0000
   OUTPUT_VARIABLE release_date OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
@@ -33,7 +33,7 @@ function(package component name section description)
   set(CPACK_DEBIAN_${upper}_PACKAGE_NAME ${name} PARENT_SCOPE)
   set(CPACK_DEBIAN_${upper}_PACKAGE_SECTION ${section} PARENT_SCOPE)
   set(CPACK_DEBIAN_${upper}_DESCRIPTION ${description} PARENT_SCOPE)
-  # A shared library is announced to the dynamic linker and to packages that are built with it.
+  # The ldconfig trigger, and the shlibs file for the dependencies of packages built with the library.
   if(section STREQUAL "libs")
     string(REGEX REPLACE "^lib(.*)0$" "\\1" library ${name})
     string(REPLACE "-" "_" library ${library})
@@ -50,18 +50,19 @@ endfunction()
 package(l2vpn_db libl2vpn-db0 libs
 "The library. For every table: write, read, delete, partial update, iteration
 and counts, a generic interface, a schema descriptor and formatting.
-It needs a platform that holds the tables.")
+It requires a platform, which stores the tables.")
 package(l2vpn_platform libl2vpn-platform0 libs
-"The embedded platform: a thread-safe in-memory table store, and what else
-libl2vpn_db expects of a platform.")
+"The embedded platform: a thread-safe in-memory table store and the other
+functions that libl2vpn_db imports.")
 package(development libl2vpn-db-dev libdevel
-"What is needed to compile and link programs that use libl2vpn_db.")
+"Headers, link files, manual page and examples for programs that use
+libl2vpn_db.")
 set(CPACK_DEBIAN_L2VPN_DB_PACKAGE_SUGGESTS libl2vpn-platform0)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
   "libl2vpn-db0 (= ${PROJECT_VERSION}), libl2vpn-platform0 (= ${PROJECT_VERSION})")
 package(tools l2vpn-db utils
-"The tool l2vpn-db, which shows what the tables hold, what records and keys
-look like as bytes, and which records a key finds; with a shell.")
+"The tool l2vpn-db, which shows and edits the contents of the tables, packs
+and unpacks records and keys, and explains key lookups; with a shell.")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS
   "libc6 (>= 2.36), libgcc-s1 (>= 3.0), libstdc++6 (>= 12), libl2vpn-db0 (>= ${PROJECT_VERSION}), libl2vpn-platform0 (>= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS libedit2)
