@@ -112,10 +112,14 @@ class Consumer(unittest.TestCase):
         source = self.folder / "somewhere" / "else"
         build = self.folder / "of" / "another" / "depth"
         shutil.copytree(SOURCE, source, ignore=shutil.ignore_patterns("build", ".git"))
+        header = next((source / "include/l2vpn_db").glob("l2vpn_*_*.h"))
+        header.unlink()
         run("cmake", "-S", source, "-B", build, "-G", "Ninja", *toolchain(),
             f"-DCMAKE_BUILD_TYPE={ARGUMENTS.build_type}", "-DBUILD_TESTING=OFF",
             f"-DCMAKE_INSTALL_LIBDIR=lib/{ARGUMENTS.multiarch}")
+        self.assertFalse(header.exists(), "the configuration wrote a header")
         run("cmake", "--build", build, "--target", "l2vpn_db", "l2vpn_platform")
+        self.assertTrue(header.exists())
         for name in ("libl2vpn_db.so", "libl2vpn_platform.so"):
             self.assertTrue((ARGUMENTS.build / name).read_bytes() == (build / name).read_bytes(),
                             f"{name}: two builds differ")
