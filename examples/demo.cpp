@@ -65,7 +65,8 @@ void print_instances() {
 
 std::string address_text(std::uint32_t address) {
     const in_addr in_network_order{htonl(address)};
-    return inet_ntoa(in_network_order);
+    char text[INET_ADDRSTRLEN];
+    return inet_ntop(AF_INET, &in_network_order, text, sizeof text);
 }
 
 std::string tunnels_of(const L2vpnVplsPw &pw) {
