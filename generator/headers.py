@@ -29,8 +29,8 @@ def section(title: str) -> str:
 
 
 def declaration(result: str, name: str, arguments: str) -> str:
-    """A function declaration, its arguments wrapped under the first one. Nobody can release an
-    iterator whose handle was not kept."""
+    """A function declaration, its arguments wrapped under the first one. A dropped iterator
+    handle is a leak."""
     kept = "__attribute__((warn_unused_result))\n" if result == "L2vpnDbIter *" else ""
     head = f"{result}{'' if result.endswith('*') else ' '}{name}("
     lines, line = [], head
@@ -95,8 +95,8 @@ class Header:
         table = self.table
         self.add(section("Record"))
         gaps = ", ".join(f"{a} to {b}" if a != b else str(a) for a, b in table.gaps)
-        gap_text = (f" Bytes {gaps} are alignment: no function reads or writes them." if gaps else "")
-        stored = (f" The store holds its fields without gaps, {table.stored_size} bytes."
+        gap_text = (f" Bytes {gaps} are padding: no function reads or writes them." if gaps else "")
+        stored = (f" The stored record is packed: {table.stored_size} bytes."
                   if table.typed else "")
         self.add(comment(f"Caller record, {table.record_size} bytes.{stored}{gap_text}"))
         members = [member(item) for item in table.fields]
@@ -116,8 +116,8 @@ class Header:
         self.enum("KEY", [(key.name, key.index) for key in table.keys])
         self.add(comment("Version of the schema, raised when a release appends fields or keys."))
         self.add(f"#define {self.macro}_SCHEMA_VERSION {table.version}\n\n")
-        self.add(comment(f"Equal to l2vpn_schema_hash(L2VPN_AST_{self.record}Module()) if the library "
-                         "has the schema that is declared here."))
+        self.add(comment(f"Equal to l2vpn_schema_hash(L2VPN_AST_{self.record}Module()) if the "
+                         "loaded library has this schema."))
         self.add(f"#define {self.macro}_SCHEMA_HASH UINT64_C(0x{table.schema_hash:016X})\n\n")
 
     def enum(self, what: str, pairs: list) -> None:
@@ -133,7 +133,7 @@ class Header:
                  "    uint32_t keyId[4]; /**< At 0: the fast iterator's key identifier area. */\n"
                  f"    {f'uint8_t key[{buffer}];':<18} "
                  f"/**< At 16: its key, {table.keys[0].length} bytes. */\n"
-                 f"    L2vpnDbGlbCb cb;   /**< At {16 + buffer}: what all tables have. */\n"
+                 f"    L2vpnDbGlbCb cb;   /**< At {16 + buffer}: the part common to all tables. */\n"
                  f"}} {record}GlbCb;\n\n")
         self.add(comment("The table's control block. Its address is the handle of the fast iterator."))
         self.add(f"extern {record}GlbCb g_l2vpn{record}GlbCb;\n\n")

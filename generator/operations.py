@@ -91,7 +91,7 @@ class Sections:
                  "@param key built by one of the Set...Key functions; must not be null (not checked)\n"
                  "@return 0; else the store's result")
         self.add("Delete", "remove", U32, self.const,
-                 "Deletes the record with the primary key that record holds; its other fields do not matter.\n"
+                 "Deletes the record with the primary key that record holds; ignores its other fields.\n"
                  "@return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result", self.info, slot="remove")
         self.add("Count", "count", U32, "uint32_t *count",
                  "Counts the table's records.\n"
@@ -99,19 +99,19 @@ class Sections:
 
     def partial_update(self) -> None:
         null = ("must not be null (not checked)" if self.unchecked
-                else "names the stored record by its primary key")
+                else "selects the stored record by its primary key")
         refusal = "" if self.unchecked else "L2VPN_DB_ERR_PARAM if record is null; else "
-        which = (f"the only field that can be is batchVersion ({self.batch.id})" if self.batch else
-                 "no field of this table can be, so that the setter always refuses")
+        which = (f"Only batchVersion ({self.batch.id}) can be updated." if self.batch else
+                 "No field of this table can be updated: the setter always fails.")
         self.section("Partial update")
         self.add("UpdateFields", "update_fields", U32,
                  f"{self.const}, const uint32_t *fieldIds, uint32_t fieldCount",
-                 f"Changes the listed fields of a stored record to the values that record holds; {which}. "
+                 f"Sets the listed fields of a stored record to their values in record. {which} "
                  "The record and the list must not change during the call.\n"
                  f"@param record {null}\n@param fieldIds fieldCount field ids; checked by the setter only\n"
                  f"@return {refusal}the store's result, which reflects the setter's", self.info)
         self.add("UpdateField", "update_field", U32, f"{self.const}, uint32_t fieldId",
-                 "Changes one field: the same as UpdateFields with a list of one.", self.info)
+                 "Updates one field; equivalent to UpdateFields with a list of one.", self.info)
 
     def iteration(self) -> None:
         key_index = f"@param keyIndex {self.table.name.upper()}_KEY_...\n"
@@ -119,30 +119,32 @@ class Sections:
                 else "holds the primary-key fields; null gives 0")
         self.section("Iteration and counts")
         self.add("CreateIter", "create_iter", ITERATOR, f"uint32_t keyIndex, {self.const}",
-                 f"Opens an iterator over the records with one key's values.\n{key_index}"
+                 f"Opens an iterator over the records that match a key.\n{key_index}"
                  "@param record holds the key's fields; null with the primary key means the whole table\n"
-                 "@return a handle to release with ReleaseIter, for a primary key perhaps the fast "
-                 "iterator, which only its owner may use; 0 for an unknown key index, for a null "
-                 "record with a secondary key, or if the store opens none", self.info)
+                 "@return a handle, to be released with ReleaseIter; with the primary key it can be the fast "
+                 "iterator (see CreateFastPriIter). 0 for an unknown key index, a null record with a "
+                 "secondary key, or if the store cannot open an iterator", self.info)
         self.add("CountByKey", "count_by_key", U32, f"uint32_t keyIndex, {self.const}, uint32_t *count",
-                 f"Counts the records with one key's values.\n{key_index}"
+                 f"Counts the records that match a key.\n{key_index}"
                  "@param record holds the key's fields\n"
                  "@param count out, written by the store; not checked here\n"
                  "@return 0; L2VPN_DB_ERR_PARAM for an unknown key index or a null record; else the "
                  "store's result", self.info)
         self.add("CreateFastPriIter", "create_fast_pri_iter", ITERATOR, self.const,
-                 "Opens an iterator over one full primary key. The table's one fast iterator, whose handle "
-                 "is the control block's address, costs one read and nothing in the store; while it is "
-                 "handed out, this opens an iterator of the store. Only its owner may use the handle.\n"
-                 f"@param record {null}\n@return a handle to release with ReleaseIter; 0 for none", self.info)
+                 "Opens an iterator over one full primary key. If the table's fast iterator is free, returns "
+                 "that: its handle is the address of the control block, and it costs one read and no "
+                 "iterator in the store. Otherwise opens an iterator of the store. Only the caller that "
+                 "received the handle may use it.\n"
+                 f"@param record {null}\n@return a handle, to be released with ReleaseIter; 0 on failure",
+                 self.info)
         self.add("GetNext", f"get_next<{self.tag}>", U32, f"L2vpnDbIter *iter, {self.record} *record",
                  "Delivers an iterator's next record.\n"
                  "@param iter from one of this table's Create...Iter functions\n"
                  "@param record out, unchanged unless the result is 0\n"
-                 "@return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE when the fast "
-                 "iterator has made its read; else the store's result, its end code among them")
+                 "@return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE after the one "
+                 "read of the fast iterator; else the store's result, which includes its end code")
         self.add("ReleaseIter", "release_iter", U32, "L2vpnDbIter *iter",
-                 "Releases an iterator, exactly once, whatever GetNext returned.\n"
+                 "Releases an iterator. Must be called exactly once per handle, even if GetNext failed.\n"
                  "@return 0 for the fast iterator; else the store's result", self.info)
 
     def key(self, key) -> None:
@@ -150,7 +152,7 @@ class Sections:
         self.section(f"Key {key.index}: {key.name} ({', '.join(item.name for item in key.members)})", key)
         self.add(f"Create{key.infix}Iter", "create_key_iter", ITERATOR, self.const,
                  f"Opens an iterator of the store over the records with the same {what} as record.\n"
-                 "@return a handle to release with ReleaseIter; 0 if record is null or the store opens none",
+                 "@return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open one",
                  info, slot="create_iter")
         self.add(f"CountBy{key.infix}Key", "count_by", U32, f"{self.const}, uint32_t *count",
                  f"Counts the records with the same {what} as record.\n"
@@ -170,36 +172,36 @@ class Sections:
                  "Maps a key index to its key code, (index << 8) | flags.\n"
                  "@return the code, or L2VPN_DB_NO_MAPPING", f"{self.info}.key_map")
         self.add("MapUpdateFieldId", "find_mapping", U32, "uint32_t fieldId",
-                 "Maps a field id of an update to the store's.\n@return the id, or L2VPN_DB_NO_MAPPING",
+                 "Maps the field id of an update to the store's field id.\n@return the id, or L2VPN_DB_NO_MAPPING",
                  f"{self.info}.update_map")
         null = "; record->data must not be null (not checked)" if self.unchecked else ", or record->data is null"
-        setter = ("sets batchVersion in the record object, once for each time the list names it.\n"
+        setter = ("Sets batchVersion in the record object, once per occurrence in the list.\n"
                   "@return 0; L2VPN_DB_ERR_PARAM if record or fieldIds is null, fieldCount is 0, or at "
                   f"the first other field id{null}; else the bitwise OR of the record object's results")
         self.add("SetFields", "set_fields", U32,
                  "const L2vpnDbRecData *record, L2vpnDbRecObj *object, const uint32_t *fieldIds, "
                  "uint32_t fieldCount",
-                 "The setter that the store calls during an update"
-                 + (f": {setter}" if self.batch else "; it ignores its arguments.\n"
+                 "Setter: the store calls it during an update"
+                 + (f". {setter}" if self.batch else ". Ignores its arguments.\n"
                     "@return L2VPN_DB_ERR_PARAM: no field of this table can be updated"), self.info)
         self.conversions("All", f"Packs a caller record into {self.table.stored_size} bytes of stored record. "
                          "No pointer is checked; the two must not overlap.",
-                         "Unpacks a stored record; the caller record's alignment bytes keep their values. "
+                         "Unpacks a stored record; the caller record's padding is unchanged. "
                          "No pointer is checked; the two must not overlap.")
         if "svc_fields_split" in self.table.quirks:
-            self.conversions("Svc", "Packs the service fields alone, leaving the rest of the stored record.",
-                             "Unpacks the service fields alone, leaving the rest of the caller record.")
+            self.conversions("Svc", "Packs only the service fields; the rest of the stored record is unchanged.",
+                             "Unpacks only the service fields; the rest of the caller record is unchanged.")
         self.add("GlbInit", "glb_init", U32, "void",
-                 "Initialises the control block's spin lock, once however often it is called.\n@return 0", self.info)
+                 "Initialises the control block's spin lock on the first call; later calls do nothing.\n@return 0", self.info)
         self.add("Stat", "stat", "void", "uint32_t statId, uint32_t amount",
                  "Adds an amount to a counter, atomically and modulo 2^32. The store calls it.\n"
-                 "@param statId below L2VPN_DB_STAT_COUNT; any other is ignored", self.info)
+                 "@param statId below L2VPN_DB_STAT_COUNT; larger values are ignored", self.info)
         self.add("GetStat", "get_stat", U32, "uint32_t statId",
-                 "Reads a counter; its meaning is the store's.\n"
-                 "@return the value, perhaps a moment old; 0 if statId is not below L2VPN_DB_STAT_COUNT", self.info)
+                 "Reads a counter. The store defines the meaning of each.\n"
+                 "@return the value, which may be stale; 0 if statId is not below L2VPN_DB_STAT_COUNT", self.info)
 
     def conversions(self, fields: str, pack: str, unpack: str) -> None:
-        result = "\n@return not to be relied on"
+        result = "\n@return unspecified"
         self.add(f"Set{fields}Fields", f"set_{fields.lower()}_fields<{self.tag}>", U32,
                  f"{self.const}, void *stored", pack + result)
         self.add(f"Get{fields}Fields", f"get_{fields.lower()}_fields<{self.tag}>", U32,
@@ -216,8 +218,8 @@ class Sections:
             refused = (f"0 if record is not null and length is not {size}" if result == ITERATOR
                        else f"L2VPN_DB_ERR_PARAM if length is not {size}")
             self.add(name, function, result, parameters,
-                     f"{db}{typed} behind a check of the record's length{exception}.\n"
-                     f"@return {refused}; else what it returns", extra, "DAL")
+                     f"Checks the record length, then calls {db}{typed}.{exception}\n"
+                     f"@return {refused}; else the result of that call", extra, "DAL")
 
         const = "const void *record, uint32_t length"
         add("Read", "Read", "dal_read_write", U32, "void *record, uint32_t length", f"{db}Read")
@@ -226,13 +228,13 @@ class Sections:
             f"{const}, const uint32_t *fieldIds, uint32_t fieldCount", self.info)
         add("Remove", "Delete", "dal_remove", U32, const, self.info)
         add("CreateIter", "CreateIter", "dal_create_iter", ITERATOR, f"uint32_t keyIndex, {const}", self.info,
-            ", which does not matter for a null record")
+            " The length of a null record is ignored.")
         add("GetNext", "GetNext", "dal_get_next", U32, "L2vpnDbIter *iter, void *record, uint32_t length",
             f"{db}GetNext")
         self.add("Count", "count", U32, "uint32_t *count",
-                 f"The same as {db}Count; the interface table holds that one.", self.info, "DAL")
+                 f"Equivalent to {db}Count, which is the function in the interface table.", self.info, "DAL")
         add("CountByKey", "CountByKey", "dal_count_by_key", U32, f"uint32_t keyIndex, {const}, uint32_t *count",
-            self.info, ", which a null record must pass too")
+            self.info, " A null record must have the right length, too.")
 
     def formatting(self) -> None:
         printed = [item for item in self.table.fields if item.printed]
@@ -244,18 +246,18 @@ class Sections:
         self.section("Formatting and schema")
         self.add("Format", "format", U32, f"uint32_t formatId, const void *record, {text}",
                  "Renders a record as one line of text, \"name:value\" items joined by the separator: "
-                 f"{fields}.{mac} Pieces that do not fit are left out.\n"
-                 "@param formatId L2VPN_AST_WHOLE_RECORD; any other prints \"not support\"\n"
+                 f"{fields}.{mac} A piece that does not fit is omitted.\n"
+                 "@param formatId L2VPN_AST_WHOLE_RECORD; other values print \"not support\"\n"
                  f"@param record a {self.record}\n"
                  "@param buffer out, terminated text of at most bufferLength bytes\n"
                  "@return the number of characters without the terminator; L2VPN_AST_ERR if a pointer "
                  "is null or bufferLength is 0; for another formatId the result of sprintf_s",
                  f"l2vpn::{whole}", "AST")
         self.add("FormatTable", whole, U32, f"{self.const}, {text}",
-                 "The whole-record presentation alone. No argument is checked.\n"
+                 "Renders like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.\n"
                  "@return the number of characters without the terminator", family="AST")
         self.add("Module", "", "L2vpnAstModule *", "void",
-                 "Returns the table's schema descriptor, which the library owns and nobody may change.",
+                 "Returns the table's schema descriptor. The library owns it; do not modify it.",
                  family="AST")
 
 

@@ -49,8 +49,7 @@ enum {
 #define L2VPN_ETH_SCHEMA_VERSION 1
 
 /**
- * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnEthModule()) if the library has the schema that is
- * declared here.
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnEthModule()) if the loaded library has this schema.
  */
 #define L2VPN_ETH_SCHEMA_HASH UINT64_C(0x7C55E8AD6E6BC7E1)
 
@@ -58,8 +57,8 @@ enum {
 
 /**
  * Renders a record as one line of text, "name:value" items joined by the separator: ifIndex,
- * vlanId. Pieces that do not fit are left out.
- * @param formatId L2VPN_AST_WHOLE_RECORD; any other prints "not support"
+ * vlanId. A piece that does not fit is omitted.
+ * @param formatId L2VPN_AST_WHOLE_RECORD; other values print "not support"
  * @param record a L2vpnEth
  * @param buffer out, terminated text of at most bufferLength bytes
  * @return the number of characters without the terminator; L2VPN_AST_ERR if a pointer is null or
@@ -69,13 +68,13 @@ uint32_t L2VPN_AST_L2vpnEthFormat(uint32_t formatId, const void *record, char *b
                                   uint32_t bufferLength, const char *separator);
 
 /**
- * The whole-record presentation alone. No argument is checked.
+ * Renders like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
  * @return the number of characters without the terminator
  */
 uint32_t L2VPN_AST_L2vpnEthFormatTable(const L2vpnEth *record, char *buffer, uint32_t bufferLength,
                                        const char *separator);
 
-/** Returns the table's schema descriptor, which the library owns and nobody may change. */
+/** Returns the table's schema descriptor. The library owns it; do not modify it. */
 L2vpnAstModule *L2VPN_AST_L2vpnEthModule(void);
 
 #ifdef __cplusplus

@@ -48,8 +48,7 @@ enum {
 #define L2VPN_L2PT_SCHEMA_VERSION 1
 
 /**
- * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnL2ptModule()) if the library has the schema that is
- * declared here.
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnL2ptModule()) if the loaded library has this schema.
  */
 #define L2VPN_L2PT_SCHEMA_HASH UINT64_C(0x83582B84C5C93804)
 
@@ -57,8 +56,8 @@ enum {
 
 /**
  * Renders a record as one line of text, "name:value" items joined by the separator: ifIndex,
- * mainIfIndex, instId. Pieces that do not fit are left out.
- * @param formatId L2VPN_AST_WHOLE_RECORD; any other prints "not support"
+ * mainIfIndex, instId. A piece that does not fit is omitted.
+ * @param formatId L2VPN_AST_WHOLE_RECORD; other values print "not support"
  * @param record a L2vpnL2pt
  * @param buffer out, terminated text of at most bufferLength bytes
  * @return the number of characters without the terminator; L2VPN_AST_ERR if a pointer is null or
@@ -68,13 +67,13 @@ uint32_t L2VPN_AST_L2vpnL2ptFormat(uint32_t formatId, const void *record, char *
                                    uint32_t bufferLength, const char *separator);
 
 /**
- * The whole-record presentation alone. No argument is checked.
+ * Renders like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
  * @return the number of characters without the terminator
  */
 uint32_t L2VPN_AST_L2vpnL2ptFormatTable(const L2vpnL2pt *record, char *buffer,
                                         uint32_t bufferLength, const char *separator);
 
-/** Returns the table's schema descriptor, which the library owns and nobody may change. */
+/** Returns the table's schema descriptor. The library owns it; do not modify it. */
 L2vpnAstModule *L2VPN_AST_L2vpnL2ptModule(void);
 
 #ifdef __cplusplus

@@ -18,7 +18,7 @@ extern "C" {
 
 /* ---- Record ---------------------------------------------------------------------------------- */
 
-/** Caller record, 104 bytes. The store holds its fields without gaps, 104 bytes. */
+/** Caller record, 104 bytes. The stored record is packed: 104 bytes. */
 typedef struct L2vpnSubPw {
     uint32_t vrIndex;         /**< Field 0 at 0: virtual router index. */
     uint32_t pwTunnelId;      /**< Field 1 at 4: pseudowire tunnel id. */
@@ -65,8 +65,7 @@ enum {
 #define L2VPN_SUB_PW_SCHEMA_VERSION 1
 
 /**
- * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnSubPwModule()) if the library has the schema that is
- * declared here.
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnSubPwModule()) if the loaded library has this schema.
  */
 #define L2VPN_SUB_PW_SCHEMA_HASH UINT64_C(0xDF940136A9742451)
 
@@ -95,7 +94,7 @@ uint32_t L2VPN_DB_L2vpnSubPwRead(L2vpnSubPw *record);
 uint32_t L2VPN_DB_L2vpnSubPwReadByKey(L2vpnSubPw *record, const L2vpnDbKeyData *key);
 
 /**
- * Deletes the record with the primary key that record holds; its other fields do not matter.
+ * Deletes the record with the primary key that record holds; ignores its other fields.
  * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
  */
 uint32_t L2VPN_DB_L2vpnSubPwDelete(const L2vpnSubPw *record);
@@ -110,9 +109,9 @@ uint32_t L2VPN_DB_L2vpnSubPwCount(uint32_t *count);
 /* ---- Partial update -------------------------------------------------------------------------- */
 
 /**
- * Changes the listed fields of a stored record to the values that record holds; the only field that
- * can be is batchVersion (14). The record and the list must not change during the call.
- * @param record names the stored record by its primary key
+ * Sets the listed fields of a stored record to their values in record. Only batchVersion (14) can
+ * be updated. The record and the list must not change during the call.
+ * @param record selects the stored record by its primary key
  * @param fieldIds fieldCount field ids; checked by the setter only
  * @return L2VPN_DB_ERR_PARAM if record is null; else the store's result, which reflects the
  *         setter's
@@ -120,24 +119,24 @@ uint32_t L2VPN_DB_L2vpnSubPwCount(uint32_t *count);
 uint32_t L2VPN_DB_L2vpnSubPwUpdateFields(const L2vpnSubPw *record, const uint32_t *fieldIds,
                                          uint32_t fieldCount);
 
-/** Changes one field: the same as UpdateFields with a list of one. */
+/** Updates one field; equivalent to UpdateFields with a list of one. */
 uint32_t L2VPN_DB_L2vpnSubPwUpdateField(const L2vpnSubPw *record, uint32_t fieldId);
 
 /* ---- Iteration and counts -------------------------------------------------------------------- */
 
 /**
- * Opens an iterator over the records with one key's values.
+ * Opens an iterator over the records that match a key.
  * @param keyIndex L2VPN_SUB_PW_KEY_...
  * @param record holds the key's fields; null with the primary key means the whole table
- * @return a handle to release with ReleaseIter, for a primary key perhaps the fast iterator, which
- *         only its owner may use; 0 for an unknown key index, for a null record with a secondary
- *         key, or if the store opens none
+ * @return a handle, to be released with ReleaseIter; with the primary key it can be the fast
+ *         iterator (see CreateFastPriIter). 0 for an unknown key index, a null record with a
+ *         secondary key, or if the store cannot open an iterator
  */
 __attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnSubPwCreateIter(uint32_t keyIndex, const L2vpnSubPw *record);
 
 /**
- * Counts the records with one key's values.
+ * Counts the records that match a key.
  * @param keyIndex L2VPN_SUB_PW_KEY_...
  * @param record holds the key's fields
  * @param count out, written by the store; not checked here
@@ -147,11 +146,12 @@ uint32_t L2VPN_DB_L2vpnSubPwCountByKey(uint32_t keyIndex, const L2vpnSubPw *reco
                                        uint32_t *count);
 
 /**
- * Opens an iterator over one full primary key. The table's one fast iterator, whose handle is the
- * control block's address, costs one read and nothing in the store; while it is handed out, this
- * opens an iterator of the store. Only its owner may use the handle.
+ * Opens an iterator over one full primary key. If the table's fast iterator is free, returns that:
+ * its handle is the address of the control block, and it costs one read and no iterator in the
+ * store. Otherwise opens an iterator of the store. Only the caller that received the handle may use
+ * it.
  * @param record holds the primary-key fields; null gives 0
- * @return a handle to release with ReleaseIter; 0 for none
+ * @return a handle, to be released with ReleaseIter; 0 on failure
  */
 __attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnSubPwCreateFastPriIter(const L2vpnSubPw *record);
@@ -160,13 +160,13 @@ L2vpnDbIter *L2VPN_DB_L2vpnSubPwCreateFastPriIter(const L2vpnSubPw *record);
  * Delivers an iterator's next record.
  * @param iter from one of this table's Create...Iter functions
  * @param record out, unchanged unless the result is 0
- * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE when the fast iterator has
- *         made its read; else the store's result, its end code among them
+ * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE after the one read of the
+ *         fast iterator; else the store's result, which includes its end code
  */
 uint32_t L2VPN_DB_L2vpnSubPwGetNext(L2vpnDbIter *iter, L2vpnSubPw *record);
 
 /**
- * Releases an iterator, exactly once, whatever GetNext returned.
+ * Releases an iterator. Must be called exactly once per handle, even if GetNext failed.
  * @return 0 for the fast iterator; else the store's result
  */
 uint32_t L2VPN_DB_L2vpnSubPwReleaseIter(L2vpnDbIter *iter);
@@ -176,7 +176,8 @@ uint32_t L2VPN_DB_L2vpnSubPwReleaseIter(L2vpnDbIter *iter);
 /**
  * Opens an iterator of the store over the records with the same vrIndex, pwTunnelId and
  * pwTunnelType as record.
- * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
+ *         one
  */
 __attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnSubPwCreatePrimaryIter(const L2vpnSubPw *record);
@@ -207,14 +208,14 @@ void L2VPN_DB_L2vpnSubPwSetPrimaryKey(const L2vpnSubPw *record, L2vpnDbKeyData *
 uint32_t L2VPN_DB_L2vpnSubPwMapKeyId(uint32_t keyIndex);
 
 /**
- * Maps a field id of an update to the store's.
+ * Maps the field id of an update to the store's field id.
  * @return the id, or L2VPN_DB_NO_MAPPING
  */
 uint32_t L2VPN_DB_L2vpnSubPwMapUpdateFieldId(uint32_t fieldId);
 
 /**
- * The setter that the store calls during an update: sets batchVersion in the record object, once
- * for each time the list names it.
+ * Setter: the store calls it during an update. Sets batchVersion in the record object, once per
+ * occurrence in the list.
  * @return 0; L2VPN_DB_ERR_PARAM if record or fieldIds is null, fieldCount is 0, or at the first
  *         other field id, or record->data is null; else the bitwise OR of the record object's
  *         results
@@ -225,32 +226,32 @@ uint32_t L2VPN_DB_L2vpnSubPwSetFields(const L2vpnDbRecData *record, L2vpnDbRecOb
 /**
  * Packs a caller record into 104 bytes of stored record. No pointer is checked; the two must not
  * overlap.
- * @return not to be relied on
+ * @return unspecified
  */
 uint32_t L2VPN_DB_L2vpnSubPwSetAllFields(const L2vpnSubPw *record, void *stored);
 
 /**
- * Unpacks a stored record; the caller record's alignment bytes keep their values. No pointer is
- * checked; the two must not overlap.
- * @return not to be relied on
+ * Unpacks a stored record; the caller record's padding is unchanged. No pointer is checked; the two
+ * must not overlap.
+ * @return unspecified
  */
 uint32_t L2VPN_DB_L2vpnSubPwGetAllFields(const void *stored, L2vpnSubPw *record);
 
 /**
- * Initialises the control block's spin lock, once however often it is called.
+ * Initialises the control block's spin lock on the first call; later calls do nothing.
  * @return 0
  */
 uint32_t L2VPN_DB_L2vpnSubPwGlbInit(void);
 
 /**
  * Adds an amount to a counter, atomically and modulo 2^32. The store calls it.
- * @param statId below L2VPN_DB_STAT_COUNT; any other is ignored
+ * @param statId below L2VPN_DB_STAT_COUNT; larger values are ignored
  */
 void L2VPN_DB_L2vpnSubPwStat(uint32_t statId, uint32_t amount);
 
 /**
- * Reads a counter; its meaning is the store's.
- * @return the value, perhaps a moment old; 0 if statId is not below L2VPN_DB_STAT_COUNT
+ * Reads a counter. The store defines the meaning of each.
+ * @return the value, which may be stale; 0 if statId is not below L2VPN_DB_STAT_COUNT
  */
 uint32_t L2VPN_DB_L2vpnSubPwGetStat(uint32_t statId);
 
@@ -263,52 +264,52 @@ uint32_t L2VPN_DB_L2vpnSubPwGetStat(uint32_t statId);
 L2vpnDalIntf L2VPN_DB_L2vpnSubPwDalIntf(void);
 
 /**
- * L2VPN_DB_L2vpnSubPwRead behind a check of the record's length.
- * @return L2VPN_DB_ERR_PARAM if length is not 104; else what it returns
+ * Checks the record length, then calls L2VPN_DB_L2vpnSubPwRead.
+ * @return L2VPN_DB_ERR_PARAM if length is not 104; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnSubPwRead(void *record, uint32_t length);
 
 /**
- * L2VPN_DB_L2vpnSubPwWrite behind a check of the record's length.
- * @return L2VPN_DB_ERR_PARAM if length is not 104; else what it returns
+ * Checks the record length, then calls L2VPN_DB_L2vpnSubPwWrite.
+ * @return L2VPN_DB_ERR_PARAM if length is not 104; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnSubPwWrite(const void *record, uint32_t length);
 
 /**
- * L2VPN_DB_L2vpnSubPwUpdateFields behind a check of the record's length.
- * @return L2VPN_DB_ERR_PARAM if length is not 104; else what it returns
+ * Checks the record length, then calls L2VPN_DB_L2vpnSubPwUpdateFields.
+ * @return L2VPN_DB_ERR_PARAM if length is not 104; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnSubPwUpdate(const void *record, uint32_t length, const uint32_t *fieldIds,
                                     uint32_t fieldCount);
 
 /**
- * L2VPN_DB_L2vpnSubPwDelete behind a check of the record's length.
- * @return L2VPN_DB_ERR_PARAM if length is not 104; else what it returns
+ * Checks the record length, then calls L2VPN_DB_L2vpnSubPwDelete.
+ * @return L2VPN_DB_ERR_PARAM if length is not 104; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnSubPwRemove(const void *record, uint32_t length);
 
 /**
- * L2VPN_DB_L2vpnSubPwCreateIter behind a check of the record's length, which does not matter for a
- * null record.
- * @return 0 if record is not null and length is not 104; else what it returns
+ * Checks the record length, then calls L2VPN_DB_L2vpnSubPwCreateIter. The length of a null record
+ * is ignored.
+ * @return 0 if record is not null and length is not 104; else the result of that call
  */
 __attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DAL_L2vpnSubPwCreateIter(uint32_t keyIndex, const void *record,
                                             uint32_t length);
 
 /**
- * L2VPN_DB_L2vpnSubPwGetNext behind a check of the record's length.
- * @return L2VPN_DB_ERR_PARAM if length is not 104; else what it returns
+ * Checks the record length, then calls L2VPN_DB_L2vpnSubPwGetNext.
+ * @return L2VPN_DB_ERR_PARAM if length is not 104; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnSubPwGetNext(L2vpnDbIter *iter, void *record, uint32_t length);
 
-/** The same as L2VPN_DB_L2vpnSubPwCount; the interface table holds that one. */
+/** Equivalent to L2VPN_DB_L2vpnSubPwCount, which is the function in the interface table. */
 uint32_t L2VPN_DAL_L2vpnSubPwCount(uint32_t *count);
 
 /**
- * L2VPN_DB_L2vpnSubPwCountByKey behind a check of the record's length, which a null record must
- * pass too.
- * @return L2VPN_DB_ERR_PARAM if length is not 104; else what it returns
+ * Checks the record length, then calls L2VPN_DB_L2vpnSubPwCountByKey. A null record must have the
+ * right length, too.
+ * @return L2VPN_DB_ERR_PARAM if length is not 104; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnSubPwCountByKey(uint32_t keyIndex, const void *record, uint32_t length,
                                         uint32_t *count);
@@ -317,9 +318,9 @@ uint32_t L2VPN_DAL_L2vpnSubPwCountByKey(uint32_t keyIndex, const void *record, u
 
 /**
  * Renders a record as one line of text, "name:value" items joined by the separator: vrIndex,
- * pwTunnelId, pwTunnelType, flags, svcStatus, svcErrcode, glbSvcCtx, batchVersion. Pieces that do
- * not fit are left out.
- * @param formatId L2VPN_AST_WHOLE_RECORD; any other prints "not support"
+ * pwTunnelId, pwTunnelType, flags, svcStatus, svcErrcode, glbSvcCtx, batchVersion. A piece that
+ * does not fit is omitted.
+ * @param formatId L2VPN_AST_WHOLE_RECORD; other values print "not support"
  * @param record a L2vpnSubPw
  * @param buffer out, terminated text of at most bufferLength bytes
  * @return the number of characters without the terminator; L2VPN_AST_ERR if a pointer is null or
@@ -329,13 +330,13 @@ uint32_t L2VPN_AST_L2vpnSubPwFormat(uint32_t formatId, const void *record, char 
                                     uint32_t bufferLength, const char *separator);
 
 /**
- * The whole-record presentation alone. No argument is checked.
+ * Renders like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
  * @return the number of characters without the terminator
  */
 uint32_t L2VPN_AST_L2vpnSubPwFormatTable(const L2vpnSubPw *record, char *buffer,
                                          uint32_t bufferLength, const char *separator);
 
-/** Returns the table's schema descriptor, which the library owns and nobody may change. */
+/** Returns the table's schema descriptor. The library owns it; do not modify it. */
 L2vpnAstModule *L2VPN_AST_L2vpnSubPwModule(void);
 
 /* ---- Exported data --------------------------------------------------------------------------- */
@@ -344,7 +345,7 @@ L2vpnAstModule *L2VPN_AST_L2vpnSubPwModule(void);
 typedef struct L2vpnSubPwGlbCb {
     uint32_t keyId[4]; /**< At 0: the fast iterator's key identifier area. */
     uint8_t key[16];   /**< At 16: its key, 9 bytes. */
-    L2vpnDbGlbCb cb;   /**< At 32: what all tables have. */
+    L2vpnDbGlbCb cb;   /**< At 32: the part common to all tables. */
 } L2vpnSubPwGlbCb;
 
 /** The table's control block. Its address is the handle of the fast iterator. */

@@ -18,7 +18,7 @@ extern "C" {
 
 /* ---- Record ---------------------------------------------------------------------------------- */
 
-/** Caller record, 192 bytes. The store holds its fields without gaps, 192 bytes. */
+/** Caller record, 192 bytes. The stored record is packed: 192 bytes. */
 typedef struct L2vpnVplsAcSub {
     uint32_t ifIndex;         /**< Field 0 at 0: interface index. */
     uint16_t peVlan;          /**< Field 1 at 4: provider edge VLAN. */
@@ -108,8 +108,8 @@ enum {
 #define L2VPN_VPLS_AC_SUB_SCHEMA_VERSION 1
 
 /**
- * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnVplsAcSubModule()) if the library has the schema that
- * is declared here.
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnVplsAcSubModule()) if the loaded library has this
+ * schema.
  */
 #define L2VPN_VPLS_AC_SUB_SCHEMA_HASH UINT64_C(0xB476F06EA3966C3C)
 
@@ -138,7 +138,7 @@ uint32_t L2VPN_DB_L2vpnVplsAcSubRead(L2vpnVplsAcSub *record);
 uint32_t L2VPN_DB_L2vpnVplsAcSubReadByKey(L2vpnVplsAcSub *record, const L2vpnDbKeyData *key);
 
 /**
- * Deletes the record with the primary key that record holds; its other fields do not matter.
+ * Deletes the record with the primary key that record holds; ignores its other fields.
  * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
  */
 uint32_t L2VPN_DB_L2vpnVplsAcSubDelete(const L2vpnVplsAcSub *record);
@@ -153,9 +153,9 @@ uint32_t L2VPN_DB_L2vpnVplsAcSubCount(uint32_t *count);
 /* ---- Partial update -------------------------------------------------------------------------- */
 
 /**
- * Changes the listed fields of a stored record to the values that record holds; the only field that
- * can be is batchVersion (32). The record and the list must not change during the call.
- * @param record names the stored record by its primary key
+ * Sets the listed fields of a stored record to their values in record. Only batchVersion (32) can
+ * be updated. The record and the list must not change during the call.
+ * @param record selects the stored record by its primary key
  * @param fieldIds fieldCount field ids; checked by the setter only
  * @return L2VPN_DB_ERR_PARAM if record is null; else the store's result, which reflects the
  *         setter's
@@ -163,24 +163,24 @@ uint32_t L2VPN_DB_L2vpnVplsAcSubCount(uint32_t *count);
 uint32_t L2VPN_DB_L2vpnVplsAcSubUpdateFields(const L2vpnVplsAcSub *record,
                                              const uint32_t *fieldIds, uint32_t fieldCount);
 
-/** Changes one field: the same as UpdateFields with a list of one. */
+/** Updates one field; equivalent to UpdateFields with a list of one. */
 uint32_t L2VPN_DB_L2vpnVplsAcSubUpdateField(const L2vpnVplsAcSub *record, uint32_t fieldId);
 
 /* ---- Iteration and counts -------------------------------------------------------------------- */
 
 /**
- * Opens an iterator over the records with one key's values.
+ * Opens an iterator over the records that match a key.
  * @param keyIndex L2VPN_VPLS_AC_SUB_KEY_...
  * @param record holds the key's fields; null with the primary key means the whole table
- * @return a handle to release with ReleaseIter, for a primary key perhaps the fast iterator, which
- *         only its owner may use; 0 for an unknown key index, for a null record with a secondary
- *         key, or if the store opens none
+ * @return a handle, to be released with ReleaseIter; with the primary key it can be the fast
+ *         iterator (see CreateFastPriIter). 0 for an unknown key index, a null record with a
+ *         secondary key, or if the store cannot open an iterator
  */
 __attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcSubCreateIter(uint32_t keyIndex, const L2vpnVplsAcSub *record);
 
 /**
- * Counts the records with one key's values.
+ * Counts the records that match a key.
  * @param keyIndex L2VPN_VPLS_AC_SUB_KEY_...
  * @param record holds the key's fields
  * @param count out, written by the store; not checked here
@@ -190,11 +190,12 @@ uint32_t L2VPN_DB_L2vpnVplsAcSubCountByKey(uint32_t keyIndex, const L2vpnVplsAcS
                                            uint32_t *count);
 
 /**
- * Opens an iterator over one full primary key. The table's one fast iterator, whose handle is the
- * control block's address, costs one read and nothing in the store; while it is handed out, this
- * opens an iterator of the store. Only its owner may use the handle.
+ * Opens an iterator over one full primary key. If the table's fast iterator is free, returns that:
+ * its handle is the address of the control block, and it costs one read and no iterator in the
+ * store. Otherwise opens an iterator of the store. Only the caller that received the handle may use
+ * it.
  * @param record holds the primary-key fields; null gives 0
- * @return a handle to release with ReleaseIter; 0 for none
+ * @return a handle, to be released with ReleaseIter; 0 on failure
  */
 __attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcSubCreateFastPriIter(const L2vpnVplsAcSub *record);
@@ -203,13 +204,13 @@ L2vpnDbIter *L2VPN_DB_L2vpnVplsAcSubCreateFastPriIter(const L2vpnVplsAcSub *reco
  * Delivers an iterator's next record.
  * @param iter from one of this table's Create...Iter functions
  * @param record out, unchanged unless the result is 0
- * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE when the fast iterator has
- *         made its read; else the store's result, its end code among them
+ * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE after the one read of the
+ *         fast iterator; else the store's result, which includes its end code
  */
 uint32_t L2VPN_DB_L2vpnVplsAcSubGetNext(L2vpnDbIter *iter, L2vpnVplsAcSub *record);
 
 /**
- * Releases an iterator, exactly once, whatever GetNext returned.
+ * Releases an iterator. Must be called exactly once per handle, even if GetNext failed.
  * @return 0 for the fast iterator; else the store's result
  */
 uint32_t L2VPN_DB_L2vpnVplsAcSubReleaseIter(L2vpnDbIter *iter);
@@ -219,7 +220,8 @@ uint32_t L2VPN_DB_L2vpnVplsAcSubReleaseIter(L2vpnDbIter *iter);
 /**
  * Opens an iterator of the store over the records with the same ifIndex, peVlan and ceVlan as
  * record.
- * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
+ *         one
  */
 __attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcSubCreatePrimaryIter(const L2vpnVplsAcSub *record);
@@ -245,7 +247,8 @@ void L2VPN_DB_L2vpnVplsAcSubSetPrimaryKey(const L2vpnVplsAcSub *record, L2vpnDbK
 
 /**
  * Opens an iterator of the store over the records with the same ifIndex as record.
- * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
+ *         one
  */
 __attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcSubCreateIfindexIter(const L2vpnVplsAcSub *record);
@@ -270,7 +273,8 @@ void L2VPN_DB_L2vpnVplsAcSubSetIfindexKey(const L2vpnVplsAcSub *record, L2vpnDbK
 
 /**
  * Opens an iterator of the store over the records with the same vrIndex and instanceId as record.
- * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
+ *         one
  */
 __attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcSubCreateInstanceIter(const L2vpnVplsAcSub *record);
@@ -297,7 +301,8 @@ void L2VPN_DB_L2vpnVplsAcSubSetInstanceKey(const L2vpnVplsAcSub *record, L2vpnDb
 /**
  * Opens an iterator of the store over the records with the same srcIfIndex, vrIndex and instanceId
  * as record.
- * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
+ *         one
  */
 __attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcSubCreateInstSrcIfIter(const L2vpnVplsAcSub *record);
@@ -324,7 +329,8 @@ void L2VPN_DB_L2vpnVplsAcSubSetInstSrcIfKey(const L2vpnVplsAcSub *record, L2vpnD
 /**
  * Opens an iterator of the store over the records with the same srcIfIndex, vrIndex, instanceId,
  * sharePeVlan and shareType as record.
- * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
+ *         one
  */
 __attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcSubCreateInstSrcIfPevlanIter(const L2vpnVplsAcSub *record);
@@ -354,7 +360,8 @@ void L2VPN_DB_L2vpnVplsAcSubSetInstSrcIfPevlanKey(const L2vpnVplsAcSub *record,
 /**
  * Opens an iterator of the store over the records with the same vrIndex, instanceId and encapType
  * as record.
- * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
+ *         one
  */
 __attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcSubCreateEncapIter(const L2vpnVplsAcSub *record);
@@ -381,7 +388,8 @@ void L2VPN_DB_L2vpnVplsAcSubSetEncapKey(const L2vpnVplsAcSub *record, L2vpnDbKey
 /**
  * Opens an iterator of the store over the records with the same ifIndex, srcIfIndex, peVlan and
  * instanceId as record.
- * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
+ *         one
  */
 __attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcSubCreateIfindexSrcifindexPevlanInstIter(
@@ -411,7 +419,8 @@ void L2VPN_DB_L2vpnVplsAcSubSetIfindexSrcifindexPevlanInstKey(const L2vpnVplsAcS
 /**
  * Opens an iterator of the store over the records with the same ifIndex, peVlan, ceVlan and
  * instanceId as record.
- * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
+ *         one
  */
 __attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcSubCreateIfVlanInstIter(const L2vpnVplsAcSub *record);
@@ -438,7 +447,8 @@ void L2VPN_DB_L2vpnVplsAcSubSetIfVlanInstKey(const L2vpnVplsAcSub *record, L2vpn
 
 /**
  * Opens an iterator of the store over the records with the same srcIfIndex and vrIndex as record.
- * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
+ *         one
  */
 __attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcSubCreateSrcIfIter(const L2vpnVplsAcSub *record);
@@ -464,7 +474,8 @@ void L2VPN_DB_L2vpnVplsAcSubSetSrcIfKey(const L2vpnVplsAcSub *record, L2vpnDbKey
 
 /**
  * Opens an iterator of the store over the records with the same ifIndex and peVlan as record.
- * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
+ *         one
  */
 __attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsAcSubCreateStpIter(const L2vpnVplsAcSub *record);
@@ -495,14 +506,14 @@ void L2VPN_DB_L2vpnVplsAcSubSetStpKey(const L2vpnVplsAcSub *record, L2vpnDbKeyDa
 uint32_t L2VPN_DB_L2vpnVplsAcSubMapKeyId(uint32_t keyIndex);
 
 /**
- * Maps a field id of an update to the store's.
+ * Maps the field id of an update to the store's field id.
  * @return the id, or L2VPN_DB_NO_MAPPING
  */
 uint32_t L2VPN_DB_L2vpnVplsAcSubMapUpdateFieldId(uint32_t fieldId);
 
 /**
- * The setter that the store calls during an update: sets batchVersion in the record object, once
- * for each time the list names it.
+ * Setter: the store calls it during an update. Sets batchVersion in the record object, once per
+ * occurrence in the list.
  * @return 0; L2VPN_DB_ERR_PARAM if record or fieldIds is null, fieldCount is 0, or at the first
  *         other field id, or record->data is null; else the bitwise OR of the record object's
  *         results
@@ -513,32 +524,32 @@ uint32_t L2VPN_DB_L2vpnVplsAcSubSetFields(const L2vpnDbRecData *record, L2vpnDbR
 /**
  * Packs a caller record into 192 bytes of stored record. No pointer is checked; the two must not
  * overlap.
- * @return not to be relied on
+ * @return unspecified
  */
 uint32_t L2VPN_DB_L2vpnVplsAcSubSetAllFields(const L2vpnVplsAcSub *record, void *stored);
 
 /**
- * Unpacks a stored record; the caller record's alignment bytes keep their values. No pointer is
- * checked; the two must not overlap.
- * @return not to be relied on
+ * Unpacks a stored record; the caller record's padding is unchanged. No pointer is checked; the two
+ * must not overlap.
+ * @return unspecified
  */
 uint32_t L2VPN_DB_L2vpnVplsAcSubGetAllFields(const void *stored, L2vpnVplsAcSub *record);
 
 /**
- * Initialises the control block's spin lock, once however often it is called.
+ * Initialises the control block's spin lock on the first call; later calls do nothing.
  * @return 0
  */
 uint32_t L2VPN_DB_L2vpnVplsAcSubGlbInit(void);
 
 /**
  * Adds an amount to a counter, atomically and modulo 2^32. The store calls it.
- * @param statId below L2VPN_DB_STAT_COUNT; any other is ignored
+ * @param statId below L2VPN_DB_STAT_COUNT; larger values are ignored
  */
 void L2VPN_DB_L2vpnVplsAcSubStat(uint32_t statId, uint32_t amount);
 
 /**
- * Reads a counter; its meaning is the store's.
- * @return the value, perhaps a moment old; 0 if statId is not below L2VPN_DB_STAT_COUNT
+ * Reads a counter. The store defines the meaning of each.
+ * @return the value, which may be stale; 0 if statId is not below L2VPN_DB_STAT_COUNT
  */
 uint32_t L2VPN_DB_L2vpnVplsAcSubGetStat(uint32_t statId);
 
@@ -551,52 +562,52 @@ uint32_t L2VPN_DB_L2vpnVplsAcSubGetStat(uint32_t statId);
 L2vpnDalIntf L2VPN_DB_L2vpnVplsAcSubDalIntf(void);
 
 /**
- * L2VPN_DB_L2vpnVplsAcSubRead behind a check of the record's length.
- * @return L2VPN_DB_ERR_PARAM if length is not 192; else what it returns
+ * Checks the record length, then calls L2VPN_DB_L2vpnVplsAcSubRead.
+ * @return L2VPN_DB_ERR_PARAM if length is not 192; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnVplsAcSubRead(void *record, uint32_t length);
 
 /**
- * L2VPN_DB_L2vpnVplsAcSubWrite behind a check of the record's length.
- * @return L2VPN_DB_ERR_PARAM if length is not 192; else what it returns
+ * Checks the record length, then calls L2VPN_DB_L2vpnVplsAcSubWrite.
+ * @return L2VPN_DB_ERR_PARAM if length is not 192; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnVplsAcSubWrite(const void *record, uint32_t length);
 
 /**
- * L2VPN_DB_L2vpnVplsAcSubUpdateFields behind a check of the record's length.
- * @return L2VPN_DB_ERR_PARAM if length is not 192; else what it returns
+ * Checks the record length, then calls L2VPN_DB_L2vpnVplsAcSubUpdateFields.
+ * @return L2VPN_DB_ERR_PARAM if length is not 192; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnVplsAcSubUpdate(const void *record, uint32_t length,
                                         const uint32_t *fieldIds, uint32_t fieldCount);
 
 /**
- * L2VPN_DB_L2vpnVplsAcSubDelete behind a check of the record's length.
- * @return L2VPN_DB_ERR_PARAM if length is not 192; else what it returns
+ * Checks the record length, then calls L2VPN_DB_L2vpnVplsAcSubDelete.
+ * @return L2VPN_DB_ERR_PARAM if length is not 192; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnVplsAcSubRemove(const void *record, uint32_t length);
 
 /**
- * L2VPN_DB_L2vpnVplsAcSubCreateIter behind a check of the record's length, which does not matter
- * for a null record.
- * @return 0 if record is not null and length is not 192; else what it returns
+ * Checks the record length, then calls L2VPN_DB_L2vpnVplsAcSubCreateIter. The length of a null
+ * record is ignored.
+ * @return 0 if record is not null and length is not 192; else the result of that call
  */
 __attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DAL_L2vpnVplsAcSubCreateIter(uint32_t keyIndex, const void *record,
                                                 uint32_t length);
 
 /**
- * L2VPN_DB_L2vpnVplsAcSubGetNext behind a check of the record's length.
- * @return L2VPN_DB_ERR_PARAM if length is not 192; else what it returns
+ * Checks the record length, then calls L2VPN_DB_L2vpnVplsAcSubGetNext.
+ * @return L2VPN_DB_ERR_PARAM if length is not 192; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnVplsAcSubGetNext(L2vpnDbIter *iter, void *record, uint32_t length);
 
-/** The same as L2VPN_DB_L2vpnVplsAcSubCount; the interface table holds that one. */
+/** Equivalent to L2VPN_DB_L2vpnVplsAcSubCount, which is the function in the interface table. */
 uint32_t L2VPN_DAL_L2vpnVplsAcSubCount(uint32_t *count);
 
 /**
- * L2VPN_DB_L2vpnVplsAcSubCountByKey behind a check of the record's length, which a null record must
- * pass too.
- * @return L2VPN_DB_ERR_PARAM if length is not 192; else what it returns
+ * Checks the record length, then calls L2VPN_DB_L2vpnVplsAcSubCountByKey. A null record must have
+ * the right length, too.
+ * @return L2VPN_DB_ERR_PARAM if length is not 192; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnVplsAcSubCountByKey(uint32_t keyIndex, const void *record, uint32_t length,
                                             uint32_t *count);
@@ -606,8 +617,8 @@ uint32_t L2VPN_DAL_L2vpnVplsAcSubCountByKey(uint32_t keyIndex, const void *recor
 /**
  * Renders a record as one line of text, "name:value" items joined by the separator: ifIndex,
  * peVlan, ceVlan, vrIndex, instanceId, encapType, flags, srcIfIndex, sharePeVlan, shareType,
- * svcStatus, svcErrcode, glbSvcCtx, svcCtx, batchVersion. Pieces that do not fit are left out.
- * @param formatId L2VPN_AST_WHOLE_RECORD; any other prints "not support"
+ * svcStatus, svcErrcode, glbSvcCtx, svcCtx, batchVersion. A piece that does not fit is omitted.
+ * @param formatId L2VPN_AST_WHOLE_RECORD; other values print "not support"
  * @param record a L2vpnVplsAcSub
  * @param buffer out, terminated text of at most bufferLength bytes
  * @return the number of characters without the terminator; L2VPN_AST_ERR if a pointer is null or
@@ -617,13 +628,13 @@ uint32_t L2VPN_AST_L2vpnVplsAcSubFormat(uint32_t formatId, const void *record, c
                                         uint32_t bufferLength, const char *separator);
 
 /**
- * The whole-record presentation alone. No argument is checked.
+ * Renders like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
  * @return the number of characters without the terminator
  */
 uint32_t L2VPN_AST_L2vpnVplsAcSubFormatTable(const L2vpnVplsAcSub *record, char *buffer,
                                              uint32_t bufferLength, const char *separator);
 
-/** Returns the table's schema descriptor, which the library owns and nobody may change. */
+/** Returns the table's schema descriptor. The library owns it; do not modify it. */
 L2vpnAstModule *L2VPN_AST_L2vpnVplsAcSubModule(void);
 
 /* ---- Exported data --------------------------------------------------------------------------- */
@@ -632,7 +643,7 @@ L2vpnAstModule *L2VPN_AST_L2vpnVplsAcSubModule(void);
 typedef struct L2vpnVplsAcSubGlbCb {
     uint32_t keyId[4]; /**< At 0: the fast iterator's key identifier area. */
     uint8_t key[8];    /**< At 16: its key, 8 bytes. */
-    L2vpnDbGlbCb cb;   /**< At 24: what all tables have. */
+    L2vpnDbGlbCb cb;   /**< At 24: the part common to all tables. */
 } L2vpnVplsAcSubGlbCb;
 
 /** The table's control block. Its address is the handle of the fast iterator. */

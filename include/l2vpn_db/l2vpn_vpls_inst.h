@@ -19,8 +19,8 @@ extern "C" {
 /* ---- Record ---------------------------------------------------------------------------------- */
 
 /**
- * Caller record, 104 bytes. The store holds its fields without gaps, 100 bytes. Bytes 84 to 87 are
- * alignment: no function reads or writes them.
+ * Caller record, 104 bytes. The stored record is packed: 100 bytes. Bytes 84 to 87 are padding: no
+ * function reads or writes them.
  */
 typedef struct L2vpnVplsInst {
     uint32_t vrIndex;      /**< Field 0 at 0: virtual router index. */
@@ -79,8 +79,8 @@ enum {
 #define L2VPN_VPLS_INST_SCHEMA_VERSION 1
 
 /**
- * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnVplsInstModule()) if the library has the schema that is
- * declared here.
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnVplsInstModule()) if the loaded library has this
+ * schema.
  */
 #define L2VPN_VPLS_INST_SCHEMA_HASH UINT64_C(0xBC0E521C5DB0E2AB)
 
@@ -109,7 +109,7 @@ uint32_t L2VPN_DB_L2vpnVplsInstRead(L2vpnVplsInst *record);
 uint32_t L2VPN_DB_L2vpnVplsInstReadByKey(L2vpnVplsInst *record, const L2vpnDbKeyData *key);
 
 /**
- * Deletes the record with the primary key that record holds; its other fields do not matter.
+ * Deletes the record with the primary key that record holds; ignores its other fields.
  * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
  */
 uint32_t L2VPN_DB_L2vpnVplsInstDelete(const L2vpnVplsInst *record);
@@ -124,9 +124,9 @@ uint32_t L2VPN_DB_L2vpnVplsInstCount(uint32_t *count);
 /* ---- Partial update -------------------------------------------------------------------------- */
 
 /**
- * Changes the listed fields of a stored record to the values that record holds; the only field that
- * can be is batchVersion (18). The record and the list must not change during the call.
- * @param record names the stored record by its primary key
+ * Sets the listed fields of a stored record to their values in record. Only batchVersion (18) can
+ * be updated. The record and the list must not change during the call.
+ * @param record selects the stored record by its primary key
  * @param fieldIds fieldCount field ids; checked by the setter only
  * @return L2VPN_DB_ERR_PARAM if record is null; else the store's result, which reflects the
  *         setter's
@@ -134,24 +134,24 @@ uint32_t L2VPN_DB_L2vpnVplsInstCount(uint32_t *count);
 uint32_t L2VPN_DB_L2vpnVplsInstUpdateFields(const L2vpnVplsInst *record, const uint32_t *fieldIds,
                                             uint32_t fieldCount);
 
-/** Changes one field: the same as UpdateFields with a list of one. */
+/** Updates one field; equivalent to UpdateFields with a list of one. */
 uint32_t L2VPN_DB_L2vpnVplsInstUpdateField(const L2vpnVplsInst *record, uint32_t fieldId);
 
 /* ---- Iteration and counts -------------------------------------------------------------------- */
 
 /**
- * Opens an iterator over the records with one key's values.
+ * Opens an iterator over the records that match a key.
  * @param keyIndex L2VPN_VPLS_INST_KEY_...
  * @param record holds the key's fields; null with the primary key means the whole table
- * @return a handle to release with ReleaseIter, for a primary key perhaps the fast iterator, which
- *         only its owner may use; 0 for an unknown key index, for a null record with a secondary
- *         key, or if the store opens none
+ * @return a handle, to be released with ReleaseIter; with the primary key it can be the fast
+ *         iterator (see CreateFastPriIter). 0 for an unknown key index, a null record with a
+ *         secondary key, or if the store cannot open an iterator
  */
 __attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsInstCreateIter(uint32_t keyIndex, const L2vpnVplsInst *record);
 
 /**
- * Counts the records with one key's values.
+ * Counts the records that match a key.
  * @param keyIndex L2VPN_VPLS_INST_KEY_...
  * @param record holds the key's fields
  * @param count out, written by the store; not checked here
@@ -161,11 +161,12 @@ uint32_t L2VPN_DB_L2vpnVplsInstCountByKey(uint32_t keyIndex, const L2vpnVplsInst
                                           uint32_t *count);
 
 /**
- * Opens an iterator over one full primary key. The table's one fast iterator, whose handle is the
- * control block's address, costs one read and nothing in the store; while it is handed out, this
- * opens an iterator of the store. Only its owner may use the handle.
+ * Opens an iterator over one full primary key. If the table's fast iterator is free, returns that:
+ * its handle is the address of the control block, and it costs one read and no iterator in the
+ * store. Otherwise opens an iterator of the store. Only the caller that received the handle may use
+ * it.
  * @param record holds the primary-key fields; null gives 0
- * @return a handle to release with ReleaseIter; 0 for none
+ * @return a handle, to be released with ReleaseIter; 0 on failure
  */
 __attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsInstCreateFastPriIter(const L2vpnVplsInst *record);
@@ -174,13 +175,13 @@ L2vpnDbIter *L2VPN_DB_L2vpnVplsInstCreateFastPriIter(const L2vpnVplsInst *record
  * Delivers an iterator's next record.
  * @param iter from one of this table's Create...Iter functions
  * @param record out, unchanged unless the result is 0
- * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE when the fast iterator has
- *         made its read; else the store's result, its end code among them
+ * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE after the one read of the
+ *         fast iterator; else the store's result, which includes its end code
  */
 uint32_t L2VPN_DB_L2vpnVplsInstGetNext(L2vpnDbIter *iter, L2vpnVplsInst *record);
 
 /**
- * Releases an iterator, exactly once, whatever GetNext returned.
+ * Releases an iterator. Must be called exactly once per handle, even if GetNext failed.
  * @return 0 for the fast iterator; else the store's result
  */
 uint32_t L2VPN_DB_L2vpnVplsInstReleaseIter(L2vpnDbIter *iter);
@@ -189,7 +190,8 @@ uint32_t L2VPN_DB_L2vpnVplsInstReleaseIter(L2vpnDbIter *iter);
 
 /**
  * Opens an iterator of the store over the records with the same vrIndex and instanceId as record.
- * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
+ *         one
  */
 __attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsInstCreatePrimaryIter(const L2vpnVplsInst *record);
@@ -215,7 +217,8 @@ void L2VPN_DB_L2vpnVplsInstSetPrimaryKey(const L2vpnVplsInst *record, L2vpnDbKey
 
 /**
  * Opens an iterator of the store over the records with the same instanceId as record.
- * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
+ *         one
  */
 __attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsInstCreateInstanceIter(const L2vpnVplsInst *record);
@@ -240,7 +243,8 @@ void L2VPN_DB_L2vpnVplsInstSetInstanceKey(const L2vpnVplsInst *record, L2vpnDbKe
 
 /**
  * Opens an iterator of the store over the records with the same vrIndex and srcPid as record.
- * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
+ *         one
  */
 __attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsInstCreateSmoothHashIter(const L2vpnVplsInst *record);
@@ -267,7 +271,8 @@ void L2VPN_DB_L2vpnVplsInstSetSmoothHashKey(const L2vpnVplsInst *record, L2vpnDb
 /**
  * Opens an iterator of the store over the records with the same vrIndex, instanceId and encapType
  * as record.
- * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
+ *         one
  */
 __attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsInstCreateEncapIter(const L2vpnVplsInst *record);
@@ -298,14 +303,14 @@ void L2VPN_DB_L2vpnVplsInstSetEncapKey(const L2vpnVplsInst *record, L2vpnDbKeyDa
 uint32_t L2VPN_DB_L2vpnVplsInstMapKeyId(uint32_t keyIndex);
 
 /**
- * Maps a field id of an update to the store's.
+ * Maps the field id of an update to the store's field id.
  * @return the id, or L2VPN_DB_NO_MAPPING
  */
 uint32_t L2VPN_DB_L2vpnVplsInstMapUpdateFieldId(uint32_t fieldId);
 
 /**
- * The setter that the store calls during an update: sets batchVersion in the record object, once
- * for each time the list names it.
+ * Setter: the store calls it during an update. Sets batchVersion in the record object, once per
+ * occurrence in the list.
  * @return 0; L2VPN_DB_ERR_PARAM if record or fieldIds is null, fieldCount is 0, or at the first
  *         other field id, or record->data is null; else the bitwise OR of the record object's
  *         results
@@ -316,32 +321,32 @@ uint32_t L2VPN_DB_L2vpnVplsInstSetFields(const L2vpnDbRecData *record, L2vpnDbRe
 /**
  * Packs a caller record into 100 bytes of stored record. No pointer is checked; the two must not
  * overlap.
- * @return not to be relied on
+ * @return unspecified
  */
 uint32_t L2VPN_DB_L2vpnVplsInstSetAllFields(const L2vpnVplsInst *record, void *stored);
 
 /**
- * Unpacks a stored record; the caller record's alignment bytes keep their values. No pointer is
- * checked; the two must not overlap.
- * @return not to be relied on
+ * Unpacks a stored record; the caller record's padding is unchanged. No pointer is checked; the two
+ * must not overlap.
+ * @return unspecified
  */
 uint32_t L2VPN_DB_L2vpnVplsInstGetAllFields(const void *stored, L2vpnVplsInst *record);
 
 /**
- * Initialises the control block's spin lock, once however often it is called.
+ * Initialises the control block's spin lock on the first call; later calls do nothing.
  * @return 0
  */
 uint32_t L2VPN_DB_L2vpnVplsInstGlbInit(void);
 
 /**
  * Adds an amount to a counter, atomically and modulo 2^32. The store calls it.
- * @param statId below L2VPN_DB_STAT_COUNT; any other is ignored
+ * @param statId below L2VPN_DB_STAT_COUNT; larger values are ignored
  */
 void L2VPN_DB_L2vpnVplsInstStat(uint32_t statId, uint32_t amount);
 
 /**
- * Reads a counter; its meaning is the store's.
- * @return the value, perhaps a moment old; 0 if statId is not below L2VPN_DB_STAT_COUNT
+ * Reads a counter. The store defines the meaning of each.
+ * @return the value, which may be stale; 0 if statId is not below L2VPN_DB_STAT_COUNT
  */
 uint32_t L2VPN_DB_L2vpnVplsInstGetStat(uint32_t statId);
 
@@ -354,52 +359,52 @@ uint32_t L2VPN_DB_L2vpnVplsInstGetStat(uint32_t statId);
 L2vpnDalIntf L2VPN_DB_L2vpnVplsInstDalIntf(void);
 
 /**
- * L2VPN_DB_L2vpnVplsInstRead behind a check of the record's length.
- * @return L2VPN_DB_ERR_PARAM if length is not 104; else what it returns
+ * Checks the record length, then calls L2VPN_DB_L2vpnVplsInstRead.
+ * @return L2VPN_DB_ERR_PARAM if length is not 104; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnVplsInstRead(void *record, uint32_t length);
 
 /**
- * L2VPN_DB_L2vpnVplsInstWrite behind a check of the record's length.
- * @return L2VPN_DB_ERR_PARAM if length is not 104; else what it returns
+ * Checks the record length, then calls L2VPN_DB_L2vpnVplsInstWrite.
+ * @return L2VPN_DB_ERR_PARAM if length is not 104; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnVplsInstWrite(const void *record, uint32_t length);
 
 /**
- * L2VPN_DB_L2vpnVplsInstUpdateFields behind a check of the record's length.
- * @return L2VPN_DB_ERR_PARAM if length is not 104; else what it returns
+ * Checks the record length, then calls L2VPN_DB_L2vpnVplsInstUpdateFields.
+ * @return L2VPN_DB_ERR_PARAM if length is not 104; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnVplsInstUpdate(const void *record, uint32_t length,
                                        const uint32_t *fieldIds, uint32_t fieldCount);
 
 /**
- * L2VPN_DB_L2vpnVplsInstDelete behind a check of the record's length.
- * @return L2VPN_DB_ERR_PARAM if length is not 104; else what it returns
+ * Checks the record length, then calls L2VPN_DB_L2vpnVplsInstDelete.
+ * @return L2VPN_DB_ERR_PARAM if length is not 104; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnVplsInstRemove(const void *record, uint32_t length);
 
 /**
- * L2VPN_DB_L2vpnVplsInstCreateIter behind a check of the record's length, which does not matter for
- * a null record.
- * @return 0 if record is not null and length is not 104; else what it returns
+ * Checks the record length, then calls L2VPN_DB_L2vpnVplsInstCreateIter. The length of a null
+ * record is ignored.
+ * @return 0 if record is not null and length is not 104; else the result of that call
  */
 __attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DAL_L2vpnVplsInstCreateIter(uint32_t keyIndex, const void *record,
                                                uint32_t length);
 
 /**
- * L2VPN_DB_L2vpnVplsInstGetNext behind a check of the record's length.
- * @return L2VPN_DB_ERR_PARAM if length is not 104; else what it returns
+ * Checks the record length, then calls L2VPN_DB_L2vpnVplsInstGetNext.
+ * @return L2VPN_DB_ERR_PARAM if length is not 104; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnVplsInstGetNext(L2vpnDbIter *iter, void *record, uint32_t length);
 
-/** The same as L2VPN_DB_L2vpnVplsInstCount; the interface table holds that one. */
+/** Equivalent to L2VPN_DB_L2vpnVplsInstCount, which is the function in the interface table. */
 uint32_t L2VPN_DAL_L2vpnVplsInstCount(uint32_t *count);
 
 /**
- * L2VPN_DB_L2vpnVplsInstCountByKey behind a check of the record's length, which a null record must
- * pass too.
- * @return L2VPN_DB_ERR_PARAM if length is not 104; else what it returns
+ * Checks the record length, then calls L2VPN_DB_L2vpnVplsInstCountByKey. A null record must have
+ * the right length, too.
+ * @return L2VPN_DB_ERR_PARAM if length is not 104; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnVplsInstCountByKey(uint32_t keyIndex, const void *record, uint32_t length,
                                            uint32_t *count);
@@ -408,9 +413,9 @@ uint32_t L2VPN_DAL_L2vpnVplsInstCountByKey(uint32_t keyIndex, const void *record
 
 /**
  * Renders a record as one line of text, "name:value" items joined by the separator: vrIndex,
- * instanceId, encapType, flags, srcPid, svcStatus, svcErrcode, svcCtx, batchVersion. Pieces that do
- * not fit are left out.
- * @param formatId L2VPN_AST_WHOLE_RECORD; any other prints "not support"
+ * instanceId, encapType, flags, srcPid, svcStatus, svcErrcode, svcCtx, batchVersion. A piece that
+ * does not fit is omitted.
+ * @param formatId L2VPN_AST_WHOLE_RECORD; other values print "not support"
  * @param record a L2vpnVplsInst
  * @param buffer out, terminated text of at most bufferLength bytes
  * @return the number of characters without the terminator; L2VPN_AST_ERR if a pointer is null or
@@ -420,13 +425,13 @@ uint32_t L2VPN_AST_L2vpnVplsInstFormat(uint32_t formatId, const void *record, ch
                                        uint32_t bufferLength, const char *separator);
 
 /**
- * The whole-record presentation alone. No argument is checked.
+ * Renders like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
  * @return the number of characters without the terminator
  */
 uint32_t L2VPN_AST_L2vpnVplsInstFormatTable(const L2vpnVplsInst *record, char *buffer,
                                             uint32_t bufferLength, const char *separator);
 
-/** Returns the table's schema descriptor, which the library owns and nobody may change. */
+/** Returns the table's schema descriptor. The library owns it; do not modify it. */
 L2vpnAstModule *L2VPN_AST_L2vpnVplsInstModule(void);
 
 /* ---- Exported data --------------------------------------------------------------------------- */
@@ -435,7 +440,7 @@ L2vpnAstModule *L2VPN_AST_L2vpnVplsInstModule(void);
 typedef struct L2vpnVplsInstGlbCb {
     uint32_t keyId[4]; /**< At 0: the fast iterator's key identifier area. */
     uint8_t key[8];    /**< At 16: its key, 8 bytes. */
-    L2vpnDbGlbCb cb;   /**< At 24: what all tables have. */
+    L2vpnDbGlbCb cb;   /**< At 24: the part common to all tables. */
 } L2vpnVplsInstGlbCb;
 
 /** The table's control block. Its address is the handle of the fast iterator. */

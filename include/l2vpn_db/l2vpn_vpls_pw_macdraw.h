@@ -19,8 +19,8 @@ extern "C" {
 /* ---- Record ---------------------------------------------------------------------------------- */
 
 /**
- * Caller record, 56 bytes. The store holds its fields without gaps, 52 bytes. Bytes 36 to 39 are
- * alignment: no function reads or writes them.
+ * Caller record, 56 bytes. The stored record is packed: 52 bytes. Bytes 36 to 39 are padding: no
+ * function reads or writes them.
  */
 typedef struct L2vpnVplsPwMacdraw {
     uint32_t vrIndex;      /**< Field 0 at 0: virtual router index. */
@@ -71,8 +71,8 @@ enum {
 #define L2VPN_VPLS_PW_MACDRAW_SCHEMA_VERSION 1
 
 /**
- * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnVplsPwMacdrawModule()) if the library has the schema
- * that is declared here.
+ * Equal to l2vpn_schema_hash(L2VPN_AST_L2vpnVplsPwMacdrawModule()) if the loaded library has this
+ * schema.
  */
 #define L2VPN_VPLS_PW_MACDRAW_SCHEMA_HASH UINT64_C(0x0ECAEC524DA3D9B0)
 
@@ -102,7 +102,7 @@ uint32_t L2VPN_DB_L2vpnVplsPwMacdrawReadByKey(L2vpnVplsPwMacdraw *record,
                                               const L2vpnDbKeyData *key);
 
 /**
- * Deletes the record with the primary key that record holds; its other fields do not matter.
+ * Deletes the record with the primary key that record holds; ignores its other fields.
  * @return 0; L2VPN_DB_ERR_PARAM if record is null; else the store's result
  */
 uint32_t L2VPN_DB_L2vpnVplsPwMacdrawDelete(const L2vpnVplsPwMacdraw *record);
@@ -117,9 +117,9 @@ uint32_t L2VPN_DB_L2vpnVplsPwMacdrawCount(uint32_t *count);
 /* ---- Partial update -------------------------------------------------------------------------- */
 
 /**
- * Changes the listed fields of a stored record to the values that record holds; the only field that
- * can be is batchVersion (14). The record and the list must not change during the call.
- * @param record names the stored record by its primary key
+ * Sets the listed fields of a stored record to their values in record. Only batchVersion (14) can
+ * be updated. The record and the list must not change during the call.
+ * @param record selects the stored record by its primary key
  * @param fieldIds fieldCount field ids; checked by the setter only
  * @return L2VPN_DB_ERR_PARAM if record is null; else the store's result, which reflects the
  *         setter's
@@ -127,26 +127,26 @@ uint32_t L2VPN_DB_L2vpnVplsPwMacdrawCount(uint32_t *count);
 uint32_t L2VPN_DB_L2vpnVplsPwMacdrawUpdateFields(const L2vpnVplsPwMacdraw *record,
                                                  const uint32_t *fieldIds, uint32_t fieldCount);
 
-/** Changes one field: the same as UpdateFields with a list of one. */
+/** Updates one field; equivalent to UpdateFields with a list of one. */
 uint32_t L2VPN_DB_L2vpnVplsPwMacdrawUpdateField(const L2vpnVplsPwMacdraw *record,
                                                 uint32_t fieldId);
 
 /* ---- Iteration and counts -------------------------------------------------------------------- */
 
 /**
- * Opens an iterator over the records with one key's values.
+ * Opens an iterator over the records that match a key.
  * @param keyIndex L2VPN_VPLS_PW_MACDRAW_KEY_...
  * @param record holds the key's fields; null with the primary key means the whole table
- * @return a handle to release with ReleaseIter, for a primary key perhaps the fast iterator, which
- *         only its owner may use; 0 for an unknown key index, for a null record with a secondary
- *         key, or if the store opens none
+ * @return a handle, to be released with ReleaseIter; with the primary key it can be the fast
+ *         iterator (see CreateFastPriIter). 0 for an unknown key index, a null record with a
+ *         secondary key, or if the store cannot open an iterator
  */
 __attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsPwMacdrawCreateIter(uint32_t keyIndex,
                                                    const L2vpnVplsPwMacdraw *record);
 
 /**
- * Counts the records with one key's values.
+ * Counts the records that match a key.
  * @param keyIndex L2VPN_VPLS_PW_MACDRAW_KEY_...
  * @param record holds the key's fields
  * @param count out, written by the store; not checked here
@@ -156,11 +156,12 @@ uint32_t L2VPN_DB_L2vpnVplsPwMacdrawCountByKey(uint32_t keyIndex, const L2vpnVpl
                                                uint32_t *count);
 
 /**
- * Opens an iterator over one full primary key. The table's one fast iterator, whose handle is the
- * control block's address, costs one read and nothing in the store; while it is handed out, this
- * opens an iterator of the store. Only its owner may use the handle.
+ * Opens an iterator over one full primary key. If the table's fast iterator is free, returns that:
+ * its handle is the address of the control block, and it costs one read and no iterator in the
+ * store. Otherwise opens an iterator of the store. Only the caller that received the handle may use
+ * it.
  * @param record holds the primary-key fields; null gives 0
- * @return a handle to release with ReleaseIter; 0 for none
+ * @return a handle, to be released with ReleaseIter; 0 on failure
  */
 __attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsPwMacdrawCreateFastPriIter(const L2vpnVplsPwMacdraw *record);
@@ -169,13 +170,13 @@ L2vpnDbIter *L2VPN_DB_L2vpnVplsPwMacdrawCreateFastPriIter(const L2vpnVplsPwMacdr
  * Delivers an iterator's next record.
  * @param iter from one of this table's Create...Iter functions
  * @param record out, unchanged unless the result is 0
- * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE when the fast iterator has
- *         made its read; else the store's result, its end code among them
+ * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE after the one read of the
+ *         fast iterator; else the store's result, which includes its end code
  */
 uint32_t L2VPN_DB_L2vpnVplsPwMacdrawGetNext(L2vpnDbIter *iter, L2vpnVplsPwMacdraw *record);
 
 /**
- * Releases an iterator, exactly once, whatever GetNext returned.
+ * Releases an iterator. Must be called exactly once per handle, even if GetNext failed.
  * @return 0 for the fast iterator; else the store's result
  */
 uint32_t L2VPN_DB_L2vpnVplsPwMacdrawReleaseIter(L2vpnDbIter *iter);
@@ -185,7 +186,8 @@ uint32_t L2VPN_DB_L2vpnVplsPwMacdrawReleaseIter(L2vpnDbIter *iter);
 /**
  * Opens an iterator of the store over the records with the same vrIndex, pwTunnelId and
  * pwTunnelType as record.
- * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
+ *         one
  */
 __attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsPwMacdrawCreatePrimaryIter(const L2vpnVplsPwMacdraw *record);
@@ -212,7 +214,8 @@ void L2VPN_DB_L2vpnVplsPwMacdrawSetPrimaryKey(const L2vpnVplsPwMacdraw *record,
 
 /**
  * Opens an iterator of the store over the records with the same vrIndex and srcPid as record.
- * @return a handle to release with ReleaseIter; 0 if record is null or the store opens none
+ * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
+ *         one
  */
 __attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DB_L2vpnVplsPwMacdrawCreateSmoothHashIter(const L2vpnVplsPwMacdraw *record);
@@ -245,14 +248,14 @@ void L2VPN_DB_L2vpnVplsPwMacdrawSetSmoothHashKey(const L2vpnVplsPwMacdraw *recor
 uint32_t L2VPN_DB_L2vpnVplsPwMacdrawMapKeyId(uint32_t keyIndex);
 
 /**
- * Maps a field id of an update to the store's.
+ * Maps the field id of an update to the store's field id.
  * @return the id, or L2VPN_DB_NO_MAPPING
  */
 uint32_t L2VPN_DB_L2vpnVplsPwMacdrawMapUpdateFieldId(uint32_t fieldId);
 
 /**
- * The setter that the store calls during an update: sets batchVersion in the record object, once
- * for each time the list names it.
+ * Setter: the store calls it during an update. Sets batchVersion in the record object, once per
+ * occurrence in the list.
  * @return 0; L2VPN_DB_ERR_PARAM if record or fieldIds is null, fieldCount is 0, or at the first
  *         other field id, or record->data is null; else the bitwise OR of the record object's
  *         results
@@ -263,32 +266,32 @@ uint32_t L2VPN_DB_L2vpnVplsPwMacdrawSetFields(const L2vpnDbRecData *record, L2vp
 /**
  * Packs a caller record into 52 bytes of stored record. No pointer is checked; the two must not
  * overlap.
- * @return not to be relied on
+ * @return unspecified
  */
 uint32_t L2VPN_DB_L2vpnVplsPwMacdrawSetAllFields(const L2vpnVplsPwMacdraw *record, void *stored);
 
 /**
- * Unpacks a stored record; the caller record's alignment bytes keep their values. No pointer is
- * checked; the two must not overlap.
- * @return not to be relied on
+ * Unpacks a stored record; the caller record's padding is unchanged. No pointer is checked; the two
+ * must not overlap.
+ * @return unspecified
  */
 uint32_t L2VPN_DB_L2vpnVplsPwMacdrawGetAllFields(const void *stored, L2vpnVplsPwMacdraw *record);
 
 /**
- * Initialises the control block's spin lock, once however often it is called.
+ * Initialises the control block's spin lock on the first call; later calls do nothing.
  * @return 0
  */
 uint32_t L2VPN_DB_L2vpnVplsPwMacdrawGlbInit(void);
 
 /**
  * Adds an amount to a counter, atomically and modulo 2^32. The store calls it.
- * @param statId below L2VPN_DB_STAT_COUNT; any other is ignored
+ * @param statId below L2VPN_DB_STAT_COUNT; larger values are ignored
  */
 void L2VPN_DB_L2vpnVplsPwMacdrawStat(uint32_t statId, uint32_t amount);
 
 /**
- * Reads a counter; its meaning is the store's.
- * @return the value, perhaps a moment old; 0 if statId is not below L2VPN_DB_STAT_COUNT
+ * Reads a counter. The store defines the meaning of each.
+ * @return the value, which may be stale; 0 if statId is not below L2VPN_DB_STAT_COUNT
  */
 uint32_t L2VPN_DB_L2vpnVplsPwMacdrawGetStat(uint32_t statId);
 
@@ -301,52 +304,54 @@ uint32_t L2VPN_DB_L2vpnVplsPwMacdrawGetStat(uint32_t statId);
 L2vpnDalIntf L2VPN_DB_L2vpnVplsPwMacdrawDalIntf(void);
 
 /**
- * L2VPN_DB_L2vpnVplsPwMacdrawRead behind a check of the record's length.
- * @return L2VPN_DB_ERR_PARAM if length is not 56; else what it returns
+ * Checks the record length, then calls L2VPN_DB_L2vpnVplsPwMacdrawRead.
+ * @return L2VPN_DB_ERR_PARAM if length is not 56; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnVplsPwMacdrawRead(void *record, uint32_t length);
 
 /**
- * L2VPN_DB_L2vpnVplsPwMacdrawWrite behind a check of the record's length.
- * @return L2VPN_DB_ERR_PARAM if length is not 56; else what it returns
+ * Checks the record length, then calls L2VPN_DB_L2vpnVplsPwMacdrawWrite.
+ * @return L2VPN_DB_ERR_PARAM if length is not 56; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnVplsPwMacdrawWrite(const void *record, uint32_t length);
 
 /**
- * L2VPN_DB_L2vpnVplsPwMacdrawUpdateFields behind a check of the record's length.
- * @return L2VPN_DB_ERR_PARAM if length is not 56; else what it returns
+ * Checks the record length, then calls L2VPN_DB_L2vpnVplsPwMacdrawUpdateFields.
+ * @return L2VPN_DB_ERR_PARAM if length is not 56; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnVplsPwMacdrawUpdate(const void *record, uint32_t length,
                                             const uint32_t *fieldIds, uint32_t fieldCount);
 
 /**
- * L2VPN_DB_L2vpnVplsPwMacdrawDelete behind a check of the record's length.
- * @return L2VPN_DB_ERR_PARAM if length is not 56; else what it returns
+ * Checks the record length, then calls L2VPN_DB_L2vpnVplsPwMacdrawDelete.
+ * @return L2VPN_DB_ERR_PARAM if length is not 56; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnVplsPwMacdrawRemove(const void *record, uint32_t length);
 
 /**
- * L2VPN_DB_L2vpnVplsPwMacdrawCreateIter behind a check of the record's length, which does not
- * matter for a null record.
- * @return 0 if record is not null and length is not 56; else what it returns
+ * Checks the record length, then calls L2VPN_DB_L2vpnVplsPwMacdrawCreateIter. The length of a null
+ * record is ignored.
+ * @return 0 if record is not null and length is not 56; else the result of that call
  */
 __attribute__((warn_unused_result))
 L2vpnDbIter *L2VPN_DAL_L2vpnVplsPwMacdrawCreateIter(uint32_t keyIndex, const void *record,
                                                     uint32_t length);
 
 /**
- * L2VPN_DB_L2vpnVplsPwMacdrawGetNext behind a check of the record's length.
- * @return L2VPN_DB_ERR_PARAM if length is not 56; else what it returns
+ * Checks the record length, then calls L2VPN_DB_L2vpnVplsPwMacdrawGetNext.
+ * @return L2VPN_DB_ERR_PARAM if length is not 56; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnVplsPwMacdrawGetNext(L2vpnDbIter *iter, void *record, uint32_t length);
 
-/** The same as L2VPN_DB_L2vpnVplsPwMacdrawCount; the interface table holds that one. */
+/**
+ * Equivalent to L2VPN_DB_L2vpnVplsPwMacdrawCount, which is the function in the interface table.
+ */
 uint32_t L2VPN_DAL_L2vpnVplsPwMacdrawCount(uint32_t *count);
 
 /**
- * L2VPN_DB_L2vpnVplsPwMacdrawCountByKey behind a check of the record's length, which a null record
- * must pass too.
- * @return L2VPN_DB_ERR_PARAM if length is not 56; else what it returns
+ * Checks the record length, then calls L2VPN_DB_L2vpnVplsPwMacdrawCountByKey. A null record must
+ * have the right length, too.
+ * @return L2VPN_DB_ERR_PARAM if length is not 56; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnVplsPwMacdrawCountByKey(uint32_t keyIndex, const void *record,
                                                 uint32_t length, uint32_t *count);
@@ -355,9 +360,9 @@ uint32_t L2VPN_DAL_L2vpnVplsPwMacdrawCountByKey(uint32_t keyIndex, const void *r
 
 /**
  * Renders a record as one line of text, "name:value" items joined by the separator: vrIndex,
- * pwTunnelId, pwTunnelType, srcPid, flags, svcStatus, svcErrcode, batchVersion. Pieces that do not
- * fit are left out.
- * @param formatId L2VPN_AST_WHOLE_RECORD; any other prints "not support"
+ * pwTunnelId, pwTunnelType, srcPid, flags, svcStatus, svcErrcode, batchVersion. A piece that does
+ * not fit is omitted.
+ * @param formatId L2VPN_AST_WHOLE_RECORD; other values print "not support"
  * @param record a L2vpnVplsPwMacdraw
  * @param buffer out, terminated text of at most bufferLength bytes
  * @return the number of characters without the terminator; L2VPN_AST_ERR if a pointer is null or
@@ -367,13 +372,13 @@ uint32_t L2VPN_AST_L2vpnVplsPwMacdrawFormat(uint32_t formatId, const void *recor
                                             uint32_t bufferLength, const char *separator);
 
 /**
- * The whole-record presentation alone. No argument is checked.
+ * Renders like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
  * @return the number of characters without the terminator
  */
 uint32_t L2VPN_AST_L2vpnVplsPwMacdrawFormatTable(const L2vpnVplsPwMacdraw *record, char *buffer,
                                                  uint32_t bufferLength, const char *separator);
 
-/** Returns the table's schema descriptor, which the library owns and nobody may change. */
+/** Returns the table's schema descriptor. The library owns it; do not modify it. */
 L2vpnAstModule *L2VPN_AST_L2vpnVplsPwMacdrawModule(void);
 
 /* ---- Exported data --------------------------------------------------------------------------- */
@@ -382,7 +387,7 @@ L2vpnAstModule *L2VPN_AST_L2vpnVplsPwMacdrawModule(void);
 typedef struct L2vpnVplsPwMacdrawGlbCb {
     uint32_t keyId[4]; /**< At 0: the fast iterator's key identifier area. */
     uint8_t key[16];   /**< At 16: its key, 9 bytes. */
-    L2vpnDbGlbCb cb;   /**< At 32: what all tables have. */
+    L2vpnDbGlbCb cb;   /**< At 32: the part common to all tables. */
 } L2vpnVplsPwMacdrawGlbCb;
 
 /** The table's control block. Its address is the handle of the fast iterator. */

@@ -588,12 +588,12 @@ class Drift(unittest.TestCase):
         self.assertFalse(any(path.exists() for path in sources))
         self.assertTrue((output / "facts/l2vpn_test.h").exists())
 
-    def test_headers_name_the_alignment_bytes(self):
+    def test_headers_name_the_padding(self):
         """Between fields and after the last one."""
         project = Project(self, {"l2vpn_test": TABLE})
         project.run("headers")
         text = project.header("l2vpn_test").read_text(encoding="utf-8").replace("\n * ", " ")
-        self.assertEqual(re.findall(r"Bytes (.*?) are alignment", text), ["27, 42 to 47"])
+        self.assertEqual(re.findall(r"Bytes (.*?) are padding", text), ["27, 42 to 47"])
 
     def test_headers_document_the_result_of_an_update(self):
         without = TABLE.replace("trailing_separator", "no_null_tests")
