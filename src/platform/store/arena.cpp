@@ -36,25 +36,19 @@ void *Arena::allocate(const Allocator &allocator, std::size_t size) {
 // Blocks grow with the arena: a small table stays small, a large one gets huge pages. A block is a
 // multiple of the requested size, because most requests are followed by others of that size.
 bool Arena::grow(const Allocator &allocator, std::size_t size) {
-    if (size_ >= 4 * huge_page && size <= huge_page && allocator.is_malloc()) {
-        void *const block = std::aligned_alloc(huge_page, huge_page);
-        if (block == nullptr)
-            return false;
-        madvise(block, huge_page, MADV_HUGEPAGE); // a hint; errors are ignored
-        free_ = static_cast<char *>(block);
-        left_ = huge_page;
-        size_ += huge_page;
-        return true;
-    }
+    const bool huge = size_ >= 4 * huge_page && size <= huge_page && allocator.is_malloc();
     const std::size_t step = std::min(round_up(size_ / 16 + 1, page), huge_page);
-    const std::size_t wanted = std::max(size, step - step % size);
-    void *const block = allocator.allocate(wanted + line);
+    const std::size_t wanted = huge ? huge_page : std::max(size, step - step % size);
+    const std::size_t slack = huge ? 0 : line; // to align what the service returns
+    auto *const block = static_cast<char *>(huge ? std::aligned_alloc(huge_page, huge_page)
+                                                 : allocator.allocate(wanted + slack));
     if (block == nullptr)
         return false;
-    const std::size_t skip = line - reinterpret_cast<std::uintptr_t>(block) % line;
-    free_ = static_cast<char *>(block) + skip;
+    if (huge)
+        madvise(block, huge_page, MADV_HUGEPAGE); // a hint; errors are ignored
+    free_ = block + slack - reinterpret_cast<std::uintptr_t>(block) % line;
     left_ = wanted;
-    size_ += wanted + line;
+    size_ += wanted + slack;
     return true;
 }
 

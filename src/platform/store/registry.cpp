@@ -32,28 +32,23 @@ DescriptorCache::Entry *probe(const L2vpnDbTblIntf *descriptor) {
     return nullptr;
 }
 
-Table *find_or_create(const Allocator &allocator, const TableLayout &layout) {
-    for (Table *table = tables; table != nullptr; table = table->older)
-        if (&table->layout() == &layout)
-            return table;
-    Table *const table = Table::create(allocator, layout,
-                                       static_cast<std::uint32_t>(&layout - table_layouts.data()));
-    if (table != nullptr) {
-        table->older = tables;
-        tables = table;
-    }
-    return table;
-}
-
 /// Returns the descriptor's table and caches it. A descriptor that has another name by now, or
 /// finds the cache full, is looked up by name each time.
 Table *register_table(const Allocator &allocator, const L2vpnDbTblIntf *descriptor,
                       const TableLayout &layout) {
     const std::lock_guard lock(mutex);
     const ReentrancyGuard guard;
-    Table *const table = find_or_create(allocator, layout);
-    if (table == nullptr)
-        return nullptr;
+    Table *table = tables;
+    while (table != nullptr && &table->layout() != &layout)
+        table = table->older;
+    if (table == nullptr) {
+        const auto number = static_cast<std::uint32_t>(&layout - table_layouts.data());
+        table = Table::create(allocator, layout, number);
+        if (table == nullptr)
+            return nullptr;
+        table->older = tables;
+        tables = table;
+    }
     DescriptorCache::Entry *const entry = probe(descriptor);
     if (entry != nullptr && entry->descriptor == nullptr) {
         store(entry->name, descriptor->name);
