@@ -40,8 +40,8 @@ class Site(unittest.TestCase):
     def test_comments_arrive_whole(self):
         page = api.pages(INCLUDE)["l2vpn_vpls_pw"]
         self.assertIn("   Opens an iterator of the store over the records with the same vrIndex and instanceId as record."
-                      "\n\n\n   :return: a handle to release with ReleaseIter; 0 if record is null or the store opens "
-                      "none\n", page)
+                      "\n\n\n   :return: a handle, to be released with ReleaseIter; 0 if record is null or the store "
+                      "cannot open one\n", page)
         self.assertIn("   .. c:member:: uint8_t glbSvcCtx[2][28]\n\n"
                       "      Fields 40 and 41 at 96: global service context, two elements of opaque bytes.\n", page)
 
