@@ -35,7 +35,7 @@ typedef struct L2vpnExtnhp {
     uint8_t svcStatus[2];  /**< Fields 9 and 10 at 28: service status, two one-byte elements. */
     uint8_t svcErrcode[2]; /**< Fields 11 and 12 at 30: service error code, two one-byte elements. */
     uint8_t svcCtx[2][16]; /**< Fields 13 and 14 at 32: service context, opaque bytes. */
-    uint32_t batchVersion; /**< Field 15 at 64: batch version, the field that updates change. */
+    uint32_t batchVersion; /**< Field 15 at 64: batch version, the only field that partial updates change. */
     uint64_t timeStampApp; /**< Field 16 at 72: time stamp of the application side. */
     uint64_t timeStampSvc; /**< Field 17 at 80: time stamp of the service side. */
 } L2vpnExtnhp;

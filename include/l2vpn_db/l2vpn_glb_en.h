@@ -28,7 +28,7 @@ typedef struct L2vpnGlbEn {
     uint8_t svcErrcode[2];    /**< Fields 6 and 7 at 18: service error code, two one-byte elements. */
     uint8_t glbSvcCtx[2][28]; /**< Fields 8 and 9 at 20: global service context, two elements of opaque bytes. */
     uint8_t svcCtx[2][16];    /**< Fields 10 and 11 at 76: service context, opaque bytes. */
-    uint32_t batchVersion;    /**< Field 12 at 108: batch version, the field that updates change. */
+    uint32_t batchVersion;    /**< Field 12 at 108: batch version, the only field that partial updates change. */
     uint64_t timeStampApp;    /**< Field 13 at 112: time stamp of the application side. */
     uint64_t timeStampSvc;    /**< Field 14 at 120: time stamp of the service side. */
 } L2vpnGlbEn;

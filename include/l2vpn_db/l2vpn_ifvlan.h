@@ -32,7 +32,7 @@ typedef struct L2vpnIfvlan {
     uint32_t flags;        /**< Field 6 at 16: record flags. */
     uint8_t svcStatus[2];  /**< Fields 7 and 8 at 20: service status, two one-byte elements. */
     uint8_t svcErrcode[2]; /**< Fields 9 and 10 at 22: service error code, two one-byte elements. */
-    uint32_t batchVersion; /**< Field 11 at 24: batch version, the field that updates change. */
+    uint32_t batchVersion; /**< Field 11 at 24: batch version, the only field that partial updates change. */
     uint64_t timeStampApp; /**< Field 12 at 32: time stamp of the application side. */
     uint64_t timeStampSvc; /**< Field 13 at 40: time stamp of the service side. */
 } L2vpnIfvlan;

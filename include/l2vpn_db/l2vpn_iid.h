@@ -28,7 +28,7 @@ typedef struct L2vpnIid {
     uint16_t l2vpnIidFlag; /**< Field 3 at 10: flags of the L2VPN index. */
     uint32_t flags;        /**< Field 4 at 12: record flags. */
     uint32_t srcPid;       /**< Field 5 at 16: source process id. */
-    uint32_t batchVersion; /**< Field 6 at 20: batch version, the field that updates change. */
+    uint32_t batchVersion; /**< Field 6 at 20: batch version, the only field that partial updates change. */
     uint64_t timeStampApp; /**< Field 7 at 24: time stamp of the application side. */
     uint64_t timeStampSvc; /**< Field 8 at 32: time stamp of the service side. */
 } L2vpnIid;

@@ -35,7 +35,7 @@ typedef struct L2vpnOamStaticmac {
     uint8_t svcStatus[2];  /**< Fields 12 and 13 at 40: service status, two one-byte elements. */
     uint8_t svcErrcode[2]; /**< Fields 14 and 15 at 42: service error code, two one-byte elements. */
     uint8_t svcCtx[2][24]; /**< Fields 16 and 17 at 44: service context, opaque bytes. */
-    uint32_t batchVersion; /**< Field 18 at 92: batch version, the field that updates change. */
+    uint32_t batchVersion; /**< Field 18 at 92: batch version, the only field that partial updates change. */
     uint64_t timeStampApp; /**< Field 19 at 96: time stamp of the application side. */
     uint64_t timeStampSvc; /**< Field 20 at 104: time stamp of the service side. */
 } L2vpnOamStaticmac;

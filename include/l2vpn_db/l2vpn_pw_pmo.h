@@ -31,7 +31,7 @@ typedef struct L2vpnPwPmo {
     uint8_t svcStatus[2];  /**< Fields 8 and 9 at 24: service status, two one-byte elements. */
     uint8_t svcErrcode[2]; /**< Fields 10 and 11 at 26: service error code, two one-byte elements. */
     uint8_t svcCtx[2][72]; /**< Fields 12 and 13 at 28: service context, opaque bytes. */
-    uint32_t batchVersion; /**< Field 14 at 172: batch version, the field that updates change. */
+    uint32_t batchVersion; /**< Field 14 at 172: batch version, the only field that partial updates change. */
     uint64_t timeStampApp; /**< Field 15 at 176: time stamp of the application side. */
     uint64_t timeStampSvc; /**< Field 16 at 184: time stamp of the service side. */
 } L2vpnPwPmo;

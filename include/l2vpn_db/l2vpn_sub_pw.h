@@ -31,7 +31,7 @@ typedef struct L2vpnSubPw {
     uint8_t svcStatus[2];     /**< Fields 8 and 9 at 24: service status, two one-byte elements. */
     uint8_t svcErrcode[2];    /**< Fields 10 and 11 at 26: service error code, two one-byte elements. */
     uint8_t glbSvcCtx[2][28]; /**< Fields 12 and 13 at 28: global service context, two elements of opaque bytes. */
-    uint32_t batchVersion;    /**< Field 14 at 84: batch version, the field that updates change. */
+    uint32_t batchVersion;    /**< Field 14 at 84: batch version, the only field that partial updates change. */
     uint64_t timeStampApp;    /**< Field 15 at 88: time stamp of the application side. */
     uint64_t timeStampSvc;    /**< Field 16 at 96: time stamp of the service side. */
 } L2vpnSubPw;

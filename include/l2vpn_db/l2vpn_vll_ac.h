@@ -47,7 +47,7 @@ typedef struct L2vpnVllAc {
     uint8_t svcErrcode[2];    /**< Fields 22 and 23 at 54: service error code, two one-byte elements. */
     uint8_t glbSvcCtx[2][12]; /**< Fields 24 and 25 at 56: global service context, two elements of opaque bytes. */
     uint8_t svcCtx[2][44];    /**< Fields 26 and 27 at 80: service context, opaque bytes. */
-    uint32_t batchVersion;    /**< Field 28 at 168: batch version, the field that updates change. */
+    uint32_t batchVersion;    /**< Field 28 at 168: batch version, the only field that partial updates change. */
     uint64_t timeStampApp;    /**< Field 29 at 176: time stamp of the application side. */
     uint64_t timeStampSvc;    /**< Field 30 at 184: time stamp of the service side. */
 } L2vpnVllAc;

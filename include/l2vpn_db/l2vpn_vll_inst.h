@@ -35,7 +35,7 @@ typedef struct L2vpnVllInst {
     uint8_t svcErrcode[2];    /**< Fields 10 and 11 at 22: service error code, two one-byte elements. */
     uint8_t glbSvcCtx[2][32]; /**< Fields 12 and 13 at 24: global service context, two elements of opaque bytes. */
     uint8_t svcCtx[2][32];    /**< Fields 14 and 15 at 88: service context, opaque bytes. */
-    uint32_t batchVersion;    /**< Field 16 at 152: batch version, the field that updates change. */
+    uint32_t batchVersion;    /**< Field 16 at 152: batch version, the only field that partial updates change. */
     uint64_t timeStampApp;    /**< Field 17 at 160: time stamp of the application side. */
     uint64_t timeStampSvc;    /**< Field 18 at 168: time stamp of the service side. */
 } L2vpnVllInst;

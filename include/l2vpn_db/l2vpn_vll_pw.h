@@ -51,7 +51,7 @@ typedef struct L2vpnVllPw {
     uint8_t svcErrcode[2];    /**< Fields 29 and 30 at 74: service error code, two one-byte elements. */
     uint8_t glbSvcCtx[2][28]; /**< Fields 31 and 32 at 76: global service context, two elements of opaque bytes. */
     uint8_t nhpSvcCtx[2][16]; /**< Fields 33 and 34 at 132: next-hop service context, two elements of opaque bytes. */
-    uint32_t batchVersion;    /**< Field 35 at 164: batch version, the field that updates change. */
+    uint32_t batchVersion;    /**< Field 35 at 164: batch version, the only field that partial updates change. */
     uint64_t timeStampApp;    /**< Field 36 at 168: time stamp of the application side. */
     uint64_t timeStampSvc;    /**< Field 37 at 176: time stamp of the service side. */
 } L2vpnVllPw;

@@ -50,7 +50,7 @@ typedef struct L2vpnVplsAc {
     uint8_t svcErrcode[2];    /**< Fields 25 and 26 at 54: service error code, two one-byte elements. */
     uint8_t glbSvcCtx[2][12]; /**< Fields 27 and 28 at 56: global service context, two elements of opaque bytes. */
     uint8_t svcCtx[2][44];    /**< Fields 29 and 30 at 80: service context, opaque bytes. */
-    uint32_t batchVersion;    /**< Field 31 at 168: batch version, the field that updates change. */
+    uint32_t batchVersion;    /**< Field 31 at 168: batch version, the only field that partial updates change. */
     uint64_t timeStampApp;    /**< Field 32 at 176: time stamp of the application side. */
     uint64_t timeStampSvc;    /**< Field 33 at 184: time stamp of the service side. */
 } L2vpnVplsAc;

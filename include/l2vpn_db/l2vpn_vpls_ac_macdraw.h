@@ -30,7 +30,7 @@ typedef struct L2vpnVplsAcMacdraw {
     uint16_t rsv2;         /**< Field 7 at 22: reserved. */
     uint8_t svcStatus[2];  /**< Fields 8 and 9 at 24: service status, two one-byte elements. */
     uint8_t svcErrcode[2]; /**< Fields 10 and 11 at 26: service error code, two one-byte elements. */
-    uint32_t batchVersion; /**< Field 12 at 28: batch version, the field that updates change. */
+    uint32_t batchVersion; /**< Field 12 at 28: batch version, the only field that partial updates change. */
     uint64_t timeStampApp; /**< Field 13 at 32: time stamp of the application side. */
     uint64_t timeStampSvc; /**< Field 14 at 40: time stamp of the service side. */
 } L2vpnVplsAcMacdraw;

@@ -43,7 +43,7 @@ typedef struct L2vpnVplsAcShare {
     uint8_t svcErrcode[2];    /**< Fields 18 and 19 at 38: service error code, two one-byte elements. */
     uint8_t glbSvcCtx[2][12]; /**< Fields 20 and 21 at 40: global service context, two elements of opaque bytes. */
     uint8_t svcCtx[2][44];    /**< Fields 22 and 23 at 64: service context, opaque bytes. */
-    uint32_t batchVersion;    /**< Field 24 at 152: batch version, the field that updates change. */
+    uint32_t batchVersion;    /**< Field 24 at 152: batch version, the only field that partial updates change. */
     uint64_t timeStampApp;    /**< Field 25 at 160: time stamp of the application side. */
     uint64_t timeStampSvc;    /**< Field 26 at 168: time stamp of the service side. */
 } L2vpnVplsAcShare;

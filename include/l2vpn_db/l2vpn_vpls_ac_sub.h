@@ -48,7 +48,7 @@ typedef struct L2vpnVplsAcSub {
     uint8_t svcErrcode[2];    /**< Fields 26 and 27 at 58: service error code, two one-byte elements. */
     uint8_t glbSvcCtx[2][12]; /**< Fields 28 and 29 at 60: global service context, two elements of opaque bytes. */
     uint8_t svcCtx[2][44];    /**< Fields 30 and 31 at 84: service context, opaque bytes. */
-    uint32_t batchVersion;    /**< Field 32 at 172: batch version, the field that updates change. */
+    uint32_t batchVersion;    /**< Field 32 at 172: batch version, the only field that partial updates change. */
     uint64_t timeStampApp;    /**< Field 33 at 176: time stamp of the application side. */
     uint64_t timeStampSvc;    /**< Field 34 at 184: time stamp of the service side. */
 } L2vpnVplsAcSub;

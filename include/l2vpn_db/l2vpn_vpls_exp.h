@@ -31,7 +31,7 @@ typedef struct L2vpnVplsExp {
     uint8_t resv1;         /**< Field 5 at 11: reserved. */
     uint32_t flags;        /**< Field 6 at 12: record flags. */
     uint32_t srcPid;       /**< Field 7 at 16: source process id. */
-    uint32_t batchVersion; /**< Field 8 at 20: batch version, the field that updates change. */
+    uint32_t batchVersion; /**< Field 8 at 20: batch version, the only field that partial updates change. */
     uint8_t svcStatus[2];  /**< Fields 9 and 10 at 24: service status, two one-byte elements. */
     uint8_t svcErrcode[2]; /**< Fields 11 and 12 at 26: service error code, two one-byte elements. */
     uint64_t timeStampApp; /**< Field 13 at 32: time stamp of the application side. */

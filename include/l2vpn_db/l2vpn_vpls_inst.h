@@ -38,7 +38,7 @@ typedef struct L2vpnVplsInst {
     uint8_t svcStatus[2];  /**< Fields 12 and 13 at 28: service status, two one-byte elements. */
     uint8_t svcErrcode[2]; /**< Fields 14 and 15 at 30: service error code, two one-byte elements. */
     uint8_t svcCtx[2][24]; /**< Fields 16 and 17 at 32: service context, opaque bytes. */
-    uint32_t batchVersion; /**< Field 18 at 80: batch version, the field that updates change. */
+    uint32_t batchVersion; /**< Field 18 at 80: batch version, the only field that partial updates change. */
     uint64_t timeStampApp; /**< Field 19 at 88: time stamp of the application side. */
     uint64_t timeStampSvc; /**< Field 20 at 96: time stamp of the service side. */
 } L2vpnVplsInst;

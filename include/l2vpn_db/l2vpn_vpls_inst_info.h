@@ -35,7 +35,7 @@ typedef struct L2vpnVplsInstInfo {
     uint32_t macAgeTime;   /**< Field 9 at 16: MAC ageing time. */
     uint32_t flags;        /**< Field 10 at 20: record flags. */
     uint32_t srcPid;       /**< Field 11 at 24: source process id. */
-    uint32_t batchVersion; /**< Field 12 at 28: batch version, the field that updates change. */
+    uint32_t batchVersion; /**< Field 12 at 28: batch version, the only field that partial updates change. */
     uint8_t svcStatus[2];  /**< Fields 13 and 14 at 32: service status, two one-byte elements. */
     uint8_t svcErrcode[2]; /**< Fields 15 and 16 at 34: service error code, two one-byte elements. */
     uint64_t timeStampApp; /**< Field 17 at 40: time stamp of the application side. */

@@ -30,7 +30,7 @@ typedef struct L2vpnVplsMacping {
     uint8_t svcStatus[2];    /**< Fields 7 and 8 at 24: service status, two one-byte elements. */
     uint8_t svcErrcode[2];   /**< Fields 9 and 10 at 26: service error code, two one-byte elements. */
     uint8_t svcCtx[2][32];   /**< Fields 11 and 12 at 28: service context, opaque bytes. */
-    uint32_t batchVersion;   /**< Field 13 at 92: batch version, the field that updates change. */
+    uint32_t batchVersion;   /**< Field 13 at 92: batch version, the only field that partial updates change. */
     uint64_t timeStampQuery; /**< Field 14 at 96: time stamp of the query. */
     uint64_t timeStampApp;   /**< Field 15 at 104: time stamp of the application side. */
     uint64_t timeStampSvc;   /**< Field 16 at 112: time stamp of the service side. */

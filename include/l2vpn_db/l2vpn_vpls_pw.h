@@ -63,7 +63,7 @@ typedef struct L2vpnVplsPw {
     uint8_t svcErrcode[2];    /**< Fields 38 and 39 at 94: service error code, two one-byte elements. */
     uint8_t glbSvcCtx[2][28]; /**< Fields 40 and 41 at 96: global service context, two elements of opaque bytes. */
     uint8_t svcCtx[2][52];    /**< Fields 42 and 43 at 152: service context, opaque bytes. */
-    uint32_t batchVersion;    /**< Field 44 at 256: batch version, the field that updates change. */
+    uint32_t batchVersion;    /**< Field 44 at 256: batch version, the only field that partial updates change. */
     uint64_t timeStampApp;    /**< Field 45 at 264: time stamp of the application side. */
     uint64_t timeStampSvc;    /**< Field 46 at 272: time stamp of the service side. */
 } L2vpnVplsPw;

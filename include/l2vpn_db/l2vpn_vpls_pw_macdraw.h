@@ -35,7 +35,7 @@ typedef struct L2vpnVplsPwMacdraw {
     uint32_t flags;        /**< Field 9 at 24: record flags. */
     uint8_t svcStatus[2];  /**< Fields 10 and 11 at 28: service status, two one-byte elements. */
     uint8_t svcErrcode[2]; /**< Fields 12 and 13 at 30: service error code, two one-byte elements. */
-    uint32_t batchVersion; /**< Field 14 at 32: batch version, the field that updates change. */
+    uint32_t batchVersion; /**< Field 14 at 32: batch version, the only field that partial updates change. */
     uint64_t timeStampApp; /**< Field 15 at 40: time stamp of the application side. */
     uint64_t timeStampSvc; /**< Field 16 at 48: time stamp of the service side. */
 } L2vpnVplsPwMacdraw;

@@ -33,7 +33,7 @@ typedef struct L2vpnVplsPwredPg {
     uint8_t svcCtx[2][16];  /**< Fields 10 and 11 at 32: service context, opaque bytes. */
     uint8_t svcStatus[2];   /**< Fields 12 and 13 at 64: service status, two one-byte elements. */
     uint8_t svcErrcode[2];  /**< Fields 14 and 15 at 66: service error code, two one-byte elements. */
-    uint32_t batchVersion;  /**< Field 16 at 68: batch version, the field that updates change. */
+    uint32_t batchVersion;  /**< Field 16 at 68: batch version, the only field that partial updates change. */
     uint64_t timeStampApp;  /**< Field 17 at 72: time stamp of the application side. */
     uint64_t timeStampSvc;  /**< Field 18 at 80: time stamp of the service side. */
 } L2vpnVplsPwredPg;

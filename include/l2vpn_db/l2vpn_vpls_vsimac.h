@@ -45,7 +45,7 @@ typedef struct L2vpnVplsVsimac {
     uint8_t svcStatus[2];  /**< Fields 19 and 20 at 60: service status, two one-byte elements. */
     uint8_t svcErrcode[2]; /**< Fields 21 and 22 at 62: service error code, two one-byte elements. */
     uint8_t svcCtx[2][24]; /**< Fields 23 and 24 at 64: service context, opaque bytes. */
-    uint32_t batchVersion; /**< Field 25 at 112: batch version, the field that updates change. */
+    uint32_t batchVersion; /**< Field 25 at 112: batch version, the only field that partial updates change. */
     uint64_t timeStampApp; /**< Field 26 at 120: time stamp of the application side. */
     uint64_t timeStampSvc; /**< Field 27 at 128: time stamp of the service side. */
 } L2vpnVplsVsimac;
