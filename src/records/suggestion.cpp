@@ -34,7 +34,7 @@ std::size_t edits(std::string_view from, std::string_view to) {
 
 std::string unknown(std::string_view what, const std::string &name,
                     const std::vector<std::string> &known) {
-    const std::string text = fmt::format("unknown {} {}", what, in_quotes(name));
+    std::string text = fmt::format("unknown {} {}", what, in_quotes(name));
     if (name.size() > max_name) {
         return text;
     }
