@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <system_error>
 #include <utility>
 
@@ -11,6 +12,7 @@
 #include <unistd.h>
 
 #include "records/interrupt.h"
+#include "records/value.h"
 
 namespace l2vpn::records {
 namespace {
@@ -27,7 +29,8 @@ std::string input_name(const std::string &path) {
 }
 
 FileError::FileError(const std::string &path, const std::string &what)
-    : std::runtime_error(path + ": " + what + ": " + std::generic_category().message(errno)) {}
+    : std::runtime_error((path.size() > PATH_MAX ? in_quotes(path) : path) + ": " + what + ": " +
+                         std::generic_category().message(errno)) {}
 
 InputFile::Descriptor::Descriptor(const std::string &path)
     : number(path == "-" ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC)) {

@@ -77,7 +77,7 @@ Exit run_bench(const Arguments &arguments) {
                         {"calls"},
                         {"nanoseconds", "ns each"},
                         {"millionPerSecond", "million/s"}});
-    const auto tables = stored_tables_named(arguments.tables, "operations are measured");
+    const auto tables = stored_tables_named(arguments.tables);
     for (const Table *const table : tables) {
         if (count(*table) != 0) {
             throw Failure(exit_bad_input,

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <charconv>
 #include <exception>
-#include <map>
+#include <filesystem>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -25,59 +25,65 @@ namespace {
 using Kind = Parameter::Kind;
 
 constexpr const char *about_tool =
-    "Looks into the layer-2 VPN tables: what they hold, what a record means, what it\n"
-    "looks like packed, which records a key finds. The tables live as long as the\n"
-    "process: load records first.";
+    "Inspects the layer-2 VPN tables: their records, the layouts of the records and\n"
+    "the keys that find them. The tables live in this process and start empty: load\n"
+    "records first.";
 constexpr const char *common_options =
-    "All commands take --json, --raw and --load, see l2vpn-db --help.";
+    "All commands also take --json, --raw and --load; see l2vpn-db --help.";
 constexpr const char *exit_codes =
-    "Exit codes: 0 done; 1 no such record, or a difference; 2 wrong command line or\n"
-    "input; 3 refused by the store, or a file that cannot be read or written.";
+    "Exit codes: 0 done; 1 no such record, or files differ; 2 invalid command line or\n"
+    "input; 3 rejected by the store, or a file cannot be read or written.";
 
-const Parameter table{"TABLE", &Arguments::table, Kind::table, true, "a table's name"};
-const Parameter tables{"TABLE", &Arguments::tables, Kind::table, false, "tables; all without one"};
-const Parameter files{"FILE", &Arguments::files, Kind::file, true, "files; - for standard input"};
+const Parameter table{"TABLE", &Arguments::table, Kind::table, true, "a table name"};
+const Parameter tables{"TABLE", &Arguments::tables, Kind::table, false, "tables; default: all"};
+const Parameter files{"FILE", &Arguments::files, Kind::file, true, "files; - is standard input"};
 const Parameter script{"FILE", &Arguments::files, Kind::file, false,
-                       "scripts; - or nothing for standard input"};
+                       "scripts; default: standard input"};
 const Parameter values{"VALUES", &Arguments::values, Kind::field, false,
                        "fields, as in mtu=1500; the others are 0"};
 const Parameter set_values{"VALUES", &Arguments::values, Kind::field, true,
                            "the primary key, and the fields to change, as in mtu=1500"};
 const Parameter key_values{"VALUES", &Arguments::values, Kind::field, true,
-                           "the members of a key, as in vrIndex=1"};
+                           "all members of a key, as in vrIndex=1"};
 const Parameter batch_version{"VERSION", &Arguments::batch_version, Kind::none, true,
                               "the new batch version"};
 const Parameter hex{"HEX", &Arguments::hex, Kind::none, true,
-                    "bytes, perhaps with blanks; - for standard input"};
+                    "hexadecimal bytes, or a file that holds a dump or the bytes\n"
+                    "themselves; - is standard input"};
 const Parameter key_name{"--key", &Arguments::key, Kind::key, false,
-                         "a key's name, if its members do not tell"};
+                         "a key name, if its members are ambiguous"};
 const Parameter fields{"--fields", &Arguments::fields, Kind::value, false,
                        "fields to show, as in mtu,peerIp"};
 const Parameter all{"--all", &Arguments::all, Kind::none, false,
-                    "show also the columns that are 0 in all records"};
-const Parameter line{"--line", &Arguments::line, Kind::none, false, "the library's one-line form"};
+                    "show also columns that are 0 in all records"};
+const Parameter line{"--line", &Arguments::line, Kind::none, false,
+                     "the one-line form of the library"};
 const Parameter csv{"--csv", &Arguments::csv, Kind::none, false, "comma-separated values"};
 const Parameter output{"--output", &Arguments::output, Kind::file, false,
-                       "a file to write; - for standard output"};
-const Parameter svg{"--svg", &Arguments::svg, Kind::file, false, "a file for the picture as SVG"};
+                       "a file to write; - is standard output"};
+const Parameter svg{"--svg", &Arguments::svg, Kind::file, false,
+                    "write an SVG picture to this file"};
 const Parameter csv_table{"--table", &Arguments::csv_table, Kind::table, false,
-                          "the table of CSV, if its file's name does not tell"};
+                          "the table of a CSV file, if not its name"};
 const Parameter keep_going{"--keep-going", &Arguments::keep_going, Kind::none, false,
-                           "leave out what is wrong, not the whole file"};
+                           "skip what is invalid, not the whole file"};
 const Parameter merge{"--merge", &Arguments::merge, Kind::none, false,
                       "keep the fields that a file does not give"};
 const Parameter only_layout{"--layout", &Arguments::layout, Kind::layout, false,
-                            "only the bytes of this layout: caller or stored"};
+                            "print only the bytes of this layout: caller or stored"};
 const Parameter instances{"--instances", &Arguments::instances, Kind::none, false,
                           "service instances in the network"};
-const Parameter seed{"--seed", &Arguments::seed, Kind::none, false,
-                     "another number gives another network"};
+const Parameter seed{"--seed", &Arguments::seed, Kind::none, false, "selects one of many networks"};
 const Parameter store{"--store", &Arguments::store, Kind::none, false,
-                      "write the records into the tables instead"};
+                      "store the records in the tables"};
 const Parameter record_count{"--records", &Arguments::records, Kind::none, false,
-                             "how many records to measure with"};
-const Parameter as_json{"--json", &Arguments::json, Kind::none, false,
-                        "one JSON object a line, for programs"};
+                             "records to measure with"};
+const Parameter explain{"--explain", &Arguments::explain, Kind::none, false,
+                        "show the closest records and the members that differ"};
+const Parameter topic{"COMMAND", &Arguments::topic, Kind::command, false, "a command"};
+const Parameter load{"--load", &Arguments::load, Kind::file, false,
+                     "a file to load first; may be repeated"};
+const Parameter as_json{"--json", &Arguments::json, Kind::none, false, "JSON, one object per line"};
 const Parameter raw{"--raw", &Arguments::raw, Kind::none, false, "addresses and bytes as numbers"};
 
 std::vector<std::string> command_names() {
@@ -88,7 +94,7 @@ std::vector<std::string> command_names() {
     return names;
 }
 
-/// Whether a text is a number that an argument holds; why not, for people.
+/// A validator: returns an error message, or "" for a number.
 std::string not_a_number(const std::string &text) {
     std::uint64_t number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
@@ -98,7 +104,7 @@ std::string not_a_number(const std::string &text) {
                                UINT64_MAX);
 }
 
-/// What stands for an option's value in help; an argument with a place has its name.
+/// The placeholder of an option's value in help. A positional argument is shown by its name.
 std::string type_name(const Parameter &parameter) {
     if (*parameter.name != '-') {
         return "";
@@ -114,6 +120,7 @@ std::string type_name(const Parameter &parameter) {
         return "FIELD,...";
     case Kind::layout:
         return "LAYOUT";
+    case Kind::command:
     case Kind::field:
     case Kind::none:
         break;
@@ -141,7 +148,11 @@ void add(CLI::App &app, const Parameter &parameter, Arguments &arguments) {
             if constexpr (std::is_same_v<decltype(target), bool &>) {
                 app.add_flag(parameter.name, target, parameter.about);
             } else {
-                CLI::Option *const added = app.add_option(parameter.name, target, parameter.about);
+                const std::string name = &parameter == &load ? "-l,--load" : parameter.name;
+                CLI::Option *const added = app.add_option(name, target, parameter.about);
+                if (*parameter.name == '-') {
+                    added->allow_extra_args(false);
+                }
                 added->required(parameter.required)->type_name(type_name(parameter));
                 if constexpr (std::is_same_v<decltype(target), std::uint64_t &>) {
                     added->check(not_a_number);
@@ -154,34 +165,33 @@ void add(CLI::App &app, const Parameter &parameter, Arguments &arguments) {
         parameter.target);
 }
 
-/// What stands where nothing fits.
-/// @param command  null if none has been named
-/// @param for_shell  whether the tool's own options are out of place, too
-std::string unexpected(const std::string &word, const Command *command, bool for_shell) {
+/// The error for a word that the parser has not used.
+/// @param command  null if the line names none
+std::string unexpected(const std::string &word, const Command *command) {
     const bool option = word.starts_with('-');
     if (command != nullptr && !option) {
-        return fmt::format("{}: found {}, expected no more arguments", command->name,
-                           records::in_quotes(word));
+        return fmt::format("{}: unexpected argument {}", command->name, records::in_quotes(word));
     }
     std::vector<std::string> known = option ? std::vector<std::string>{"--help"} : command_names();
-    known.emplace_back(option ? for_shell ? "--json" : "--load" : "help");
-    const auto add_options = [&](const std::vector<const Parameter *> &parameters) {
+    for (const auto &parameters :
+         {common_parameters(), command == nullptr ? common_parameters() : command->parameters}) {
         for (const Parameter *const parameter : parameters) {
             if (option && *parameter->name == '-') {
                 known.emplace_back(parameter->name);
             }
         }
-    };
-    add_options(common_parameters());
-    add_options(command == nullptr ? std::vector<const Parameter *>{} : command->parameters);
-    return records::unknown(option ? "option" : "command", word, known);
+    }
+    const std::string text = records::unknown(option ? "option" : "command", word, known);
+    return text.ends_with('?') ? text
+           : command == nullptr
+               ? text + "; \"help\" lists the commands"
+               : fmt::format("{}; \"help {}\" lists the options", text, command->name);
 }
 
-/// Parses a command line and says which command it gives; none if it gives none.
+/// Parses a command line.
 class Parser {
 public:
-    /// @param for_shell  for a line in which the tool's own options are left out
-    Parser(const Arguments &given, bool for_shell) : arguments(given), for_shell_(for_shell) {
+    explicit Parser(const Arguments &given) : arguments(given) {
         app_.name("l2vpn-db");
         app_.description(about_tool);
         app_.footer(exit_codes);
@@ -191,12 +201,7 @@ public:
         for (const Parameter *const parameter : common_parameters()) {
             add(app_, *parameter, arguments);
         }
-        if (!for_shell) {
-            app_.add_option("-l,--load", load, "a file to load first; may be given again")
-                ->type_name("FILE")
-                ->allow_extra_args(false);
-            app_.set_version_flag("--version", "l2vpn-db " L2VPN_VERSION, "the version");
-        }
+        app_.set_version_flag("--version", "l2vpn-db " L2VPN_VERSION, "the version");
         for (const Command &command : commands()) {
             CLI::App &added = *app_.add_subcommand(command.name, command.about);
             added.fallthrough();
@@ -207,73 +212,69 @@ public:
         }
     }
 
+    /// Answers --help and --version itself.
+    /// @return the command that the line names; null if it names none
     const Command *parse(const std::vector<std::string> &words) {
-        std::vector<std::string> reversed(words.rbegin(), words.rend());
-        if (!reversed.empty() && reversed.back() == "help") { // "help load" is "load --help"
-            reversed.pop_back();
-            reversed.insert(reversed.begin(), "--help");
-        }
         try {
-            app_.parse(std::move(reversed));
+            app_.parse(std::vector<std::string>(words.rbegin(), words.rend()));
         } catch (const CLI::ExtrasError &) {
-            throw Failure(exit_bad_input,
-                          unexpected(app_.remaining(true).front(), command(), for_shell_));
+            throw Failure(exit_bad_input, unexpected(app_.remaining(true).front(), command()));
         } catch (const CLI::CallForHelp &) {
+            answered = true;
             fmt::print("{}", command() == nullptr ? app_.help() : last_app().help(app_.get_name()));
-            return nullptr;
         } catch (const CLI::CallForVersion &version) {
-            fmt::print("{}\n", version.what());
-            return nullptr;
+            answered = true;
+            fmt::print("{}", arguments.json ? json_line("tool", version.what())
+                                            : std::string(version.what()) + "\n");
         } catch (const CLI::RequiredError &) {
             throw Failure(exit_bad_input, missing());
         } catch (const CLI::ParseError &error) {
             throw Failure(exit_bad_input, error.what());
         }
-        const Command *const chosen = command() == nullptr ? &commands().back() : command();
-        check_either(*chosen);
-        return chosen;
+        if (command() != nullptr) {
+            check_exclusive(*command());
+        }
+        return command();
     }
 
     Arguments arguments;
-    std::vector<std::string> load;
+    bool answered = false;
 
 private:
     CLI::App &last_app() {
         const auto parsed = app_.get_subcommands();
         return parsed.empty() ? app_ : *parsed.front();
     }
-    /// The one that was named; null if none was.
     const Command *command() {
         const auto found = std::ranges::find(commands(), last_app().get_name(),
                                              [](const Command &each) { return each.name; });
         return found == commands().end() ? nullptr : &*found;
     }
-    void check_either(const Command &command) const {
-        for (const auto &options : command.either) {
-            std::vector<const char *> found;
+    void check_exclusive(const Command &command) const {
+        for (const auto &options : command.exclusive) {
+            std::vector<const char *> given;
             for (const Parameter *const option : options) {
                 if (is_given(*option, arguments)) {
-                    found.push_back(option->name);
+                    given.push_back(option->name);
                 }
             }
-            if (found.size() > 1) {
-                throw Failure(exit_bad_input, fmt::format("{}: found {}, expected one of them",
-                                                          command.name, fmt::join(found, " and ")));
+            if (given.size() > 1) {
+                throw Failure(exit_bad_input, fmt::format("{}: {} exclude each other", command.name,
+                                                          fmt::join(given, " and ")));
             }
         }
     }
     std::string missing() {
         for (const Parameter *const parameter : command()->parameters) {
             if (parameter->required && last_app().count(parameter->name) == 0) {
-                return fmt::format("{}: found no {}, expected {}", command()->name, parameter->name,
+                return fmt::format("{}: missing {}: {}", command()->name, parameter->name,
                                    parameter->about);
             }
         }
-        return "arguments are missing";
+        return fmt::format("{}: missing arguments", command()->name);
     }
 
     CLI::App app_;
-    bool for_shell_;
 };
 
 } // namespace
@@ -291,7 +292,7 @@ const std::vector<Command> &commands() {
          run_describe,
          {{&as_json, &csv}}},
         {"layout",
-         "draws a table's records and keys byte by byte",
+         "draws the records and keys of a table byte by byte",
          {&table, &svg},
          run_layout,
          {{&as_json, &svg}}},
@@ -317,7 +318,7 @@ const std::vector<Command> &commands() {
         {"put", "inserts or replaces a whole record", {&table, &values}, run_put},
         {"set", "changes some fields of a record", {&table, &set_values}, run_set},
         {"set-batch-version",
-         "changes nothing but a record's batch version",
+         "changes only the batch version of a record",
          {&table, &batch_version, &key_values},
          run_set_batch_version},
         {"delete", "deletes the record with a primary key", {&table, &key_values}, run_delete},
@@ -328,19 +329,22 @@ const std::vector<Command> &commands() {
          run_stats,
          {{&as_json, &csv}}},
         {"pack",
-         "shows a record's bytes in both layouts",
+         "shows the bytes of a record in both layouts",
          {&table, &values, &only_layout},
          run_pack,
          {{&as_json, &only_layout}}},
         {"unpack",
-         "shows the record that bytes hold",
+         "decodes the bytes of a record",
          {&table, &hex, &fields, &line, &csv},
          run_unpack,
          {{&as_json, &csv, &line}, {&line, &fields}}},
-        {"key", "shows a key of a record byte by byte", {&table, &values, &key_name}, run_key},
+        {"key",
+         "shows the bytes of a key, and why it finds nothing",
+         {&table, &values, &key_name, &explain},
+         run_key},
         {"diff", "compares the records of two files", {&files, &csv_table}, run_diff},
         {"generate",
-         "makes up a network",
+         "generates the records of a made-up network",
          {&instances, &seed, &output, &store},
          run_generate,
          {{&output, &store}}},
@@ -353,18 +357,40 @@ const std::vector<Command> &commands() {
          "runs commands line by line, on one set of tables",
          {&script, &keep_going},
          run_shell},
+        {"help", "explains a command", {&topic}, run_help},
     };
     return list;
 }
 
 const std::vector<const Parameter *> &common_parameters() {
-    static const std::vector<const Parameter *> list = {&as_json, &raw};
+    static const std::vector<const Parameter *> list = {&load, &as_json, &raw};
     return list;
 }
 
+Exit run_help(const Arguments &arguments) {
+    std::vector<std::string> words{"--help"};
+    if (!arguments.topic.empty()) {
+        if (std::ranges::count(command_names(), arguments.topic) == 0) {
+            throw Failure(exit_bad_input, unexpected(arguments.topic, nullptr));
+        }
+        words.push_back(arguments.topic);
+    }
+    Parser({}).parse(words);
+    return exit_done;
+}
+
 Exit run_command(const std::vector<std::string> &words, const Arguments &given) {
-    Parser parser(given, true);
-    const Command *const command = parser.parse(words);
+    Parser parser(given);
+    const Command *command = parser.parse(words);
+    if (parser.answered) {
+        return exit_done;
+    }
+    if (command == nullptr && !given.in_shell) {
+        command = &*std::ranges::find(commands(), &run_shell, &Command::run);
+    }
+    for (const std::string &file : parser.arguments.load) {
+        load_before(file);
+    }
     return command == nullptr ? exit_done : command->run(parser.arguments);
 }
 
@@ -375,40 +401,45 @@ void report(std::string_view place, std::string_view what, bool json) {
 
 Exit guarded(std::string_view place, bool json, const std::function<Exit()> &run) {
     try {
-        return run();
-    } catch (const Failure &failure) {
-        report(place, failure.what(), json);
-        return failure.code;
-    } catch (const std::exception &failure) {
-        records::check_interrupt(); // which ends what waits for input or output
-        report(place, failure.what(), json);
-        return exit_failed;
-    }
-}
-
-Exit run_tool(const std::vector<std::string> &words) {
-    const bool json = std::ranges::count(words, "--json") != 0;
-    const auto run = [&]() -> Exit {
-        if (words.size() == 2 && words[0] == "--complete") { // for a person's own shell
-            fmt::print("{}\n", fmt::join(completions_of(words[1]), "\n"));
-            return exit_done;
-        }
-        Parser parser({}, false);
-        const Command *const command = parser.parse(words);
-        if (command == nullptr) {
-            return exit_done;
-        }
-        for (const std::string &file : parser.load) {
-            load_before(file);
-        }
-        return command->run(parser.arguments);
-    };
-    return guarded("l2vpn-db", json, [&] {
         const Exit result = run();
         if (std::fflush(stdout) != 0) {
             throw records::FileError("standard output", "cannot be written");
         }
         return result;
+    } catch (const Failure &failure) {
+        report(place, failure.what(), json);
+        return failure.code;
+    } catch (const std::exception &failure) {
+        records::check_interrupt(); // an interrupt makes blocked input and output fail
+        report(place, failure.what(), json);
+        return exit_failed;
+    }
+}
+
+/// Loads the files of a line that is being typed, whose values complete it, unless that is slow.
+static void load_for_completion(const std::string &line) {
+    constexpr std::uintmax_t most_bytes = 4 << 20;
+    const std::vector<std::string> words = words_of(line);
+    for (std::size_t i = 1; i < words.size(); ++i) {
+        std::error_code error;
+        if ((words[i - 1] == "-l" || words[i - 1] == "--load") &&
+            std::filesystem::is_regular_file(words[i], error) &&
+            std::filesystem::file_size(words[i], error) <= most_bytes) {
+            load_before(words[i]);
+        }
+    }
+}
+
+Exit run_tool(const std::vector<std::string> &words) {
+    return guarded("l2vpn-db", std::ranges::count(words, "--json") != 0, [&] {
+        if (words.size() == 2 && words[0] == "--complete") { // called by completion.bash
+            load_for_completion(words[1]);
+            for (const std::string &completion : completions_of(words[1])) {
+                fmt::print("{}\n", completion);
+            }
+            return exit_done;
+        }
+        return run_command(words, {});
     });
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The tool's commands: one list, from which command lines are parsed, explained and completed.
+// The commands of the tool: one list drives parsing, help and completion.
 #pragma once
 
 #include <cstdint>
@@ -14,15 +14,15 @@
 
 namespace l2vpn::tool {
 
-/// What the tool exits with.
+/// Exit codes.
 enum Exit : std::uint8_t {
-    exit_done = 0,      ///< the command did what it says
-    exit_no = 1,        ///< it did, and the answer is no: no such record, files that differ
-    exit_bad_input = 2, ///< the command line, or what was read, is not as it must be
-    exit_failed = 3,    ///< the store refused, or a file could not be read or written
+    exit_done = 0,      ///< success
+    exit_no = 1,        ///< success with a negative answer: no such record, files differ
+    exit_bad_input = 2, ///< invalid command line or input
+    exit_failed = 3,    ///< rejected by the store, or a file cannot be read or written
 };
 
-/// A command cannot go on; what() tells people why.
+/// Ends a command with an error message and an exit code.
 class Failure : public std::runtime_error {
 public:
     Failure(Exit exit, const std::string &what) : std::runtime_error(what), code(exit) {}
@@ -30,24 +30,26 @@ public:
     Exit code;
 };
 
-/// The arguments of any command; each uses those that it lists.
+/// The arguments of all commands; each command uses those that it lists.
 struct Arguments {
-    std::string table, key, fields, hex, layout, output, svg, csv_table;
-    std::vector<std::string> tables, files, values;
+    std::string table, key, fields, hex, layout, output, svg, csv_table, topic;
+    std::vector<std::string> tables, files, values, load;
     std::uint64_t batch_version = 0, instances = 100, seed = 1, records = 100000;
-    bool all = false, csv = false, json = false, keep_going = false, line = false, merge = false,
-         raw = false, store = false;
+    bool all = false, csv = false, explain = false, json = false, keep_going = false, line = false,
+         merge = false, raw = false, store = false;
+    bool in_shell = false; ///< the line is one of a shell's
 
     records::Style style() const { return raw ? records::Style::raw : records::Style::display; }
 };
 
-/// An argument: how it is written, where it goes, and what completes it.
+/// A positional argument or an option.
 struct Parameter {
-    enum class Kind : std::uint8_t { table, field, value, key, file, layout, none };
+    /// Selects the completions.
+    enum class Kind : std::uint8_t { table, field, value, key, file, layout, command, none };
     using Target = std::variant<std::string Arguments::*, std::vector<std::string> Arguments::*,
                                 std::uint64_t Arguments::*, bool Arguments::*>;
 
-    const char *name; ///< "--key", or "TABLE" for one that has its place
+    const char *name; ///< "--key", or "TABLE" if positional
     Target target;
     Kind kind;
     bool required;
@@ -57,31 +59,31 @@ struct Parameter {
 struct Command {
     const char *name;
     const char *about;
-    std::vector<const Parameter *> parameters; ///< those with a place in their order
+    std::vector<const Parameter *> parameters; ///< positional ones in order
     Exit (*run)(const Arguments &arguments);
-    /// Sets of options of which one at most can be given.
-    std::vector<std::vector<const Parameter *>> either = {};
+    /// Sets of options that exclude each other.
+    std::vector<std::vector<const Parameter *>> exclusive = {};
 };
 
-/// In the order in which help lists them.
+/// In the order of the help text.
 const std::vector<Command> &commands();
 
-/// Those that every command takes.
+/// The options that every command takes.
 const std::vector<const Parameter *> &common_parameters();
 
 /// Parses and runs one command.
-/// @param given  what every command of this process was given
-/// @throws Failure, and what the libraries below throw
+/// @param given  defaults of the arguments
+/// @throws Failure, records::Interrupted, and other exceptions as failures
 Exit run_command(const std::vector<std::string> &words, const Arguments &given);
 
 /// Runs the tool on its command line.
 Exit run_tool(const std::vector<std::string> &words);
 
-/// Says on standard error that something went wrong.
-/// @param place  the tool, or the place in a script
+/// Prints an error on standard error.
+/// @param place  the tool, or the line of a script
 void report(std::string_view place, std::string_view what, bool json);
 
-/// Runs what may fail, and reports it if it does.
+/// Runs a function, flushes standard output and reports failures.
 /// @throws records::Interrupted
 Exit guarded(std::string_view place, bool json, const std::function<Exit()> &run);
 
@@ -105,5 +107,6 @@ Exit run_diff(const Arguments &arguments);
 Exit run_generate(const Arguments &arguments);
 Exit run_bench(const Arguments &arguments);
 Exit run_shell(const Arguments &arguments);
+Exit run_help(const Arguments &arguments);
 
 } // namespace l2vpn::tool

@@ -117,7 +117,7 @@ Exit run_describe(const Arguments &arguments) {
 
 Exit run_count(const Arguments &arguments) {
     ResultTable result("counts", ResultTable::JsonForm::tree, {{"table"}, {"records"}});
-    for (const Table *const table : stored_tables_named(arguments.tables, "records are counted")) {
+    for (const Table *const table : stored_tables_named(arguments.tables)) {
         result.add({table->name, count(*table)});
     }
     result.print(arguments);
@@ -126,7 +126,7 @@ Exit run_count(const Arguments &arguments) {
 
 Exit run_stats(const Arguments &arguments) {
     ResultTable result("stats", ResultTable::JsonForm::tree, {{"table"}, {"event"}, {"times"}});
-    for (const Table *const table : stored_tables_named(arguments.tables, "events are counted")) {
+    for (const Table *const table : stored_tables_named(arguments.tables)) {
         for (std::uint32_t event = 0; event < events.size(); ++event) {
             const std::uint32_t times = table->functions.get_stat(event);
             if (times != 0 || arguments.json || arguments.csv) {

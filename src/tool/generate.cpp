@@ -12,7 +12,7 @@ namespace l2vpn::tool {
 
 Exit run_generate(const Arguments &arguments) {
     const SampleNetwork network("--instances", arguments.instances, arguments.seed);
-    const auto tables = stored_tables_named({}, "records are made up");
+    const auto tables = stored_tables_named({});
     std::uint64_t total = 0, done = 0;
     for (const Table *const table : tables) {
         total += network.size(*table);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tool/line_editor.h"
 
+#include <clocale>
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
@@ -14,7 +15,7 @@
 namespace l2vpn::tool {
 namespace {
 
-/// The library is looked for when a person is there to use it: the tool runs without it, too.
+/// libedit, loaded when a session begins. The tool also runs without it.
 class Library {
 public:
     template <class T>
@@ -43,7 +44,7 @@ Completer &current_completer() {
     return completer;
 }
 
-/// One completion after the other, as memory that the library releases.
+/// Returns one completion per call, as memory that the library frees.
 char *next_completion(const char *, int state) {
     static std::vector<std::string> completions;
     static std::size_t next = 0;
@@ -58,13 +59,14 @@ char *next_completion(const char *, int state) {
 
 char **complete(const char *word, int, int) {
     if (int *const over = library().find<int>("rl_attempted_completion_over")) {
-        *over = 1; // no file names where nothing fits
+        *over = 1; // no file names if nothing matches
     }
     auto *const matches = library().find<decltype(rl_completion_matches)>("rl_completion_matches");
     char **const found = matches(word, &next_completion);
     int *const append = library().find<int>("rl_completion_append_character");
     if (append != nullptr && found != nullptr && found[0] != nullptr) {
-        *append = std::strchr(found[0], '=') == nullptr ? int{' '} : 0;
+        const char last = *(found[0] + std::strlen(found[0]) - 1);
+        *append = last == '=' || last == '/' ? 0 : int{' '};
     }
     return found;
 }
@@ -83,6 +85,10 @@ std::string history_file() {
 } // namespace
 
 LineEditor::LineEditor(Completer completer) {
+    // Without a UTF-8 locale, libedit drops all bytes beyond ASCII.
+    if (std::setlocale(LC_CTYPE, "") == nullptr || MB_CUR_MAX == 1) {
+        (void)std::setlocale(LC_CTYPE, "C.UTF-8");
+    }
     current_completer() = std::move(completer);
     call<decltype(rl_initialize)>("rl_initialize");
     call<decltype(using_history)>("using_history");
@@ -98,7 +104,7 @@ LineEditor::LineEditor(Completer completer) {
 }
 
 LineEditor::~LineEditor() {
-    const mode_t mask = umask(077); // what was looked at is nobody else's business
+    const mode_t mask = umask(077); // other users cannot read the history
     call<decltype(write_history)>("write_history", history_file().c_str());
     umask(mask);
 }
@@ -119,7 +125,7 @@ std::optional<std::string> LineEditor::read(const std::string &prompt) {
         return std::nullopt;
     }
     std::string line = read;
-    std::free(read); // NOLINT(*-no-malloc): it is the library's
+    std::free(read); // NOLINT(*-no-malloc): allocated by libedit
     if (line.find_first_not_of(' ') != line.npos) {
         call<decltype(add_history)>("add_history", line.c_str());
     }

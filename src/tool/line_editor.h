@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A person's command lines, with history and completion.
+// Interactive command lines with history and completion.
 #pragma once
 
 #include <functional>
@@ -9,19 +9,19 @@
 
 namespace l2vpn::tool {
 
-/// What a line may go on with: completions of its last word.
+/// Completions of the end of a line.
 using Completer = std::function<std::vector<std::string>(const std::string &line)>;
 
-/// Editing is libedit's where it is installed, and the terminal's own where it is not.
+/// Uses libedit if it is installed, otherwise the line editing of the terminal driver.
 class LineEditor {
 public:
     explicit LineEditor(Completer completer);
     LineEditor(const LineEditor &) = delete;
     LineEditor &operator=(const LineEditor &) = delete;
-    /// Keeps the history for the next time.
+    /// Saves the history.
     ~LineEditor();
 
-    /// None at the end.
+    /// Reads a line; none at the end of input.
     /// @throws records::Interrupted
     std::optional<std::string> read(const std::string &prompt);
 };

@@ -1,15 +1,29 @@
 // SPDX-License-Identifier: MIT
 #include <csignal>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include "records/interrupt.h"
 #include "tool/command.h"
 
+/// Keeps a file that is opened later from becoming a standard stream that the caller has closed.
+/// Input and output on the stream still fail.
+static void occupy_closed_streams() {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(stream, F_GETFD) < 0) {
+            (void)open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+        }
+    }
+}
+
 int main(int argc, char **argv) {
+    occupy_closed_streams();
     l2vpn::records::catch_interrupts();
     try {
         return l2vpn::tool::run_tool({argv + 1, argv + argc});
     } catch (const l2vpn::records::Interrupted &interrupted) {
-        // The way that tells whoever waits for this process what has ended it.
+        // Ends by the signal, so that the parent process sees it in the exit status.
         (void)std::signal(interrupted.signal, SIG_DFL);
         (void)std::raise(interrupted.signal);
     }

@@ -50,7 +50,7 @@ Exit run_dump(const Arguments &arguments) {
                       fmt::format("--csv: found {}, expected one, as each has fields of its own",
                                   records::counted(arguments.tables.size(), "table")));
     }
-    const auto tables = stored_tables_named(arguments.tables, "records are printed");
+    const auto tables = stored_tables_named(arguments.tables);
     std::uint64_t total = 0, done = 0;
     for (const Table *const table : tables) {
         if (!arguments.fields.empty()) {
@@ -89,7 +89,7 @@ Exit run_dump(const Arguments &arguments) {
 }
 
 Exit run_get(const Arguments &arguments) {
-    const Table &table = stored_table_named(arguments.table, "records are read");
+    const Table &table = stored_table_named(arguments.table);
     Bytes record = with_primary_key(table, arguments);
     const std::uint32_t result = table.access->read(record.data(), length_of(table));
     if (result == L2VPN_STORE_NOT_FOUND) {
@@ -101,7 +101,7 @@ Exit run_get(const Arguments &arguments) {
 }
 
 Exit run_find(const Arguments &arguments) {
-    const Table &table = stored_table_named(arguments.table, "records are found");
+    const Table &table = stored_table_named(arguments.table);
     const Key &key = key_for(table, arguments.key, arguments.values);
     const Bytes record = record_with_key(table, key, arguments.values, true);
     const std::size_t found = write_records(
@@ -113,7 +113,7 @@ Exit run_find(const Arguments &arguments) {
 }
 
 Exit run_put(const Arguments &arguments) {
-    const Table &table = stored_table_named(arguments.table, "records are written");
+    const Table &table = stored_table_named(arguments.table);
     const auto given = input_record(table, arguments.values, &table.primary_key());
     Bytes before = given.bytes;
     const bool replaces = table.access->read(before.data(), length_of(table)) == L2VPN_DB_OK;
@@ -129,7 +129,7 @@ Exit run_put(const Arguments &arguments) {
 }
 
 Exit run_set(const Arguments &arguments) {
-    const Table &table = stored_table_named(arguments.table, "records are changed");
+    const Table &table = stored_table_named(arguments.table);
     const auto given = input_record(table, arguments.values, &table.primary_key());
     Bytes record = given.bytes;
     std::uint32_t result = table.access->read(record.data(), length_of(table));
@@ -141,7 +141,7 @@ Exit run_set(const Arguments &arguments) {
 }
 
 Exit run_set_batch_version(const Arguments &arguments) {
-    const Table &table = stored_table_named(arguments.table, "batch versions are changed");
+    const Table &table = stored_table_named(arguments.table);
     const Field *const field = table.field("batchVersion");
     if (field == nullptr) {
         throw Failure(exit_bad_input,
@@ -160,7 +160,7 @@ Exit run_set_batch_version(const Arguments &arguments) {
 }
 
 Exit run_delete(const Arguments &arguments) {
-    const Table &table = stored_table_named(arguments.table, "records are deleted");
+    const Table &table = stored_table_named(arguments.table);
     const Bytes record = with_primary_key(table, arguments);
     return done(arguments, "deleted", table, record,
                 table.access->remove(record.data(), length_of(table)));

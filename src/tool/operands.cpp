@@ -24,7 +24,7 @@ using records::place_of;
     throw Failure(exit_bad_input, records::unknown_name(0, place, what, name, known).text());
 }
 
-/// Keeps the one record that a command line gives, and what is wrong with it.
+/// Collects the record of a command line and its errors.
 class OneRecord final : public records::RecordSink {
 public:
     void record(const records::InputRecord &record) override { input = record; }
@@ -39,9 +39,8 @@ public:
 std::string name_of(const std::string &value) {
     const std::size_t equals = value.find('=');
     if (equals == value.npos || equals == 0) {
-        throw Failure(exit_bad_input, fmt::format("argument {}: found no field and value, expected "
-                                                  "field=value",
-                                                  in_quotes(value)));
+        throw Failure(exit_bad_input,
+                      fmt::format("argument {}: expected FIELD=VALUE", in_quotes(value)));
     }
     return value.substr(0, equals);
 }
@@ -80,13 +79,13 @@ const Key &key_named(const Table &table, const std::string &name) {
     return *key;
 }
 
-const Table &stored_table_named(const std::string &name, const std::string &doing) {
+const Table &stored_table_named(const std::string &name) {
     const Table &table = table_named(name);
     if (!table.access) {
         throw Failure(exit_bad_input,
-                      fmt::format("{}: found a table that can only be described and formatted, "
-                                  "expected one that is stored: {}",
-                                  place_of(name), doing));
+                      fmt::format("{}: not stored, only described and formatted; \"tables\" lists "
+                                  "the stored tables",
+                                  place_of(name)));
     }
     return table;
 }
@@ -99,14 +98,12 @@ std::vector<const Table *> tables_named(const std::vector<std::string> &names) {
     return result;
 }
 
-std::vector<const Table *> stored_tables_named(const std::vector<std::string> &names,
-                                               const std::string &doing) {
+std::vector<const Table *> stored_tables_named(const std::vector<std::string> &names) {
     std::vector<const Table *> result = tables_named(names);
     if (names.empty()) {
         std::erase_if(result, [](const Table *table) { return !table->access; });
     }
-    std::ranges::for_each(result,
-                          [&](const Table *table) { stored_table_named(table->name, doing); });
+    std::ranges::for_each(result, [](const Table *table) { stored_table_named(table->name); });
     return result;
 }
 
@@ -136,8 +133,7 @@ std::vector<Field> fields_listed(const Table &table, const std::string &list) {
         const std::size_t comma = std::min(list.find(',', from), list.size());
         const Field &field = field_named(table, list.substr(from, comma - from));
         if (std::ranges::count(fields, field.name, &Field::name) != 0) {
-            throw Failure(exit_bad_input, fmt::format("{}: found a second time, expected once",
-                                                      place_of(table.name, field.name)));
+            throw Failure(exit_bad_input, place_of(table.name, field.name) + ": given twice");
         }
         fields.push_back(field);
         from = comma + 1;
@@ -154,7 +150,7 @@ records::InputRecord input_record(const Table &table, const std::vector<std::str
     for (const std::string &value : values) {
         const std::string name = name_of(value);
         if (!given.emplace(name, true).second) {
-            one.report(records::mismatch(0, place_of(table.name, name), "a second time", "once"));
+            one.report({0, place_of(table.name, name), "given twice", "given twice"});
             continue;
         }
         const Field *const field = table.field(name);
@@ -177,10 +173,10 @@ Bytes record_with_key(const Table &table, const Key &key, const std::vector<std:
     const Bytes record = input_record(table, values, &key).bytes;
     for (const std::string &value : values) {
         if (const std::string name = name_of(value); only && !has_member(key, name)) {
-            throw Failure(exit_bad_input, fmt::format("{}, key {}: found {}, which is no member, "
-                                                      "expected only {}",
-                                                      place_of(table.name), in_quotes(key.name),
-                                                      name, members_text(key)));
+            throw Failure(exit_bad_input,
+                          fmt::format("{}, key {}: {} is not a member; its members are {}",
+                                      place_of(table.name), in_quotes(key.name), name,
+                                      members_text(key)));
         }
     }
     return record;
@@ -191,7 +187,7 @@ const Key &key_for(const Table &table, const std::string &name,
     if (!name.empty()) {
         return key_named(table, name);
     }
-    record_of(table, values); // what is wrong with them says more than that they are no key
+    record_of(table, values); // reports invalid fields before a missing key
     for (const Key &key : table.keys) {
         if (key.members.size() == values.size() &&
             std::ranges::all_of(values, [&](const std::string &value) {
@@ -205,7 +201,7 @@ const Key &key_for(const Table &table, const std::string &name,
         known += fmt::format("\n  {:<18} {}", key.name, members_text(key));
     }
     throw Failure(exit_bad_input,
-                  fmt::format("{}: found fields that are not those of a key, expected a key's:{}",
+                  fmt::format("{}: no key has exactly these members; its keys are:{}",
                               place_of(table.name), known));
 }
 
@@ -232,7 +228,7 @@ void walk(const Table &table, const Key &key, const Bytes *record, const Visitor
         access.createIter(key.index, record == nullptr ? nullptr : record->data(), length),
         access.releaseIter);
     if (iterator == nullptr) {
-        throw Failure(exit_failed, table.name + ": the store opens no iterator");
+        throw Failure(exit_failed, table.name + ": the store cannot open an iterator");
     }
     Bytes next(table.record_size);
     std::uint32_t result = access.getNext(iterator.get(), next.data(), length);
@@ -240,7 +236,7 @@ void walk(const Table &table, const Key &key, const Bytes *record, const Visitor
         records::check_interrupt();
         visit(next);
     }
-    // The fast iterator says that there is none, or no more, in words of its own.
+    // The fast iterator ends with codes of its own.
     if (result != L2VPN_STORE_END && result != L2VPN_DB_NO_MORE &&
         result != L2VPN_STORE_NOT_FOUND) {
         check(result, table.name + ": next record");

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Tables, keys and records as command lines name them, and the store behind them.
+// Operands of commands: tables, fields, keys and records named on the command line.
 #pragma once
 
 #include <cstdint>
@@ -24,14 +24,12 @@ const Field &field_named(const Table &table, const std::string &name);
 const Key &key_named(const Table &table, const std::string &name);
 
 /// The same, of a table with access.
-/// @param doing  what is impossible with another one: "records are counted"
-const Table &stored_table_named(const std::string &name, const std::string &doing);
+const Table &stored_table_named(const std::string &name);
 
-/// The tables of these names; all if there are no names.
+/// The tables of these names; all tables without names.
 std::vector<const Table *> tables_named(const std::vector<std::string> &names);
-/// All tables with access, or those that are named, which must have it.
-std::vector<const Table *> stored_tables_named(const std::vector<std::string> &names,
-                                               const std::string &doing);
+/// The same, of tables with access.
+std::vector<const Table *> stored_tables_named(const std::vector<std::string> &names);
 
 /// A field's bytes in a record, or the padding between fields.
 struct Extent {
@@ -45,17 +43,17 @@ std::vector<Extent> extents_of(const Table &table, std::size_t size, std::size_t
 /// "mtu,vcType"; all fields if it is empty.
 std::vector<Field> fields_listed(const Table &table, const std::string &list);
 
-/// The record that "field=value" arguments give, with the fields that they name.
+/// Parses "field=value" arguments into a record and the set of fields that they name.
 /// @param required  a key whose members must be among them; may be null
 records::InputRecord input_record(const Table &table, const std::vector<std::string> &values,
                                   const Key *required);
-/// Its bytes.
+/// The record alone. Other fields are 0.
 Bytes record_of(const Table &table, const std::vector<std::string> &values);
 /// The same, with all of a key's members and, if `only`, nothing else.
 Bytes record_with_key(const Table &table, const Key &key, const std::vector<std::string> &values,
                       bool only);
 bool has_member(const Key &key, const std::string &name);
-/// The key that has these members, or the one of that name if there is a name.
+/// The key of this name or, without a name, with exactly these members.
 const Key &key_for(const Table &table, const std::string &name,
                    const std::vector<std::string> &values);
 
@@ -67,7 +65,7 @@ void check(std::uint32_t result, const std::string &what);
 std::uint32_t count(const Table &table);
 
 using Visitor = std::function<void(const Bytes &)>;
-/// All records with a key's members as in the record; all of the table without a record.
+/// Visits the records that match the record in a key; all records of the table without a record.
 void walk(const Table &table, const Key &key, const Bytes *record, const Visitor &visit);
 
 } // namespace l2vpn::tool

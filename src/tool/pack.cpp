@@ -1,16 +1,17 @@
 // SPDX-License-Identifier: MIT
-// Records and keys as bytes, which the library's own conversions and key builders make.
+// Records as bytes, converted by the library.
 #include <algorithm>
-#include <array>
-#include <charconv>
+#include <filesystem>
 #include <span>
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 #include <nlohmann/json.hpp>
 
+#include "records/field_value.h"
 #include "records/input_file.h"
+#include "records/value.h"
 #include "tool/command.h"
+#include "tool/hex_dump.h"
 #include "tool/operands.h"
 #include "tool/record_output.h"
 #include "tool/result_table.h"
@@ -20,10 +21,6 @@ namespace l2vpn::tool {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-std::string hexadecimal(std::span<const std::byte> bytes, std::string_view separator = "") {
-    return fmt::format("{:02x}", fmt::join(bytes, separator));
-}
 
 Bytes packed(const Table &table, const Bytes &record) {
     Bytes stored(table.stored_size);
@@ -50,34 +47,45 @@ void print_bytes(const Table &table, const Arguments &arguments, std::span<const
     result.print(arguments);
 }
 
-/// The bytes that a text of hexadecimal digits gives.
-Bytes bytes_of(std::string text) {
-    std::erase_if(text, [](char each) {
-        return std::string_view(" \t\r\n:").find(each) != std::string_view::npos;
-    });
-    Bytes bytes;
-    for (std::size_t i = 0; i < text.size(); i += 2) {
-        unsigned byte = 0;
-        const char *const end = text.data() + std::min(i + 2, text.size());
-        const auto result = std::from_chars(text.data() + i, end, byte, 16);
-        if (result.ptr != text.data() + i + 2 || result.ec != std::errc{}) {
-            throw Failure(exit_bad_input,
-                          fmt::format("HEX: found {} at digit {}, expected pairs of hexadecimal "
-                                      "digits",
-                                      records::in_quotes(text.substr(i, 2)), i + 1));
-        }
-        bytes.push_back(static_cast<std::byte>(byte));
-    }
-    return bytes;
+/// Whether a caller record or a stored record has this many bytes.
+bool is_size(const Table &table, std::size_t size) {
+    return size == table.record_size || (table.access && size == table.stored_size);
 }
 
-std::string all_of_standard_input() {
-    records::InputFile source("-");
-    std::string text;
-    for (; source.peek() != records::InputFile::end; source.skip()) {
-        text += static_cast<char>(source.peek());
+/// The bytes of a record: digits on the command line, a file with a dump, or a file with the bytes
+/// themselves.
+Bytes input_bytes(const Table &table, const std::string &argument) {
+    constexpr std::size_t most_text = 1 << 20;
+    const bool inline_digits =
+        argument.find_first_not_of("0123456789abcdefABCDEFxX \t\r\n,:") == argument.npos;
+    if (!inline_digits && argument != "-" && !std::filesystem::exists(argument)) {
+        throw Failure(exit_bad_input,
+                      fmt::format("unpack: {} is neither hexadecimal bytes nor a file",
+                                  records::in_quotes(argument)));
     }
-    return text;
+    std::string name = "HEX", text = argument;
+    if (!inline_digits) {
+        records::InputFile file(argument);
+        name = file.name();
+        for (text.clear(); file.peek() != records::InputFile::end; file.skip()) {
+            text += static_cast<char>(file.peek());
+            if (text.size() > most_text) {
+                throw Failure(exit_bad_input, fmt::format("{}: too long for a record", name));
+            }
+        }
+    }
+    const auto raw = std::as_bytes(std::span(text));
+    const bool is_raw = !inline_digits && is_size(table, text.size());
+    Bytes bytes;
+    try {
+        bytes = parse_hex(text, name);
+    } catch (const Failure &) {
+        if (!is_raw) {
+            throw;
+        }
+    }
+    // A dump has at least two characters a byte: text of either length is not both.
+    return is_raw && !is_size(table, bytes.size()) ? Bytes(raw.begin(), raw.end()) : bytes;
 }
 
 } // namespace
@@ -90,7 +98,7 @@ Exit run_pack(const Arguments &arguments) {
     if (arguments.layout == "caller") {
         fmt::print("{}\n", hexadecimal(record));
     } else if (arguments.layout == "stored") {
-        stored_table_named(table.name, "it has no stored layout");
+        stored_table_named(table.name);
         fmt::print("{}\n", hexadecimal(stored_record));
     } else if (!arguments.layout.empty()) {
         throw Failure(exit_bad_input, fmt::format("--layout: found {}, expected caller or stored",
@@ -118,7 +126,7 @@ Exit run_pack(const Arguments &arguments) {
 
 Exit run_unpack(const Arguments &arguments) {
     const Table &table = table_named(arguments.table);
-    const Bytes bytes = bytes_of(arguments.hex == "-" ? all_of_standard_input() : arguments.hex);
+    const Bytes bytes = input_bytes(table, arguments.hex);
     Bytes record(table.record_size);
     if (table.access && bytes.size() == table.stored_size) {
         (void)table.functions.unpack(bytes.data(), record.data());
@@ -126,46 +134,13 @@ Exit run_unpack(const Arguments &arguments) {
         record = bytes;
     } else {
         throw Failure(exit_bad_input,
-                      fmt::format("HEX: found {}, expected a caller record of {}{}",
+                      fmt::format("unpack: found {}, expected a caller record of {}{}",
                                   records::counted(bytes.size(), "byte"), table.record_size,
                                   table.access
                                       ? fmt::format(" or a stored record of {}", table.stored_size)
                                       : ""));
     }
     print_record(table, arguments, record);
-    return exit_done;
-}
-
-Exit run_key(const Arguments &arguments) {
-    const Table &table = stored_table_named(arguments.table, "it has no key builders");
-    const Key &key = key_for(table, arguments.key, arguments.values);
-    const Bytes record = record_with_key(table, key, arguments.values, false);
-    L2vpnDbKeyData request{};
-    std::array<std::uint32_t, L2VPN_DB_KEY_ID_LENGTH / 4> area{};
-    Bytes buffer(key.length());
-    table.functions.set_key[key.index](record.data(), &request, area.data(), buffer.data());
-    const std::string word = fmt::format("{:#010x}", area[0]);
-    ResultTable members("members", ResultTable::JsonForm::list,
-                        {{"name", "member"}, {"at"}, {"bytes"}, {"value"}});
-    std::size_t at = 0;
-    for (const Field &member : key.members) {
-        members.add({member.name, at, hexadecimal(std::span(buffer).subspan(at, member.width)),
-                     field_text(member, record.data(), arguments.style())});
-        at += member.width;
-    }
-    if (arguments.json) {
-        fmt::print("{}", json_line("key", Json{{"table", table.name},
-                                               {"name", key.name},
-                                               {"index", key.index},
-                                               {"word", word},
-                                               {"length", request.keyLength},
-                                               {"bytes", hexadecimal(buffer)},
-                                               {"members", members.json()}}));
-    } else {
-        fmt::print("{}: key {}, index {}, flags {}, {} bytes: identifier word {}\n\n", table.name,
-                   bold(key.name), area[0] >> 24, area[0] >> 16 & 255, request.keyLength, word);
-        members.print(arguments);
-    }
     return exit_done;
 }
 

@@ -3,8 +3,10 @@
 
 #include <algorithm>
 #include <csignal>
-#include <cstdio>
 #include <filesystem>
+#include <iterator>
+#include <set>
+#include <sstream>
 
 #include <fmt/format.h>
 #include <unistd.h>
@@ -13,63 +15,41 @@
 #include "records/interrupt.h"
 #include "tool/command.h"
 #include "tool/line_editor.h"
+#include "tool/operands.h"
 
 namespace l2vpn::tool {
 namespace {
 
-bool ends_session(const std::vector<std::string> &words) {
-    return words.size() == 1 && (words[0] == "quit" || words[0] == "exit");
-}
-
-Exit run_line(std::string_view place, const std::vector<std::string> &words,
-              const Arguments &arguments) {
-    if (words.empty()) {
-        return exit_done;
-    }
-    const bool json = arguments.json || std::ranges::count(words, "--json") != 0;
+/// @param ended  out, whether the line ends the script or session
+Exit run_line(std::string_view place, const std::string &line, const Arguments &arguments,
+              bool &ended) {
+    const bool json = arguments.json || line.find("--json") != line.npos;
     return guarded(place, json, [&] {
-        if (words[0] == "shell") {
-            throw Failure(exit_bad_input, "found shell, expected a command, as this is one");
+        const std::vector<std::string> words = words_of(line);
+        ended = words.size() == 1 && (words[0] == "quit" || words[0] == "exit");
+        if (words.empty() || ended) {
+            return exit_done;
         }
         Arguments given;
         given.json = arguments.json;
         given.raw = arguments.raw;
-        const Exit result = run_command(words, given);
-        if (std::fflush(stdout) != 0) {
-            throw records::FileError("standard output", "cannot be written");
-        }
-        return result;
+        given.in_shell = true;
+        return run_command(words, given);
     });
 }
 
-std::vector<std::string> words_or_none(std::string_view place, const std::string &line,
-                                       const Arguments &arguments, Exit &result) {
-    std::vector<std::string> words;
-    result = guarded(place, arguments.json, [&] {
-        words = words_of(line);
-        return exit_done;
-    });
-    return words;
-}
-
-/// Stops at the first line that does not do what it says, and says which one that was.
+/// Stops at the first line that fails, unless told to keep going.
 Exit run_script(const std::string &path, const Arguments &arguments) {
-    records::InputFile source(path);
+    records::InputFile script(path);
     Exit worst = exit_done;
-    for (std::string line; source.read_line(line);) {
-        const std::string place = fmt::format("{}:{}", source.name(), source.line());
-        Exit result = exit_done;
-        const auto words = words_or_none(place, line, arguments, result);
-        if (ends_session(words)) {
-            break;
-        }
-        if (result == exit_done) {
-            result = run_line(place, words, arguments);
-        }
+    bool ended = false;
+    for (std::string line; !ended && script.read_line(line);) {
+        const std::string place = fmt::format("{}:{}", script.name(), script.line());
+        const Exit result = run_line(place, line, arguments, ended);
         worst = std::max(worst, result);
         if (result != exit_done && !arguments.keep_going) {
             if (result == exit_no) {
-                report(place, "the answer is no; stopped here", arguments.json);
+                report(place, "stopped: the command exited with 1", arguments.json);
             }
             break;
         }
@@ -78,62 +58,77 @@ Exit run_script(const std::string &path, const Arguments &arguments) {
 }
 
 Exit run_session(const Arguments &arguments) {
-    fmt::print("help lists the commands; Tab completes them and the names of tables, fields and "
-               "keys.\n");
+    fmt::print("help lists the commands, Tab completes, quit ends the session.\n");
     LineEditor editor(completions_of);
-    while (true) {
+    for (bool ended = false; !ended;) {
+        bool running = false;
         try {
             const auto line = editor.read("l2vpn-db> ");
             if (!line) {
                 fmt::print("\n");
                 return exit_done;
             }
-            Exit result = exit_done;
-            const auto words = words_or_none("l2vpn-db", *line, arguments, result);
-            if (ends_session(words)) {
-                return exit_done;
-            }
-            run_line("l2vpn-db", words, arguments);
+            running = true;
+            run_line("l2vpn-db", *line, arguments, ended);
         } catch (const records::Interrupted &interrupted) {
-            if (interrupted.signal != SIGINT) { // the terminal is gone, or the session is to end
+            if (interrupted.signal != SIGINT) { // SIGHUP or SIGTERM ends the session
                 throw;
             }
-            report("l2vpn-db", "interrupted", arguments.json);
+            if (running) {
+                report("l2vpn-db", "interrupted", arguments.json);
+            } else {
+                fmt::print("^C\n"); // the typed text stays visible on its own line
+            }
         }
     }
+    return exit_done;
 }
 
-/// The command of a line that is being written, and the table that it names.
+using Words = std::vector<std::string>;
+
+/// The part of a line before the word to complete.
 struct Context {
     const Command *command = nullptr;
-    const records::Table *table = nullptr;
-    std::size_t placed = 0;              ///< words that have a place, before the last word
-    const Parameter *awaiting = nullptr; ///< the option that the last word is the value of
+    const records::Table *table = nullptr; ///< the first table named
+    std::size_t placed = 0;                ///< positional arguments so far
+    const Parameter *awaiting = nullptr;   ///< the option whose value comes next
+    Words values;                          ///< field=value arguments
 };
 
-Context context_of(const std::vector<std::string> &words) {
+const Parameter *option_named(const Command *command, std::string_view name) {
+    for (const auto &parameters :
+         {common_parameters(), command == nullptr ? common_parameters() : command->parameters}) {
+        for (const Parameter *const each : parameters) {
+            if (each->name == name || (name == "-l" && std::string_view("--load") == each->name)) {
+                return each;
+            }
+        }
+    }
+    return nullptr;
+}
+
+Context context_of(const Words &words) {
     Context context;
     for (const std::string &word : words) {
-        if (context.command == nullptr) {
+        if (context.awaiting != nullptr) {
+            context.awaiting = nullptr;
+        } else if (word.starts_with('-')) {
+            const Parameter *const option = option_named(context.command, word);
+            const bool flag =
+                option == nullptr || std::holds_alternative<bool Arguments::*>(option->target);
+            context.awaiting = flag ? nullptr : option;
+        } else if (context.command == nullptr) {
             const auto found =
                 std::ranges::find(commands(), word, [](const Command &each) { return each.name; });
             context.command = found == commands().end() ? nullptr : &*found;
-            continue;
-        }
-        if (context.awaiting != nullptr) {
-            context.awaiting = nullptr;
-            continue;
-        }
-        if (word.starts_with("--")) {
-            for (const Parameter *const each : context.command->parameters) {
-                const bool flag = each->target.index() == 3;
-                context.awaiting = each->name == word && !flag ? each : context.awaiting;
+        } else {
+            ++context.placed;
+            const records::Table *const table = records::find_table(word);
+            context.table = context.table == nullptr ? table : context.table;
+            if (word.find('=') != word.npos) {
+                context.values.push_back(word);
             }
-            continue;
         }
-        ++context.placed;
-        const records::Table *const table = records::find_table(word);
-        context.table = context.table == nullptr ? table : context.table;
     }
     return context;
 }
@@ -152,19 +147,53 @@ std::vector<std::string> files_like(const std::string &word) {
     return files;
 }
 
-std::vector<std::string> known_words(Parameter::Kind kind, const records::Table *table,
-                                     const std::string &word) {
+/// "field=value" for the values that the field has in the table. A bounded number of records is
+/// read: completion must not be slow.
+Words values_like(const Context &context, const std::string &word) {
+    constexpr std::size_t most_records = 10000, most_values = 200;
+    const records::Field *const field =
+        context.table == nullptr ? nullptr : context.table->field(word.substr(0, word.find('=')));
+    std::set<std::string> values;
+    if (field != nullptr && context.table->access) {
+        std::size_t records = 0;
+        try {
+            walk(*context.table, context.table->primary_key(), nullptr, [&](const Bytes &record) {
+                if (++records > most_records || values.size() == most_values) {
+                    throw Failure(exit_done, "enough");
+                }
+                const bool matches =
+                    std::ranges::all_of(context.values, [&](const std::string &given) {
+                        const Field *const other =
+                            context.table->field(given.substr(0, given.find('=')));
+                        return other == nullptr || given.substr(given.find('=') + 1) ==
+                                                       field_text(*other, record.data());
+                    });
+                if (matches) {
+                    values.insert(
+                        fmt::format("{}={}", field->name, field_text(*field, record.data())));
+                }
+            });
+        } catch (const Failure &) { // enough, or the store has failed: there are no more values
+        }
+    }
+    return {values.begin(), values.end()};
+}
+
+Words known_words(Parameter::Kind kind, const Context &context, const std::string &word) {
     switch (kind) {
     case Parameter::Kind::table:
         return records::table_names();
     case Parameter::Kind::key:
-        return table == nullptr ? std::vector<std::string>{} : records::key_names(*table);
-    case Parameter::Kind::value:
-    case Parameter::Kind::field: {
-        auto names =
-            table == nullptr ? std::vector<std::string>{} : records::field_names(table->fields);
-        if (kind == Parameter::Kind::field) {
-            std::ranges::for_each(names, [](std::string &name) { name += '='; });
+        return context.table == nullptr ? Words{} : records::key_names(*context.table);
+    case Parameter::Kind::field:
+        if (word.find('=') != word.npos) {
+            return values_like(context, word);
+        }
+        [[fallthrough]];
+    case Parameter::Kind::value: {
+        Words names = context.table == nullptr ? Words{} : field_names(context.table->fields);
+        for (std::string &name : names) {
+            name += kind == Parameter::Kind::field ? "=" : "";
         }
         return names;
     }
@@ -172,6 +201,11 @@ std::vector<std::string> known_words(Parameter::Kind kind, const records::Table 
         return files_like(word);
     case Parameter::Kind::layout:
         return {"caller", "stored"};
+    case Parameter::Kind::command: {
+        Words names;
+        std::ranges::transform(commands(), std::back_inserter(names), &Command::name);
+        return names;
+    }
     case Parameter::Kind::none:
         break;
     }
@@ -208,60 +242,60 @@ std::vector<std::string> words_of(std::string_view line) {
         }
     }
     if (quote != '\0') {
-        throw Failure(exit_bad_input,
-                      fmt::format("found {} that nothing closes, expected another one", quote));
+        throw Failure(exit_bad_input, fmt::format("unclosed quotation mark {}", quote));
     }
     return words;
 }
 
 std::vector<std::string> completions_of(const std::string &line) {
-    const std::size_t begin = line.find_last_of(" \t,") + 1;
-    const std::string word = line.substr(begin);
-    std::vector<std::string> before;
-    std::string text = line.substr(0, line.find_last_of(" \t") + 1);
-    for (std::size_t from = text.find_first_not_of(" \t"); from < text.size();
-         from = text.find_first_not_of(" \t", from)) {
-        const std::size_t end = std::min(text.find_first_of(" \t", from), text.size());
-        before.push_back(text.substr(from, end - from));
-        from = end;
+    const std::size_t begin = line.find_last_of(" \t") + 1;
+    std::string word = line.substr(begin), before = line.substr(0, begin);
+    std::istringstream stream(before);
+    const Words words{std::istream_iterator<std::string>(stream), {}};
+    Context context = context_of(words);
+    std::string prefix; // of the word, which completions keep
+    if (const std::size_t equals = word.find('='); word.starts_with("--") && equals != word.npos) {
+        context.awaiting = option_named(context.command, word.substr(0, equals));
+        prefix = word.substr(0, equals + 1);
+        word.erase(0, equals + 1);
     }
-    const Context context = context_of(before);
-    std::vector<std::string> known;
-    if (!before.empty() && (before.back() == "-l" || before.back() == "--load")) {
-        known = files_like(word);
-    } else if (context.command == nullptr) {
-        for (const Command &command : commands()) {
-            known.emplace_back(command.name);
-        }
-        known.insert(known.end(), {"help", "quit"});
-    } else if (context.awaiting != nullptr) {
-        known = known_words(context.awaiting->kind, context.table, word);
-    } else {
-        std::vector<const Parameter *> placed;
-        for (const Parameter *const each : context.command->parameters) {
-            if (*each->name == '-') {
-                if (word.starts_with('-')) {
-                    known.emplace_back(each->name);
-                }
-            } else {
-                placed.push_back(each);
-            }
-        }
-        if (word.starts_with('-')) {
-            for (const Parameter *const each : common_parameters()) {
+    if (const std::size_t comma = word.rfind(','); comma != word.npos) {
+        prefix.clear();
+        word.erase(0, comma + 1);
+    }
+    Words known;
+    if (context.awaiting != nullptr) {
+        known = known_words(context.awaiting->kind, context, word);
+    } else if (word.starts_with('-')) {
+        for (const auto &parameters :
+             {common_parameters(),
+              context.command == nullptr ? common_parameters() : context.command->parameters}) {
+            for (const Parameter *const each : parameters) {
                 known.emplace_back(each->name);
             }
-        } else if (!placed.empty()) {
-            known = known_words(placed[std::min(context.placed, placed.size() - 1)]->kind,
-                                context.table, word);
+        }
+    } else if (context.command == nullptr) {
+        known = known_words(Parameter::Kind::command, context, word);
+        known.emplace_back("quit");
+    } else {
+        std::vector<const Parameter *> positional = context.command->parameters;
+        std::erase_if(positional, [](const Parameter *each) { return *each->name == '-'; });
+        if (!positional.empty()) {
+            const std::size_t last = positional.size() - 1;
+            known = known_words(positional[std::min(context.placed, last)]->kind, context, word);
         }
     }
     std::erase_if(known, [&](const std::string &each) { return !each.starts_with(word); });
+    std::ranges::for_each(known, [&](std::string &each) { each.insert(0, prefix); });
     std::ranges::sort(known);
+    known.erase(std::ranges::unique(known).begin(), known.end());
     return known;
 }
 
 Exit run_shell(const Arguments &arguments) {
+    if (arguments.in_shell) {
+        throw Failure(exit_bad_input, "shell: already in a shell");
+    }
     if (arguments.files.empty() && isatty(STDIN_FILENO) == 1) {
         return run_session(arguments);
     }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Command lines apart from the commands: words and what completes them.
+// Command lines: splitting into words, and completion.
 #pragma once
 
 #include <string>
@@ -8,12 +8,12 @@
 
 namespace l2vpn::tool {
 
-/// The words of a line, as a shell takes them apart: blanks separate them but within quotation
-/// marks, a backslash takes the next character as it is, and # begins a comment.
-/// @throws Failure for a quotation mark that nothing closes
+/// Splits a line as a shell does: at blanks, outside quotation marks. A backslash escapes the next
+/// character, and # begins a comment.
+/// @throws Failure for an unclosed quotation mark
 std::vector<std::string> words_of(std::string_view line);
 
-/// What a line's last word, which may be empty, can go on with.
+/// Completions of the end of a line, which begins after the last blank or comma.
 std::vector<std::string> completions_of(const std::string &line);
 
 } // namespace l2vpn::tool

@@ -3,8 +3,10 @@
 
 import random
 import re
+import shutil
+import subprocess
 
-from tool import (DONE, EXAMPLE, FORMAT_ONLY, TABLES, TYPED, ToolTest, fields_of, keys_of, main)
+from tool import DONE, EXAMPLE, FAILED, FORMAT_ONLY, NO, TABLES, TYPED, ToolTest, fields_of, keys_of, main
 
 RANDOM = random.Random(7)
 
@@ -180,22 +182,79 @@ class Bytes(ToolTest):
             self.assertIn("  macAddr         00:1b:44:11:3a:b7", lines)
         self.assertIn("vrId:0, ", self.output("unpack", "l2vpn_vpls_macping", "--line", data.strip()))
 
+    def test_unpack_dumps(self):
+        data = bytes.fromhex(self.output("pack", "l2vpn_vpls_vsimac", "macAddr=00:1b:44:11:3a:b7", "ceVid=7",
+                                         "--layout", "stored"))
+        expected = self.json("unpack", "l2vpn_vpls_vsimac", data.hex())
+        (self.folder / "raw").write_bytes(data)
+        gdb = "\n".join(f"0x7ffe{at:04x} <record+{at}>:\t" + "\t".join(f"0x{each:02x}" for each in data[at:at + 8])
+                        for at in range(0, len(data), 8))
+        rows = [f"{at:08x}: {data[at:at + 16].hex(' ', 2):<39}  "
+                + "".join(chr(each) if 32 <= each < 127 else "." for each in data[at:at + 16]) + "\n"
+                for at in range(0, len(data), 16)]
+        dumps = {"xxd": "".join(rows), "gdb": gdb, "hex": data.hex(), "words": data.hex(" ", 4),
+                 "colons": data.hex(":"), "xxd -p": "\n".join(re.findall(".{1,60}", data.hex())),
+                 "C": ", ".join(f"0x{each:02x}" for each in data)}
+        for options in (["hexdump", "-C"], ["hexdump", "-v", "-C"], ["od", "-t", "x1"], ["od", "-A", "x", "-t", "x1z"],
+                        ["od", "-A", "n", "-t", "x1"], ["xxd"], ["xxd", "-g1"], ["xxd", "-p"], ["xxd", "-s", "0"]):
+            if shutil.which(options[0]):
+                dumps[" ".join(options)] = subprocess.run([*options, "raw"], cwd=self.folder, check=True, text=True,
+                                                          capture_output=True).stdout
+        self.assertIn("*\n", dumps["od -t x1"])
+        for name, text in dumps.items():
+            self.write("dump", text)
+            for arguments, stdin in ((["dump"], ""), (["-"], text)):
+                self.assertEqual(self.json("unpack", "l2vpn_vpls_vsimac", *arguments, stdin=stdin), expected, name)
+        self.assertEqual(self.json("unpack", "l2vpn_vpls_vsimac", "raw"), expected)
+        caller = bytes.fromhex(self.output("pack", "l2vpn_vpls_vsimac", "macAddr=00:1b:44:11:3a:b7", "ceVid=7",
+                                           "--layout", "caller"))
+        (self.folder / "raw").write_bytes(caller)
+        self.assertEqual(self.json("unpack", "l2vpn_vpls_vsimac", "raw"), expected)
+
+    def test_unpack_what_is_no_record(self):
+        for text, message in {
+                "0200 zz": 'dump: found "zz", expected pairs of hexadecimal digits',
+                "00\n0200 000\n": 'dump:2: found "000", expected pairs of hexadecimal digits',
+                "0000000 0002 0a00\n": 'dump:1: found the word "0002", whose byte order is unknown, expected bytes '
+                                       "as of gdb's x/xb, hexdump -C, od -t x1 or xxd",
+                "0x7ffe:\t0x00000002": 'dump: found the word "00000002", whose byte order is unknown, expected bytes '
+                                       "as of gdb's x/xb, hexdump -C, od -t x1 or xxd",
+                "00000000  02 00  |..|\n": "unpack: found 2 bytes, expected a caller record of 48 or a stored "
+                                           "record of 44",
+                "": "unpack: found 0 bytes, expected a caller record of 48 or a stored record of 44",
+                "\0\1": 'dump: found "\\u0000\\u0001", expected pairs of hexadecimal digits'}.items():
+            self.write("dump", text)
+            self.assertEqual(self.refused("unpack", "l2vpn_stp", "dump"), message)
+        self.assertEqual(self.refused("unpack", "l2vpn_stp", "/dev/zero"), "/dev/zero: too long for a record")
+        self.assertIn("Is a directory", self.refused("unpack", "l2vpn_stp", "/", code=FAILED))
+
+    def test_key_explained(self):
+        pw = ["l2vpn_vpls_pw", "vrIndex=1", "pwTunnelId=10001"]
+        found = self.json("-l", EXAMPLE, "key", "--explain", *pw, "pwTunnelType=1")["key"]
+        self.assertEqual(found["matches"], 1)
+        missed = self.json("-l", EXAMPLE, "key", "--explain", *pw, "pwTunnelType=2", code=NO)["key"]
+        self.assertEqual(missed["matches"], 0)
+        self.assertEqual(missed["closest"][0], {
+            "record": "vrIndex 1, pwTunnelId 10001, pwTunnelType 1", "member": "pwTunnelType", "given": "2",
+            "found": "1"})
+        lines = self.run_tool("-l", EXAMPLE, "key", "--explain", *pw, "pwTunnelType=2", code=NO)[0].splitlines()
+        at = lines.index("0 records with this key; the closest other records:")
+        self.assertEqual(lines[at + 1].split(), ["record", "member", "given", "found"])
+        self.assertEqual(lines[at + 2].split()[-3:], ["pwTunnelType", "2", "1"])
+        self.assertTrue(self.run_tool("key", "--explain", *pw, "pwTunnelType=2", code=NO)[0].endswith(
+            "\n0 records with this key\n"))
+
     def test_impossible(self):
         for table in FORMAT_ONLY:
-            for command, doing in (("get", "records are read"), ("find", "records are found"),
-                                   ("put", "records are written"), ("delete", "records are deleted"),
-                                   ("key", "it has no key builders"), ("count", "records are counted"),
-                                   ("stats", "events are counted"), ("dump", "records are printed"),
-                                   ("bench", "operations are measured")):
-                plural = command in ("count", "stats", "dump", "bench")
-                more = [] if plural else ["vrIndex=1"]
+            for command in ("get", "find", "put", "delete", "key", "count", "stats", "dump", "bench"):
+                more = [] if command in ("count", "stats", "dump", "bench") else ["vrIndex=1"]
                 self.assertEqual(self.refused(command, table, *more),
-                                 f'table "{table}": found a table that can only be described and '
-                                 f"formatted, expected one that is stored: {doing}")
-            self.assertIn("it has no stored layout", self.refused("pack", table, "--layout", "stored"))
+                                 f'table "{table}": not stored, only described and formatted; "tables" '
+                                 "lists the stored tables")
+            self.assertIn("not stored", self.refused("pack", table, "--layout", "stored"))
             size = int(TABLES[table]["record_size"])
             self.assertEqual(self.refused("unpack", table, "00"),
-                             f"HEX: found 1 byte, expected a caller record of {size}")
+                             f"unpack: found 1 byte, expected a caller record of {size}")
             self.run_tool("unpack", table, "00" * size, code=DONE)
 
 

@@ -22,25 +22,27 @@ class CommandLine(ToolTest):
         number = "expected a number from 0 to 18446744073709551615"
         for line, message in {
                 "tabels": 'unknown command "tabels"; did you mean "tables"?',
+                "nonsense": 'unknown command "nonsense"; "help" lists the commands',
+                "help nonsense": 'unknown command "nonsense"; "help" lists the commands',
                 "--jsn tables": 'unknown option "--jsn"; did you mean "--json"?',
                 "layout l2vpn_stp --svgg x": 'unknown option "--svgg"; did you mean "--svg"?',
-                "describe": "describe: found no TABLE, expected a table's name",
-                "describe l2vpn_stp more": 'describe: found "more", expected no more arguments',
+                "layout --colour=red": 'unknown option "--colour=red"; "help layout" lists the options',
+                "describe": "describe: missing TABLE: a table name",
+                "describe l2vpn_stp more": 'describe: unexpected argument "more"',
                 "describe l2vpn_sttp": 'unknown table "l2vpn_sttp"; did you mean "l2vpn_stp"?',
-                "get l2vpn_stp": "get: found no VALUES, expected the members of a key, as in vrIndex=1",
-                "get l2vpn_stp ifIndex": 'argument "ifIndex": found no field and value, expected field=value',
-                "get l2vpn_stp =1": 'argument "=1": found no field and value, expected field=value',
+                "get l2vpn_stp": "get: missing VALUES: all members of a key, as in vrIndex=1",
+                "get l2vpn_stp ifIndex": 'argument "ifIndex": expected FIELD=VALUE',
+                "get l2vpn_stp =1": 'argument "=1": expected FIELD=VALUE',
                 "get l2vpn_stp ifIndx=1": f'{stp}: unknown field "ifIndx"; did you mean "ifIndex"?',
-                "get l2vpn_stp ifIndex=1 ifIndex=1": f'{stp}, field "ifIndex": found a second time, '
-                                                     "expected once",
-                "get l2vpn_stp ifIndex=1 vrIndex=1": f'{stp}, key "primary_key": found vrIndex, which is '
-                                                     "no member, expected only ifIndex",
-                "put l2vpn_vpls_exp vrIndex=1": 'table "l2vpn_vpls_exp", key "primary_key": found no '
-                                                "instanceId, expected all of vrIndex, instanceId",
-                "find l2vpn_stp --key primry_key ifIndex=1": f'{stp}: unknown key "primry_key"; did you mean '
-                                                             '"primary_key"?',
-                "find l2vpn_stp flags=1": f"{stp}: found fields that are not those of a key, expected a "
-                                          "key's:\n  primary_key        ifIndex\n"
+                "get l2vpn_stp ifIndex=1 ifIndex=1": f'{stp}, field "ifIndex": given twice',
+                "get l2vpn_stp ifIndex=1 vrIndex=1": f'{stp}, key "primary_key": vrIndex is not a member; '
+                                                     "its members are ifIndex",
+                "put l2vpn_vpls_exp vrIndex=1": 'table "l2vpn_vpls_exp", key "primary_key": missing '
+                                                "instanceId; its members are vrIndex, instanceId",
+                "find l2vpn_stp --key primry_key ifIndex=1":
+                    f'{stp}: unknown key "primry_key"; did you mean "primary_key"?',
+                "find l2vpn_stp flags=1": f"{stp}: no key has exactly these members; its keys are:\n"
+                                          "  primary_key        ifIndex\n"
                                           "  stp_src_if_key     ifIndex, vrIndex",
                 "get l2vpn_stp ifIndex=0x1ffffffff": f'{stp}, field "ifIndex": found 8589934591, expected a '
                                                      'number from 0 to 4294967295',
@@ -49,27 +51,38 @@ class CommandLine(ToolTest):
                 "generate --instances 18446744073709551616":
                     f'--instances: found "18446744073709551616", {number}',
                 "set-batch-version l2vpn_stp ifIndex=1 3": f'VERSION: found "ifIndex=1", {number}',
-                "unpack l2vpn_stp 0x00": 'HEX: found "0x" at digit 1, expected pairs of hexadecimal digits',
-                "unpack l2vpn_stp 000": 'HEX: found "0" at digit 3, expected pairs of hexadecimal digits',
-                "unpack l2vpn_stp 00": "HEX: found 1 byte, expected a caller record of 48 or a stored "
+                "unpack l2vpn_stp 0xg": 'unpack: "0xg" is neither hexadecimal bytes nor a file',
+                "unpack l2vpn_stp 000": 'HEX: found "000", expected pairs of hexadecimal digits',
+                "unpack l2vpn_stp 00": "unpack: found 1 byte, expected a caller record of 48 or a stored "
                                        "record of 44",
                 "pack l2vpn_stp --layout x": '--layout: found "x", expected caller or stored',
                 "dump --csv": "--csv: found 0 tables, expected one, as each has fields of its own",
-                "dump --csv --line l2vpn_stp": "dump: found --csv and --line, expected one of them",
+                "dump --csv --line l2vpn_stp": "dump: --csv and --line exclude each other",
                 "find --line --fields flags l2vpn_stp ifIndex=1":
-                    "find: found --line and --fields, expected one of them",
-                "dump --line --all": "dump: found --line and --all, expected one of them",
-                "generate --store --output x": "generate: found --output and --store, expected one of them",
-                "dump l2vpn_stp --fields flags,ifIndex,flags":
-                    f'{stp}, field "flags": found a second time, expected once',
+                    "find: --line and --fields exclude each other",
+                "dump --line --all": "dump: --line and --all exclude each other",
+                "generate --store --output x": "generate: --output and --store exclude each other",
+                "dump l2vpn_stp --fields flags,ifIndex,flags": f'{stp}, field "flags": given twice',
                 "bench l2vpn_stp --records 0": "--records: found 0, expected a number from 1 to 10000000",
         }.items():
             self.assertEqual(self.refused(*line.split()), message, line)
 
     def test_mistakes_for_programs(self):
-        out, err = self.run_tool("describe", "x", "--json", code=BAD_INPUT)
+        out, err = self.run_tool("describe", "l2vpn_et", "--json", code=BAD_INPUT)
         self.assertEqual(out, "")
-        self.assertEqual(err, '{"version":1,"error":"l2vpn-db: unknown table \\"x\\""}\n')
+        self.assertEqual(err, '{"version":1,"error":"l2vpn-db: unknown table \\"l2vpn_et\\"; '
+                         'did you mean \\"l2vpn_eth\\"?"}\n')
+
+    def test_long_input_is_clipped_in_messages(self):
+        long = "x" * 100_000
+        for line in ([long], ["--" + long], ["describe", long], ["describe", "l2vpn_stp", long],
+                     ["get", "l2vpn_stp", long + "=1"], ["get", "l2vpn_stp", long], ["help", long],
+                     ["get", "l2vpn_stp", "ifIndex=" + long], ["find", "l2vpn_stp", "--key", long, "ifIndex=1"],
+                     ["dump", "l2vpn_stp", "--fields", long], ["pack", "l2vpn_stp", "--layout", long],
+                     ["generate", "--seed", long], ["unpack", "l2vpn_stp", long], ["load", long],
+                     ["dump", "--output", "/" + long], ["unpack", "l2vpn_stp", "0" * 100_001]):
+            _, err = self.run_tool(*line, code=None)
+            self.assertLess(len(err), 1000, line[0][:20])
 
     def test_one_form_of_output(self):
         for line, options in {"get --line l2vpn_stp ifIndex=1": "--json and --line",
@@ -79,7 +92,26 @@ class CommandLine(ToolTest):
                               "dump --csv l2vpn_stp": "--json and --csv"}.items():
             out, err = self.run_tool(*line.split(), "--json", code=BAD_INPUT)
             self.assertEqual((out, json.loads(err)["error"]), (
-                "", f"l2vpn-db: {line.split()[0]}: found {options}, expected one of them"))
+                "", f"l2vpn-db: {line.split()[0]}: {options} exclude each other"))
+
+    def test_unwritable_standard_error(self):
+        wrong = self.write("wrong", '{"l2vpn_stp":[{"x":1}]}')
+        for redirection in ("2>&-", "2>/dev/full"):
+            for line, code in {"bogus": BAD_INPUT, "--bogus": BAD_INPUT, "dump": DONE, "load /no/such": FAILED,
+                               f"load {wrong}": BAD_INPUT, "find l2vpn_stp ifIndex=1": NO, "tables": DONE,
+                               "--json tables x": BAD_INPUT, "shell /no/such": FAILED,
+                               f"diff {wrong} {wrong}": BAD_INPUT, "generate --output x": DONE}.items():
+                result = subprocess.run(f"{PROGRAM} {line} {redirection}", shell=True, cwd=self.folder,
+                                        stdout=subprocess.DEVNULL, check=False, timeout=60)
+                self.assertEqual(result.returncode, code, (line, redirection))
+        self.assertNotIn("l2vpn-db: ", (self.folder / "x").read_text(encoding="utf-8"))
+
+    def test_closed_standard_streams(self):
+        self.write("stp", '{"l2vpn_stp":[{"ifIndex":1}]}')
+        for line, redirection in (("tables", ">&-"), ("load -", "<&-"), ("diff stp -", "<&-"), ("tables", ">&- 2>&-")):
+            result = subprocess.run(f"{PROGRAM} {line} {redirection}", shell=True, cwd=self.folder,
+                                    check=False, timeout=60, capture_output=True)
+            self.assertEqual(result.returncode, FAILED, (line, redirection))
 
     def test_files_with_any_name(self):
         for name in ("tables", "-x", "--json", "é\n"):
@@ -105,6 +137,8 @@ class CommandLine(ToolTest):
         self.assertIn("\nUsage: l2vpn-db find [OPTIONS] TABLE VALUES...\n", self.output("find", "--help"))
         self.assertEqual(self.output("help", "load"), self.output("load", "--help"))
         self.assertEqual(self.output("help"), text)
+        self.assertEqual(self.output("--json", "help", "load"), self.output("load", "--help"))
+        self.assertEqual(self.json("--version"), {"tool": self.output("--version").rstrip("\n")})
         for line in (text + self.output("help", "dump")).splitlines():
             self.assertLessEqual(len(line), 80)
         self.assertEqual(self.output("--version"),
@@ -113,7 +147,7 @@ class CommandLine(ToolTest):
     def test_manual_names_every_command_and_option(self):
         manual = MANUAL.read_text(encoding="utf-8").replace("\\-", "-")
         commands = re.findall(r"^  ([a-z-]+) +[a-z]", self.output("--help").split("Subcommands:")[1], re.M)
-        self.assertIn("load", commands)
+        self.assertIn("help", commands)
         for command in commands:
             self.assertIn(f"\n.SS {command}", manual)
             for option in re.findall(r"(--[a-z-]+)", self.output(command, "--help").split("Exit codes")[0]):
@@ -139,11 +173,11 @@ class Script(ToolTest):
         out, err = self.run_tool("shell", "--keep-going", script, code=BAD_INPUT)
         self.assertEqual(out.count("\n"), 4)
         out, err = self.run_tool("shell", code=NO, stdin="tables\ndelete l2vpn_stp ifIndex=1\ntables\n")
-        self.assertEqual(err, "standard input:2: the answer is no; stopped here\n")
+        self.assertEqual(err, "standard input:2: stopped: the command exited with 1\n")
 
     def test_mistakes(self):
         for line, message in {
-                'get "l2vpn_stp': '1: found " that nothing closes, expected another one',
+                'get "l2vpn_stp': '1: unclosed quotation mark "',
                 "shell": "1: found shell, expected a command, as this is one",
                 "--load x": '1: unknown option "--load"; did you mean "--raw"?',
         }.items():
@@ -154,6 +188,11 @@ class Script(ToolTest):
             self.assertIn("standard input: cannot be read: a script or another file comes from there\n", err)
         self.assertIn("/no/such: cannot be read", self.refused("shell", "/no/such", code=FAILED))
 
+    def test_load_before_a_command(self):
+        self.assertEqual(self.lines(stdin=f"count l2vpn_stp --load '{EXAMPLE}'\ncount l2vpn_stp\n")[1::2],
+                         ["l2vpn_stp        5"] * 2)
+        self.assertEqual(self.lines(stdin=f"--load '{EXAMPLE}'\ncount l2vpn_stp\n")[1:], ["l2vpn_stp        5"])
+
     def test_options_hold_for_all_lines(self):
         lines = self.lines("--json", "shell", stdin="count l2vpn_stp\ncount l2vpn_stp\n")
         self.assertEqual(lines, ['{"version":1,"counts":{"l2vpn_stp":0}}'] * 2)
@@ -163,8 +202,57 @@ class Script(ToolTest):
         self.assertIn("Subcommands:", self.output(stdin="help\n"))
 
 
+class Completion(ToolTest):
+    def complete(self, line: str) -> list[str]:
+        return self.output("--complete", line).split()
+
+    def test_commands_and_options(self):
+        self.assertEqual(self.complete("desc"), ["describe"])
+        self.assertEqual(self.complete("help unp"), ["unpack"])
+        self.assertEqual(self.complete("find l2vpn_stp --k"), ["--key"])
+        self.assertEqual(self.complete("--js"), ["--json"])
+        self.assertEqual(self.complete("--json --load x tabl"), ["tables"])
+        self.assertEqual(self.complete("describe l2vpn_vll_"), ["l2vpn_vll_ac", "l2vpn_vll_inst", "l2vpn_vll_pw"])
+
+    def test_option_values(self):
+        for separator in (" ", "="):
+            self.assertEqual(self.complete(f"find l2vpn_stp --key{separator}stp")[0].split("=")[-1],
+                             "stp_src_if_key")
+            self.assertEqual(self.complete(f"pack l2vpn_stp --layout{separator}st")[0].split("=")[-1], "stored")
+            self.assertEqual(self.complete(f"dump l2vpn_stp --fields{separator}flags,vrI"), ["vrIndex"])
+        self.assertEqual(self.complete("find l2vpn_stp --key=stp"), ["--key=stp_src_if_key"])
+        self.write("file", "")
+        self.assertEqual(self.complete("--load=fi"), ["--load=file"])
+        self.assertEqual(self.complete("load --table=l2vpn_st"), ["--table=l2vpn_stp"])
+
+    def test_field_values(self):
+        records = json.loads(EXAMPLE.read_text(encoding="utf-8"))["l2vpn_vpls_pw"]
+        line = f"-l {EXAMPLE} find l2vpn_vpls_pw "
+        self.assertEqual(self.complete(line + "instanceI"), ["instanceId="])
+        self.assertEqual(self.complete(line + "instanceId="),
+                         sorted({f"instanceId={each['instanceId']}" for each in records}))
+        self.assertEqual(self.complete(line + "instanceId=100 pwTunnelId="), sorted(
+            f"pwTunnelId={each['pwTunnelId']}" for each in records if each["instanceId"] == 100))
+        self.assertEqual(self.complete("find l2vpn_vpls_pw instanceId="), [])
+
+    def test_bash(self):
+        script = EXAMPLE.parents[1] / "src" / "tool" / "completion.bash"
+        for words, replies in {("find", "l2vpn_stp", "--k"): ["--key"],
+                               ("find", "l2vpn_stp", "--key", "=", "stp"): ["stp_src_if_key"],
+                               ("dump", "l2vpn_stp", "--fields", "flags,vrI"): ["flags,vrIndex"],
+                               ("dump", "l2vpn_stp", "--fields", "=", "flags,vrI"): ["flags,vrIndex"],
+                               ("-l", str(EXAMPLE), "get", "l2vpn_stp", "vrIndex", "="): ["1"],
+                               ("get", "l2vpn_stp", "vrI"): ["vrIndex="]}.items():
+            line = "l2vpn-db " + " ".join(words).replace(" = ", "=").replace(" =", "=")
+            program = (f"compopt() {{ :; }}; source {script}; COMP_WORDS=(l2vpn-db {' '.join(words)}); "
+                       f"COMP_CWORD={len(words)}; COMP_LINE='{line}'; COMP_POINT={len(line)}; "
+                       f"_l2vpn_db {PROGRAM}; printf '%s\\n' \"${{COMPREPLY[@]}}\"")
+            result = subprocess.run(["bash", "-c", program], capture_output=True, text=True, check=True, timeout=30)
+            self.assertEqual(result.stdout.split(), replies, words)
+
+
 class Terminal(ToolTest):
-    """The same as a person sees it."""
+    """Interactive sessions in a terminal emulator."""
 
     def setUp(self) -> None:
         super().setUp()
@@ -239,6 +327,16 @@ class Terminal(ToolTest):
         time.sleep(0.1)
         self.assertIn("nonsense", history.read_text(encoding="utf-8"))
         self.assertEqual(history.stat().st_mode & 0o777, 0o600)
+
+    def test_text_beyond_ascii(self):
+        self.assertEqual(self.enter("count é日本ß")[-2], 'l2vpn-db: unknown table "é日本ß"')
+
+    def test_interrupted_while_typing(self):
+        self.keys("count l2vpn_st")
+        self.wait("l2vpn-db> count l2vpn_st")
+        self.keys("C-c")
+        self.assertEqual(self.wait("l2vpn-db>")[-2], "l2vpn-db> count l2vpn_st^C")
+        self.assertEqual(self.enter("count l2vpn_stp")[-2].split(), ["l2vpn_stp", "5"])
 
     def test_interrupted(self):
         many = self.write("many", '{"l2vpn_stp":[{"ifIndex":1}]}\n' * 3_000_000)
