@@ -104,6 +104,9 @@ records::Bytes parse_hex(std::string_view text, const std::string &name) {
             }
             repeated = false;
         }
+        if (repeated) {
+            fail("found * without offsets, expected a dump of all bytes, as with -v");
+        }
         line_bytes.clear();
         for (std::string_view token : line.tokens) {
             const bool prefixed = token.starts_with("0x");

@@ -105,7 +105,9 @@ OutputFile::OutputFile(const std::string &path) : path_(path) {
     if (exists && !S_ISREG(there.st_mode)) { // a device or pipe is written in place
         file_ = std::fopen(path.c_str(), "wb");
     } else {
-        path_ = std::filesystem::weakly_canonical(path); // a symbolic link stays
+        std::error_code error;
+        const auto target = std::filesystem::weakly_canonical(path, error); // keeps symbolic links
+        path_ = error ? path : target.string();
         unfinished_ = path_ + ".XXXXXX";
         const int file = mkstemp(unfinished_.data());
         const mode_t mask = umask(0);

@@ -196,7 +196,7 @@ class Bytes(ToolTest):
                  "colons": data.hex(":"), "xxd -p": "\n".join(re.findall(".{1,60}", data.hex())),
                  "C": ", ".join(f"0x{each:02x}" for each in data)}
         for options in (["hexdump", "-C"], ["hexdump", "-v", "-C"], ["od", "-t", "x1"], ["od", "-A", "x", "-t", "x1z"],
-                        ["od", "-A", "n", "-t", "x1"], ["xxd"], ["xxd", "-g1"], ["xxd", "-p"], ["xxd", "-s", "0"]):
+                        ["od", "-v", "-A", "n", "-t", "x1"], ["xxd"], ["xxd", "-g1"], ["xxd", "-p"]):
             if shutil.which(options[0]):
                 dumps[" ".join(options)] = subprocess.run([*options, "raw"], cwd=self.folder, check=True, text=True,
                                                           capture_output=True).stdout
@@ -214,6 +214,7 @@ class Bytes(ToolTest):
     def test_unpack_what_is_no_record(self):
         for text, message in {
                 "0200 zz": 'dump: found "zz", expected pairs of hexadecimal digits',
+                "00\n*\n00\n": "dump:3: found * without offsets, expected a dump of all bytes, as with -v",
                 "00\n0200 000\n": 'dump:2: found "000", expected pairs of hexadecimal digits',
                 "0000000 0002 0a00\n": 'dump:1: found the word "0002", whose byte order is unknown, expected bytes '
                                        "as of gdb's x/xb, hexdump -C, od -t x1 or xxd",

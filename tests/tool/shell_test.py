@@ -6,6 +6,7 @@ import os
 import pathlib
 import pty
 import re
+import shutil
 import subprocess
 import termios
 import time
@@ -26,7 +27,7 @@ class CommandLine(ToolTest):
                 "help nonsense": 'unknown command "nonsense"; "help" lists the commands',
                 "--jsn tables": 'unknown option "--jsn"; did you mean "--json"?',
                 "layout l2vpn_stp --svgg x": 'unknown option "--svgg"; did you mean "--svg"?',
-                "layout --colour=red": 'unknown option "--colour=red"; "help layout" lists the options',
+                "layout l2vpn_stp --colour=red": 'unknown option "--colour=red"; "help layout" lists the options',
                 "describe": "describe: missing TABLE: a table name",
                 "describe l2vpn_stp more": 'describe: unexpected argument "more"',
                 "describe l2vpn_sttp": 'unknown table "l2vpn_sttp"; did you mean "l2vpn_stp"?',
@@ -37,8 +38,8 @@ class CommandLine(ToolTest):
                 "get l2vpn_stp ifIndex=1 ifIndex=1": f'{stp}, field "ifIndex": given twice',
                 "get l2vpn_stp ifIndex=1 vrIndex=1": f'{stp}, key "primary_key": vrIndex is not a member; '
                                                      "its members are ifIndex",
-                "put l2vpn_vpls_exp vrIndex=1": 'table "l2vpn_vpls_exp", key "primary_key": missing '
-                                                "instanceId; its members are vrIndex, instanceId",
+                "put l2vpn_vpls_exp vrIndex=1": 'table "l2vpn_vpls_exp", key "primary_key": found no '
+                                                "instanceId, expected all of vrIndex, instanceId",
                 "find l2vpn_stp --key primry_key ifIndex=1":
                     f'{stp}: unknown key "primry_key"; did you mean "primary_key"?',
                 "find l2vpn_stp flags=1": f"{stp}: no key has exactly these members; its keys are:\n"
@@ -154,6 +155,49 @@ class CommandLine(ToolTest):
                 self.assertIn(option, manual, command)
 
 
+class Manual(ToolTest):
+    TEXT = re.sub(r"^\.(B|I|BR|IR|RB|RI) ", "", MANUAL.read_text(encoding="utf-8").replace("\\-", "-"), flags=re.M)
+
+    def test_examples(self):
+        examples = self.TEXT.split(".SH EXAMPLES\n.nf\n")[1].split(".fi")[0].splitlines()
+        self.assertGreater(len(examples), 5)
+        (self.folder / "l2vpn-db").symlink_to(PROGRAM)
+        for line in examples:
+            if "jq" in line and not shutil.which("jq"):
+                continue
+            result = subprocess.run(["bash", "-o", "pipefail", "-c", line], cwd=self.folder, timeout=60, check=False,
+                                    env={**os.environ, "PATH": f"{self.folder}:{os.environ['PATH']}"},
+                                    capture_output=True, text=True)
+            negative = " diff " in line or "--explain" in line
+            self.assertEqual((result.returncode, result.stderr), (NO if negative else DONE, ""), line)
+            self.assertTrue(result.stdout or ">" in line, line)
+
+    def test_members_of_json(self):
+        """The members that the manual lists are those of the output."""
+        json_text = self.TEXT.split(".SH JSON OUTPUT")[1].replace("\n", " ")
+        network = self.write("network", self.output("generate", "--instances", 1))
+        for name, command in {"tables": "tables", "table": "describe l2vpn_stp", "layout": "layout l2vpn_stp",
+                              "load": f"load {network}", "pack": "pack l2vpn_stp", "key": "key l2vpn_stp ifIndex=1",
+                              "diff": f"diff {network} {network}", "bench": "bench l2vpn_stp --records 9"}.items():
+            value = self.json(*command.split())[name]
+            members, depth = [], 0
+            for token in re.findall(r"[{}]|\w+(?=[:,}])", json_text.split(f'"{name}": ')[1].replace("\\fR", "")):
+                depth += {"{": 1, "}": -1}.get(token, 0)
+                if depth == 1 and token.isalpha():
+                    members.append(token)
+                elif depth == 0:
+                    break
+            self.assertEqual(members, list((value[0] if isinstance(value, list) else value)), name)
+
+    def test_fields_exist(self):
+        for fields in re.findall(r"--fields=(\S+)", self.TEXT):
+            lines = self.lines("-l", EXAMPLE, "dump", "l2vpn_vpls_pw", "--csv", f"--fields={fields}")
+            self.assertEqual(lines[0], fields)
+        for text in (self.TEXT, self.output("dump", "--help")):
+            fields = re.search(r"such as (\S+?)\.|as in (\S+)", text[text.index("mtu,") - 20:])
+            self.output("-l", EXAMPLE, "dump", "l2vpn_vpls_pw", "--fields", fields[1] or fields[2])
+
+
 class Script(ToolTest):
     def test_lines(self):
         script = self.write("script", f"# what follows works on one store\n\nload '{EXAMPLE}'\r\n"
@@ -178,8 +222,8 @@ class Script(ToolTest):
     def test_mistakes(self):
         for line, message in {
                 'get "l2vpn_stp': '1: unclosed quotation mark "',
-                "shell": "1: found shell, expected a command, as this is one",
-                "--load x": '1: unknown option "--load"; did you mean "--raw"?',
+                "shell": "1: shell: already in a shell",
+                "--laod x": '1: unknown option "--laod"; did you mean "--load"?',
         }.items():
             _, err = self.run_tool(stdin=line, code=BAD_INPUT)
             self.assertEqual(err, f"standard input:{message}\n")
@@ -241,7 +285,7 @@ class Completion(ToolTest):
                                ("find", "l2vpn_stp", "--key", "=", "stp"): ["stp_src_if_key"],
                                ("dump", "l2vpn_stp", "--fields", "flags,vrI"): ["flags,vrIndex"],
                                ("dump", "l2vpn_stp", "--fields", "=", "flags,vrI"): ["flags,vrIndex"],
-                               ("-l", str(EXAMPLE), "get", "l2vpn_stp", "vrIndex", "="): ["1"],
+                               ("-l", str(EXAMPLE), "get", "l2vpn_stp", "vrIndex", "="): ["1", "2", "3"],
                                ("get", "l2vpn_stp", "vrI"): ["vrIndex="]}.items():
             line = "l2vpn-db " + " ".join(words).replace(" = ", "=").replace(" =", "=")
             program = (f"compopt() {{ :; }}; source {script}; COMP_WORDS=(l2vpn-db {' '.join(words)}); "
