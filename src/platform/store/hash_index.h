@@ -54,9 +54,6 @@ private:
         std::uint32_t depth;
 
         Bucket **buckets() { return reinterpret_cast<Bucket **>(this + 1); }
-        [[nodiscard]] Bucket *const *buckets() const {
-            return reinterpret_cast<Bucket *const *>(this + 1);
-        }
     };
     static_assert(sizeof(Word) == sizeof(Bucket *));
 
@@ -75,7 +72,7 @@ private:
 
     template <class Matches>
     const Slot *find_slot(Hash wanted, Matches matches) const {
-        const Directory *const directory = __atomic_load_n(&directory_, __ATOMIC_ACQUIRE);
+        Directory *const directory = __atomic_load_n(&directory_, __ATOMIC_ACQUIRE);
         if (directory == nullptr)
             return nullptr;
         const Bucket *const bucket = __atomic_load_n(

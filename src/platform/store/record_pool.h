@@ -18,7 +18,7 @@ struct ChainLink {
 
 class RecordPool {
 public:
-    /// `limit` is the greatest number of slots, a multiple of 64.
+    /// `limit`: the greatest number of slots, a multiple of 64.
     RecordPool(std::size_t stored_length, std::size_t secondary_keys,
                RecordId limit = RecordId{1} << 31)
         : limit_(limit), record_words_(words_for(stored_length)),
@@ -28,7 +28,7 @@ public:
     // had, which is seen inside a write section.
 
     [[nodiscard]] const Word *try_words(RecordId id) const {
-        const ChunkDirectory *const directory = __atomic_load_n(&directory_, __ATOMIC_ACQUIRE);
+        ChunkDirectory *const directory = __atomic_load_n(&directory_, __ATOMIC_ACQUIRE);
         if (directory == nullptr ||
             id / chunk_size >= __atomic_load_n(&directory->count, __ATOMIC_ACQUIRE))
             return nullptr;
@@ -75,9 +75,6 @@ private:
         std::size_t capacity;
 
         Word *&chunk(std::size_t i) { return reinterpret_cast<Word **>(this + 1)[i]; }
-        [[nodiscard]] Word *chunk(std::size_t i) const {
-            return reinterpret_cast<Word *const *>(this + 1)[i];
-        }
     };
 
     RecordId limit_;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Loads, stores and copies of data that a writer may change while seqlock readers read it. A reader
-// that raced discards what it read.
+// Loads, stores and copies of data that another thread may access meanwhile. A seqlock reader that
+// raced discards what it read.
 #pragma once
 
 #include <algorithm>

@@ -6,14 +6,13 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "platform/store/seqlock_copy.h"
+
 namespace l2vpn::platform {
 
 namespace {
 
-/// Another thread may register a service meanwhile, so each word is read once, atomically.
-std::uintptr_t load(const std::uintptr_t &word) {
-    return __atomic_load_n(&word, __ATOMIC_RELAXED);
-}
+// Another thread may register a service meanwhile, so each word is loaded once.
 
 template <class Function>
 Function function(std::uintptr_t word) {
