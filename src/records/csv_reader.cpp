@@ -11,15 +11,16 @@
 namespace l2vpn::records {
 namespace {
 
-/// A longer cell is refused: it is a quotation mark that is missing.
+/// A longer cell has lost its closing quotation mark.
 constexpr std::size_t max_cell = 65536;
 
 class RowReader {
 public:
     explicit RowReader(InputFile &source) : source_(source) {}
 
-    /// The next row that is not blank; false at the end.
-    /// @param problem  out, what is wrong with the row; empty if nothing is
+    /// Reads the next row that is not blank.
+    /// @param problem  out, the error in the row; empty if it is valid
+    /// @return false at the end
     bool next(std::vector<std::string> &cells, std::string &problem) {
         problem.clear();
         do {
@@ -34,19 +35,19 @@ public:
         return true;
     }
 
-    /// Where the row begins.
+    /// The first line of the row.
     std::size_t line() const { return line_; }
 
 private:
-    /// Reads a cell and what ends it; false if that ends the row.
+    /// Reads a cell and its delimiter. Returns false if that ends the row.
     bool cell(std::string &text, std::string &problem) {
-        bool quoted = false;     // within quotation marks
-        bool was_quoted = false; // behind them
+        bool quoted = false;     // inside quotation marks
+        bool was_quoted = false; // after them
         while (true) {
             const int next = source_.peek();
             if (next == InputFile::end) {
                 if (quoted) {
-                    problem = "a quotation mark that nothing closes";
+                    problem = "an unclosed quotation mark";
                 }
                 return false;
             }
@@ -88,31 +89,31 @@ private:
     bool begin_ = true;
 };
 
-/// The columns' fields; empty if one is wrong or a member of the primary key is missing.
+/// The fields of the columns; empty if one is unknown, or a member of the primary key is missing.
 std::vector<const Field *> columns_of(const Table &table, const std::vector<std::string> &names,
                                       std::size_t line, RecordSink &sink) {
     std::vector<const Field *> columns;
-    bool right = true;
+    bool valid = true;
     for (const std::string &name : names) {
         const Field *const field = table.field(name);
         if (field == nullptr) {
             sink.report(
                 unknown_name(line, place_of(table.name), "field", name, field_names(table.fields)));
-            right = false;
+            valid = false;
         } else if (std::ranges::count(columns, field) != 0) {
             sink.report(mismatch(line, place_of(table.name, name), "a second column", "one"));
-            right = false;
+            valid = false;
         }
         columns.push_back(field);
     }
     for (const Field &member : table.primary_key().members) {
-        if (right &&
+        if (valid &&
             std::ranges::count(columns, member.id, [](auto *each) { return each->id; }) == 0) {
             sink.report(missing_member(line, table, table.primary_key(), member));
-            right = false;
+            valid = false;
         }
     }
-    return right ? columns : std::vector<const Field *>{};
+    return valid ? columns : std::vector<const Field *>{};
 }
 
 } // namespace

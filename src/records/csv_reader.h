@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Records from CSV (RFC 4180), as record_reader.h tells.
+// Reads records from CSV (RFC 4180). record_reader.h describes the form.
 #pragma once
 
 #include <string>
@@ -9,10 +9,10 @@
 
 namespace l2vpn::records {
 
-/// Records of one table.
+/// Reads records of one table.
 void read_csv(InputFile &source, const std::string &table, RecordSink &sink);
 
-/// As a cell of CSV, quoted if it must be.
+/// Quotes the text if CSV requires it.
 std::string csv_cell(std::string_view text);
 
 } // namespace l2vpn::records

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Diagnostics of an input: each with its place, the first ones in full, all of them by kind.
+// Diagnostics of input files: the first ones in full, all of them counted by kind.
 #pragma once
 
 #include <cstddef>
@@ -14,7 +14,7 @@ struct Diagnostic {
     std::size_t line;    ///< 0 if the input has no lines
     std::string place;   ///< "table \"l2vpn_vpls_pw\", field \"mtu\""; may be empty
     std::string problem; ///< "found 70000, expected a number from 0 to 65535"
-    std::string kind;    ///< the same in all diagnostics that differ only in what was found
+    std::string kind;    ///< the problem without what was found
 
     /// "<place>: <problem>"
     std::string text() const;
@@ -24,7 +24,7 @@ struct Diagnostic {
 Diagnostic mismatch(std::size_t line, std::string place, const std::string &found,
                     const std::string &expected);
 
-/// A name that is none of the known ones.
+/// Reports a name that is not among the known ones, with a suggestion.
 /// @param what  "table", "field"
 Diagnostic unknown_name(std::size_t line, std::string place, std::string_view what,
                         const std::string &name, const std::vector<std::string> &known);

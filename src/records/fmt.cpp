@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// fmt, compiled here once: Debian has its library for one processor at a time, and its headers
-// alone would compile all of it into every file that prints.
+// Compiles fmt once. Debian installs its library for one architecture at a time, and header-only
+// use would compile it into every file that prints.
 #include <fmt/format-inl.h>
 
 namespace fmt::detail {

@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::size_t piece_size = std::size_t{1} << 20;
 
-/// Two readers would each get some of it.
+/// Two readers would share its contents.
 bool standard_input_taken = false;
 
 } // namespace
@@ -35,8 +35,8 @@ FileError::FileError(const std::string &path, const std::string &what)
 InputFile::Descriptor::Descriptor(const std::string &path)
     : number(path == "-" ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
     if (number == STDIN_FILENO && std::exchange(standard_input_taken, true)) {
-        throw std::runtime_error("standard input: cannot be read: a script or another file comes "
-                                 "from there");
+        throw std::runtime_error("standard input: cannot be read: a script or another file is read "
+                                 "from it");
     }
 }
 
@@ -55,10 +55,10 @@ InputFile::InputFile(const std::string &path)
         throw FileError(name_, "cannot be read");
     }
     size_ = S_ISREG(about.st_mode) ? static_cast<std::uint64_t>(about.st_size) : 0;
-    peek(); // a folder can be opened, but not read
+    peek(); // a directory can be opened, but not read
 }
 
-/// Takes what there is: whoever writes into a pipe may be slow.
+/// Reads what is available: the writer of a pipe may be slow.
 std::size_t InputFile::read_to(std::size_t offset) {
     ssize_t length = 0;
     do {

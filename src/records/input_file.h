@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A text that is read piece by piece, however long it is, with the line that the reader is at.
+// Reads a text file of any length in blocks, and counts its lines.
 #pragma once
 
 #include <cstddef>
@@ -14,10 +14,10 @@ namespace l2vpn::records {
 /// A path in messages: "standard input" for "-".
 std::string input_name(const std::string &path);
 
-/// A file cannot be read or written; what() says which, and why.
+/// A file cannot be read or written; what() gives the file and the reason.
 class FileError : public std::runtime_error {
 public:
-    /// With the reason in errno.
+    /// Takes the reason from errno.
     FileError(const std::string &path, const std::string &what);
 };
 
@@ -26,38 +26,38 @@ public:
     static constexpr int end = -1;
 
     /// @param path  "-" for standard input
-    /// @throws FileError and Interrupted, here and wherever something is read
+    /// @throws FileError, Interrupted; so does every function that reads
     explicit InputFile(const std::string &path);
     InputFile(const InputFile &) = delete;
     InputFile &operator=(const InputFile &) = delete;
 
     const std::string &name() const { return name_; }
 
-    /// The next character, which stays the next one, or end.
+    /// The next character, without consuming it; or end.
     int peek() {
         return at_ < piece_.size() || fill() ? static_cast<unsigned char>(piece_[at_]) : end;
     }
-    /// Goes past the next character, which is not the end. A newline belongs to the line that it
-    /// ends: a reader that has looked one character too far is still on its line.
+    /// Consumes the next character, which is not the end. A newline belongs to the line that it
+    /// ends, so that a reader one character ahead is still on its line.
     void skip() {
         line_ += after_newline_ ? 1 : 0;
         after_newline_ = piece_[at_++] == '\n';
     }
-    /// The line of the last character that was gone past; 1 at the beginning.
+    /// The line of the last consumed character; 1 at the beginning.
     std::size_t line() const { return line_; }
 
-    /// Reads what is left of the line, without its end; false at the end of the text.
+    /// Reads the rest of the line, without its end. Returns false at the end of the file.
     bool read_line(std::string &text);
 
-    /// The line that comes next, or as much of it as is read at a time.
+    /// The next line, or as much of it as fits into the buffer, without consuming it.
     std::string_view line_ahead();
 
-    /// For showing progress: bytes gone past, and in all; 0 if that is not known.
+    /// Consumed bytes, and the size of the file; 0 if that is unknown.
     std::uint64_t position() const { return before_ + at_; }
     std::uint64_t size() const { return size_; }
 
 private:
-    /// An open file, closed at the end but for standard input.
+    /// An open file; closes it unless it is standard input.
     struct Descriptor {
         explicit Descriptor(const std::string &path);
         Descriptor(const Descriptor &) = delete;

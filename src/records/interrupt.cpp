@@ -12,7 +12,7 @@ void catch_interrupts() {
         struct sigaction action {};
         if (sigaction(signal, nullptr, &action) == 0 && action.sa_handler != SIG_IGN) {
             action.sa_handler = [](int which) { interrupt = which; };
-            action.sa_flags = 0; // what waits for input is to wake up
+            action.sa_flags = 0; // no SA_RESTART: read() returns EINTR
             (void)sigaction(signal, &action, nullptr);
         }
     }

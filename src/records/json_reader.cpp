@@ -11,13 +11,12 @@
 namespace l2vpn::records {
 namespace {
 
-/// Deeper text is refused; records are four levels deep.
+/// Valid input has four levels.
 constexpr std::size_t max_depth = 16;
-/// A list with more values is refused; no field has as many bytes.
+/// More than any field has bytes.
 constexpr std::size_t max_items = 65536;
 
-/// Input iterator that goes through a source. The parser copies iterators, so what they are at
-/// stands outside.
+/// Input iterator over a file. The parser copies iterators, so the file holds the position.
 class SourceIterator {
 public:
     using iterator_category = std::input_iterator_tag;
@@ -33,7 +32,7 @@ public:
         source_->skip();
         return *this;
     }
-    /// With the end, which has no source.
+    /// The right one is the end.
     friend bool operator==(const SourceIterator &left, const SourceIterator &) {
         return left.source_->peek() == InputFile::end;
     }
@@ -42,8 +41,8 @@ private:
     InputFile *source_;
 };
 
-/// What went wrong, without the "[json.exception...] " and "parse error at line 1, column 2: " in
-/// front of it, and without bytes that may be no text.
+/// The message without "[json.exception...] parse error at line 1, column 2: ", and with bytes
+/// outside ASCII escaped.
 std::string without_position(std::string_view what) {
     what.remove_prefix(what.find("] ") + 2);
     if (what.starts_with("parse error at")) {
@@ -58,7 +57,7 @@ std::string without_position(std::string_view what) {
     return text;
 }
 
-/// Takes a text apart while it is parsed: of what it holds, no more than one field is kept.
+/// Builds records while the text is parsed. Keeps one record and one field value at a time.
 class RecordParser final : public nlohmann::json_sax<nlohmann::json> {
 public:
     RecordParser(const InputFile &source, RecordSink &sink)
@@ -132,7 +131,7 @@ public:
     }
 
 private:
-    /// What the parser is directly within, as far as it is in its place.
+    /// The innermost valid structure that the parser is in.
     enum class Level : std::uint8_t { text, tables, records, fields };
 
     bool other(std::string written) {
@@ -167,7 +166,7 @@ private:
         return false;
     }
 
-    /// A value that holds neither records nor fields.
+    /// Handles a value that is not a structure of the level.
     void complete(const Value &value) {
         switch (level_) {
         case Level::text:
@@ -214,14 +213,14 @@ private:
     RecordSink &sink_;
     RecordBuilder record_;
     Level level_ = Level::text;
-    const Table *table_ = nullptr; ///< of the level of records; null if there is no right one
+    const Table *table_ = nullptr; ///< null if the name is invalid
     std::string name_;
     std::size_t name_line_ = 0;
-    std::vector<Value> open_;                   ///< of a field's value, or of what is out of place
-    std::map<std::string, std::size_t> tables_; ///< with their lines
+    std::vector<Value> open_;                   ///< lists and objects in a value
+    std::map<std::string, std::size_t> tables_; ///< by name, with their lines
 };
 
-/// Builds no values: destroying a list allocates memory, and ends the process without it.
+/// Builds no values: destroying a list allocates, and terminates the process if that fails.
 struct SyntaxCheck : nlohmann::detail::json_sax_acceptor<nlohmann::json> {
     std::size_t error_at = 0; ///< counted from 1; 0 if a number is too large
 
@@ -253,7 +252,7 @@ void read_json(InputFile &source, RecordSink &sink) {
     RecordParser parser(source, sink);
     const bool right =
         nlohmann::json::sax_parse(SourceIterator(&source), SourceIterator(nullptr), &parser);
-    if (right && source.peek() != InputFile::end) { // the parser takes NUL for it
+    if (right && source.peek() != InputFile::end) { // the parser stops at NUL
         sink.report(text_after_nul(source.line()));
     }
 }

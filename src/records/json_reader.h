@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Records from JSON, as record_reader.h tells.
+// Reads records from JSON. record_reader.h describes the form.
 #pragma once
 
 #include <string_view>
@@ -8,14 +8,16 @@
 
 namespace l2vpn::records {
 
-/// Whether it is a line of JSON Lines, perhaps a wrong one, and not the beginning of a longer text.
+/// Whether the line is JSON Lines, perhaps with an error, rather than the beginning of an object of
+/// several lines.
 /// @param text  not blank
 bool is_json_line(std::string_view text);
 
-/// One object of tables, in as many lines as it has.
+/// Reads one object of tables, in any number of lines.
 void read_json(InputFile &source, RecordSink &sink);
 
-/// One object of tables on each line that is not blank; a wrong line does not harm the next one.
+/// Reads an object of tables from each line that is not blank. An error in one line does not affect
+/// the next.
 void read_json_lines(InputFile &source, RecordSink &sink);
 
 } // namespace l2vpn::records

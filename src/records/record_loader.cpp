@@ -15,7 +15,7 @@
 namespace l2vpn::records {
 namespace {
 
-/// The record that results from merging into what is stored.
+/// The record merged into the stored one, if any.
 Bytes merged(const InputRecord &record) {
     Bytes stored = record.bytes;
     const auto length = static_cast<std::uint32_t>(stored.size());
@@ -35,7 +35,7 @@ public:
             options_.progress(result_.stored, file_);
         }
         if (result_.diagnostics.count > 0 && !options_.keep_going) {
-            return; // read on for more diagnostics only
+            return; // read on for diagnostics
         }
         const Table &table = *record.table;
         bool replaced = false;

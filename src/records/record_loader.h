@@ -13,10 +13,10 @@
 namespace l2vpn::records {
 
 struct LoadOptions {
-    std::string csv_table = {}; ///< the table of CSV; if empty, the file's name gives it
-    bool merge = false;         ///< fields that the file does not give keep what the tables hold
+    std::string csv_table = {}; ///< the table of CSV; if empty, the name of the file
+    bool merge = false;         ///< fields that the file does not give keep their stored values
     bool keep_going = false;    ///< leave out wrong records, not the whole file
-    /// Called with each record, with the number of records stored so far.
+    /// Called for each record.
     std::function<void(std::size_t stored, const InputFile &file)> progress = {};
 };
 
@@ -27,14 +27,13 @@ struct LoadResult {
     Diagnostics diagnostics;  ///< of the file's contents
     std::string failure;      ///< any other error: the file cannot be read, memory is exhausted
 
-    /// Everything that went wrong.
+    /// Diagnostics and failure, in lines.
     std::string errors() const;
 };
 
-/// Stores all records of a file, in their order, or none: a wrong record, unless `keep_going`, and
-/// any other failure leave the tables as they were. If even that is impossible, `failure` says how
-/// many records could not be restored. A later record with the same primary key replaces an earlier
-/// one.
+/// Stores all records of a file, in order, or none. An invalid record, unless `keep_going`, and any
+/// other failure leave the tables as they were; if they cannot be restored, `failure` gives the
+/// number of records concerned. A later record with the same primary key replaces an earlier one.
 /// @param path  "-" for standard input
 /// @throws Interrupted, with nothing stored
 LoadResult load(const std::string &path, const LoadOptions &options = {});

@@ -16,12 +16,12 @@ namespace {
 
 constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
 
-/// Field names begin with a letter, and JSON that says anything does not.
+/// Field names begin with a letter, JSON objects do not.
 bool is_csv(char first) {
     return first == '"' || (first >= 'a' && first <= 'z') || (first >= 'A' && first <= 'Z');
 }
 
-/// Goes to what a text begins with.
+/// Skips a byte order mark and blanks.
 void skip_to_beginning(InputFile &source) {
     if (source.line_ahead().starts_with(byte_order_mark)) {
         for (std::size_t i = 0; i < byte_order_mark.size(); ++i) {
@@ -99,7 +99,7 @@ void RecordBuilder::field(const Field &field, std::size_t line, const Value &val
 void RecordBuilder::end(const Key *required) {
     const Table &table = *record_.table;
     if (!valid_) {
-        return; // a member that seems to be missing may be misspelt
+        return; // a missing member may be a misspelt one
     }
     for (std::size_t i = 0; required != nullptr && i < required->members.size(); ++i) {
         const Field &member = required->members[i];

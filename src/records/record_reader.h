@@ -1,16 +1,15 @@
 // SPDX-License-Identifier: MIT
-// Reads records from text and checks them against the tables' schemas, one at a time, so that a
-// text may be longer than the memory. A text is one of these, which its beginning tells:
+// Reads records from a file and checks them against the schemas, one at a time, so that a file may
+// be larger than memory. The beginning of a file determines its form:
 //   JSON        {"<table>": [{"<field>": value, ...}, ...], ...}
 //   JSON Lines  such an object on every line
-//   CSV         a line of field names, and a line per record; the table is named by the caller, or
-//               by the file: l2vpn_vpls_pw.csv
+//   CSV         a line of field names, and a line per record; the caller or the name of the file
+//               gives the table: l2vpn_vpls_pw.csv
 // Every record gives all members of its primary key. In JSON, a value is
 //   a number                  for a field of 1, 2, 4 or 8 bytes; 4 bytes also as "192.0.2.1"
 //   a list of two numbers     for an array of two bytes
 //   text, "00:1b:44:11:3a:b7" for a MAC address or other opaque bytes, or a list of their numbers
-// and in CSV what parse_word takes. A member "version" beside the tables states the version of the
-// form, which is record_version.
+// and in CSV a word for parse_word. A member "version" beside the tables must be record_version.
 #pragma once
 
 #include <cstddef>
@@ -26,14 +25,14 @@ namespace l2vpn::records {
 
 constexpr std::uint64_t record_version = 1;
 
-/// A record as an input gives it.
+/// A record of an input file.
 struct InputRecord {
-    const Table *table;             ///< has access
-    std::size_t line;               ///< where it begins
-    Bytes bytes;                    ///< 0 in the fields that are not given
-    std::vector<std::size_t> given; ///< for each field the line of its name; 0 if it is not given
+    const Table *table;             ///< one with access
+    std::size_t line;               ///< its first line
+    Bytes bytes;                    ///< fields that are not given are 0
+    std::vector<std::size_t> given; ///< per field, the line of its name; 0 if not given
 
-    /// The stored record with the given fields changed.
+    /// The stored record with the given fields set.
     Bytes merged_into(Bytes stored) const;
 };
 
@@ -48,8 +47,8 @@ public:
     virtual void report(const Diagnostic &diagnostic) = 0;
 };
 
-/// Reads to the end, or to a syntax error that nothing can be read after.
-/// @param csv_table  the table of CSV; if empty, the file's name gives it
+/// Reads to the end, or to a syntax error in JSON.
+/// @param csv_table  the table of CSV; if empty, the name of the file
 void read_records(InputFile &source, const std::string &csv_table, RecordSink &sink);
 
 /// Builds a record from its fields, and passes it on if all of them are valid.
@@ -58,7 +57,7 @@ public:
     explicit RecordBuilder(RecordSink &sink) : sink_(sink) {}
 
     void begin(const Table &table, std::size_t line);
-    /// @param line  of the field's name
+    /// @param line  the line of the field name
     void field(const std::string &name, std::size_t line, const Value &value);
     void field(const Field &field, std::size_t line, const Value &value);
     /// @param required  a key whose members must be given; may be null
@@ -72,11 +71,11 @@ private:
     bool valid_ = true;
 };
 
-/// A record without a member of a key.
+/// Reports a record without a member of a key.
 Diagnostic missing_member(std::size_t line, const Table &table, const Key &key,
                           const Field &member);
 
-/// The table, if it has one of that name and access.
+/// The table; null, with a diagnostic, if it does not exist or has no access.
 const Table *stored_table(const std::string &name, std::size_t line, RecordSink &sink);
 
 } // namespace l2vpn::records

@@ -12,7 +12,7 @@
 namespace l2vpn::records {
 namespace {
 
-/// A longer name is not a misspelling of a shorter one, and comparing it takes time.
+/// Longer names get no suggestion: comparing them takes time.
 constexpr std::size_t max_name = 64;
 
 /// Levenshtein distance: insertions, deletions and replacements.
@@ -39,7 +39,7 @@ std::string unknown(std::string_view what, const std::string &name,
         return text;
     }
     const std::string *closest = nullptr;
-    std::pair best(2 + name.size() / 3, std::ptrdiff_t{0}); // of equal ones, the longest prefix
+    std::pair best(2 + name.size() / 3, std::ptrdiff_t{0}); // ties: the longest common prefix
     for (const std::string &candidate : known) {
         const std::ptrdiff_t prefix = std::ranges::mismatch(name, candidate).in1 - name.begin();
         const std::pair cost(edits(name, candidate), -prefix);

@@ -8,8 +8,8 @@
 
 namespace l2vpn::records {
 
-/// "unknown field \"mtv\"; did you mean \"mtu\"?", with the known name that takes the fewest edits;
-/// without a suggestion if none is similar.
+/// "unknown field \"mtv\"; did you mean \"mtu\"?", with the closest known name; without a
+/// suggestion if none is close.
 std::string unknown(std::string_view what, const std::string &name,
                     const std::vector<std::string> &known);
 

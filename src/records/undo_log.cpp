@@ -18,14 +18,14 @@ namespace {
 
 constexpr std::size_t buffer_size = std::size_t{1} << 20;
 
-/// An entry is a record and, at its end, because the log is read backwards, this. The record is
-/// the one that was replaced, or else the one that was inserted.
+/// An entry is a record, the replaced or else the inserted one, and this trailer: the log is read
+/// backwards.
 struct EntryEnd {
     const Table *table;
     bool replaced;
 };
 
-/// Keeps every record aligned.
+/// A multiple of the alignment of records.
 std::size_t entry_size(const Table &table) {
     constexpr std::size_t alignment = alignof(std::uint64_t);
     return (table.record_size + alignment - 1) / alignment * alignment + sizeof(EntryEnd);
@@ -85,7 +85,7 @@ std::size_t UndoLog::undo() noexcept {
     return failed;
 }
 
-/// Moves the buffer's contents to the file, or leaves them where they are.
+/// Moves the buffer to the file. The buffer stays as it is if that fails.
 void UndoLog::flush() {
     if (file_ == nullptr) {
         file_.reset(std::tmpfile());

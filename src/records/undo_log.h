@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Writes to the tables that can be undone together.
+// Writes to tables, undone together.
 #pragma once
 
 #include <cstddef>
@@ -13,8 +13,8 @@
 
 namespace l2vpn::records {
 
-/// Undoing needs no memory: the log is a buffer that is allocated at the start, and a temporary
-/// file when that is full; and the store, taken back step by step, has room for each step.
+/// Undoing allocates nothing. The log is a buffer of fixed size and a temporary file. Undone in
+/// reverse order, each write finds the room in the store that its record had before.
 class UndoLog {
 public:
     /// Inserts or replaces a record of a table that has access and outlives the log.
@@ -38,7 +38,7 @@ private:
     std::size_t entries_ = 0;
 };
 
-/// Records could not be restored; what() says how many, and why they had to be.
+/// Undoing failed; what() gives the number of records and the original error.
 class UndoError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;

@@ -12,7 +12,7 @@ std::string counted(std::size_t count, std::string_view noun) {
 
 namespace {
 
-/// The values themselves, if they are as few as those of an address.
+/// The values of a short list, the length of a long one.
 std::string list_text(const std::vector<Value> &items) {
     constexpr std::size_t few = 8;
     if (items.size() > few) {

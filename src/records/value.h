@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A value as an input gives it, before it is known whether its field takes it.
+// A parsed value, before it is checked against its field.
 #pragma once
 
 #include <cstddef>
@@ -15,15 +15,15 @@ struct Value {
 
     Kind kind = Kind::other;
     std::size_t line = 0;
-    std::uint64_t number = 0; ///< of a number without sign or fraction that fits
-    std::string text;         ///< of a text; of `other`: as it would be written
-    std::vector<Value> items; ///< of a list or object, in the order of the input
+    std::uint64_t number = 0; ///< of `number`: an unsigned integer of 64 bits
+    std::string text;         ///< of `text`; of `other`, as in JSON
+    std::vector<Value> items; ///< of `list` and `object`, in order
 };
 
 /// A short description for messages: "70000", "\"abc\"", "[1, 256]".
 std::string describe(const Value &value);
 
-/// The text in double quotes, control characters escaped, and cut if it is very long.
+/// The text in double quotes, with control characters escaped; long text is cut.
 std::string in_quotes(std::string_view text);
 
 /// "1 record", "2 records".

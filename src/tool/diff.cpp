@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Two files of records against each other.
+// Compares two record files.
 #include <algorithm>
 #include <map>
 
@@ -14,13 +14,13 @@
 namespace l2vpn::tool {
 namespace {
 
-/// A file's records by table and primary key; a later record takes an earlier one's place.
+/// The records of a file by table and primary key. A later record replaces an earlier one.
 class Contents final : public records::RecordSink {
 public:
     Contents(const std::string &path, const std::string &csv_table) : source_(path) {
         records::read_records(source_, csv_table, *this);
-        if (refused_.count > 0) {
-            throw Failure(exit_bad_input, "nothing is compared:\n" + refused_.text());
+        if (diagnostics_.count > 0) {
+            throw Failure(exit_bad_input, "nothing is compared:\n" + diagnostics_.text());
         }
     }
 
@@ -29,15 +29,15 @@ public:
         progress_.show(++records_, source_.position(), source_.size());
     }
     void report(const records::Diagnostic &diagnostic) override {
-        refused_.add(diagnostic, source_.name());
+        diagnostics_.add(diagnostic, source_.name());
     }
 
-    std::map<const Table *, std::map<Bytes, Bytes>> tables; ///< a table's place is its name's
+    std::map<const Table *, std::map<Bytes, Bytes>> tables; ///< sorted by name
 
 private:
     records::InputFile source_;
     Progress progress_{source_.name()};
-    records::Diagnostics refused_;
+    records::Diagnostics diagnostics_;
     std::uint64_t records_ = 0;
 };
 

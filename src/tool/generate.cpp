@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Records of a made-up network, as JSON Lines or into the tables.
+// Generates a sample network, as JSON Lines or into the tables.
 #include <fmt/format.h>
 
 #include "records/undo_log.h"

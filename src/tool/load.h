@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-// Files of records into the tables.
+// Loading record files.
 #pragma once
 
 #include <string>
 
 namespace l2vpn::tool {
 
-/// Loads a file before a command, which says nothing if all is right.
-/// @throws Failure with everything that is wrong with the file
+/// Loads a file before a command, and prints nothing.
+/// @throws Failure with the errors of the file
 void load_before(const std::string &path);
 
 } // namespace l2vpn::tool

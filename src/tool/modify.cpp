@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Records: shown, found, written, changed and deleted.
+// Commands that print, find, write, change and delete records.
 #include <algorithm>
 #include <utility>
 
@@ -27,7 +27,7 @@ std::string name_of(const Table &table, const Bytes &record) {
     return fmt::format("{}: {}", table.name, primary_key_text(table, record));
 }
 
-/// Says what was done to a record, or that there is none.
+/// Prints the operation on a record, or that the record does not exist.
 Exit done(const Arguments &arguments, const char *what, const Table &table, const Bytes &record,
           std::uint32_t result) {
     const bool found = result != L2VPN_STORE_NOT_FOUND;

@@ -2,7 +2,8 @@
 #include "tool/sample_network.h"
 
 #include <algorithm>
-#include <map>
+#include <iterator>
+#include <string_view>
 
 #include <fmt/format.h>
 
@@ -12,116 +13,24 @@ namespace l2vpn::tool {
 namespace {
 
 constexpr std::uint64_t instances_per_router = 50, instances_per_peer = 5;
-constexpr std::uint64_t pseudowires = 3, interfaces = 4, macs = 20; // of an instance
-constexpr std::uint64_t events = 10; // one for so many of what they happen to
+constexpr std::uint64_t pseudowires = 3, interfaces = 4, macs = 20; // per instance
+constexpr std::uint64_t events = 10; // one event for this many objects
 
-/// What a field's name says. Those up to `mac` say which thing a record is about, and the last one
-/// of a primary key says how many records its table has.
-enum class Meaning : std::uint8_t {
-    router,
-    instance,
-    interface,
-    pseudowire,
-    index,
-    mac,
-    backup,
-    tunnel,
-    main_interface,
-    vlan,
-    customer_vlan,
-    peer,
-    label_in,
-    label_out,
-    circuit,
-    encapsulation,
-    mtu,
-    age,
-    process,
-    status,
-    time,
-    nothing,
-    opaque,
-    other,
+/// What a record describes. The highest subject among the members of the primary key decides, and
+/// determines the number of records.
+enum class Subject : std::uint8_t { none, router, instance, interface, pseudowire, mac };
+
+/// The objects that a record describes or refers to, numbered through the whole network.
+struct Row {
+    std::uint64_t number, router, instance, interface, pseudowire, mac, peers, seed, chance;
 };
 
-Meaning meaning_of(const Field &field) {
-    static const std::map<std::string_view, Meaning> meanings = {
-        {"vrIndex", Meaning::router},
-        {"vrId", Meaning::router},
-        {"instanceId", Meaning::instance},
-        {"instId", Meaning::instance},
-        {"vsiInstId", Meaning::instance},
-        {"groupId", Meaning::instance},
-        {"pgId", Meaning::instance},
-        {"ifIndex", Meaning::interface},
-        {"outIfIndex", Meaning::interface},
-        {"vplsSubIf", Meaning::interface},
-        {"pwTunnelId", Meaning::pseudowire},
-        {"l2vpnIid", Meaning::index},
-        {"pwCfgIndex", Meaning::index},
-        {"macAddr", Meaning::mac},
-        {"bakPwTunnelId", Meaning::backup},
-        {"tunnelId", Meaning::tunnel},
-        {"fwdTunnelId", Meaning::tunnel},
-        {"tnlId", Meaning::tunnel},
-        {"mainIfIndex", Meaning::main_interface},
-        {"srcIfIndex", Meaning::main_interface},
-        {"memIfIndex", Meaning::main_interface},
-        {"peVlan", Meaning::vlan},
-        {"peVid", Meaning::vlan},
-        {"vlanId", Meaning::vlan},
-        {"userVlanId", Meaning::vlan},
-        {"sharePeVlan", Meaning::vlan},
-        {"shareVlan", Meaning::vlan},
-        {"vlanifId", Meaning::vlan},
-        {"ceVlan", Meaning::customer_vlan},
-        {"ceVid", Meaning::customer_vlan},
-        {"peerIp", Meaning::peer},
-        {"inVcLabel", Meaning::label_in},
-        {"outVcLabel", Meaning::label_out},
-        {"vcId", Meaning::circuit},
-        {"pwId", Meaning::circuit},
-        {"encapType", Meaning::encapsulation},
-        {"mtu", Meaning::mtu},
-        {"macAgeTime", Meaning::age},
-        {"srcPid", Meaning::process},
-        {"svcStatus", Meaning::status},
-        {"svcErrcode", Meaning::nothing},
-        {"flags", Meaning::nothing},
-        {"tVrfIndex", Meaning::nothing},
-    };
-    const auto found = meanings.find(field.name);
-    if (found != meanings.end()) {
-        return found->second;
-    }
-    if (field.name.starts_with("timeStamp")) {
-        return Meaning::time;
-    }
-    if (field.name.starts_with("res") || field.name.starts_with("rsv") ||
-        field.name.starts_with("rev")) {
-        return Meaning::nothing;
-    }
-    return field.kind == Field::Kind::bytes ? Meaning::opaque : Meaning::other;
-}
-
-/// What a table's records are about.
-Meaning subject_of(const Table &table) {
-    Meaning subject = Meaning::other;
-    for (const Field &member : table.primary_key().members) {
-        const Meaning meaning = meaning_of(member);
-        if (meaning <= Meaning::mac) {
-            subject = subject == Meaning::other ? meaning : std::max(subject, meaning);
-        }
-    }
-    return subject;
-}
-
-/// Records of what has happened, not of what there is.
-bool is_event(const Table &table) {
-    return std::ranges::any_of(table.fields, [](const Field &field) {
-        return field.name == "timeStamp" || field.name == "timeStampQuery";
-    });
-}
+struct Rule {
+    std::vector<std::string_view> fields;
+    Subject subject;
+    /// A number, or the first bytes of a byte field.
+    std::uint64_t (*value)(const Row &row);
+};
 
 /// Spreads numbers evenly (the finaliser of SplitMix64).
 std::uint64_t mixed(std::uint64_t number) {
@@ -131,23 +40,126 @@ std::uint64_t mixed(std::uint64_t number) {
     return number ^ number >> 31;
 }
 
-/// The things that a record is about and that it names, counted through the whole network.
-struct Row {
-    std::uint64_t number, router, instance, interface, pseudowire, mac, peers, chance;
+std::uint64_t zero(const Row &) {
+    return 0;
+}
+std::uint64_t time_stamp(const Row &row) {
+    return 1'700'000'000 + row.number;
+}
+std::uint64_t random_flag(const Row &row) {
+    return row.chance % 16 == 0 ? 0 : 1;
+}
+std::uint64_t random_bytes(const Row &row) {
+    return row.chance;
+}
+
+constexpr std::uint64_t vlans = 4094, labels = 1U << 20, first_label = 1024;
+
+const std::vector<Rule> rules = {
+    {{"vrIndex", "vrId"}, Subject::router, [](const Row &row) { return row.router + 1; }},
+    {{"instanceId", "instId", "vsiInstId", "groupId", "pgId"},
+     Subject::instance,
+     [](const Row &row) { return row.instance + 100; }},
+    {{"ifIndex", "outIfIndex", "vplsSubIf"},
+     Subject::interface,
+     [](const Row &row) { return row.interface + 1; }},
+    {{"pwTunnelId"}, Subject::pseudowire, [](const Row &row) { return row.pseudowire + 10000; }},
+    {{"l2vpnIid", "pwCfgIndex"},
+     Subject::pseudowire,
+     [](const Row &row) { return row.pseudowire + 1; }},
+    {{"macAddr"}, // locally administered
+     Subject::mac,
+     [](const Row &row) {
+         return 0x02 | (row.seed & 0xFF) << 8 | __builtin_bswap64(row.mac) >> 32 << 16;
+     }},
+    {{"bakPwTunnelId"}, // the next pseudowire of the instance
+     Subject::none,
+     [](const Row &row) {
+         return row.instance * pseudowires + (row.pseudowire + 1) % pseudowires + 10000;
+     }},
+    {{"tunnelId", "fwdTunnelId", "tnlId"},
+     Subject::none,
+     [](const Row &row) { return row.pseudowire % row.peers + 7000; }},
+    {{"mainIfIndex", "srcIfIndex", "memIfIndex"},
+     Subject::none,
+     [](const Row &row) { return row.interface / interfaces + 1'000'000'000; }},
+    {{"peVlan", "peVid", "vlanId", "userVlanId", "sharePeVlan", "shareVlan", "vlanifId"},
+     Subject::none,
+     [](const Row &row) { return row.interface % vlans + 1; }},
+    {{"ceVlan", "ceVid"}, Subject::none, [](const Row &row) { return row.number % vlans + 1; }},
+    {{"peerIp"},
+     Subject::none,
+     [](const Row &row) { return (10U << 24) + 1 + row.pseudowire % row.peers; }},
+    {{"inVcLabel"},
+     Subject::none,
+     [](const Row &row) { return row.pseudowire % (labels - first_label) + first_label; }},
+    {{"outVcLabel"},
+     Subject::none,
+     [](const Row &row) { return row.chance % (labels - first_label) + first_label; }},
+    {{"vcId", "pwId"}, Subject::none, [](const Row &row) { return row.pseudowire + 1; }},
+    {{"encapType"}, // tagged or raw
+     Subject::none,
+     [](const Row &row) { return 4 + mixed(row.instance) % 2; }},
+    {{"mtu"}, Subject::none, [](const Row &) -> std::uint64_t { return 1500; }},
+    {{"macAgeTime"}, Subject::none, [](const Row &) -> std::uint64_t { return 300; }},
+    {{"srcPid"}, Subject::none, [](const Row &row) { return 301 + row.router % 4; }},
+    {{"svcStatus"}, // in service, without a second service
+     Subject::none,
+     [](const Row &) -> std::uint64_t { return 1; }},
+    {{"svcErrcode", "flags", "tVrfIndex"}, Subject::none, zero},
 };
 
-Row row_of(Meaning subject, std::uint64_t number, std::uint64_t peers) {
+bool is_number(const Field &field) {
+    return field.kind == Field::Kind::number || field.kind == Field::Kind::address;
+}
+
+Rule rule_for(const Field &field) {
+    for (const Rule &rule : rules) {
+        if (std::ranges::count(rule.fields, field.name) != 0) {
+            return rule;
+        }
+    }
+    const auto begins_with = [&](const char *prefix) { return field.name.starts_with(prefix); };
+    if (begins_with("timeStamp")) {
+        return {{}, Subject::none, time_stamp};
+    }
+    if (begins_with("res") || begins_with("rsv") || begins_with("rev")) {
+        return {{}, Subject::none, zero};
+    }
+    return {{}, Subject::none, is_number(field) ? random_flag : random_bytes};
+}
+
+Subject subject_of(const Table &table) {
+    Subject subject = Subject::none;
+    for (const Field &member : table.primary_key().members) {
+        subject = std::max(subject, rule_for(member).subject);
+    }
+    return subject;
+}
+
+/// A table of events, not of objects.
+bool is_event(const Table &table) {
+    return table.field("timeStamp") != nullptr || table.field("timeStampQuery") != nullptr;
+}
+
+std::uint64_t per_instance(Subject subject) {
+    switch (subject) {
+    case Subject::interface:
+        return interfaces;
+    case Subject::pseudowire:
+        return pseudowires;
+    case Subject::mac:
+        return macs;
+    default:
+        return 1;
+    }
+}
+
+Row row_of(Subject subject, std::uint64_t number) {
+    const std::uint64_t each = per_instance(subject), within = number % each;
     Row row{};
     row.number = number;
-    row.peers = peers;
-    const std::uint64_t per_instance = subject == Meaning::mac ? macs
-                                       : subject >= Meaning::pseudowire && subject <= Meaning::index
-                                           ? pseudowires
-                                       : subject == Meaning::interface ? interfaces
-                                                                       : 1;
-    row.instance =
-        subject == Meaning::router ? number * instances_per_router : number / per_instance;
-    const std::uint64_t within = number % per_instance;
+    row.instance = subject == Subject::router ? number * instances_per_router : number / each;
     row.router = row.instance / instances_per_router;
     row.interface = row.instance * interfaces + within % interfaces;
     row.pseudowire = row.instance * pseudowires + within % pseudowires;
@@ -155,81 +167,10 @@ Row row_of(Meaning subject, std::uint64_t number, std::uint64_t peers) {
     return row;
 }
 
-std::uint64_t value_of(Meaning meaning, const Row &row) {
-    constexpr std::uint64_t vlans = 4094, labels = 1U << 20, least_label = 1024;
-    switch (meaning) {
-    case Meaning::router:
-        return row.router + 1;
-    case Meaning::instance:
-        return row.instance + 100;
-    case Meaning::interface:
-        return row.interface + 1;
-    case Meaning::pseudowire:
-        return row.pseudowire + 10000;
-    case Meaning::index:
-        return row.pseudowire + 1;
-    case Meaning::backup: // the next one of the same instance
-        return row.instance * pseudowires + (row.pseudowire + 1) % pseudowires + 10000;
-    case Meaning::tunnel:
-        return row.pseudowire % row.peers + 7000;
-    case Meaning::main_interface:
-        return row.interface / interfaces + 1'000'000'000;
-    case Meaning::vlan:
-        return row.interface % vlans + 1;
-    case Meaning::customer_vlan:
-        return row.number % vlans + 1;
-    case Meaning::peer:
-        return (10U << 24) + 1 + row.pseudowire % row.peers;
-    case Meaning::label_in:
-        return row.pseudowire % (labels - least_label) + least_label;
-    case Meaning::label_out:
-        return row.chance % (labels - least_label) + least_label;
-    case Meaning::circuit:
-        return row.pseudowire + 1;
-    case Meaning::encapsulation: // tagged or raw
-        return 4 + mixed(row.instance) % 2;
-    case Meaning::mtu:
-        return 1500;
-    case Meaning::age:
-        return 300;
-    case Meaning::process:
-        return 301 + row.router % 4;
-    case Meaning::time:
-        return 1'700'000'000 + row.number;
-    case Meaning::nothing:
-        return 0;
-    case Meaning::mac:
-    case Meaning::status:
-    case Meaning::opaque:
-    case Meaning::other:
-        break;
-    }
-    return row.chance % 16 == 0 ? 0 : 1;
-}
-
-/// The first bytes of a run of bytes; a MAC address is one that is locally administered.
-std::uint64_t bytes_of(Meaning meaning, const Row &row, std::uint64_t seed) {
-    switch (meaning) {
-    case Meaning::mac:
-        return 0x02 | (seed & 0xFF) << 8 | __builtin_bswap64(row.mac) >> 32 << 16;
-    case Meaning::status:
-        return 1; // in service, and no second service
-    case Meaning::nothing:
-        return 0;
-    default:
-        return row.chance;
-    }
-}
-
-void set(const Field &field, Meaning meaning, const Row &row, std::uint64_t seed, Bytes &record) {
-    std::byte *const at = record.data() + field.offset;
-    if (field.kind == Field::Kind::number || field.kind == Field::Kind::address) {
-        records::put_number(at, field.width, value_of(meaning, row));
-        return;
-    }
-    const std::uint64_t bytes = bytes_of(meaning, row, seed);
-    for (std::size_t i = 0; i < std::min(field.width, sizeof bytes); ++i) {
-        at[i] = static_cast<std::byte>(bytes >> 8 * i);
+void set_bytes(const Field &field, std::uint64_t value, Bytes &record) {
+    for (std::size_t i = 0; i < field.width; ++i) {
+        record[field.offset + i] =
+            i < sizeof value ? static_cast<std::byte>(value >> 8 * i) : std::byte{0};
     }
 }
 
@@ -237,56 +178,41 @@ void set(const Field &field, Meaning meaning, const Row &row, std::uint64_t seed
 
 SampleNetwork::SampleNetwork(const char *option, std::uint64_t instances, std::uint64_t seed)
     : instances_(instances), seed_(seed) {
-    if (instances == 0 || instances > most_instances) {
+    if (instances == 0 || instances > max_instances) {
         throw Failure(exit_bad_input, fmt::format("{}: found {}, expected a number from 1 to {}",
-                                                  option, instances, most_instances));
+                                                  option, instances, max_instances));
     }
 }
 
 std::uint64_t SampleNetwork::size(const Table &table) const {
-    const auto all = [&] {
-        switch (subject_of(table)) {
-        case Meaning::router:
-            return (instances_ + instances_per_router - 1) / instances_per_router;
-        case Meaning::interface:
-            return instances_ * interfaces;
-        case Meaning::pseudowire:
-        case Meaning::index:
-            return instances_ * pseudowires;
-        case Meaning::mac:
-            return instances_ * macs;
-        case Meaning::other: { // only its key's first member tells a record from the others
-            const std::size_t width = table.primary_key().members.front().width;
-            return width < sizeof instances_ ? std::min(instances_, std::uint64_t{1} << 8 * width)
-                                             : instances_;
-        }
-        default:
-            return instances_;
-        }
-    };
-    return is_event(table) ? (all() + events - 1) / events : all();
+    const Subject subject = subject_of(table);
+    std::uint64_t size = instances_ * per_instance(subject);
+    if (subject == Subject::router) {
+        size = (instances_ + instances_per_router - 1) / instances_per_router;
+    } else if (subject == Subject::none) { // the first member of the primary key is the number
+        const std::size_t width = table.primary_key().members.front().width;
+        size = width < sizeof size ? std::min(size, std::uint64_t{1} << 8 * width) : size;
+    }
+    return is_event(table) ? (size + events - 1) / events : size;
 }
 
 void SampleNetwork::records_of(const Table &table, std::uint64_t most, const Visitor &visit) const {
-    const Meaning subject = subject_of(table);
+    const Subject subject = subject_of(table);
     const std::uint64_t step = is_event(table) ? events : 1;
-    const std::uint64_t peers = instances_ / instances_per_peer + 2;
-    std::vector<Meaning> meanings(table.fields.size());
-    std::ranges::transform(table.fields, meanings.begin(), meaning_of);
+    std::vector<Rule> field_rules;
+    std::ranges::transform(table.fields, std::back_inserter(field_rules), rule_for);
     Bytes record(table.record_size);
     for (std::uint64_t i = 0; i < std::min(most, size(table)); ++i) {
-        Row row = row_of(subject, i * step, peers);
+        Row row = row_of(subject, i * step);
+        row.peers = instances_ / instances_per_peer + 2;
+        row.seed = seed_;
         const std::uint64_t chances = mixed(mixed(seed_) + i);
-        for (std::size_t field = 0; field < meanings.size(); ++field) {
+        for (std::size_t field = 0; field < field_rules.size(); ++field) {
             row.chance = mixed(chances + field);
-            set(table.fields[field], meanings[field], row, seed_, record);
+            set_bytes(table.fields[field], field_rules[field].value(row), record);
         }
-        if (subject == Meaning::other) { // then nothing else tells the records apart
-            const Field &first = table.primary_key().members.front();
-            for (std::size_t byte = 0; byte < first.width; ++byte) {
-                record[first.offset + byte] =
-                    byte < sizeof i ? static_cast<std::byte>(i >> 8 * byte) : std::byte{0};
-            }
+        if (subject == Subject::none) {
+            set_bytes(table.primary_key().members.front(), i, record);
         }
         visit(record);
     }

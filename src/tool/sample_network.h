@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// A made-up provider network: virtual routers with service instances, and their interfaces,
-// pseudowires and MAC addresses. What a field holds follows from its name alone, so that a table
-// that is new gets records too, and records that name others name existing ones.
+// A generated provider network: virtual routers with service instances, and their interfaces,
+// pseudowires and MAC addresses. The name of a field determines its values, so that new tables get
+// records too, and references refer to existing records.
 #pragma once
 
 #include <cstdint>
@@ -12,16 +12,16 @@ namespace l2vpn::tool {
 
 class SampleNetwork {
 public:
-    static constexpr std::uint64_t most_instances = 10'000'000;
+    static constexpr std::uint64_t max_instances = 10'000'000;
 
-    /// @param option  that gives the number, for messages
-    /// @throws Failure if it is too large, or has no instance
+    /// @param option  names the number of instances in messages
+    /// @throws Failure if that is 0 or more than max_instances
     SampleNetwork(const char *option, std::uint64_t instances, std::uint64_t seed);
 
-    /// How many records a table has.
+    /// The number of records of a table.
     std::uint64_t size(const Table &table) const;
 
-    /// The table's records, the given number of them at most, each with a primary key of its own.
+    /// Visits at most `most` records of a table, with distinct primary keys.
     void records_of(const Table &table, std::uint64_t most, const Visitor &visit) const;
 
 private:

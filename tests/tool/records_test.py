@@ -261,7 +261,7 @@ class Load(ToolTest):
         self.refuse('ifIndex,vrIndex\n1,2\n3\n4,5,6\n7,"8\n9,1\n',
                     f"3:{stp}: found 1 cell, expected 2 cells as in the first line",
                     f"4:{stp}: found 3 cells, expected 2 cells as in the first line",
-                    f"5:{stp}: found a quotation mark that nothing closes, expected 2 cells as in the "
+                    f"5:{stp}: found an unclosed quotation mark, expected 2 cells as in the "
                     "first line")
         self.refuse('ifIndex\n1"2\n"3"4\n5\n',
                     f"2:{stp}: found a quotation mark within a cell, expected 1 cell as in the first line",
@@ -424,7 +424,7 @@ class Compare(ToolTest):
         self.write("bad", '{"l2vpn_stp":[{"x":1}]}\n' * 25)
         self.assertRegex(self.refused("diff", EXAMPLE, "bad"), r'\nand 5 more; in all:\n  25 times, first in line 1: '
                          r'table "l2vpn_stp": unknown field "x"')
-        self.assertIn("a script or another file comes from there", self.refused("diff", "-", "-", code=FAILED, stdin="{}"))
+        self.assertIn("a script or another file is read from it", self.refused("diff", "-", "-", code=FAILED, stdin="{}"))
 
 
 class MakeUp(ToolTest):

@@ -229,7 +229,7 @@ class Script(ToolTest):
             self.assertEqual(err, f"standard input:{message}\n")
         for line in ("load -", "unpack l2vpn_stp -"):
             _, err = self.run_tool(stdin=f"{line}\n00", code=FAILED)
-            self.assertIn("standard input: cannot be read: a script or another file comes from there\n", err)
+            self.assertIn("standard input: cannot be read: a script or another file is read from it\n", err)
         self.assertIn("/no/such: cannot be read", self.refused("shell", "/no/such", code=FAILED))
 
     def test_load_before_a_command(self):
