@@ -159,12 +159,12 @@ def describe(value) -> str:
     return json.dumps(value, ensure_ascii=False) if isinstance(value, str) else str(value)
 
 
-def meant(word: str, known) -> str | None:
+def similar(word: str, known) -> str | None:
     return next(iter(difflib.get_close_matches(word, known, cutoff=0.5)), None)
 
 
-def nearest(word: str, known) -> str:
-    close = meant(word, known)
+def suggestion(word: str, known) -> str:
+    close = similar(word, known)
     return f'; did you mean "{close}"?' if close else ""
 
 
@@ -196,32 +196,32 @@ def parse_type(text: str):
     return None
 
 
-def read_toml(path: Path, refuse):
+def read_toml(path: Path, report):
     """The entries of a TOML file and their lines, or None after refusing the file."""
     try:
         text = path.read_bytes().decode("utf-8").replace("\r\n", "\n")
         return tomllib.loads(text), toml_lines.locate(text)
     except OSError as error:
-        refuse(1, "file", describe(error.strerror), "a file that can be read")
+        report(1, "file", describe(error.strerror), "a file that can be read")
     except UnicodeDecodeError as error:
-        refuse(1, "encoding", str(error), "UTF-8")
+        report(1, "encoding", str(error), "UTF-8")
     except tomllib.TOMLDecodeError as error:
         place = re.search(r" \(at line (\d+), column \d+\)$", str(error))
-        refuse(int(place[1]) if place else text.count("\n") + 1, "syntax", error, "valid TOML")
+        report(int(place[1]) if place else text.count("\n") + 1, "syntax", error, "valid TOML")
     return None
 
 
-class Refusals:
+class Diagnostics:
     """Collects what is wrong with one file."""
 
     def __init__(self, shown: str, errors: list):
         self.shown, self.errors = shown, errors
 
-    def refuse(self, line: int, what: str, found, expected: str) -> None:
+    def report(self, line: int, what: str, found, expected: str) -> None:
         self.errors.append(f"{self.shown}:{line}: {what}: found {found}, expected {expected}")
 
 
-class Reader(Refusals):
+class Reader(Diagnostics):
     """Reads one catalog file."""
 
     ENTRIES = ("about", "version", "access", "record_size", "stored_size", "quirks", "fields", "keys")
@@ -235,7 +235,7 @@ class Reader(Refusals):
         self.ends = []  # where the last field may end
 
     def read(self) -> Table:
-        if document := read_toml(self.table.path, self.refuse):
+        if document := read_toml(self.table.path, self.report):
             entries, self.table.lines = document
             self.check(entries)
         return self.table
@@ -243,11 +243,11 @@ class Reader(Refusals):
     def check(self, entries: dict) -> None:
         table = self.table
         if not re.fullmatch(r"l2vpn(_[a-z0-9]+)+", table.name):
-            self.refuse(1, "table name", describe(table.name),
+            self.report(1, "table name", describe(table.name),
                         'the file to be named l2vpn_<words in lower snake case>.toml')
         elif table.name.split("_")[1] in ("db", "dal", "ast"):
             # L2vpnDb..., L2vpnDal... and L2vpnAst... are the shared header's, and so is its file.
-            self.refuse(1, "table name", describe(table.name),
+            self.report(1, "table name", describe(table.name),
                         "a name that does not begin with l2vpn_db, l2vpn_dal or l2vpn_ast")
         self.check_entries(entries)
         self.read_fields(entries.get("fields"))
@@ -262,28 +262,28 @@ class Reader(Refusals):
         table.typed = access == "typed" or access != "format" and "stored_size" in entries
         for name in entries:
             if name not in self.ENTRIES:
-                self.refuse(self.line(name), "unknown entry", describe(name),
-                            "one of " + ", ".join(self.ENTRIES) + nearest(name, self.ENTRIES))
+                self.report(self.line(name), "unknown entry", describe(name),
+                            "one of " + ", ".join(self.ENTRIES) + suggestion(name, self.ENTRIES))
         wanted = ["about", "access", "record_size", "fields", "keys"]
         if table.typed:
             wanted.append("stored_size")
         elif "stored_size" in entries:
-            self.refuse(self.line("stored_size"), "stored_size", "a stored size",
+            self.report(self.line("stored_size"), "stored_size", "a stored size",
                         'none in a table without access = "typed"')
-        misspelt = {meant(name, self.ENTRIES) for name in entries if name not in self.ENTRIES}
+        misspelt = {similar(name, self.ENTRIES) for name in entries if name not in self.ENTRIES}
         for name in wanted:
             if name not in entries and name not in misspelt:
-                self.refuse(1, f"entry {name}", "none", f"an entry {name} = ...")
+                self.report(1, f"entry {name}", "none", f"an entry {name} = ...")
         if "access" in entries and access not in ("typed", "format"):
-            self.refuse(self.line("access"), "access", describe(access), '"typed" or "format"')
+            self.report(self.line("access"), "access", describe(access), '"typed" or "format"')
         version = entries.get("version", 1)
         if not is_integer(version) or not 0 < version < 0x10000:
-            self.refuse(self.line("version"), "version", describe(version), "a number from 1 to 65535")
+            self.report(self.line("version"), "version", describe(version), "a number from 1 to 65535")
         else:
             table.version = version
         about = entries.get("about", "-")
         if not is_comment(about):
-            self.refuse(self.line("about"), "about", describe(about), "one line that says what the table holds")
+            self.report(self.line("about"), "about", describe(about), "one line that says what the table holds")
         else:
             table.about = about.strip()
 
@@ -300,13 +300,13 @@ class Reader(Refusals):
         for name, readings in sizes.items():
             found = entries.get(name, readings[0])
             if not is_integer(found) or found not in readings:
-                self.refuse(self.line(name), name, describe(found), str(readings[0]))
+                self.report(self.line(name), name, describe(found), str(readings[0]))
 
     def read_fields(self, rows) -> None:
         if rows is None:
             return
         if not isinstance(rows, list) or not rows:
-            self.refuse(self.line("fields"), "fields", describe(rows), "a list with one row per field")
+            self.report(self.line("fields"), "fields", describe(rows), "a list with one row per field")
             return
         # What the next row may hold. After a wrong number both readings are allowed, that it alone
         # is wrong and that everything behind it is shifted: one slip is one message.
@@ -317,7 +317,7 @@ class Reader(Refusals):
             if (not isinstance(row, list) or len(row) not in (4, 5)
                     or not is_integer(row[0]) or not is_integer(row[1])
                     or not isinstance(row[2], str) or not isinstance(row[3], str)):
-                self.refuse(line, f"field row {number}", describe(row),
+                self.report(line, f"field row {number}", describe(row),
                             '[id, offset, "type", "name"] or [id, offset, "type", "name", "print"]')
                 next_ids, ends, self.fields_known = [], [], False
                 continue
@@ -325,37 +325,37 @@ class Reader(Refusals):
             what = f'field "{name}"'
             self.check_field_name(name, line, what, seen)
             if field_id not in (next_ids or [field_id]):
-                self.refuse(line, f"{what}, id", field_id,
+                self.report(line, f"{what}, id", field_id,
                             f"{next_ids[0]} (ids count up from 0; a service array takes two)")
             shape = parse_type(type_name)
             if shape is None:
                 known = [*INTEGERS, "pair", "mac"]
-                self.refuse(line, f"{what}, type", describe(type_name),
+                self.report(line, f"{what}, type", describe(type_name),
                             "one of u8, u16, u32, u64, pair (two bytes), mac, 2xN (two elements of N"
                             " bytes, N > 1), bytesN (N opaque bytes, not 1, 2, 4 or 8)"
-                            + nearest(type_name, known))
+                            + suggestion(type_name, known))
                 next_ids, ends, self.fields_known = [field_id + 1, field_id + 2], [], False
                 continue
             item = Field(*row[:4], len(row) == 5, line, stored, *shape)
             self.table.fields.append(item)
             offsets = [align_up(end, item.alignment) for end in ends] or [item.offset]
             if item.offset not in offsets:
-                self.refuse(line, f"{what}, offset", item.offset, str(offsets[0]))
+                self.report(line, f"{what}, offset", item.offset, str(offsets[0]))
             if item.printed and row[4] != "print":
-                self.refuse(line, what, describe(row[4]), '"print" or nothing after the name')
+                self.report(line, what, describe(row[4]), '"print" or nothing after the name')
             else:
                 self.check_printable(item, what)
             next_ids = self.readings(item.id, next_ids, item.ids)
             ends = self.readings(item.offset, offsets, item.width)
             stored += item.width
             if offsets[0] <= MAX_RECORD < ends[0]:
-                self.refuse(line, what, f"an end at {ends[0]}", f"records of at most {MAX_RECORD} bytes")
+                self.report(line, what, f"an end at {ends[0]}", f"records of at most {MAX_RECORD} bytes")
         self.ends = ends
         if self.fields_known and not any(item.printed for item in self.table.fields):
-            self.refuse(self.line("fields"), "fields", "none to be printed", 'at least one with "print"')
+            self.report(self.line("fields"), "fields", "none to be printed", 'at least one with "print"')
         batch = self.table.field_named("batchVersion")
         if batch and self.table.typed and batch.type != "u32":
-            self.refuse(batch.line, 'field "batchVersion", type', describe(batch.type), '"u32"')
+            self.report(batch.line, 'field "batchVersion", type', describe(batch.type), '"u32"')
 
     @staticmethod
     def readings(found: int, expected: list, step: int) -> list:
@@ -364,30 +364,30 @@ class Reader(Refusals):
 
     def check_field_name(self, name: str, line: int, what: str, seen: dict) -> None:
         if not re.fullmatch(r"[a-z][A-Za-z0-9]*", name):
-            self.refuse(line, what, describe(name), "a name in lower camel case")
+            self.report(line, what, describe(name), "a name in lower camel case")
         elif name in KEYWORDS:
-            self.refuse(line, what, "a word of C or C++", "a name that a structure member can have")
+            self.report(line, what, "a word of C or C++", "a name that a structure member can have")
         elif name in seen:
-            self.refuse(line, what, f"a second field of that name (first in line {seen[name]})", "each field once")
+            self.report(line, what, f"a second field of that name (first in line {seen[name]})", "each field once")
         seen.setdefault(name, line)
 
     def check_printable(self, item: Field, what: str) -> None:
         if not item.printed:
             return
         if item.reserved:
-            self.refuse(item.line, what, "a printed reserved field", 'no "print"')
+            self.report(item.line, what, "a printed reserved field", 'no "print"')
         elif item.type == "u64":
-            self.refuse(item.line, what, "a printed field of 8 bytes",
+            self.report(item.line, what, "a printed field of 8 bytes",
                         'no "print": integers of 1, 2 and 4 bytes can be printed')
         elif item.kind in ("context", "bytes") and item.width % 4:
-            self.refuse(item.line, what, f"a printed field of {item.width} bytes",
+            self.report(item.line, what, f"a printed field of {item.width} bytes",
                         'no "print", or a width that is a multiple of 4 (it prints as 32-bit words)')
 
     def read_keys(self, rows) -> None:
         if rows is None:
             return
         if not isinstance(rows, list) or not 0 < len(rows) <= 256:
-            self.refuse(self.line("keys"), "keys", describe(rows), "a list with 1 to 256 rows, one per key")
+            self.report(self.line("keys"), "keys", describe(rows), "a list with 1 to 256 rows, one per key")
             return
         lines, infixes = {}, {}
         by_name = {item.name: item for item in reversed(self.table.fields)}
@@ -395,7 +395,7 @@ class Reader(Refusals):
             line = self.line("keys", index)
             if (not isinstance(row, list) or len(row) < 2
                     or not all(isinstance(word, str) for word in row)):
-                self.refuse(line, f"key row {index}", describe(row), '["name", "member", ...]')
+                self.report(line, f"key row {index}", describe(row), '["name", "member", ...]')
                 continue
             what = f'key "{row[0]}"'
             members = []
@@ -404,12 +404,12 @@ class Reader(Refusals):
                 if member is None and not self.fields_known:
                     continue
                 if member is None:
-                    self.refuse(line, f"{what}, member", describe(name),
-                                "a field of the table" + nearest(name, by_name))
+                    self.report(line, f"{what}, member", describe(name),
+                                "a field of the table" + suggestion(name, by_name))
                 elif member in members:
-                    self.refuse(line, f"{what}, member", f'"{name}" twice', "each member once")
+                    self.report(line, f"{what}, member", f'"{name}" twice', "each member once")
                 elif member.ids == 2:
-                    self.refuse(line, f"{what}, member", f'"{name}", a service array',
+                    self.report(line, f"{what}, member", f'"{name}", a service array',
                                 "an integer, a MAC address or opaque bytes")
                 else:
                     members.append(member)
@@ -419,17 +419,17 @@ class Reader(Refusals):
 
     def check_key_name(self, key: Key, what: str, lines: dict, infixes: dict) -> None:
         if not re.fullmatch(r"[A-Za-z][A-Za-z0-9]*(_[A-Za-z0-9]+)*", key.name):
-            self.refuse(key.line, what, describe(key.name), "words joined by underscores")
+            self.report(key.line, what, describe(key.name), "words joined by underscores")
         elif key.name in lines:
-            self.refuse(key.line, what, f"a second key of that name (first in line {lines[key.name]})",
+            self.report(key.line, what, f"a second key of that name (first in line {lines[key.name]})",
                         "each key once")
         elif not key.infix:
-            self.refuse(key.line, what, "no word besides key", "a name that functions can be named after")
+            self.report(key.line, what, "no word besides key", "a name that functions can be named after")
         elif key.infix in infixes:
-            self.refuse(key.line, what, f'the function infix "{key.infix}" of key "{infixes[key.infix]}"',
+            self.report(key.line, what, f'the function infix "{key.infix}" of key "{infixes[key.infix]}"',
                         "an infix of its own")
         elif key.infix == "FastPri":
-            self.refuse(key.line, what, 'the function infix "FastPri" of the fast primary iterator',
+            self.report(key.line, what, 'the function infix "FastPri" of the fast primary iterator',
                         "an infix of its own")
         lines.setdefault(key.name, key.line)
         infixes.setdefault(key.infix, key.name)
@@ -437,19 +437,19 @@ class Reader(Refusals):
     def read_quirks(self, quirks) -> None:
         line = self.line("quirks")
         if not isinstance(quirks, list) or not all(isinstance(quirk, str) for quirk in quirks):
-            self.refuse(line, "quirks", describe(quirks), "a list of names")
+            self.report(line, "quirks", describe(quirks), "a list of names")
             return
         for number, quirk in enumerate(quirks):
             if quirk not in QUIRKS:
-                self.refuse(line, "quirk", describe(quirk),
-                            "one of " + ", ".join(QUIRKS) + nearest(quirk, QUIRKS))
+                self.report(line, "quirk", describe(quirk),
+                            "one of " + ", ".join(QUIRKS) + suggestion(quirk, QUIRKS))
             elif quirk in quirks[:number]:
-                self.refuse(line, "quirk", f'"{quirk}" twice', "each quirk once")
+                self.report(line, "quirk", f'"{quirk}" twice', "each quirk once")
             elif quirk != "trailing_separator" and not self.table.typed:
-                self.refuse(line, "quirk", describe(quirk), 'it in tables with access = "typed" only')
+                self.report(line, "quirk", describe(quirk), 'it in tables with access = "typed" only')
         if "svc_fields_split" in quirks and self.table.typed and self.fields_known and not any(
                 self.table.field_named(name) for name in SERVICE_FIELDS):
-            self.refuse(line, "quirk", '"svc_fields_split" without service fields',
+            self.report(line, "quirk", '"svc_fields_split" without service fields',
                         "at least one of " + ", ".join(SERVICE_FIELDS))
         self.table.quirks = quirks
 

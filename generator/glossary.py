@@ -4,7 +4,7 @@
 import re
 from pathlib import Path
 
-from catalog import Field, Refusals, describe, is_comment, nearest, read_toml
+from catalog import Diagnostics, Field, describe, is_comment, suggestion, read_toml
 
 
 class Glossary:
@@ -22,13 +22,13 @@ class Glossary:
 
 def load(root: Path, tables: list, errors: list) -> Glossary:
     path = root / "schema/glossary.toml"
-    file = Refusals(str(path.relative_to(root)), errors)
-    entries, lines = read_toml(path, file.refuse) or ({}, {})
+    file = Diagnostics(str(path.relative_to(root)), errors)
+    entries, lines = read_toml(path, file.report) or ({}, {})
     fields = {item.name for table in tables for item in table.fields if not item.reserved}
     for name, text in entries.items():
         if name not in fields:
-            file.refuse(lines.get(name, 1), "name", describe(name),
-                        "a field of a table that is not reserved" + nearest(name, fields))
+            file.report(lines.get(name, 1), "name", describe(name),
+                        "a field of a table that is not reserved" + suggestion(name, fields))
         elif not is_comment(text):
-            file.refuse(lines.get(name, 1), f'name "{name}"', describe(text), "a few words in one line")
+            file.report(lines.get(name, 1), f'name "{name}"', describe(text), "a few words in one line")
     return Glossary(entries)

@@ -9,7 +9,7 @@ import re
 from dataclasses import dataclass
 from pathlib import Path
 
-from catalog import Refusals, Table, describe, read_toml
+from catalog import Diagnostics, Table, describe, read_toml
 
 FOLDER = "schema/released"
 VERSION = re.compile(r"(\d+)\.(\d+)\.(\d+)")
@@ -61,15 +61,15 @@ def load(root: Path, errors: list) -> list:
     """The releases, oldest first."""
     releases = []
     for path in (root / FOLDER).glob("*.toml"):
-        file = Refusals(str(path.relative_to(root)), errors)
+        file = Diagnostics(str(path.relative_to(root)), errors)
         if not VERSION.fullmatch(path.stem):
-            file.refuse(1, "file name", describe(path.name), "<major>.<minor>.<patch>.toml")
+            file.report(1, "file name", describe(path.name), "<major>.<minor>.<patch>.toml")
             continue
-        entries, _ = read_toml(path, file.refuse) or ({}, {})
+        entries, _ = read_toml(path, file.report) or ({}, {})
         try:
             releases.append(Release(path.stem, {name: Schema(**entry) for name, entry in entries.items()}))
         except TypeError as error:
-            file.refuse(1, "file", error, "what ./dev release has written")
+            file.report(1, "file", error, "what ./dev release has written")
     return sorted(releases, key=lambda release: release.number)
 
 
@@ -98,13 +98,16 @@ def check(tables: list, releases: list, errors: list) -> None:
             Comparison(by_name[name], schema, release, errors).check_version()
 
 
-class Comparison(Refusals):
+class Comparison(Diagnostics):
     """A table of the catalog beside a schema of the same table that has been released."""
 
     def __init__(self, table: Table, old: Schema, release: str, errors: list):
         super().__init__(table.shown, errors)
         self.table, self.old, self.new = table, old, schema_of(table)
         self.users = f"programs built against l2vpn_db {release}"
+
+    def report(self, line: int, what: str, found, expected: str) -> None:
+        super().report(line, what, found, f'{expected} ("Changing a table" in docs/adding-a-table.md)')
 
     def incompatible(self) -> bool:
         """Whether something has changed or gone. The first difference explains those behind it."""
@@ -123,16 +126,16 @@ class Comparison(Refusals):
                 continue
             line = self.table.line("fields", number) if row else self.table.line("fields")
             if not row or row[3] != name:
-                self.refuse(line, f"field row {number}", describe(row[3]) if row else "none",
+                self.report(line, f"field row {number}", describe(row[3]) if row else "none",
                             f'"{name}" (id {at}, {width} bytes at {offset}; new fields go to the end): '
                             f"{self.users} use that field")
             elif row[0] != at:
-                self.refuse(line, f'field "{name}", id', row[0], f"{at}: {self.users} name it by the old id")
+                self.report(line, f'field "{name}", id', row[0], f"{at}: {self.users} name it by the old id")
             elif row[1] != offset:
-                self.refuse(line, f'field "{name}", offset', row[1],
+                self.report(line, f'field "{name}", offset', row[1],
                             f"{offset}: {self.users} use it at the old offset")
             else:
-                self.refuse(line, f'field "{name}", width', row[2],
+                self.report(line, f'field "{name}", width', row[2],
                             f"{width}: {self.users} use it with the old width")
             return
 
@@ -141,10 +144,10 @@ class Comparison(Refusals):
             found, *found_members = self.new.keys[index] if index < len(self.new.keys) else [None]
             line = self.table.line("keys", index) if found else self.table.line("keys")
             if found != name:
-                self.refuse(line, f"key row {index}", describe(found) if found else "none",
+                self.report(line, f"key row {index}", describe(found) if found else "none",
                             f'"{name}" (index {index}; new keys go to the end): {self.users} use that key')
             elif found_members != members:
-                self.refuse(line, f'key "{name}", members', ", ".join(found_members),
+                self.report(line, f'key "{name}", members', ", ".join(found_members),
                             f"{', '.join(members)}: {self.users} select records by the old members")
             else:
                 continue
@@ -157,20 +160,20 @@ class Comparison(Refusals):
         if self.table.version != expected:
             why = (f"take version {self.old.version} for a schema without {appended[0]}" if appended else
                    f"know this schema by version {self.old.version}")
-            self.refuse(self.table.line("version"), "version", self.table.version,
+            self.report(self.table.line("version"), "version", self.table.version,
                         f"{expected}: {self.users} {why}")
 
 
 def record(tables: list, releases: list, root: Path, errors: list) -> None:
     """Records what the version in VERSION releases."""
     path = root / "VERSION"
-    file = Refusals(path.name, errors)
+    file = Diagnostics(path.name, errors)
     try:
         version = path.read_text(encoding="utf-8").strip()
     except OSError as error:
         version = error.strerror
     if not VERSION.fullmatch(version):
-        file.refuse(1, "version", describe(version), "<major>.<minor>.<patch>")
+        file.report(1, "version", describe(version), "<major>.<minor>.<patch>")
         return
     known = latest(releases)
     schemas = {table.name: schema_of(table) for table in tables
@@ -180,13 +183,13 @@ def record(tables: list, releases: list, root: Path, errors: list) -> None:
         return
     new = Release(version, schemas)
     if releases and new.number <= releases[-1].number:
-        file.refuse(1, "version", version, f"more than {releases[-1].name}, which has been released")
+        file.report(1, "version", version, f"more than {releases[-1].name}, which has been released")
         return
     for table in tables:
         schema, release = known.get(table.name, (None, ""))
         if schema and len(table.fields) > len(schema.fields) and release.split(".")[0] == str(new.number[0]):
             grown = table.fields[len(schema.fields)]
-            Refusals(table.shown, errors).refuse(
+            Diagnostics(table.shown, errors).report(
                 grown.line, f'field "{grown.name}"', f"it in version {version}",
                 f"it in version {new.number[0] + 1}.0.0: programs built against l2vpn_db {release} hand over "
                 f"records of {schema.record_size} bytes, without it; only another SONAME keeps them out")

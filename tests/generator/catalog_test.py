@@ -360,18 +360,23 @@ keys = [
             self.assertIn(old, text)
             text = text.replace(old, new, 1)
         project.table("l2vpn_test").write_text(text, encoding="utf-8")
-        self.answers(project.run("headers"))
 
     def accepted(self, *changes: tuple) -> Project:
         project = self.released()
         self.change(project, *changes)
+        self.answers(project.run("headers"))
         self.answers(project.run("check"))
         return project
 
     def rejects(self, line: int, message: str, *changes: tuple) -> None:
         project = self.released()
+        header = project.header("l2vpn_test").read_text(encoding="utf-8")
         self.change(project, *changes)
-        self.answers(project.run("check"), f"schema/catalog/l2vpn_test.toml:{line}: {message}", self.USERS)
+        for command in (["check"], ["headers"], ["sources", str(project.root / "gen")]):
+            self.answers(project.run(*command), f"schema/catalog/l2vpn_test.toml:{line}: {message}", self.USERS,
+                         '("Changing a table" in docs/adding-a-table.md)')
+        self.assertEqual(project.header("l2vpn_test").read_text(encoding="utf-8"), header)
+        self.assertFalse((project.root / "gen").exists())
 
     def test_changes_outside_the_schema_are_accepted(self):
         self.accepted(("A table", "The table"), ('"kind"]', '"kind", "print"]'), ("fields =", "quirks = []\nfields ="))
@@ -462,6 +467,7 @@ keys = [
         self.change(project, *self.FIELD)
         self.answers(project.run("check"), "l2vpn_test.toml:2: version: found 2, expected 3", "l2vpn_db 0.2.0 ")
         self.change(project, ("version = 2", "version = 3"))
+        self.answers(project.run("headers"))
         self.release(project, "1.0.0")
         self.answers(project.run("check"))
         self.change(project, ("more", "moreover"))
