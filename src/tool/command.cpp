@@ -417,9 +417,9 @@ Exit guarded(std::string_view place, bool json, const std::function<Exit()> &run
 }
 
 /// Loads the files of a line that is being typed, whose values complete it, unless that is slow.
-static void load_for_completion(const std::string &line) {
+static void load_for_completion(const std::string &typed) {
     constexpr std::uintmax_t most_bytes = 4 << 20;
-    const std::vector<std::string> words = words_of(line);
+    const std::vector<std::string> words = words_of(typed);
     for (std::size_t i = 1; i < words.size(); ++i) {
         std::error_code error;
         if ((words[i - 1] == "-l" || words[i - 1] == "--load") &&

@@ -86,9 +86,11 @@ std::string history_file() {
 
 LineEditor::LineEditor(Completer completer) {
     // Without a UTF-8 locale, libedit drops all bytes beyond ASCII.
+    // NOLINTBEGIN(concurrency-mt-unsafe): there is one thread
     if (std::setlocale(LC_CTYPE, "") == nullptr || MB_CUR_MAX == 1) {
         (void)std::setlocale(LC_CTYPE, "C.UTF-8");
     }
+    // NOLINTEND(concurrency-mt-unsafe)
     current_completer() = std::move(completer);
     call<decltype(rl_initialize)>("rl_initialize");
     call<decltype(using_history)>("using_history");
