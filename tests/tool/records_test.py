@@ -2,12 +2,16 @@
 """Records through the tool: loaded, shown, found, changed, compared and made up."""
 
 import csv
+import fcntl
 import json
 import os
+import pathlib
 import random
 import resource
 import signal
+import struct
 import subprocess
+import termios
 import time
 
 from tool import (BAD_INPUT, EXAMPLE, EXAMPLE_LOADED, FAILED, NO, PROGRAM, RECORDS, TYPED, ToolTest, fields_of, keys_of,
@@ -346,17 +350,36 @@ class Load(ToolTest):
 
     def test_out_of_memory_stores_nothing(self):
         network = self.folder / "network"
-        self.output("generate", "--instances", 4000, "--output", network)
+        self.output("generate", "--instances", 2500, "--output", network)
         script = f"load {EXAMPLE}\ncount --json\nload {network}%s\ncount --json\n"
         for option in ("", " --keep-going", " --merge"):
             result = subprocess.run(
                 [PROGRAM, "shell", "--keep-going"], input=script % option, capture_output=True, text=True,
                 timeout=120, check=False, cwd=self.folder,
-                preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (100 << 20, 100 << 20)))
+                preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (48 << 20, 48 << 20)))
             self.assertEqual((result.returncode, result.stderr), (FAILED, f"{network}: out of memory\n"))
             _, before, refused, after = result.stdout.splitlines()
             self.assertEqual(refused, f"{network}: 0 records stored in 0 tables")
             self.assertEqual(before, after)
+
+    def test_records_that_cannot_be_restored(self):
+        """The undo log's temporary file loses its contents before a load fails."""
+        with subprocess.Popen([PROGRAM, "load", "-"], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                              stderr=subprocess.PIPE) as load:
+            for number in range(40000):
+                load.stdin.write(b'{"l2vpn_stp":[{"ifIndex":%d}]}\n' % number)
+            load.stdin.flush()
+            process = pathlib.Path(f"/proc/{load.pid}")
+            while (struct.unpack("i", fcntl.ioctl(load.stdin, termios.FIONREAD, bytes(4))) != (0,)
+                   or ") S " not in (process / "stat").read_text(encoding="utf-8")):
+                time.sleep(0.01) # until it waits for more
+            logs = [file for file in (process / "fd").iterdir() if os.readlink(file).endswith(" (deleted)")]
+            os.truncate(logs[0], 0)
+            out, err = load.communicate(b"{]\n")
+        self.assertEqual(load.returncode, FAILED)
+        self.assertRegex(err.decode(), r"(?m)^standard input: \d+ records could not be restored after: errors in the "
+                         "input$")
+        self.assertEqual(out, b"-: 0 records stored in 0 tables, 1 error\n")
 
     def test_summary_of_many_errors(self):
         lines = [json.dumps({"l2vpn_stp": [{"ifIndex": number, "flags": -1 if number % 3 else 0,
