@@ -19,7 +19,7 @@ struct Measured {
     double seconds;
 };
 
-/// Runs one operation for every record.
+/// Times one operation on every record.
 template <class Operation>
 Measured measure(const char *name, const std::vector<Bytes> &all, Operation operation) {
     records::check_interrupt();

@@ -2,9 +2,11 @@
 #include "tool/command.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <exception>
 #include <filesystem>
+#include <iterator>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -104,29 +106,9 @@ std::string not_a_number(const std::string &text) {
                                UINT64_MAX);
 }
 
-/// The placeholder of an option's value in help. A positional argument is shown by its name.
-std::string type_name(const Parameter &parameter) {
-    if (*parameter.name != '-') {
-        return "";
-    }
-    switch (parameter.kind) {
-    case Kind::table:
-        return "TABLE";
-    case Kind::key:
-        return "NAME";
-    case Kind::file:
-        return "FILE";
-    case Kind::value:
-        return "FIELD,...";
-    case Kind::layout:
-        return "LAYOUT";
-    case Kind::command:
-    case Kind::field:
-    case Kind::none:
-        break;
-    }
-    return "N";
-}
+/// The placeholder of an option's value in help, by kind. Positional arguments show their names.
+constexpr std::array<const char *, 8> placeholders = {"TABLE", "",       "FIELD,...", "NAME",
+                                                      "FILE",  "LAYOUT", "",          "N"};
 
 bool is_given(const Parameter &parameter, const Arguments &arguments) {
     return std::visit(
@@ -153,7 +135,10 @@ void add(CLI::App &app, const Parameter &parameter, Arguments &arguments) {
                 if (*parameter.name == '-') {
                     added->allow_extra_args(false);
                 }
-                added->required(parameter.required)->type_name(type_name(parameter));
+                added->required(parameter.required);
+                added->type_name(*parameter.name == '-'
+                                     ? placeholders[static_cast<std::size_t>(parameter.kind)]
+                                     : "");
                 if constexpr (std::is_same_v<decltype(target), std::uint64_t &>) {
                     added->check(not_a_number);
                     if (!parameter.required) {
@@ -173,12 +158,9 @@ std::string unexpected(const std::string &word, const Command *command) {
         return fmt::format("{}: unexpected argument {}", command->name, records::in_quotes(word));
     }
     std::vector<std::string> known = option ? std::vector<std::string>{"--help"} : command_names();
-    for (const auto &parameters :
-         {common_parameters(), command == nullptr ? common_parameters() : command->parameters}) {
-        for (const Parameter *const parameter : parameters) {
-            if (option && *parameter->name == '-') {
-                known.emplace_back(parameter->name);
-            }
+    for (const Parameter *const parameter : options_of(command)) {
+        if (option) {
+            known.emplace_back(parameter->name);
         }
     }
     const std::string text = records::unknown(option ? "option" : "command", word, known);
@@ -251,7 +233,11 @@ private:
         return found == commands().end() ? nullptr : &*found;
     }
     void check_exclusive(const Command &command) const {
-        for (const auto &options : command.exclusive) {
+        static const std::vector<std::vector<const Parameter *>> exclusive = {
+            {&as_json, &csv, &line}, {&line, &fields},         {&line, &all},
+            {&as_json, &svg},        {&as_json, &only_layout}, {&output, &store},
+        };
+        for (const auto &options : exclusive) {
             std::vector<const char *> given;
             for (const Parameter *const option : options) {
                 if (is_given(*option, arguments)) {
@@ -281,21 +267,12 @@ private:
 
 const std::vector<Command> &commands() {
     static const std::vector<Command> list = {
-        {"tables",
-         "lists the tables with their sizes and records",
-         {&csv},
-         run_tables,
-         {{&as_json, &csv}}},
-        {"describe",
-         "shows the fields and keys of a table",
-         {&table, &csv},
-         run_describe,
-         {{&as_json, &csv}}},
+        {"tables", "lists the tables with their sizes and records", {&csv}, run_tables},
+        {"describe", "shows the fields and keys of a table", {&table, &csv}, run_describe},
         {"layout",
          "draws the records and keys of a table byte by byte",
          {&table, &svg},
-         run_layout,
-         {{&as_json, &svg}}},
+         run_layout},
         {"load",
          "reads records from files into the tables",
          {&files, &csv_table, &merge, &keep_going},
@@ -303,18 +280,15 @@ const std::vector<Command> &commands() {
         {"dump",
          "prints the records of tables",
          {&tables, &fields, &all, &line, &csv, &output},
-         run_dump,
-         {{&as_json, &csv, &line}, {&line, &fields}, {&line, &all}}},
+         run_dump},
         {"get",
          "prints the record with a primary key",
          {&table, &key_values, &fields, &line, &csv},
-         run_get,
-         {{&as_json, &csv, &line}, {&line, &fields}}},
+         run_get},
         {"find",
          "prints the records with a key",
          {&table, &key_values, &key_name, &fields, &all, &line, &csv},
-         run_find,
-         {{&as_json, &csv, &line}, {&line, &fields}, {&line, &all}}},
+         run_find},
         {"put", "inserts or replaces a whole record", {&table, &values}, run_put},
         {"set", "changes some fields of a record", {&table, &set_values}, run_set},
         {"set-batch-version",
@@ -322,22 +296,16 @@ const std::vector<Command> &commands() {
          {&table, &batch_version, &key_values},
          run_set_batch_version},
         {"delete", "deletes the record with a primary key", {&table, &key_values}, run_delete},
-        {"count", "counts records", {&tables, &csv}, run_count, {{&as_json, &csv}}},
-        {"stats",
-         "shows the event counters of the store",
-         {&tables, &csv},
-         run_stats,
-         {{&as_json, &csv}}},
+        {"count", "counts records", {&tables, &csv}, run_count},
+        {"stats", "shows the event counters of the store", {&tables, &csv}, run_stats},
         {"pack",
          "shows the bytes of a record in both layouts",
          {&table, &values, &only_layout},
-         run_pack,
-         {{&as_json, &only_layout}}},
+         run_pack},
         {"unpack",
          "decodes the bytes of a record",
          {&table, &hex, &fields, &line, &csv},
-         run_unpack,
-         {{&as_json, &csv, &line}, {&line, &fields}}},
+         run_unpack},
         {"key",
          "shows the bytes of a key, and why it finds nothing",
          {&table, &values, &key_name, &explain},
@@ -346,13 +314,8 @@ const std::vector<Command> &commands() {
         {"generate",
          "generates the records of a made-up network",
          {&instances, &seed, &output, &store},
-         run_generate,
-         {{&output, &store}}},
-        {"bench",
-         "measures the operations of tables",
-         {&tables, &record_count, &csv},
-         run_bench,
-         {{&as_json, &csv}}},
+         run_generate},
+        {"bench", "measures the operations of tables", {&tables, &record_count, &csv}, run_bench},
         {"shell",
          "runs commands line by line, on one set of tables",
          {&script, &keep_going},
@@ -365,6 +328,15 @@ const std::vector<Command> &commands() {
 const std::vector<const Parameter *> &common_parameters() {
     static const std::vector<const Parameter *> list = {&load, &as_json, &raw};
     return list;
+}
+
+std::vector<const Parameter *> options_of(const Command *command) {
+    std::vector<const Parameter *> options = common_parameters();
+    if (command != nullptr) {
+        std::ranges::copy_if(command->parameters, std::back_inserter(options),
+                             [](const Parameter *each) { return *each->name == '-'; });
+    }
+    return options;
 }
 
 Exit run_help(const Arguments &arguments) {

@@ -61,8 +61,6 @@ struct Command {
     const char *about;
     std::vector<const Parameter *> parameters; ///< positional ones in order
     Exit (*run)(const Arguments &arguments);
-    /// Sets of options that exclude each other.
-    std::vector<std::vector<const Parameter *>> exclusive = {};
 };
 
 /// In the order of the help text.
@@ -70,6 +68,8 @@ const std::vector<Command> &commands();
 
 /// The options that every command takes.
 const std::vector<const Parameter *> &common_parameters();
+/// These and the options of a command, unless it is null.
+std::vector<const Parameter *> options_of(const Command *command);
 
 /// Parses and runs one command.
 /// @param given  defaults of the arguments

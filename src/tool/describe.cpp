@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What there is: tables, their fields and keys, how many records they hold, what was counted.
+// Tables: their fields and keys, numbers of records and event counters.
 #include <array>
 
 #include <fmt/format.h>
@@ -31,13 +31,13 @@ std::string type_of(const Field &field) {
     if (field.elements == 2) {
         return fmt::format("2 x {}", records::counted(field.width / 2, "byte"));
     }
-    // By name, as the descriptors do not tell one from other bytes.
+    // By name, as the descriptors do not distinguish addresses from other bytes.
     const bool address = field.width == mac && (field.name.starts_with("mac") ||
                                                 field.name.find("Mac") != field.name.npos);
     return address ? "MAC address" : fmt::format("{} bytes", field.width);
 }
 
-/// For tables that are described only, there is no such number.
+/// Without a value in a table that is not stored.
 template <class Number>
 Cell stored(const Table &table, Number number) {
     return table.access ? Cell(number) : Cell();

@@ -19,18 +19,25 @@ Exit run_generate(const Arguments &arguments) {
     }
     OutputFile output(arguments.output);
     Progress progress("generate");
+    Arguments json = arguments;
+    json.json = true;
     records::with_undo([&](records::UndoLog &log) {
         for (const Table *const table : tables) {
-            network.records_of(*table, UINT64_MAX, [&](const Bytes &record) {
-                ++done;
-                progress.show(done, done, total);
-                if (bool replaced = false; arguments.store) {
+            const Records generated = [&](const Visitor &visit) {
+                network.records_of(*table, UINT64_MAX, [&](const Bytes &record) {
+                    ++done;
+                    progress.show(done, done, total);
+                    visit(record);
+                });
+            };
+            if (arguments.store) {
+                generated([&](const Bytes &record) {
+                    bool replaced = false;
                     check(log.write(*table, record, replaced), table->name);
-                } else {
-                    fmt::print(output.file(), "{}",
-                               record_json(*table, table->fields, record, arguments.style()));
-                }
-            });
+                });
+            } else {
+                write_records(*table, json, generated, output.file());
+            }
         }
         return true;
     });

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Pictures of a table's records and keys, eight bytes a row, in the terminal and as SVG.
+// Pictures of records and keys, eight bytes per row, in the terminal and as SVG.
 #include <algorithm>
 #include <array>
 #include <span>
@@ -20,10 +20,10 @@ using Json = nlohmann::ordered_json;
 constexpr std::size_t row_bytes = 8;
 constexpr std::size_t no_field = SIZE_MAX; // padding
 
-/// What a row shows of a field: bytes `from` to before `to` of the row.
+/// The part of a field in one row: bytes [from, to) of the row.
 struct Piece {
     std::size_t row, from, to;
-    std::size_t field; ///< its place in the table
+    std::size_t field; ///< by number in the table
     std::string label;
 };
 
@@ -33,7 +33,7 @@ struct Picture {
     std::vector<std::size_t> offsets; ///< of the rows
 };
 
-/// Lays fields out. Rows that are within one field are drawn as one.
+/// Divides fields into rows. Whole rows of one field become one.
 class Drawer {
 public:
     explicit Drawer(std::string title) { picture_.title = std::move(title); }
@@ -48,13 +48,13 @@ public:
                 picture_.offsets.push_back(at_);
             }
             const std::size_t rows = (end - at_) / row_bytes;
-            const bool folded = from == 0 && rows > 1;
+            const bool merged = from == 0 && rows > 1;
             const std::size_t taken =
-                folded ? rows * row_bytes : std::min(end - at_, row_bytes - from);
+                merged ? rows * row_bytes : std::min(end - at_, row_bytes - from);
             picture_.pieces.push_back({picture_.offsets.size() - 1, from,
-                                       folded ? row_bytes : from + taken, field,
-                                       folded ? name + " ⋮" : name});
-            name = folded || !name.empty() ? "" : name;
+                                       merged ? row_bytes : from + taken, field,
+                                       merged ? name + " ⋮" : name});
+            name = merged || !name.empty() ? "" : name;
             at_ += taken;
         }
     }
@@ -90,7 +90,7 @@ Picture key_picture(const Table &table, const Key &key) {
     return drawer.picture();
 }
 
-/// The caller record, the stored record and the keys, each group above one another.
+/// Groups of pictures: the caller record, the stored record, the keys.
 std::vector<std::vector<Picture>> pictures_of(const Table &table) {
     std::vector<std::vector<Picture>> groups;
     groups.push_back(
@@ -107,7 +107,7 @@ std::vector<std::vector<Picture>> pictures_of(const Table &table) {
     return groups;
 }
 
-/// A text of at most so many characters.
+/// The text, cut to a number of characters.
 std::string shortened(const std::string &text, std::size_t width) {
     if (width_of(text) <= width) {
         return text;
@@ -119,7 +119,7 @@ std::string shortened(const std::string &text, std::size_t width) {
 
 constexpr std::size_t margin = 5; // for the offsets
 
-/// Lines of boxes, each point of which knows in which directions its lines go.
+/// Box-drawing lines. Each point records the directions of its lines.
 class Canvas {
 public:
     Canvas(std::size_t rows, std::size_t byte_width)

@@ -107,7 +107,8 @@ Exit run_find(const Arguments &arguments) {
     const std::size_t found = write_records(
         table, arguments, [&](const Visitor &visit) { walk(table, key, &record, visit); }, stdout);
     if (found == 0 && !arguments.json) {
-        write_error(fmt::format("{}: no record with this {}\n", table.name, key.name));
+        write_error(fmt::format("{}: no record with this {}; key --explain shows the closest\n",
+                                table.name, key.name));
     }
     return found == 0 ? exit_no : exit_done;
 }

@@ -58,7 +58,8 @@ Bytes input_bytes(const Table &table, const std::string &argument) {
     constexpr std::size_t most_text = 1 << 20;
     const bool inline_digits =
         argument.find_first_not_of("0123456789abcdefABCDEFxX \t\r\n,:") == argument.npos;
-    if (!inline_digits && argument != "-" && !std::filesystem::exists(argument)) {
+    std::error_code error;
+    if (!inline_digits && argument != "-" && !std::filesystem::exists(argument, error)) {
         throw Failure(exit_bad_input,
                       fmt::format("unpack: {} is neither hexadecimal bytes nor a file",
                                   records::in_quotes(argument)));

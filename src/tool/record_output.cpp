@@ -62,16 +62,6 @@ std::string record_line(const Table &table, const Bytes &record) {
 
 } // namespace
 
-std::string record_json(const Table &table, const std::vector<Field> &fields, const Bytes &record,
-                        records::Style style) {
-    std::string text;
-    for (const Field &field : fields) {
-        text += fmt::format("{}\"{}\":{}", text.empty() ? "" : ",", field.name,
-                            field_json(field, record.data(), style));
-    }
-    return json_line(fmt::format("\"{}\":[{{{}}}]", table.name, text));
-}
-
 void print_record(const Table &table, const Arguments &arguments, const Bytes &record) {
     const Records records = [&](const Visitor &visit) { visit(record); };
     if (arguments.json || arguments.line || arguments.csv) {

@@ -13,10 +13,6 @@
 
 namespace l2vpn::tool {
 
-/// A record as JSON that can be loaded: {"version":1,"l2vpn_vpls_pw":[{...}]}.
-std::string record_json(const Table &table, const std::vector<Field> &fields, const Bytes &record,
-                        records::Style style);
-
 /// Prints one record in the form that the arguments ask for; vertically as text.
 void print_record(const Table &table, const Arguments &arguments, const Bytes &record);
 

@@ -96,15 +96,11 @@ struct Context {
 };
 
 const Parameter *option_named(const Command *command, std::string_view name) {
-    for (const auto &parameters :
-         {common_parameters(), command == nullptr ? common_parameters() : command->parameters}) {
-        for (const Parameter *const each : parameters) {
-            if (each->name == name || (name == "-l" && std::string_view("--load") == each->name)) {
-                return each;
-            }
-        }
-    }
-    return nullptr;
+    const auto options = options_of(command);
+    const auto found =
+        std::ranges::find(options, name == "-l" ? "--load" : name,
+                          [](const Parameter *each) { return std::string_view(each->name); });
+    return found == options.end() ? nullptr : *found;
 }
 
 Context context_of(const Words &words) {
@@ -267,12 +263,8 @@ std::vector<std::string> completions_of(const std::string &line) {
     if (context.awaiting != nullptr) {
         known = known_words(context.awaiting->kind, context, word);
     } else if (word.starts_with('-')) {
-        for (const auto &parameters :
-             {common_parameters(),
-              context.command == nullptr ? common_parameters() : context.command->parameters}) {
-            for (const Parameter *const each : parameters) {
-                known.emplace_back(each->name);
-            }
+        for (const Parameter *const each : options_of(context.command)) {
+            known.emplace_back(each->name);
         }
     } else if (context.command == nullptr) {
         known = known_words(Parameter::Kind::command, context, word);

@@ -72,7 +72,7 @@ class Show(ToolTest):
 
     def test_find_nothing(self):
         out, err = self.run_tool("find", "l2vpn_vpls_pw", "instanceId=1", code=NO)
-        self.assertEqual((out, err), ("", "l2vpn_vpls_pw: no record with this instance_key\n"))
+        self.assertEqual((out, err), ("", "l2vpn_vpls_pw: no record with this instance_key; key --explain shows the closest\n"))
 
     def test_dump_leaves_out_what_is_0(self):
         lines = self.lines("-l", EXAMPLE, "dump", "l2vpn_stp")

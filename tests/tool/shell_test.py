@@ -80,7 +80,7 @@ class CommandLine(ToolTest):
                      ["get", "l2vpn_stp", long + "=1"], ["get", "l2vpn_stp", long], ["help", long],
                      ["get", "l2vpn_stp", "ifIndex=" + long], ["find", "l2vpn_stp", "--key", long, "ifIndex=1"],
                      ["dump", "l2vpn_stp", "--fields", long], ["pack", "l2vpn_stp", "--layout", long],
-                     ["generate", "--seed", long], ["unpack", "l2vpn_stp", long], ["load", long],
+                     ["generate", "--seed", long], ["unpack", "l2vpn_stp", long], ["unpack", "l2vpn_stp", "y" + long], ["load", long],
                      ["dump", "--output", "/" + long], ["unpack", "l2vpn_stp", "0" * 100_001]):
             _, err = self.run_tool(*line, code=None)
             self.assertLess(len(err), 1000, line[0][:20])
@@ -458,6 +458,18 @@ class Pseudoterminal(ToolTest):
         left_out = next(at for at, line in enumerate(lines) if line.startswith("0 in all: "))
         self.assertEqual(" ".join(line.strip() for line in lines[left_out:]), wide[-1])
         self.assertIn(" " * 63 + "vrIndex,", self.narrow("describe", "l2vpn_vpls_ac_sub"))
+
+    def test_wide_values_wrap(self):
+        context = ":".join(f"{byte:02x}" for byte in range(48))
+        file = self.write("file", json.dumps({"l2vpn_vpls_vsimac": [
+            {"vrIndex": 1, "macAddr": "00:1b:44:11:3a:b7", "vlanId": 1, "instanceId": 1, "svcCtx": context}]}))
+        key = ("vrIndex=1", "macAddr=00:1b:44:11:3a:b7", "vlanId=1", "instanceId=1")
+        for columns in (70, 80, 120):
+            self.narrow("-l", file, "get", "l2vpn_vpls_vsimac", *key, "--raw", columns=columns)
+            for line in (("get", "l2vpn_vpls_vsimac", *key), ("find", "l2vpn_vpls_vsimac", *key), ("dump",)):
+                words = " ".join(self.narrow("-l", file, *line, columns=columns)).split()
+                parts = [word for word in words if re.fullmatch(r"(\w\w:)+(\w\w)?", word) and word != key[1][8:]]
+                self.assertEqual("".join(parts), context)
 
     def test_narrow_layout(self):
         lines = self.narrow("layout", "l2vpn_vpls_vsimac")
