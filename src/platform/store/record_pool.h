@@ -9,7 +9,7 @@
 namespace l2vpn::platform {
 
 /// Links a record into a duplicate chain: the records that share a value of one secondary key, as a
-/// ring in the order in which they were linked. Its head stands in the hash index.
+/// ring in the order in which they were linked. The hash index refers to the head.
 struct ChainLink {
     RecordId next;
     RecordId previous;

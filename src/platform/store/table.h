@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// One table: its records, an index per key, its open iterators. Readers never block, except behind
-// a writer that outlasts their retries; writers hold the write lock. docs/store.md has the design.
+// One table: its records, an index per key, its open iterators. Readers take no lock unless all
+// their retries fail; writers hold the write lock. docs/store.md explains the design.
 #pragma once
 
 #include "platform/store/events.h"
