@@ -55,66 +55,71 @@ std::uint64_t random_bytes(const Row &row) {
 
 constexpr std::uint64_t vlans = 4094, labels = 1U << 20, first_label = 1024;
 
-const std::vector<Rule> rules = {
-    {{"vrIndex", "vrId"}, Subject::router, [](const Row &row) { return row.router + 1; }},
-    {{"instanceId", "instId", "vsiInstId", "groupId", "pgId"},
-     Subject::instance,
-     [](const Row &row) { return row.instance + 100; }},
-    {{"ifIndex", "outIfIndex", "vplsSubIf"},
-     Subject::interface,
-     [](const Row &row) { return row.interface + 1; }},
-    {{"pwTunnelId"}, Subject::pseudowire, [](const Row &row) { return row.pseudowire + 10000; }},
-    {{"l2vpnIid", "pwCfgIndex"},
-     Subject::pseudowire,
-     [](const Row &row) { return row.pseudowire + 1; }},
-    {{"macAddr"}, // locally administered
-     Subject::mac,
-     [](const Row &row) {
-         return 0x02 | (row.seed & 0xFF) << 8 | __builtin_bswap64(row.mac) >> 32 << 16;
-     }},
-    {{"bakPwTunnelId"}, // the next pseudowire of the instance
-     Subject::none,
-     [](const Row &row) {
-         return row.instance * pseudowires + (row.pseudowire + 1) % pseudowires + 10000;
-     }},
-    {{"tunnelId", "fwdTunnelId", "tnlId"},
-     Subject::none,
-     [](const Row &row) { return row.pseudowire % row.peers + 7000; }},
-    {{"mainIfIndex", "srcIfIndex", "memIfIndex"},
-     Subject::none,
-     [](const Row &row) { return row.interface / interfaces + 1'000'000'000; }},
-    {{"peVlan", "peVid", "vlanId", "userVlanId", "sharePeVlan", "shareVlan", "vlanifId"},
-     Subject::none,
-     [](const Row &row) { return row.interface % vlans + 1; }},
-    {{"ceVlan", "ceVid"}, Subject::none, [](const Row &row) { return row.number % vlans + 1; }},
-    {{"peerIp"},
-     Subject::none,
-     [](const Row &row) { return (10U << 24) + 1 + row.pseudowire % row.peers; }},
-    {{"inVcLabel"},
-     Subject::none,
-     [](const Row &row) { return row.pseudowire % (labels - first_label) + first_label; }},
-    {{"outVcLabel"},
-     Subject::none,
-     [](const Row &row) { return row.chance % (labels - first_label) + first_label; }},
-    {{"vcId", "pwId"}, Subject::none, [](const Row &row) { return row.pseudowire + 1; }},
-    {{"encapType"}, // tagged or raw
-     Subject::none,
-     [](const Row &row) { return 4 + mixed(row.instance) % 2; }},
-    {{"mtu"}, Subject::none, [](const Row &) -> std::uint64_t { return 1500; }},
-    {{"macAgeTime"}, Subject::none, [](const Row &) -> std::uint64_t { return 300; }},
-    {{"srcPid"}, Subject::none, [](const Row &row) { return 301 + row.router % 4; }},
-    {{"svcStatus"}, // in service, without a second service
-     Subject::none,
-     [](const Row &) -> std::uint64_t { return 1; }},
-    {{"svcErrcode", "flags", "tVrfIndex"}, Subject::none, zero},
-};
+const std::vector<Rule> &rules() {
+    static const std::vector<Rule> all = {
+        {{"vrIndex", "vrId"}, Subject::router, [](const Row &row) { return row.router + 1; }},
+        {{"instanceId", "instId", "vsiInstId", "groupId", "pgId"},
+         Subject::instance,
+         [](const Row &row) { return row.instance + 100; }},
+        {{"ifIndex", "outIfIndex", "vplsSubIf"},
+         Subject::interface,
+         [](const Row &row) { return row.interface + 1; }},
+        {{"pwTunnelId"},
+         Subject::pseudowire,
+         [](const Row &row) { return row.pseudowire + 10000; }},
+        {{"l2vpnIid", "pwCfgIndex"},
+         Subject::pseudowire,
+         [](const Row &row) { return row.pseudowire + 1; }},
+        {{"macAddr"}, // locally administered
+         Subject::mac,
+         [](const Row &row) {
+             return 0x02 | (row.seed & 0xFF) << 8 | __builtin_bswap64(row.mac) >> 32 << 16;
+         }},
+        {{"bakPwTunnelId"}, // the next pseudowire of the instance
+         Subject::none,
+         [](const Row &row) {
+             return row.instance * pseudowires + (row.pseudowire + 1) % pseudowires + 10000;
+         }},
+        {{"tunnelId", "fwdTunnelId", "tnlId"},
+         Subject::none,
+         [](const Row &row) { return row.pseudowire % row.peers + 7000; }},
+        {{"mainIfIndex", "srcIfIndex", "memIfIndex"},
+         Subject::none,
+         [](const Row &row) { return row.interface / interfaces + 1'000'000'000; }},
+        {{"peVlan", "peVid", "vlanId", "userVlanId", "sharePeVlan", "shareVlan", "vlanifId"},
+         Subject::none,
+         [](const Row &row) { return row.interface % vlans + 1; }},
+        {{"ceVlan", "ceVid"}, Subject::none, [](const Row &row) { return row.number % vlans + 1; }},
+        {{"peerIp"},
+         Subject::none,
+         [](const Row &row) { return (10U << 24) + 1 + row.pseudowire % row.peers; }},
+        {{"inVcLabel"},
+         Subject::none,
+         [](const Row &row) { return row.pseudowire % (labels - first_label) + first_label; }},
+        {{"outVcLabel"},
+         Subject::none,
+         [](const Row &row) { return row.chance % (labels - first_label) + first_label; }},
+        {{"vcId", "pwId"}, Subject::none, [](const Row &row) { return row.pseudowire + 1; }},
+        {{"encapType"}, // tagged or raw
+         Subject::none,
+         [](const Row &row) { return 4 + mixed(row.instance) % 2; }},
+        {{"mtu"}, Subject::none, [](const Row &) -> std::uint64_t { return 1500; }},
+        {{"macAgeTime"}, Subject::none, [](const Row &) -> std::uint64_t { return 300; }},
+        {{"srcPid"}, Subject::none, [](const Row &row) { return 301 + row.router % 4; }},
+        {{"svcStatus"}, // in service, without a second service
+         Subject::none,
+         [](const Row &) -> std::uint64_t { return 1; }},
+        {{"svcErrcode", "flags", "tVrfIndex"}, Subject::none, zero},
+    };
+    return all;
+}
 
 bool is_number(const Field &field) {
     return field.kind == Field::Kind::number || field.kind == Field::Kind::address;
 }
 
 Rule rule_for(const Field &field) {
-    for (const Rule &rule : rules) {
+    for (const Rule &rule : rules()) {
         if (std::ranges::count(rule.fields, field.name) != 0) {
             return rule;
         }
