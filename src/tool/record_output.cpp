@@ -15,6 +15,7 @@
 namespace l2vpn::tool {
 namespace {
 
+/// The JSON form of the value decides the type of the cell.
 Cell cell_of(const Field &field, const Bytes &record, records::Style style) {
     const auto at = record.begin() + static_cast<std::ptrdiff_t>(field.offset);
     Cell cell;

@@ -82,7 +82,9 @@ std::string Cell::json() const {
     case Type::text:
         break;
     }
-    return dump(text);
+    const bool plain = std::ranges::all_of(
+        text, [](char each) { return each >= ' ' && each <= '~' && each != '"' && each != '\\'; });
+    return plain ? '"' + text + '"' : dump(text); // most cells need no escapes
 }
 
 void ResultTable::each(const Visitor &visit) const {
