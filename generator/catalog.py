@@ -11,13 +11,13 @@ import tomllib
 from dataclasses import dataclass, field
 from pathlib import Path
 
+import field_types
 import names
 import toml_lines
+from field_types import FieldType
 from operations import exported_functions
 
-INTEGERS = {"u8": 1, "u16": 2, "u32": 4, "u64": 8}
 QUIRKS = ("no_null_tests", "svc_fields_split", "trailing_separator")
-COUNT = r"[1-9]\d{0,99}"  # more digits than any record has bytes, but not more than int() takes
 MAX_RECORD = 8192  # what straight-line copies and records on the stack are good for
 SERVICE_FIELDS = ("svcStatus", "svcErrcode", "glbSvcCtx", "svcCtx")
 RESERVED_NAME = re.compile(r"(resv|rsv|rev|res)\d*")
@@ -43,9 +43,24 @@ class Field:
     printed: bool
     line: int
     stored_offset: int
-    width: int
-    alignment: int
-    kind: str  # integer, mac, bytes, pair or context
+    shape: FieldType
+    count: int  # the N of the type's name
+
+    @property
+    def width(self) -> int:
+        return self.shape.unit * self.count
+
+    @property
+    def alignment(self) -> int:
+        return self.shape.alignment
+
+    @property
+    def kind(self) -> str:
+        return self.shape.kind
+
+    @property
+    def declaration(self) -> str:
+        return self.shape.declaration.format(name=self.name, count=self.count) + ";"
 
     @property
     def ids(self) -> int:
@@ -176,24 +191,6 @@ def is_comment(text) -> bool:
     """Whether it is a line that can stand in a comment of C."""
     return isinstance(text, str) and text.strip() != "" and text.isprintable() \
         and "/*" not in text and "*/" not in text
-
-
-def parse_type(text: str):
-    """(width, alignment, kind) of a field type, or None."""
-    if text in INTEGERS:
-        return INTEGERS[text], INTEGERS[text], "integer"
-    if text == "mac":
-        return 6, 1, "mac"
-    if text == "pair":
-        return 2, 1, "pair"
-    if match := re.fullmatch(rf"2x({COUNT})", text):
-        element = int(match[1])
-        return (2 * element, 1, "context") if element > 1 else None
-    if match := re.fullmatch(rf"bytes({COUNT})", text):
-        width = int(match[1])
-        # An opaque run of an integer's width would be copied like an integer.
-        return (width, 1, "bytes") if width not in (1, 2, 4, 8) else None
-    return None
 
 
 def read_toml(path: Path, report):
@@ -327,13 +324,10 @@ class Reader(Diagnostics):
             if field_id not in (next_ids or [field_id]):
                 self.report(line, f"{what}, id", field_id,
                             f"{next_ids[0]} (ids count up from 0; a service array takes two)")
-            shape = parse_type(type_name)
+            shape = field_types.find(type_name)
             if shape is None:
-                known = [*INTEGERS, "pair", "mac"]
-                self.report(line, f"{what}, type", describe(type_name),
-                            "one of u8, u16, u32, u64, pair (two bytes), mac, 2xN (two elements of N"
-                            " bytes, N > 1), bytesN (N opaque bytes, not 1, 2, 4 or 8)"
-                            + suggestion(type_name, known))
+                self.report(line, f"{what}, type", describe(type_name), f"one of {field_types.described()}"
+                            + suggestion(type_name, field_types.NAMES))
                 next_ids, ends, self.fields_known = [field_id + 1, field_id + 2], [], False
                 continue
             item = Field(*row[:4], len(row) == 5, line, stored, *shape)

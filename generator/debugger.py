@@ -17,7 +17,7 @@ def describe(table: Table) -> dict:
         "record": table.camel,
         "record_size": table.record_size,
         "stored_size": table.stored_size if table.typed else None,
-        # name, kind, width, offset in the caller record, offset in the stored record
-        "fields": [(item.name, item.kind, item.width, item.offset, item.stored_offset) for item in table.fields],
+        # name, display, width, offset in the caller record, offset in the stored record
+        "fields": [(item.name, item.shape.display, item.width, item.offset, item.stored_offset) for item in table.fields],
         "keys": [(key.name, *(item.name for item in key.members)) for key in table.keys],
     }

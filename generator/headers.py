@@ -8,7 +8,6 @@ from glossary import Glossary
 from operations import sections
 
 WIDTH = 100
-C_INTEGERS = {1: "uint8_t", 2: "uint16_t", 4: "uint32_t", 8: "uint64_t"}
 
 
 def comment(text: str) -> str:
@@ -42,14 +41,6 @@ def declaration(result: str, name: str, arguments: str) -> str:
             line = " " * len(head)
         line += piece + ("" if last else " ")
     return kept + "\n".join(lines + [line]) + "\n\n"
-
-
-def member(item: Field) -> str:
-    if item.kind == "integer":
-        return f"{C_INTEGERS[item.width]} {item.name};"
-    if item.kind == "context":
-        return f"uint8_t {item.name}[2][{item.width // 2}];"
-    return f"uint8_t {item.name}[{item.width}];"
 
 
 def ids(item: Field) -> str:
@@ -99,7 +90,7 @@ class Header:
         stored = (f" The stored record is packed: {table.stored_size} bytes."
                   if table.typed else "")
         self.add(comment(f"Caller record, {table.record_size} bytes.{stored}{gap_text}"))
-        members = [member(item) for item in table.fields]
+        members = [item.declaration for item in table.fields]
         width = max(map(len, members))
         self.add(f"typedef struct {self.record} {{\n")
         for item, text in zip(table.fields, members):

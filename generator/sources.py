@@ -5,7 +5,6 @@ from catalog import Table, exported_objects
 from operations import exported_functions, operations, sections
 
 NOTICE = "// Generated from schema/catalog by generator/.\n"
-KINDS = ("integer", "mac", "bytes", "pair", "context")
 
 
 def c_bool(value) -> str:
@@ -175,7 +174,8 @@ def record_table_list(tables: list) -> str:
             key_builders = ", ".join(f"untyped<{db}Set{key.infix}Key>" for key in table.keys)
             typed = (f", {db}DalIntf, {db}GetStat, untyped<{db}SetAllFields>,\n"
                      f"     untyped<{db}GetAllFields>, {{{key_builders}}}")
-        rows += f"    {{L2VPN_AST_{table.camel}Module{typed}}},\n"
+        displays = ", ".join(f"Display::{item.shape.display}" for item in table.fields)
+        rows += f"    {{L2VPN_AST_{table.camel}Module, {{{displays}}}{typed}}},\n"
     return (f'{NOTICE}{includes}#include "records/table_functions.h"\n\nnamespace l2vpn::records {{\n\n'
             f"const std::vector<TableFunctions> table_functions = {{\n{rows}}};\n\n"
             "} // namespace l2vpn::records\n")

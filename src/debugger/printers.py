@@ -8,28 +8,14 @@ import re
 import gdb
 import gdb.printing
 
-ADDRESSES = ("peerIp",)  # 32-bit numbers that people write as IPv4 addresses
-
 
 class Field:
-    def __init__(self, name, kind, width, offset, stored_offset):
-        self.name, self.kind, self.width = name, kind, width
+    def __init__(self, name, display, width, offset, stored_offset):
+        self.name, self.display, self.width = name, display, width
         self.offset, self.stored_offset = offset, stored_offset
 
     def text(self, data: bytes) -> str:
-        """The field's value as people write it."""
-        if self.kind == "mac":
-            return data.hex(":")
-        if self.name in ADDRESSES:
-            return ".".join(str(byte) for byte in reversed(data))
-        if self.kind == "integer":
-            return str(int.from_bytes(data, "little"))
-        if self.kind == "pair":
-            return f"{{{data[0]}, {data[1]}}}"
-        if self.kind == "context":
-            half = self.width // 2
-            return f"{{{hexadecimal(data[:half])}, {hexadecimal(data[half:])}}}"
-        return hexadecimal(data)
+        return DISPLAYS[self.display](data)
 
 
 class Table:
@@ -58,6 +44,19 @@ def hexadecimal(data: bytes) -> str:
     return " + ".join(filter(None, (shown.hex(), rest)))
 
 
+def array(data: bytes) -> str:
+    half = len(data) // 2
+    return f"{{{hexadecimal(data[:half])}, {hexadecimal(data[half:])}}}"
+
+
+DISPLAYS = {  # by generator/field_types.py
+    "number": lambda data: str(int.from_bytes(data, "little")),
+    "ipv4": lambda data: ".".join(str(byte) for byte in reversed(data)),
+    "mac": lambda data: data.hex(":"),
+    "pair": lambda data: f"{{{data[0]}, {data[1]}}}",
+    "array": array,
+    "bytes": hexadecimal,
+}
 BY_NAME = {name: Table(name, **row) for name, row in TABLES.items()}  # noqa: F821
 BY_RECORD = {table.record: table for table in BY_NAME.values()}
 
@@ -106,12 +105,13 @@ class RecordPrinter:
         self.data = {item.name: self.bytes_of(item) for item in table.fields}
 
     def bytes_of(self, field) -> bytes:
-        value = self.value[field.name]
-        if field.kind == "integer":
-            return int(value).to_bytes(field.width, "little")
-        if field.kind == "context":
-            return b"".join(bytes(int(value[e][i]) for i in range(field.width // 2)) for e in range(2))
-        return bytes(int(value[i]) for i in range(field.width))
+        def flat(value) -> bytes:
+            if value.type.strip_typedefs().code != gdb.TYPE_CODE_ARRAY:
+                return int(value).to_bytes(value.type.sizeof, "little")
+            first, last = value.type.strip_typedefs().range()
+            return b"".join(flat(value[i]) for i in range(first, last + 1))
+
+        return flat(self.value[field.name])
 
     def to_string(self):
         zeros = sum(not any(data) for data in self.data.values())
@@ -125,7 +125,7 @@ class RecordPrinter:
                 yield field.name, self.child(field, data)
 
     def child(self, field, data):
-        if field.kind != "integer" or field.name in ADDRESSES:
+        if field.display != "number":
             return field.text(data)
         # Its own type may be that of a character.
         number = gdb.selected_inferior().architecture().integer_type(8 * field.width, False)

@@ -22,7 +22,7 @@ std::uint64_t highest(std::size_t width) {
 }
 
 bool is_number(const Field &field) {
-    return field.kind == Field::Kind::number || field.kind == Field::Kind::address;
+    return field.display == Display::number || field.display == Display::ipv4;
 }
 
 /// "00:1b:44": two digits a byte, exactly as many bytes as wanted.
@@ -58,7 +58,7 @@ bool is_number_up_to(const Value &value, std::uint64_t most) {
 }
 
 bool set_number(const Field &field, const Value &value, std::byte *at) {
-    if (value.kind == Value::Kind::text && field.width == 4) {
+    if (value.kind == Value::Kind::text && field.display == Display::ipv4) {
         const auto address = parse_address(value.text);
         if (address) {
             put_number(at, field.width, *address);
@@ -145,8 +145,8 @@ bool set_field(const Field &field, const Value &value, std::byte *record) {
     if (is_number(field)) {
         return set_number(field, value, at);
     }
-    return field.kind == Field::Kind::pair ? set_list(field, value, at)
-                                           : set_bytes(field, value, at);
+    return field.display == Display::pair ? set_list(field, value, at)
+                                          : set_bytes(field, value, at);
 }
 
 Value parse_word(const Field &field, std::string_view word) {
@@ -172,10 +172,9 @@ Value parse_word(const Field &field, std::string_view word) {
 std::string expected_value(const Field &field) {
     if (is_number(field)) {
         return fmt::format("a number from 0 to {}{}", highest(field.width),
-                           field.kind == Field::Kind::address ? " or a text like \"192.0.2.1\""
-                                                              : "");
+                           field.display == Display::ipv4 ? " or a text like \"192.0.2.1\"" : "");
     }
-    if (field.kind == Field::Kind::pair) {
+    if (field.display == Display::pair) {
         return "a list of two numbers from 0 to 255";
     }
     constexpr std::string_view example = "00:1b:44:11:3a:b7";
@@ -187,15 +186,17 @@ std::string expected_value(const Field &field) {
 std::string field_text(const Field &field, const std::byte *record, Style style) {
     const std::byte *const at = record + field.offset;
     const std::span bytes(at, field.width);
-    switch (field.kind) {
-    case Field::Kind::number:
+    switch (field.display) {
+    case Display::number:
         return std::to_string(get_number(at, field.width));
-    case Field::Kind::address:
+    case Display::ipv4:
         return style == Style::raw ? std::to_string(get_number(at, field.width))
                                    : dotted(get_number(at, field.width));
-    case Field::Kind::pair:
+    case Display::pair:
         return listed(bytes);
-    case Field::Kind::bytes:
+    case Display::mac:
+    case Display::array:
+    case Display::bytes:
         break;
     }
     return style == Style::raw ? listed(bytes) : hexadecimal(bytes);
@@ -203,13 +204,12 @@ std::string field_text(const Field &field, const std::byte *record, Style style)
 
 std::string field_json(const Field &field, const std::byte *record, Style style) {
     const std::string text = field_text(field, record, style);
-    const bool list = field.kind == Field::Kind::pair ||
-                      (field.kind == Field::Kind::bytes && style == Style::raw);
+    const bool list = !is_number(field) && (field.display == Display::pair || style == Style::raw);
     if (list) {
         return '[' + text + ']';
     }
     const bool number =
-        field.kind == Field::Kind::number || (is_number(field) && style == Style::raw);
+        field.display == Display::number || (is_number(field) && style == Style::raw);
     return number ? text : '"' + text + '"';
 }
 

@@ -11,9 +11,20 @@
 
 namespace l2vpn::records {
 
+/// How a field's value is shown and read; generator/field_types.py lists which type has which.
+enum class Display : std::uint8_t {
+    number, ///< an unsigned number of 1, 2, 4 or 8 bytes
+    ipv4,   ///< an IPv4 address in a number of 4 bytes
+    mac,    ///< a MAC address
+    pair,   ///< two elements of one byte each
+    array,  ///< two elements of opaque bytes
+    bytes,  ///< opaque bytes
+};
+
 /// The functions of one table; all but the first are null where it has no typed access.
 struct TableFunctions {
     L2vpnAstModule *(*module)();
+    std::vector<Display> displays; ///< of the fields, in record order
     L2vpnDalIntf (*access)() = nullptr;
     std::uint32_t (*get_stat)(std::uint32_t stat_id) = nullptr;
     std::uint32_t (*pack)(const void *record, void *stored) = nullptr;

@@ -13,19 +13,7 @@ constexpr std::size_t bits(std::uint64_t word, unsigned from, unsigned count) {
     return static_cast<std::size_t>(word >> from & ((std::uint64_t{1} << count) - 1));
 }
 
-/// By name, as the descriptors do not tell an address from another number.
-Field::Kind kind_of(std::string_view name, std::size_t width, std::size_t elements) {
-    if (elements == 2) {
-        return width == 2 ? Field::Kind::pair : Field::Kind::bytes;
-    }
-    if (width == 4 && name.ends_with("Ip")) {
-        return Field::Kind::address;
-    }
-    const bool number = width == 1 || width == 2 || width == 4 || width == 8;
-    return number ? Field::Kind::number : Field::Kind::bytes;
-}
-
-std::vector<Field> fields_of(const L2vpnAstModule &schema) {
+std::vector<Field> fields_of(const L2vpnAstModule &schema, const std::vector<Display> &displays) {
     const std::span fields(schema.fields, bits(schema.sizes, 0, 16));
     const auto id_of = [](const L2vpnAstField &field) { return bits(field.position, 0, 16); };
     std::vector<Field> result;
@@ -37,7 +25,7 @@ std::vector<Field> fields_of(const L2vpnAstModule &schema) {
         const std::size_t width = bits(fields[i].position, 16, 16);
         result.push_back({fields[i].name, static_cast<std::uint32_t>(id),
                           bits(fields[i].position, 32, 32), width, stored_offset, elements,
-                          kind_of(fields[i].name, width, elements)});
+                          displays[i]});
         stored_offset += width;
     }
     return result;
@@ -45,9 +33,10 @@ std::vector<Field> fields_of(const L2vpnAstModule &schema) {
 
 Table table_of(const TableFunctions &functions) {
     const L2vpnAstModule &schema = *functions.module();
-    Table table{
-        schema.name, bits(schema.sizes, 32, 32), 0, fields_of(schema), {}, schema.format, functions,
-        {}};
+    Table table{schema.name, bits(schema.sizes, 32, 32),
+                0,           fields_of(schema, functions.displays),
+                {},          schema.format,
+                functions,   {}};
     table.stored_size = table.fields.back().stored_offset + table.fields.back().width;
     for (const L2vpnAstKey &key : std::span(schema.keys, bits(schema.sizes, 16, 16))) {
         Key &added =

@@ -19,20 +19,13 @@ namespace l2vpn::records {
 using Bytes = std::vector<std::byte>;
 
 struct Field {
-    enum class Kind : std::uint8_t {
-        number,  ///< an unsigned number of 1, 2, 4 or 8 bytes
-        address, ///< an IPv4 address, which is a number of 4 bytes, too
-        pair,    ///< two elements of one byte each
-        bytes,   ///< a MAC address or other opaque bytes
-    };
-
     std::string name;
     std::uint32_t id;
     std::size_t offset; ///< in the caller record
     std::size_t width;
     std::size_t stored_offset;
     std::size_t elements; ///< 2 in an array that takes two field ids, else 1
-    Kind kind;
+    Display display;
 };
 
 struct Key {

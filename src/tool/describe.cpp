@@ -18,23 +18,21 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 std::string type_of(const Field &field) {
-    constexpr std::size_t mac = 6;
-    switch (field.kind) {
-    case Field::Kind::number:
+    using records::Display;
+    switch (field.display) {
+    case Display::number:
         return "number";
-    case Field::Kind::address:
+    case Display::ipv4:
         return "IPv4 address";
-    case Field::Kind::pair:
-    case Field::Kind::bytes:
+    case Display::mac:
+        return "MAC address";
+    case Display::pair:
+    case Display::array:
+        return fmt::format("2 x {}", records::counted(field.width / 2, "byte"));
+    case Display::bytes:
         break;
     }
-    if (field.elements == 2) {
-        return fmt::format("2 x {}", records::counted(field.width / 2, "byte"));
-    }
-    // By name, as the descriptors do not distinguish addresses from other bytes.
-    const bool address = field.width == mac && (field.name.starts_with("mac") ||
-                                                field.name.find("Mac") != field.name.npos);
-    return address ? "MAC address" : fmt::format("{} bytes", field.width);
+    return fmt::format("{} bytes", field.width);
 }
 
 /// Without a value in a table that is not stored.

@@ -115,7 +115,7 @@ const std::vector<Rule> &rules() {
 }
 
 bool is_number(const Field &field) {
-    return field.kind == Field::Kind::number || field.kind == Field::Kind::address;
+    return field.display == records::Display::number || field.display == records::Display::ipv4;
 }
 
 Rule rule_for(const Field &field) {

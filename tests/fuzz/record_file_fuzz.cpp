@@ -82,7 +82,7 @@ void clear() {
 /// The field's bytes as the file gives them, read in a way of its own.
 Record given(const records::Field &field, const nlohmann::json &value) {
     Record bytes;
-    if (value.is_string() && field.kind == records::Field::Kind::bytes) {
+    if (value.is_string() && field.display >= records::Display::mac) {
         for (const char *at = value.get_ref<const std::string &>().c_str();; ++at) {
             char *end = nullptr;
             bytes.push_back(static_cast<std::byte>(std::strtoul(at, &end, 16)));

@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MIT
 """Compares the debugger's facts with expectations that are independent of the generator."""
 
+import re
 import sys
 import unittest
 
@@ -8,20 +9,22 @@ import expected_test
 
 sys.path.insert(0, str(expected_test.ROOT / "generator"))
 import debugger  # noqa: E402  # pylint: disable=wrong-import-position
+import field_types  # noqa: E402  # pylint: disable=wrong-import-position
 
-KINDS = {"-": "integer", "6x1": "mac", "2x1": "pair"}
+KINDS = {"-": "number", "2x1": "pair"}
 
 
-def kind(elements: str) -> str:
-    return KINDS.get(elements, "context" if elements.startswith("2x") else "bytes")
+def display(elements: str) -> str:
+    return KINDS.get(elements, "array" if elements.startswith("2x") else "bytes")
 
 
 def expected_facts(files: dict, table: str) -> dict:
     """The facts according to the files. A stored record is its fields without padding."""
     access, record_size, _, _, stored_size, *_ = files["tables"][table][0]
     fields, stored = [], 0
+    addresses = dict(files["displays"][table])
     for _, name, offset, width, elements in files["fields"][table]:
-        fields.append((name, kind(elements), int(width), int(offset), stored))
+        fields.append((name, addresses.get(name, display(elements)), int(width), int(offset), stored))
         stored += int(width)
     return {
         "record": "".join(word.capitalize() for word in table.split("_")),
@@ -43,6 +46,24 @@ class Debugger(unittest.TestCase):
         self.assertEqual(list(found["TABLES"]), sorted(files["tables"]))
         for table, facts in found["TABLES"].items():
             self.assertEqual(facts, expected_facts(files, table), table)
+
+
+class Displays(unittest.TestCase):
+    """Each display of generator/field_types.py has a printer and an enumerator."""
+
+    def test_displays(self):
+        wanted = {each.display for each in field_types.ALL}
+        printers = (expected_test.ROOT / "src/debugger/printers.py").read_text(encoding="utf-8")
+        body = re.search(r"^DISPLAYS = \{(.*?)^\}", printers, re.M | re.S)[1]
+        self.assertEqual(set(re.findall(r'^    "(\w+)":', body, re.M)), wanted)
+        header = (expected_test.ROOT / "src/records/table_functions.h").read_text(encoding="utf-8")
+        body = re.search(r"enum class Display[^{]*\{(.*?)\};", header, re.S)[1]
+        self.assertEqual(set(re.findall(r"^    (\w+),", body, re.M)), wanted)
+
+    def test_documented(self):
+        guide = (expected_test.ROOT / "docs/adding-a-table.md").read_text(encoding="utf-8")
+        for name in field_types.NAMES:
+            self.assertIn(f"`{name}`", guide)
 
 
 if __name__ == "__main__":

@@ -8,7 +8,7 @@ import re
 import tomllib
 from pathlib import Path
 
-INTEGERS = {"u8": 1, "u16": 2, "u32": 4, "u64": 8}
+INTEGERS = {"u8": 1, "u16": 2, "u32": 4, "u64": 8, "ipv4": 4}
 SERVICE = ("svcStatus", "svcErrcode", "glbSvcCtx", "svcCtx")
 QUIRKS = ("no_null_tests", "svc_fields_split", "trailing_separator")
 LARGEST_RECORD = 8192
@@ -142,6 +142,7 @@ def expected_files(tables: list) -> dict:
         "fields": [("table", "id", "field", "offset", "width", "elements")],
         "keys": [("table", "index", "key", "members", "infix", "length", "word")],
         "formats": [("table", "printed", "not_printed", "separator_at_end")],
+        "displays": [("table", "field", "display")],
         "quirks": [("table", "quirk")],
         "updates": [("table", "caller_id", "store_id", "offset", "record_length")],
         "control_blocks": [("table", "key_buffer", "size", "counters")],
@@ -156,6 +157,8 @@ def expected_files(tables: list) -> dict:
         for field in table.fields:
             elements = "-" if field.elements == 1 else f"{field.elements}x{field.width // field.elements}"
             files["fields"].append((name, field.id, field.name, field.offset, field.width, elements))
+            if field.type in ("ipv4", "mac"):
+                files["displays"].append((name, field.name, field.type))
         for key in table.keys:
             files["keys"].append((name, key.index, key.name, joined(member.name for member in key.members),
                                   *((key.infix, key.length, f"0x{key.word:08X}") if typed else "---")))
@@ -194,7 +197,7 @@ def random_name(rng: random.Random, taken: set) -> str:
 
 
 def random_type(rng: random.Random) -> str:
-    kind = rng.choices(("u8", "u16", "u32", "u64", "pair", "mac", "2x", "bytes"), (6, 5, 8, 3, 2, 3, 2, 2))[0]
+    kind = rng.choices(("u8", "u16", "u32", "u64", "pair", "mac", "2x", "bytes", "ipv4"), (6, 5, 8, 3, 2, 3, 2, 2, 1))[0]
     if kind == "2x":
         return f"2x{rng.choice((2, 3, 4, 5, 6, 7, 9, 12, 16, 28, 33))}"
     if kind == "bytes":

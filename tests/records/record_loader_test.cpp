@@ -148,7 +148,7 @@ TEST_F(RecordLoader, MergesCsv) {
 TEST_F(RecordLoader, LaterRecordsReplaceEarlierOnes) {
     const auto loaded =
         load("{\"l2vpn_vpls_inst\": [{\"vrIndex\": 6, \"instanceId\": 2, \"state\": 1}]}\n"
-             "{\"l2vpn_vpls_inst\": [{\"vrIndex\": \"0.0.0.6\", \"instanceId\": 2}]}\n");
+             "{\"l2vpn_vpls_inst\": [{\"vrIndex\": 6, \"instanceId\": 2}]}\n");
     EXPECT_EQ(loaded.errors(), "");
     EXPECT_EQ(loaded.stored, 2U);
     EXPECT_EQ(loaded.replaced, 1U);
