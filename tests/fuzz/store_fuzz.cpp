@@ -77,7 +77,7 @@ void expect_reentered() {
     require(DAL_VELD_Count(module, intf, &count) == L2VPN_STORE_REENTERED, "reentered");
     require(DAL_VELD_CreateIterator(module, intf) == nullptr, "reentered");
     require(DAL_VELD_Write(module, nullptr, nullptr) == L2VPN_STORE_REENTERED, "reentered");
-    require(count == 77, "a count by a call that is refused");
+    require(count == 77, "count unchanged by a refused call");
 }
 
 void *allocate(std::size_t size) {
@@ -89,10 +89,10 @@ void *allocate(std::size_t size) {
     }
     if (allocations_left)
         --*allocations_left;
-    void *const place = std::malloc(size);
-    std::memset(place, 0xA5, size);
-    allocated.insert(place);
-    return place;
+    void *const block = std::malloc(size);
+    std::memset(block, 0xA5, size);
+    allocated.insert(block);
+    return block;
 }
 
 void release(void *memory) {
@@ -102,14 +102,14 @@ void release(void *memory) {
 
 void write_log(const char *text) {
     ++log_lines;
-    require(std::strlen(text) <= 200, "a long log line");
+    require(std::strlen(text) <= 200, "length of a log line");
     if (!services_call_back)
         return;
     allocations_left.reset();
     std::uint32_t count = 0;
     require(DAL_VELD_Count(nullptr, current->functions->descriptor, &count) == L2VPN_DB_OK,
-            "a call from the log service");
-    require(count == current->records.size(), "a count from the log service");
+            "call from the log service");
+    require(count == current->records.size(), "count from the log service");
     ++current->events[L2VPN_STORE_STAT_COUNTED];
 }
 
@@ -139,24 +139,24 @@ std::uint32_t setter(const L2vpnDbRecData *record, L2vpnDbRecObj *object, const 
     setting.object = object;
     require(record == setting.record && ids == setting.ids && id_count == setting.id_count &&
                 object != nullptr,
-            "the setter's arguments");
+            "arguments of the setter");
     const L2vpnDbTblIntf &intf = *current->functions->descriptor;
     expect_reentered();
     // A refused call changes nothing.
     const L2vpnDbRecData longer{setting.contents.data(),
                                 static_cast<std::uint32_t>(setting.contents.size() + 1), 0};
-    require(intf.setAllFields(object, &longer) == L2VPN_STORE_BAD_LENGTH, "a record's length");
-    require(intf.setAllFields(object, nullptr) == L2VPN_STORE_NULL_POINTER, "a null record");
+    require(intf.setAllFields(object, &longer) == L2VPN_STORE_BAD_LENGTH, "wrong record length");
+    require(intf.setAllFields(object, nullptr) == L2VPN_STORE_NULL_POINTER, "null record");
     const TypedTable &other = typed_tables[current->functions == &typed_tables[0] ? 1 : 0];
     require(other.descriptor->setAllFields(object, &longer) != L2VPN_DB_OK,
-            "an object of another table");
+            "object of another table");
     switch (setting.kind) {
     case Setting::library:
         return current->functions->set_fields(record, object, ids, id_count);
     case Setting::contents: {
         const L2vpnDbRecData request{setting.contents.data(),
                                      static_cast<std::uint32_t>(setting.contents.size()), 0};
-        require(intf.setAllFields(object, &request) == L2VPN_DB_OK, "the object's contents");
+        require(intf.setAllFields(object, &request) == L2VPN_DB_OK, "setting an object's contents");
         break;
     }
     case Setting::reset:
@@ -175,10 +175,10 @@ struct KeyCall {
     std::optional<Exact> id;
     std::optional<Exact> value;
     L2vpnDbKeyData request{};
-    bool null = false; ///< instead of the request
-    Codes refused;
-    std::size_t index = 0; ///< if there is no error
-    Bytes wanted;          ///< the key value, if there is no error
+    bool null = false; ///< a null pointer instead of the request
+    Codes refused; ///< the acceptable error codes; empty if valid    std::size_t index = 0; ///< if
+                   ///< there is no error
+    Bytes wanted;  ///< the key value, if there is no error
 
     [[nodiscard]] const L2vpnDbKeyData *pointer() const { return null ? nullptr : &request; }
 };
@@ -186,9 +186,8 @@ struct KeyCall {
 struct RecordCall {
     std::optional<Exact> buffer;
     L2vpnDbRecData request{};
-    bool null = false; ///< instead of the request
-    Codes refused;
-
+    bool null = false; ///< a null pointer instead of the request
+    Codes refused;     ///< the acceptable error codes; empty if valid
     L2vpnDbRecData *pointer() { return null ? nullptr : &request; }
 };
 
@@ -222,13 +221,13 @@ public:
                     if (values.size() < 4)
                         values.insert(key_value(facts().keys[k], stored));
                 for (const Bytes &value : values) {
-                    KeyCall key = right_key(k, value);
+                    KeyCall key = valid_key(k, value);
                     count_by(key);
                     walk(k, value);
                 }
             }
             while (!table->records.empty()) {
-                KeyCall key = right_key(0, table->records.begin()->first);
+                KeyCall key = valid_key(0, table->records.begin()->first);
                 remove(key);
             }
             count(false);
@@ -328,7 +327,7 @@ private:
 
     // ---- Records and keys
 
-    /// A stored record. Its keys' members have few values, so that records share them.
+    /// A stored record. Key members have few values, so that records share keys.
     Bytes some_record() {
         Bytes stored(facts().stored_size, 0);
         const std::uint8_t rest = input_.byte();
@@ -372,7 +371,7 @@ private:
                 i < 4 ? static_cast<std::uint8_t>(number >> 8 * i) : std::uint8_t{0};
     }
 
-    [[nodiscard]] KeyCall right_key(std::size_t index, Bytes value) const {
+    [[nodiscard]] KeyCall valid_key(std::size_t index, Bytes value) const {
         const Key &key = facts().keys[index];
         const std::array<std::uint32_t, 4> id{key.word};
         KeyCall call;
@@ -390,7 +389,7 @@ private:
         const std::uint8_t way = input_.byte();
         const auto index =
             primary && way % 8 != 7 ? std::size_t{0} : input_.below(facts().keys.size());
-        KeyCall call = right_key(index, key_value(facts().keys[index], some_record()));
+        KeyCall call = valid_key(index, key_value(facts().keys[index], some_record()));
         const Key *key = &facts().keys[index];
         std::uint32_t word = key->word;
         if (way >= 160) {
@@ -490,9 +489,9 @@ private:
 
     void expect_events() const {
         for (std::uint32_t event = 0; event < L2VPN_DB_STAT_COUNT; ++event)
-            require(current->functions->get_stat(event) == current->events[event], "the events");
+            require(current->functions->get_stat(event) == current->events[event], "events");
         if (counted_ == &alias_counted_)
-            require(alias_events == alias_counted_, "the events under another descriptor");
+            require(alias_events == alias_counted_, "events of the other descriptor");
     }
 
     [[nodiscard]] std::uint32_t actual(std::uint32_t event) const {
@@ -523,8 +522,8 @@ private:
             ++counted_->at(event);
         if (!in_bulk_)
             expect_events();
-        const bool heard = module_ != nullptr && module_->log != 0;
-        require(log_lines == (logged && heard ? 1U : 0U), "the log");
+        const bool has_log = module_ != nullptr && module_->log != 0;
+        require(log_lines == (logged && has_log ? 1U : 0U), "log lines");
     }
 
     /// Whether the call was refused as expected, or an allocation failed.
@@ -536,7 +535,7 @@ private:
         }
         if (expected.empty())
             return false;
-        require(expected.contains(code), "a request that is wrong");
+        require(expected.contains(code), "error code of an invalid request");
         counted(event_of(code), true);
         return true;
     }
@@ -608,7 +607,7 @@ private:
         const std::uint32_t code = make([&] { return DAL_VELD_Write(module_, intf_, request); });
         if (refused(code, wrong))
             return;
-        require(code == L2VPN_DB_OK, "a write");
+        require(code == L2VPN_DB_OK, "result of Write");
         const bool held = current->records.contains(key_value(facts().keys[0], stored));
         counted(held ? L2VPN_STORE_STAT_REPLACED : L2VPN_STORE_STAT_INSERTED);
         store_in_model(stored);
@@ -623,7 +622,7 @@ private:
         if (refused(code, wrong))
             return;
         const std::set<Bytes> found = having(key.index, key.wanted);
-        require(code == (found.empty() ? L2VPN_STORE_NOT_FOUND : L2VPN_DB_OK), "a read");
+        require(code == (found.empty() ? L2VPN_STORE_NOT_FOUND : L2VPN_DB_OK), "result of Read");
         counted(
             key.index == 0
                 ? (found.empty() ? L2VPN_STORE_STAT_READ_MISSED : L2VPN_STORE_STAT_READ)
@@ -637,7 +636,7 @@ private:
         const Bytes stored(read.begin(), read.end());
         const Bytes primary = key_value(facts().keys[0], stored);
         require(expected.contains(primary), "an unexpected record");
-        require(current->records.at(primary) == stored, "a record's contents");
+        require(current->records.at(primary) == stored, "contents of a record");
         return primary;
     }
 
@@ -647,7 +646,7 @@ private:
         if (refused(code, key.refused))
             return;
         const bool held = current->records.erase(key.wanted) != 0;
-        require(code == (held ? L2VPN_DB_OK : L2VPN_STORE_NOT_FOUND), "a delete");
+        require(code == (held ? L2VPN_DB_OK : L2VPN_STORE_NOT_FOUND), "result of Delete");
         counted(held ? L2VPN_STORE_STAT_DELETED : L2VPN_STORE_STAT_DELETE_MISSED);
         for (Open &iterator : open_)
             if (iterator.table == current)
@@ -698,12 +697,13 @@ private:
             return DAL_VELD_Update(module_, intf_, key.pointer(), setting.record, pointer);
         });
         if (setting.calls != 0)
-            require(!allocated.contains(setting.object), "an object that is not released");
+            require(!allocated.contains(setting.object), "record object is released");
         if (refused(code, wrong))
-            return require(setting.calls <= (failed_allocations != 0 ? 1U : 0U), "a setter's call");
-        require(setting.calls == (held != current->records.end() ? 1U : 0U), "the setter's calls");
+            return require(setting.calls <= (failed_allocations != 0 ? 1U : 0U),
+                           "setter called by a refused update");
+        require(setting.calls == (held != current->records.end() ? 1U : 0U), "calls of the setter");
         if (held == current->records.end()) {
-            require(code == L2VPN_STORE_NOT_FOUND, "an update");
+            require(code == L2VPN_STORE_NOT_FOUND, "result of Update without a record");
             return counted(L2VPN_STORE_STAT_UPDATE_MISSED);
         }
 
@@ -727,23 +727,23 @@ private:
             result == L2VPN_DB_OK && key_value(facts().keys[0], after) != held->first;
         if (changes_key)
             result = L2VPN_STORE_KEY_CHANGED;
-        require(code == result, "an update's result");
+        require(code == result, "result of Update");
         if (result != L2VPN_DB_OK)
             return counted(L2VPN_STORE_STAT_UPDATE_REFUSED, changes_key);
         counted(L2VPN_STORE_STAT_UPDATED);
         store_in_model(after);
     }
 
-    void count(bool perhaps_wrong) {
+    void count(bool maybe_invalid) {
         std::uint32_t found = 0;
-        std::uint32_t *const pointer = perhaps_wrong && input_.one_in(8) ? nullptr : &found;
+        std::uint32_t *const pointer = maybe_invalid && input_.one_in(8) ? nullptr : &found;
         Codes wrong = table_refused_;
         if (pointer == nullptr)
             wrong.insert(L2VPN_STORE_NULL_POINTER);
         const std::uint32_t code = make([&] { return DAL_VELD_Count(module_, intf_, pointer); });
         if (refused(code, wrong))
-            return require(found == 0, "a count by a call that is refused");
-        require(code == L2VPN_DB_OK && found == current->records.size(), "a count");
+            return require(found == 0, "count unchanged by a refused call");
+        require(code == L2VPN_DB_OK && found == current->records.size(), "result of Count");
         counted(L2VPN_STORE_STAT_COUNTED);
     }
 
@@ -756,9 +756,9 @@ private:
         const std::uint32_t code =
             make([&] { return DAL_VELD_CountByKey(module_, intf_, key.pointer(), pointer); });
         if (refused(code, wrong))
-            return require(found == 0, "a count by a call that is refused");
+            return require(found == 0, "count unchanged by a refused call");
         require(code == L2VPN_DB_OK && found == having(key.index, key.wanted).size(),
-                "a count by a key");
+                "result of CountByKey");
         counted(L2VPN_STORE_STAT_KEY_COUNTED);
     }
 
@@ -780,7 +780,7 @@ private:
         if (handle == nullptr) {
             // The statistics tell the code.
             const bool no_memory = failed_allocations != 0;
-            require(no_memory || !wrong.empty(), "no iterator");
+            require(no_memory || !wrong.empty(), "valid iterator request fails");
             if (no_memory)
                 return counted(L2VPN_STORE_STAT_NO_MEMORY, true);
             std::uint32_t event = event_of(*wrong.begin());
@@ -789,9 +789,9 @@ private:
                     event = event_of(code);
             return counted(event, true);
         }
-        require(wrong.empty() && failed_allocations == 0, "an iterator for a wrong request");
+        require(wrong.empty() && failed_allocations == 0, "invalid iterator request succeeds");
         for (const Open &other : open_)
-            require(other.handle != handle, "a handle that is in use");
+            require(other.handle != handle, "handle is in use");
         counted(key != nullptr ? L2VPN_STORE_STAT_KEY_ITER_OPENED : L2VPN_STORE_STAT_ITER_OPENED);
         const std::size_t index = key != nullptr ? key->index : whole_table;
         const Bytes value = key != nullptr ? key->wanted : Bytes();
@@ -833,20 +833,20 @@ private:
             make([&] { return DAL_VELD_GetNextEntry(module_, intf_, handle, request); });
         if (code != L2VPN_DB_OK)
             for (const std::uint8_t byte : buffer.contents())
-                require(byte == 0xA5, "a buffer after a failure");
+                require(byte == 0xA5, "buffer unchanged by a failed call");
         if (code == L2VPN_STORE_BAD_ITERATOR && iterator == open_.end() && table_refused_.empty()) {
             counted(L2VPN_STORE_STAT_BAD_ITERATOR, true);
             return false;
         }
         if (refused(code, wrong))
             return false;
-        require(iterator != open_.end(), "a handle of no open iterator");
+        require(iterator != open_.end(), "GetNextEntry with an invalid handle");
         if (iterator->due.empty()) {
-            require(code == L2VPN_STORE_END, "an end");
+            require(code == L2VPN_STORE_END, "end of an iterator");
             counted(L2VPN_STORE_STAT_ITER_ENDED);
             return false;
         }
-        require(code == L2VPN_DB_OK, "a record that is missing");
+        require(code == L2VPN_DB_OK, "result of GetNextEntry");
         counted(L2VPN_STORE_STAT_DELIVERED);
         iterator->due.erase(expect_held(buffer.contents(), iterator->due));
         return true;
@@ -865,10 +865,10 @@ private:
             return;
         const auto iterator = find(handle);
         if (iterator == open_.end()) {
-            require(code == L2VPN_STORE_BAD_ITERATOR, "a release of no open iterator");
+            require(code == L2VPN_STORE_BAD_ITERATOR, "release of an invalid handle");
             return counted(L2VPN_STORE_STAT_BAD_ITERATOR, true);
         }
-        require(code == L2VPN_DB_OK, "a release");
+        require(code == L2VPN_DB_OK, "result of ReleaseIterator");
         counted(L2VPN_STORE_STAT_ITER_RELEASED);
         open_.erase(iterator);
         released_.push_back(handle);
@@ -884,17 +884,18 @@ private:
             wrong.erase(code);
         failed_allocations = 0;
         L2vpnDbRecObj *const object = intf.createObject(module_);
-        require((object == nullptr) == (failed_allocations != 0), "an object");
+        require((object == nullptr) == (failed_allocations != 0), "result of createObject");
         allocations_left.reset();
         const std::uint32_t code = intf.setAllFields(object, record.pointer());
         if (object == nullptr)
-            require(code == L2VPN_STORE_BAD_OBJECT, "no object");
+            require(code == L2VPN_STORE_BAD_OBJECT, "setAllFields without an object");
         else
-            require(wrong.empty() ? code == L2VPN_DB_OK : wrong.contains(code), "all fields");
+            require(wrong.empty() ? code == L2VPN_DB_OK : wrong.contains(code),
+                    "result of setAllFields");
         const TypedTable &other = typed_tables[input_.below(typed_tables.size())];
         if (&other != current->functions)
             require(other.descriptor->setAllFields(object, record.pointer()) != L2VPN_DB_OK,
-                    "an object of another table");
+                    "object of another table");
         intf.resetObject(module_, object);
         intf.releaseObject(module_, object);
         intf.resetObject(module_, nullptr);
@@ -906,7 +907,7 @@ private:
         if (event < L2VPN_DB_STAT_COUNT)
             current->events[event] += amount;
         else
-            require(current->functions->get_stat(event) == 0, "a counter that there is not");
+            require(current->functions->get_stat(event) == 0, "counter of an unknown identifier");
         expect_events();
     }
 
@@ -924,7 +925,7 @@ private:
         for (std::uint32_t i = 0; i < records; ++i) {
             Bytes stored = numbered_record(from + i, spread);
             if (deletes) {
-                KeyCall key = right_key(0, key_value(facts().keys[0], stored));
+                KeyCall key = valid_key(0, key_value(facts().keys[0], stored));
                 remove(key);
             } else {
                 const L2vpnDbRecData request{stored.data(), facts().stored_size, 0};
@@ -946,20 +947,21 @@ private:
             return;
         const std::size_t index = input_.below(facts().keys.size() + 1);
         if (index == facts().keys.size()) {
-            require(walk(whole_table, {}) == walk(whole_table, {}), "the order");
+            require(walk(whole_table, {}) == walk(whole_table, {}), "stable order");
             return;
         }
         const Bytes value = key_value(facts().keys[index], some_record());
         const std::vector<Bytes> found = walk(index, value);
-        require(found == walk(index, value), "the order");
-        const KeyCall key = right_key(index, value);
+        require(found == walk(index, value), "stable order");
+        const KeyCall key = valid_key(index, value);
         const Exact buffer(facts().stored_size, 0xA5);
         L2vpnDbRecData request{buffer.data(), facts().stored_size, 0};
         const std::uint32_t code =
             make([&] { return DAL_VELD_Read(module_, intf_, &key.request, &request); });
-        require((code == L2VPN_DB_OK) == !found.empty(), "a read");
+        require((code == L2VPN_DB_OK) == !found.empty(), "result of Read");
         if (!found.empty())
-            require(std::ranges::equal(buffer.contents(), found.front()), "the first record");
+            require(std::ranges::equal(buffer.contents(), found.front()),
+                    "Read returns the first record");
         const std::uint32_t missed = found.empty() ? 1 : 0;
         counted((index == 0 ? L2VPN_STORE_STAT_READ : L2VPN_STORE_STAT_KEY_READ) + missed);
     }
@@ -970,15 +972,15 @@ private:
         allocations_left.reset();
         std::optional<KeyCall> key;
         if (index != whole_table)
-            key.emplace(right_key(index, value));
+            key.emplace(valid_key(index, value));
         open(key ? &*key : nullptr);
         std::vector<Bytes> found;
-        const std::size_t there = open_.back().due.size();
+        const std::size_t expected = open_.back().due.size();
         while (advance(open_.back())) {
             const auto contents = last_->contents();
             found.emplace_back(contents.begin(), contents.end());
         }
-        require(found.size() == there, "records that are missing");
+        require(found.size() == expected, "number of delivered records");
         release(open_.back().handle);
         return found;
     }
@@ -988,15 +990,15 @@ private:
     Input input_;
     L2vpnDbModuleIntf *module_ = L2VPN_DB_ModuleIntf();
     L2vpnDbTblIntf *intf_ = nullptr;
-    Codes table_refused_; ///< for the descriptor
+    Codes table_refused_; ///< the error codes of the chosen descriptor
     Counters *counted_ = nullptr;
     Counters alias_counted_{};
     std::set<Table *> used_;
     std::vector<Open> open_;
     std::vector<L2vpnDbIter *> released_;
     std::optional<Exact> last_;
-    bool in_bulk_ = false;        ///< the events are compared afterwards
-    std::uint32_t budget_ = 1200; ///< of records that are written or deleted in bulk
+    bool in_bulk_ = false;        ///< events are compared after the bulk only
+    std::uint32_t budget_ = 1200; ///< records left for bulk calls
 };
 
 void register_services() {

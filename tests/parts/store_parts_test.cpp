@@ -157,8 +157,8 @@ TEST_F(StoreParts, HashIndexLosesNothingIfAllocationFails) {
             index.insert(hash(id), id);
             ++id;
         }
-        for (RecordId there = 0; there < id; ++there)
-            ASSERT_TRUE(index.find(hash(there), [&](RecordId found) { return found == there; }));
+        for (RecordId i = 0; i < id; ++i)
+            ASSERT_TRUE(index.find(hash(i), [&](RecordId found) { return found == i; }));
         if (id == 5000)
             break;
         allocations_left = UINT32_MAX;

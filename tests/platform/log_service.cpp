@@ -11,15 +11,15 @@ namespace {
 
 std::mutex mutex;
 std::vector<std::string> lines;
-void (*intruder)() = nullptr;
+void (*hook)() = nullptr;
 
 void keep_line(const char *text) {
     {
         const std::lock_guard lock(mutex);
         lines.emplace_back(text);
     }
-    if (intruder != nullptr)
-        intruder();
+    if (hook != nullptr)
+        hook();
 }
 
 void register_word(L2vpnStoreLogFn log) {
@@ -41,8 +41,8 @@ std::vector<std::string> take_log() {
     return std::exchange(lines, {});
 }
 
-void set_log_intruder(void (*call)()) {
-    intruder = call;
+void set_log_hook(void (*call)()) {
+    hook = call;
 }
 
 } // namespace l2vpn::test

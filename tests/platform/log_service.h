@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A log service that keeps its lines.
+// A log service that records its lines.
 #pragma once
 
 #include <string>
@@ -15,6 +15,6 @@ void unregister_log_service();
 std::vector<std::string> take_log();
 
 /// Sets a function that the service calls for each line; null for none.
-void set_log_intruder(void (*intruder)());
+void set_log_hook(void (*hook)());
 
 } // namespace l2vpn::test

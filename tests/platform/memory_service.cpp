@@ -22,7 +22,7 @@ namespace {
 std::atomic<std::uint32_t> allocated{0};
 std::atomic<std::uint32_t> released{0};
 std::atomic<std::size_t> held{0};
-std::atomic<Intruder> intruder{nullptr};
+std::atomic<Hook> hook{nullptr};
 
 thread_local std::optional<std::uint32_t> until_failure;
 thread_local bool fails_once = false;
@@ -36,7 +36,7 @@ struct alignas(std::max_align_t) Header {
 };
 
 void *allocate(std::size_t size) {
-    if (const Intruder call = intruder)
+    if (const Hook call = hook)
         call();
     if (until_failure && *until_failure == 0) {
         if (fails_once)
@@ -46,9 +46,9 @@ void *allocate(std::size_t size) {
     if (until_failure)
         --*until_failure;
     inside_service = true;
-    void *const place = std::malloc(sizeof(Header) + size);
+    void *const block = std::malloc(sizeof(Header) + size);
     inside_service = false;
-    auto *const header = static_cast<Header *>(place);
+    auto *const header = static_cast<Header *>(block);
     header->size = size;
     std::memset(header + 1, 0xA5, size);
     ++allocated;
@@ -109,8 +109,8 @@ bool fail_direct_allocations(bool fail) {
 #endif
 }
 
-void set_intruder(Intruder call) {
-    intruder = call;
+void set_allocation_hook(Hook call) {
+    hook = call;
 }
 
 } // namespace l2vpn::test

@@ -32,7 +32,7 @@ std::uint32_t direct_allocations();
 bool fail_direct_allocations(bool fail);
 
 /// Sets a function that the service calls inside an allocation; null for none.
-using Intruder = void (*)();
-void set_intruder(Intruder intruder);
+using Hook = void (*)();
+void set_allocation_hook(Hook hook);
 
 } // namespace l2vpn::test

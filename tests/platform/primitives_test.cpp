@@ -174,7 +174,7 @@ void expect_same(const char *format, Print print, Reference reference) {
         }
         for (std::size_t i = 0; i < around; ++i) {
             ASSERT_EQ(buffer[i], '#') << "before a buffer of " << size;
-            ASSERT_EQ(buffer[around + size + i], '#') << "behind a buffer of " << size;
+            ASSERT_EQ(buffer[around + size + i], '#') << "after a buffer of " << size;
         }
     }
 }
@@ -226,7 +226,7 @@ TEST(BoundedPrintAsInC, Strings) {
     }
     const char *volatile null = nullptr;
     EXPECT_PRINTS_AS_IN_C("<%s>", null);
-    EXPECT_PRINTS_AS_IN_C("%x%s%u%s", 1U, null, 2U, "behind");
+    EXPECT_PRINTS_AS_IN_C("%x%s%u%s", 1U, null, 2U, "after");
 }
 
 TEST(BoundedPrintAsInC, LiteralText) {
@@ -345,15 +345,15 @@ TEST(BoundedPrintAsInC, SizesBeyondInt) {
 }
 
 /// A page followed by one without access.
-class LastPage {
+class GuardedPage {
 public:
-    LastPage() {
+    GuardedPage() {
         EXPECT_NE(pages_, MAP_FAILED);
         EXPECT_EQ(mprotect(end(), size, PROT_NONE), 0);
     }
-    LastPage(const LastPage &) = delete;
-    LastPage &operator=(const LastPage &) = delete;
-    ~LastPage() { munmap(pages_, 2 * size); }
+    GuardedPage(const GuardedPage &) = delete;
+    GuardedPage &operator=(const GuardedPage &) = delete;
+    ~GuardedPage() { munmap(pages_, 2 * size); }
 
     [[nodiscard]] char *end() const { return static_cast<char *>(pages_) + size; }
 
@@ -373,9 +373,9 @@ private:
 
 // Detects a read or a write of one byte too many, without a sanitizer, too.
 TEST(BoundedPrint, StaysWithinItsBufferAndItsArguments) {
-    const LastPage format_page;
-    const LastPage text_page;
-    const LastPage buffer_page;
+    const GuardedPage format_page;
+    const GuardedPage text_page;
+    const GuardedPage buffer_page;
     const std::string whole = "a:4294967295 ffffffff";
     const std::string name = "pwTunnelId";
 #pragma GCC diagnostic push
@@ -402,7 +402,7 @@ TEST(AtomicAdd, ReturnsTheSumModulo32Bits) {
     EXPECT_EQ(counter, 2U);
 }
 
-TEST(AtomicAdd, LosesNothingBetweenThreads) {
+TEST(AtomicAdd, IsAtomicAcrossThreads) {
     std::uint32_t counter = 0;
     {
         std::vector<std::jthread> threads;

@@ -60,26 +60,26 @@ void RandomCalls::put(std::uint32_t number, Bytes stored) {
         if (!is_new) {
             if (TestRecords::key_value(keys_[k], held_[number]) == value)
                 continue;
-            leave(number, k);
+            unlink(number, k);
         }
-        Numbers &joined = chains_[k][value];
-        joined.insert(number);
-        largest_ = std::max(largest_, joined.size());
+        Numbers &members = chains_[k][value];
+        members.insert(number);
+        longest_chain_ = std::max(longest_chain_, members.size());
     }
     held_[number] = std::move(stored);
     count_ += is_new ? 1 : 0;
-    most_ = std::max(most_, count_);
+    max_records_ = std::max(max_records_, count_);
 }
 
-void RandomCalls::leave(std::uint32_t number, std::size_t key) {
-    const auto left = chains_[key].find(TestRecords::key_value(keys_[key], held_[number]));
-    left->second.erase(number);
-    if (left->second.empty())
-        chains_[key].erase(left);
-    no_longer_due(number, key);
+void RandomCalls::unlink(std::uint32_t number, std::size_t key) {
+    const auto members = chains_[key].find(TestRecords::key_value(keys_[key], held_[number]));
+    members->second.erase(number);
+    if (members->second.empty())
+        chains_[key].erase(members);
+    clear_due(number, key);
 }
 
-void RandomCalls::no_longer_due(std::uint32_t number, std::size_t key) {
+void RandomCalls::clear_due(std::uint32_t number, std::size_t key) {
     for (Open &iterator : open_)
         if (iterator.key == key && iterator.due[number]) {
             iterator.due[number] = false;
@@ -87,7 +87,8 @@ void RandomCalls::no_longer_due(std::uint32_t number, std::size_t key) {
         }
 }
 
-/// Other players may have changed a record of theirs, but the key value matches and it is whole.
+/// Another player may have changed its record, but the key value must match and it must not be
+/// torn.
 std::optional<std::uint32_t> RandomCalls::expect_delivered(const Bytes &stored, std::size_t key,
                                                            const Bytes &value) {
     const auto number = pool_.number(stored);
@@ -98,7 +99,7 @@ std::optional<std::uint32_t> RandomCalls::expect_delivered(const Bytes &stored, 
     if (own(*number)) {
         EXPECT_EQ(stored, held_[*number]);
     } else {
-        EXPECT_TRUE(pool_.is_whole(*number, stored)) << "half a record";
+        EXPECT_TRUE(pool_.is_whole(*number, stored)) << "torn record";
     }
     if (key != whole_table) {
         EXPECT_EQ(TestRecords::key_value(keys_[key], stored), value);
@@ -110,7 +111,7 @@ std::optional<std::uint32_t> RandomCalls::expect_delivered(const Bytes &stored, 
 
 /// Makes a call repeatedly, as a caller might, while its allocations fail after `successes`.
 template <class Call>
-std::uint32_t RandomCalls::failed(std::uint32_t successes, Call call) {
+std::uint32_t RandomCalls::repeat_until_memory(std::uint32_t successes, Call call) {
     constexpr int attempts = 400;
     std::size_t settled = 0;
     for (int attempt = 0; attempt < attempts; ++attempt) {
@@ -123,16 +124,16 @@ std::uint32_t RandomCalls::failed(std::uint32_t successes, Call call) {
         if (attempt == attempts / 2)
             settled = bytes_held();
     }
-    EXPECT_EQ(bytes_held(), settled) << "failing eats memory";
+    EXPECT_EQ(bytes_held(), settled) << "failed calls leak";
     return L2VPN_STORE_NO_MEMORY;
 }
 
 template <class Call>
-std::uint32_t RandomCalls::lasting(Call call) {
+std::uint32_t RandomCalls::with_injected_failures(Call call) {
     if (!failing_)
         return call();
     for (std::uint32_t successes = 0;; ++successes) {
-        const std::uint32_t code = failed(successes, call);
+        const std::uint32_t code = repeat_until_memory(successes, call);
         if (code != L2VPN_STORE_NO_MEMORY)
             return code;
         failing_ = false;
@@ -147,7 +148,9 @@ std::uint32_t RandomCalls::lasting(Call call) {
 
 void RandomCalls::write(std::uint32_t number, Bytes stored) {
     const L2vpnDbRecData request = record_request(stored);
-    EXPECT_EQ(lasting([&] { return DAL_VELD_Write(module(), table_.descriptor, &request); }), 0U);
+    EXPECT_EQ(with_injected_failures(
+                  [&] { return DAL_VELD_Write(module(), table_.descriptor, &request); }),
+              0U);
     expect_event(is_held(number) ? L2VPN_STORE_STAT_REPLACED : L2VPN_STORE_STAT_INSERTED);
     put(number, std::move(stored));
 }
@@ -163,8 +166,8 @@ void RandomCalls::remove(std::uint32_t number) {
     EXPECT_EQ(code, 0U);
     expect_event(L2VPN_STORE_STAT_DELETED);
     for (std::size_t k = 0; k < keys_.size(); ++k)
-        leave(number, k);
-    no_longer_due(number, whole_table);
+        unlink(number, k);
+    clear_due(number, whole_table);
     held_[number].clear();
     --count_;
 }
@@ -183,7 +186,7 @@ void RandomCalls::update(std::uint32_t number, Bytes contents, std::uint32_t res
     const KeyRequest key(keys_[0], pool_.primary(number), KeyRequest::Value{});
     const L2vpnDbRecData record = unread_record();
     const L2vpnDbUpdData update{nullptr, 0, 0, set_contents};
-    const std::uint32_t code = lasting([&] {
+    const std::uint32_t code = with_injected_failures([&] {
         setting.calls = 0;
         return DAL_VELD_Update(module(), table_.descriptor, &key.request, &record, &update);
     });
@@ -259,7 +262,7 @@ void RandomCalls::open(std::size_t key, const Bytes &value) {
         nullptr, key, value, std::vector<bool>(pool_.size()), 0, std::vector<bool>(pool_.size()),
         false};
     if (key == whole_table) {
-        EXPECT_EQ(lasting([&] {
+        EXPECT_EQ(with_injected_failures([&] {
                       iterator.handle = DAL_VELD_CreateIterator(module(), table_.descriptor);
                       return iterator.handle == nullptr ? L2VPN_STORE_NO_MEMORY : 0U;
                   }),
@@ -270,7 +273,7 @@ void RandomCalls::open(std::size_t key, const Bytes &value) {
         expect_event(L2VPN_STORE_STAT_ITER_OPENED);
     } else {
         const KeyRequest selected(keys_[key], value, KeyRequest::Value{});
-        EXPECT_EQ(lasting([&] {
+        EXPECT_EQ(with_injected_failures([&] {
                       iterator.handle = DAL_VELD_CreateIteratorByKey(module(), table_.descriptor,
                                                                      &selected.request);
                       return iterator.handle == nullptr ? L2VPN_STORE_NO_MEMORY : 0U;
@@ -304,20 +307,20 @@ bool RandomCalls::advance(Open &iterator) {
         DAL_VELD_GetNextEntry(module(), table_.descriptor, iterator.handle, &request);
     if (code != 0) {
         EXPECT_EQ(code, L2VPN_STORE_END);
-        EXPECT_EQ(iterator.due_count, 0U) << "records are missing";
+        EXPECT_EQ(iterator.due_count, 0U) << "records were not delivered";
         expect_event(L2VPN_STORE_STAT_ITER_ENDED);
         iterator.ended = true;
         return false;
     }
     expect_event(L2VPN_STORE_STAT_DELIVERED);
-    EXPECT_FALSE(iterator.ended) << "it had ended";
+    EXPECT_FALSE(iterator.ended) << "delivered past the end";
     const auto number = expect_delivered(buffer, iterator.key, iterator.value);
     if (!number)
         return false;
-    EXPECT_FALSE(iterator.seen[*number]) << "a record came twice";
+    EXPECT_FALSE(iterator.seen[*number]) << "delivered twice";
     iterator.seen[*number] = true;
     if (own(*number)) {
-        EXPECT_TRUE(iterator.due[*number]) << "a record came that was no longer to come";
+        EXPECT_TRUE(iterator.due[*number]) << "delivered a record that is not due";
         iterator.due_count -= iterator.due[*number] ? 1U : 0U;
         iterator.due[*number] = false;
     }
@@ -331,7 +334,7 @@ void RandomCalls::release(std::size_t at) {
 }
 
 /// Read returns the record that an iterator would deliver first.
-void RandomCalls::look_at_first(std::size_t key, const Bytes &value) {
+void RandomCalls::compare_read_with_iterator(std::size_t key, const Bytes &value) {
     if (!alone())
         return;
     const KeyRequest selected(keys_[key], value, KeyRequest::Value{});
@@ -383,7 +386,7 @@ void RandomCalls::call() {
     } else if (choice < 78) {
         count();
     } else if (choice < 79) {
-        look_at_first(key, value());
+        compare_read_with_iterator(key, value());
     } else if (choice < 83) {
         if (open_.size() < max_open)
             open_some();

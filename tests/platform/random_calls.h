@@ -15,8 +15,8 @@ namespace l2vpn::test {
 
 using Counters = std::array<std::uint32_t, L2VPN_DB_STAT_COUNT>;
 
-/// The records that one player writes and deletes: every `step`th, from `first`. With a step of
-/// more than 1, other players own the other records, on other threads.
+/// The records that one player writes and deletes: every `step`th, from `first`. With a step above
+/// 1, players on other threads own the other records.
 struct Share {
     std::uint32_t first = 0;
     std::uint32_t step = 1;
@@ -28,7 +28,7 @@ public:
 
     /// From now on, each call is first made with its allocations failing, one after the other; the
     /// table must stay unchanged. Requires the memory service.
-    void let_allocations_fail() { failing_ = true; }
+    void inject_allocation_failures() { failing_ = true; }
 
     /// Writes nearly all records of the share, with a random call after each.
     void fill();
@@ -41,11 +41,11 @@ public:
     /// Drains and releases the open iterators and deletes the records.
     void finish();
 
-    /// The events that the calls must have counted.
+    /// The expected events of all calls.
     [[nodiscard]] const Counters &events() const { return events_; }
     [[nodiscard]] std::uint32_t failures() const { return events_[L2VPN_STORE_STAT_NO_MEMORY]; }
-    [[nodiscard]] std::size_t most_records() const { return most_; }
-    [[nodiscard]] std::size_t longest_chain() const { return largest_; }
+    [[nodiscard]] std::size_t max_records() const { return max_records_; }
+    [[nodiscard]] std::size_t longest_chain() const { return longest_chain_; }
 
 private:
     static constexpr std::size_t whole_table = SIZE_MAX;
@@ -74,9 +74,9 @@ private:
     void expect_event(L2vpnStoreStat event) { ++events_[event]; }
 
     template <class Call>
-    std::uint32_t lasting(Call call);
+    std::uint32_t with_injected_failures(Call call);
     template <class Call>
-    std::uint32_t failed(std::uint32_t successes, Call call);
+    std::uint32_t repeat_until_memory(std::uint32_t successes, Call call);
 
     void call();
     void write(std::uint32_t number, Bytes stored);
@@ -92,11 +92,11 @@ private:
     /// Returns false at the end.
     bool advance(Open &iterator);
     void release(std::size_t at);
-    void look_at_first(std::size_t key, const Bytes &value);
+    void compare_read_with_iterator(std::size_t key, const Bytes &value);
 
     void put(std::uint32_t number, Bytes stored);
-    void leave(std::uint32_t number, std::size_t key);
-    void no_longer_due(std::uint32_t number, std::size_t key);
+    void unlink(std::uint32_t number, std::size_t key);
+    void clear_due(std::uint32_t number, std::size_t key);
     /// Returns the record's number, if it is one of the pool.
     std::optional<std::uint32_t> expect_delivered(const Bytes &stored, std::size_t key,
                                                   const Bytes &value);
@@ -114,8 +114,8 @@ private:
     std::vector<ByBytes<Numbers>> chains_; ///< by key
     std::vector<Open> open_;
     Counters events_{};
-    std::size_t most_ = 0;
-    std::size_t largest_ = 0;
+    std::size_t max_records_ = 0;
+    std::size_t longest_chain_ = 0;
 };
 
 } // namespace l2vpn::test

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The record objects that the table descriptors give access to.
+// Record objects, through the functions in the table descriptors.
 #include "tests/platform/store_test.h"
 
 namespace l2vpn::test {
@@ -59,7 +59,7 @@ std::uint32_t reset(const L2vpnDbRecData *record, L2vpnDbRecObj *object, const s
 }
 
 TEST_P(RecordObject, ResetFillsTheRecordWithZeros) {
-    // Only the record whose primary key is zero may be reset by an update.
+    // An update must not change the primary key, so the record's is zero.
     Bytes caller = sample_record(facts_.record_size);
     for (const Field &member : facts_.keys[0].members) {
         std::fill_n(caller.begin() + member.offset, member.width, std::uint8_t{0});

@@ -13,7 +13,7 @@ inline L2vpnDbModuleIntf *module() {
     return L2VPN_DB_ModuleIntf();
 }
 
-/// A key request with the buffers that it points to.
+/// A key request and its buffers.
 struct KeyRequest {
     /// Marks the bytes as a key value, not a record.
     struct Value {};

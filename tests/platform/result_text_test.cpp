@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The texts of the result codes, against the codes that the headers define.
+// Compares the texts of the result codes with the codes in the headers.
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -11,7 +11,7 @@
 namespace l2vpn::test {
 namespace {
 
-/// The codes that a header defines between its section on result codes and the next one, by name.
+/// The codes in a header's section on result codes, by name.
 std::map<std::string, std::uint32_t> result_codes(const std::string &header) {
     std::ifstream file(L2VPN_TEST_INCLUDE_DIR "/l2vpn_db/" + header);
     const std::regex definition(R"(#define (L2VPN_\w+) UINT32_C\((\w+)\))");
@@ -29,7 +29,7 @@ std::map<std::string, std::uint32_t> result_codes(const std::string &header) {
 
 const std::string unknown = l2vpn_store_result_text(7);
 
-TEST(ResultText, EveryCodeOfTheStoreHasItsOwn) {
+TEST(ResultText, EveryCodeOfTheStoreHasADistinctText) {
     const auto codes = result_codes("memory_store.h");
     ASSERT_EQ(codes.count("L2VPN_STORE_NO_MEMORY"), 1U);
     std::map<std::string, std::string> names;
@@ -40,7 +40,7 @@ TEST(ResultText, EveryCodeOfTheStoreHasItsOwn) {
     }
 }
 
-TEST(ResultText, EveryCodeOfTheLibraryHasOne) {
+TEST(ResultText, EveryCodeOfTheLibraryHasAText) {
     auto codes = result_codes("l2vpn_db.h");
     // Values in the same section that no function returns as its result.
     for (const char *const marker :

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-// Descriptors belong to the program: a table may have many of them, on the stack, or inconsistent.
+// Programs own their descriptors: a table may have many, on the stack, or inconsistent ones.
 #include "tests/platform/memory_service.h"
 #include "tests/platform/store_test.h"
 
 namespace l2vpn::test {
 namespace {
 
-/// What is shown knows no table.
-bool comes_first(const Facts &table) {
+/// One table is enough: the tested code does not depend on the table.
+bool is_first_table(const Facts &table) {
     return table.name == typed_table_names().front();
 }
 
@@ -23,7 +23,7 @@ protected:
         for (const TypedTable &table : typed_tables)
             if (facts(table.name).stored_size != facts_.stored_size)
                 return table;
-        ADD_FAILURE() << "all tables have records of one size";
+        ADD_FAILURE() << "all tables have the same stored size";
         return table_;
     }
 
@@ -33,9 +33,9 @@ protected:
         return result;
     }
 };
-L2VPN_TEST_TYPED_TABLES(FreshStoreDescriptors, comes_first);
+L2VPN_TEST_TYPED_TABLES(FreshStoreDescriptors, is_first_table);
 
-// More descriptors than the cache holds; the others work as well.
+// More descriptors than the cache holds.
 TEST_P(FreshStoreDescriptors, AllOfATableWork) {
     static L2vpnDbTblIntf descriptors[1100];
     ASSERT_EQ(write(record(1)), 0U);

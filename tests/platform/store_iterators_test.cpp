@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Iterators: the records delivered, also while the table changes, and the handles refused.
+// Iterators: the delivered records, also while the table changes, and invalid handles.
 #include <algorithm>
 #include <set>
 
@@ -10,7 +10,7 @@ namespace {
 
 class StoreIterators : public StoreTest {
 protected:
-    /// Writes records that differ in their primary keys and share key values otherwise.
+    /// Writes records with distinct primary keys and shared secondary key values.
     std::set<Bytes> fill(std::size_t records) {
         std::mt19937 random(11);
         while (count() < records) {
@@ -28,13 +28,13 @@ protected:
 
     static std::set<Bytes> as_set(const std::vector<Bytes> &records) {
         std::set<Bytes> result(records.begin(), records.end());
-        EXPECT_EQ(result.size(), records.size()) << "a record came twice";
+        EXPECT_EQ(result.size(), records.size()) << "delivered twice";
         return result;
     }
 
     /// Checks iterators over the whole table and over each key value of the record.
     template <class Check>
-    void for_each_way(const Bytes &caller, Check check) {
+    void for_each_iteration(const Bytes &caller, Check check) {
         check(nullptr, [&] { return open(); });
         for (const Key &key : facts_.keys) {
             check(&key, [&] { return open(key, caller); });
@@ -55,10 +55,10 @@ protected:
 };
 L2VPN_TEST_TYPED_TABLES(StoreIterators, any_table);
 
-TEST_P(StoreIterators, DeliverEveryRecordOnceAndInTheSameOrderAgain) {
+TEST_P(StoreIterators, DeliverEveryRecordOnceInAStableOrder) {
     fill(40);
     const Bytes caller = unpacked(*held_.begin());
-    for_each_way(caller, [&](const Key *key, auto opened) {
+    for_each_iteration(caller, [&](const Key *key, auto opened) {
         const std::vector<Bytes> delivered = rest_of(opened());
         EXPECT_EQ(as_set(delivered), under(key, caller));
         EXPECT_EQ(rest_of(opened()), delivered);
@@ -66,7 +66,7 @@ TEST_P(StoreIterators, DeliverEveryRecordOnceAndInTheSameOrderAgain) {
 }
 
 TEST_P(StoreIterators, OverNoRecordsEndAtOnce) {
-    for_each_way(record(1), [&](const Key *, auto opened) {
+    for_each_iteration(record(1), [&](const Key *, auto opened) {
         L2vpnDbIter *const iterator = opened();
         EXPECT_EQ(counting(L2VPN_STORE_STAT_ITER_ENDED, [&] { return next(iterator); }),
                   std::nullopt);
@@ -104,7 +104,7 @@ TEST_P(StoreIterators, AreIndependent) {
 TEST_P(StoreIterators, SurviveTheDeletionOfDeliveredRecords) {
     fill(30);
     const Bytes caller = unpacked(*held_.begin());
-    for_each_way(caller, [&](const Key *key, auto opened) {
+    for_each_iteration(caller, [&](const Key *key, auto opened) {
         L2vpnDbIter *const iterator = opened();
         std::vector<Bytes> delivered;
         while (const auto stored = next(iterator)) {
@@ -137,27 +137,27 @@ TEST_P(StoreIterators, SkipDeletedRecords) {
 
 TEST_P(StoreIterators, DeliverAllRemainingRecordsDuringChanges) {
     fill(60);
-    std::vector<Bytes> stays;
-    std::vector<Bytes> goes;
+    std::vector<Bytes> kept;
+    std::vector<Bytes> toggled;
     for (const Bytes &stored : held_) {
-        (stays.size() > goes.size() ? goes : stays).push_back(stored);
+        (kept.size() > toggled.size() ? toggled : kept).push_back(stored);
     }
     std::mt19937 random(3);
     std::set<Bytes> delivered;
     L2vpnDbIter *const iterator = open();
     while (const auto stored = next(iterator)) {
         EXPECT_TRUE(delivered.insert(*stored).second);
-        const Bytes &changed = goes[random() % goes.size()];
+        const Bytes &changed = toggled[random() % toggled.size()];
         if (remove(unpacked(changed)) != 0) {
             EXPECT_EQ(write(unpacked(changed)), 0U);
         }
-        EXPECT_EQ(write(unpacked(stays[random() % stays.size()])), 0U);
+        EXPECT_EQ(write(unpacked(kept[random() % kept.size()])), 0U);
         if (delivered.size() > 1000) {
             FAIL() << "no end";
         }
     }
     EXPECT_EQ(release(iterator), 0U);
-    for (const Bytes &stored : stays) {
+    for (const Bytes &stored : kept) {
         EXPECT_TRUE(delivered.contains(stored));
     }
 }

@@ -41,8 +41,8 @@ std::uint32_t refuse(const L2vpnDbRecData *, L2vpnDbRecObj *, const std::uint32_
     return 7;
 }
 
-std::uint32_t refuse_with_a_code_of_the_stores(const L2vpnDbRecData *, L2vpnDbRecObj *,
-                                               const std::uint32_t *, std::uint32_t) {
+std::uint32_t refuse_with_a_store_code(const L2vpnDbRecData *, L2vpnDbRecObj *,
+                                       const std::uint32_t *, std::uint32_t) {
     return L2VPN_STORE_BAD_KEY_AREA;
 }
 
@@ -54,12 +54,12 @@ TEST_P(StoreLog, HasNoLineForValidCalls) {
     EXPECT_EQ(rest_of(open()).size(), 1U);
     const L2vpnDbUpdData update{nullptr, 0, 0, refuse};
     EXPECT_EQ(DAL_VELD_Update(module_, intf_, &key_.request, &request_, &update), 7U);
-    const L2vpnDbUpdData misleading{nullptr, 0, 0, refuse_with_a_code_of_the_stores};
+    const L2vpnDbUpdData misleading{nullptr, 0, 0, refuse_with_a_store_code};
     EXPECT_EQ(DAL_VELD_Update(module_, intf_, &key_.request, &request_, &misleading),
               L2VPN_STORE_BAD_KEY_AREA);
 }
 
-TEST_P(StoreLog, HasOneLineForEachRefusedCall) {
+TEST_P(StoreLog, HasOneLinePerRefusedCall) {
     L2vpnDbKeyData bad_key = key_.request;
     bad_key.keyIdLength = 0;
     L2vpnDbRecData bad_record = request_;
@@ -107,8 +107,8 @@ TEST_P(StoreLog, NamesUnknownTables) {
     unknown.name = "l2vpn_zz";
     EXPECT_EQ(DAL_VELD_Count(module_, &unknown, &count_), L2VPN_STORE_UNKNOWN_TABLE);
     expect_line("l2vpn_zz", L2VPN_STORE_UNKNOWN_TABLE);
-    const std::string endless(1000, 'z');
-    unknown.name = endless.c_str();
+    const std::string long_name(1000, 'z');
+    unknown.name = long_name.c_str();
     EXPECT_EQ(DAL_VELD_Count(module_, &unknown, &count_), L2VPN_STORE_UNKNOWN_TABLE);
     const std::vector<std::string> lines = take_log();
     ASSERT_EQ(lines.size(), 1U);

@@ -25,7 +25,7 @@ bool has_pool(const Facts &table) {
 }
 L2VPN_TEST_TYPED_TABLES(StoreMemory, has_pool);
 
-/// In a process that has used no table.
+/// Runs in a process of its own, in which the table is unused.
 class FreshStoreMemory : public StoreMemory {};
 L2VPN_TEST_TYPED_TABLES(FreshStoreMemory, any_table);
 
@@ -33,7 +33,7 @@ TEST_P(StoreMemory, EveryAllocationMayFail) {
     const Counters before = counters();
     const TestRecords records(facts_, 1100, TestRecords::Spread::even);
     RandomCalls calls(table_, records, {}, 5);
-    calls.let_allocations_fail();
+    calls.inject_allocation_failures();
     calls.fill();
     calls.play(60, 50);
     calls.finish();
@@ -45,12 +45,12 @@ TEST_P(StoreMemory, EveryAllocationMayFail) {
 // One long chain is split into a thousand short ones, for which the indexes must grow.
 TEST_P(StoreMemory, EveryAllocationOfChangedKeysMayFail) {
     const Counters before = counters();
-    const TestRecords together(facts_, 1000, TestRecords::Spread::skewed);
-    const TestRecords apart(facts_, 1000, TestRecords::Spread::apart);
-    RandomCalls calls(table_, together, {}, 6);
-    calls.change_all(together);
-    calls.let_allocations_fail();
-    calls.change_all(apart);
+    const TestRecords shared(facts_, 1000, TestRecords::Spread::skewed);
+    const TestRecords distinct(facts_, 1000, TestRecords::Spread::distinct);
+    RandomCalls calls(table_, shared, {}, 6);
+    calls.change_all(shared);
+    calls.inject_allocation_failures();
+    calls.change_all(distinct);
     calls.check_everything();
     calls.finish();
     expect_events(before, calls);
@@ -138,7 +138,7 @@ protected:
 
     /// Returns how many calls were refused.
     std::uint32_t live() {
-        const TestRecords pool(facts_, records, TestRecords::Spread::apart);
+        const TestRecords pool(facts_, records, TestRecords::Spread::distinct);
         for (std::uint32_t i = 0; i < records; ++i) {
             Bytes stored = pool.make(i, 0);
             const L2vpnDbRecData request = record_request(stored);
@@ -205,7 +205,7 @@ TEST_P(FreshStoreMemoryLife, AnyOneAllocationMayFail) {
         EXPECT_EQ(live(), 0U);
         return allocations() - before;
     });
-    // The table, its records, an index for each key, iterators, objects.
+    // The table, its records, one index per key, cursors, record objects.
     EXPECT_GT(needed, 10 + static_cast<int>(facts_.keys.size()));
     ASSERT_LT(needed, 255);
     for (int n = 0; n < needed; ++n) {
@@ -220,7 +220,7 @@ TEST_P(FreshStoreMemoryLife, AnyOneAllocationMayFail) {
 
 // Cursors are allocated in chunks of growing size.
 TEST_P(StoreMemory, IteratorsAreRefusedIfAllocationFails) {
-    std::vector<L2vpnDbIter *> open_ones;
+    std::vector<L2vpnDbIter *> iterators;
     std::uint32_t refusals = 0;
     while (refusals < 3) {
         fail_allocations_after(0);
@@ -230,9 +230,9 @@ TEST_P(StoreMemory, IteratorsAreRefusedIfAllocationFails) {
             ++refusals;
             iterator = open();
         }
-        open_ones.push_back(iterator);
+        iterators.push_back(iterator);
     }
-    for (L2vpnDbIter *const iterator : open_ones)
+    for (L2vpnDbIter *const iterator : iterators)
         EXPECT_EQ(release(iterator), 0U);
 }
 
@@ -271,7 +271,7 @@ TEST_P(StoreMemoryOfSimilarKeys, StaysSmall) {
 
 constexpr std::size_t plenty = std::size_t{28} << 20;
 
-/// One of the tables with the longest records.
+/// The table with the longest records (rank 0), the second longest (1), ...
 const TypedTable &long_table(std::size_t rank) {
     std::vector<const TypedTable *> tables = tables_with(typed_tables, [](const Facts &table) {
         return table.keys[0].members[0].width >= sizeof(std::uint32_t);
@@ -282,7 +282,7 @@ const TypedTable &long_table(std::size_t rank) {
     return *tables[rank];
 }
 
-/// Calls `call` with the stored records of a long table, one after the other.
+/// Calls `call` with each of the table's records.
 template <class Call>
 void for_plenty_of_records(const TypedTable &table, Call call) {
     const Facts &about = facts(table.name);
@@ -339,7 +339,7 @@ TEST(StoreMemoryService, ProvidesAllMemory) {
         });
     });
     EXPECT_EQ(DAL_VELD_ReleaseIterator(module(), table.descriptor, iterator), 0U);
-    EXPECT_EQ(releases() - returned, calls) << "an update's record object goes back";
+    EXPECT_EQ(releases() - returned, calls) << "each update releases its record object";
     EXPECT_EQ(direct, 0U);
     remove_plenty_of_records(table);
 }
@@ -350,7 +350,7 @@ void *give(std::size_t size) {
     return std::malloc(size);
 }
 
-TEST(StoreMemoryService, ProvidesAllMemoryAlsoIfItReleasesByFree) {
+TEST(StoreMemoryService, ProvidesAllMemoryEvenIfItReleasesByFree) {
     const L2vpnDbMemIntf service = l2vpn_store_memory_service(give, std::free);
     L2VPN_DB_MemIntfReg(&service);
     const TypedTable &table = long_table(1);
@@ -361,7 +361,7 @@ TEST(StoreMemoryService, ProvidesAllMemoryAlsoIfItReleasesByFree) {
     remove_plenty_of_records(table);
 }
 
-TEST(StoreMemoryService, OfOneWordIsIgnored) {
+TEST(StoreMemoryService, OfOneFunctionIsIgnored) {
     const TypedTable &table = long_table(2);
     for (const L2vpnDbMemIntf service : {l2vpn_store_memory_service(give, nullptr),
                                          l2vpn_store_memory_service(nullptr, std::free)}) {
@@ -399,7 +399,7 @@ TEST(StoreMemoryService, IsOptionalAndMallocMayFail) {
     std::uint32_t count = 0;
     EXPECT_EQ(DAL_VELD_Count(module(), table.descriptor, &count), 0U);
     if (!fail_direct_allocations(true))
-        GTEST_SKIP() << "malloc is a sanitizer's";
+        GTEST_SKIP() << "the sanitizer replaces malloc";
     fail_direct_allocations(false);
     std::uint32_t written = 0;
     std::uint32_t refused = 0;
@@ -423,7 +423,7 @@ TEST(StoreMemoryService, IsOptionalAndMallocMayFail) {
 }
 
 // A table keeps its memory; the new service provides all further memory.
-TEST(StoreMemoryService, MayBeReplacedWhileTablesAreInUse) {
+TEST(StoreMemoryService, CanBeReplacedWhileTablesAreInUse) {
     register_memory_service();
     const TypedTable &table = long_table(5);
     std::uint32_t written = 0;
@@ -451,7 +451,7 @@ TEST(StoreMemoryService, MayBeReplacedWhileTablesAreInUse) {
 }
 
 // An object is released by the service that allocated it.
-TEST(StoreMemoryService, ReleasesItsObjectsAfterAnotherIsRegistered) {
+TEST(StoreMemoryService, ReleasesItsObjectsAfterReplacement) {
     register_memory_service();
     const TypedTable &table = long_table(3);
     const std::size_t held = bytes_held();

@@ -27,7 +27,7 @@ protected:
 L2VPN_TEST_TYPED_TABLES(StoreModel,
                         [](const Facts &table) { return TestRecords::fits(table, 6000); });
 
-TEST_P(StoreModel, PoolMakesWhatTheLibraryPacks) {
+TEST_P(StoreModel, PoolMatchesTheLibrarysPacking) {
     const TestRecords records = pool(500, TestRecords::Spread::even);
     for (std::uint32_t number = 0; number < records.size(); ++number) {
         const Bytes stored = records.make(number, 1);
@@ -61,7 +61,7 @@ TEST_P(StoreModel, ManyRecordsThatSplitTheIndexes) {
     calls.check_everything();
     calls.play(5000, 90);
     calls.finish();
-    EXPECT_GE(calls.most_records(), 5000U);
+    EXPECT_GE(calls.max_records(), 5000U);
     expect_events(before, calls);
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Writing, reading, deleting and counting, by every key.
+// Write, read, delete and count, by every key.
 #include "tests/platform/store_test.h"
 
 namespace l2vpn::test {
@@ -19,7 +19,7 @@ TEST_P(StoreRecords, AWrittenRecordIsFoundByEveryKey) {
     EXPECT_EQ(count(), 1U);
 }
 
-TEST_P(StoreRecords, AnEmptyTableHasNoRecordUnderAnyKey) {
+TEST_P(StoreRecords, AnEmptyTableFindsNoRecordByAnyKey) {
     const Bytes absent = record(1);
     for (const Key &key : facts_.keys) {
         const auto event =

@@ -13,16 +13,16 @@ namespace l2vpn::test {
 namespace {
 
 /// The action of the functions that the store calls. A global, because they take no such argument.
-std::function<void()> intrude;
+std::function<void()> in_callback;
 
-void intrude_once() {
-    if (const auto call = std::exchange(intrude, nullptr))
+void run_hook_once() {
+    if (const auto call = std::exchange(in_callback, nullptr))
         call();
 }
 
-std::uint32_t intruding_setter(const L2vpnDbRecData *, L2vpnDbRecObj *, const std::uint32_t *,
-                               std::uint32_t) {
-    intrude_once();
+std::uint32_t hooked_setter(const L2vpnDbRecData *, L2vpnDbRecObj *, const std::uint32_t *,
+                            std::uint32_t) {
+    run_hook_once();
     return 0;
 }
 
@@ -30,9 +30,9 @@ class StoreReentry : public StoreTest {
 protected:
     void SetUp() override { register_log_service(); }
     void TearDown() override {
-        intrude = nullptr;
-        set_intruder(nullptr);
-        set_log_intruder(nullptr);
+        in_callback = nullptr;
+        set_allocation_hook(nullptr);
+        set_log_hook(nullptr);
         StoreTest::TearDown();
         take_log();
     }
@@ -45,7 +45,7 @@ protected:
         Bytes stored = packed_record(about, caller);
         const Bytes untouched = stored;
         L2vpnDbRecData record = record_request(stored);
-        const L2vpnDbUpdData update{nullptr, 0, 0, intruding_setter};
+        const L2vpnDbUpdData update{nullptr, 0, 0, hooked_setter};
         std::uint32_t count = 77;
         L2vpnDbTblIntf *const intf = table.descriptor;
         const auto refused = [](std::uint32_t code) { EXPECT_EQ(code, L2VPN_STORE_REENTERED); };
@@ -91,7 +91,7 @@ protected:
 };
 L2VPN_TEST_TYPED_TABLES(StoreReentry, any_table);
 
-/// In a process that has used no table.
+/// Runs in a process of its own, in which the table is unused.
 class FreshStoreReentry : public StoreReentry {};
 L2VPN_TEST_TYPED_TABLES(FreshStoreReentry, any_table);
 
@@ -101,9 +101,9 @@ TEST_P(StoreReentry, FromASetterIsRefused) {
     ASSERT_EQ(other_.count(&others), 0U);
     const KeyRequest key(facts_.keys[0], record(1));
     const L2vpnDbRecData request = unread_record();
-    const L2vpnDbUpdData update{nullptr, 0, 0, intruding_setter};
+    const L2vpnDbUpdData update{nullptr, 0, 0, hooked_setter};
     bool called = false;
-    intrude = [&] {
+    in_callback = [&] {
         expect_all_tables_refused();
         expect_others_work(nullptr);
         called = true;
@@ -122,21 +122,21 @@ TEST_P(StoreReentry, FromASetterIsRefused) {
 
 TEST_P(FreshStoreReentry, FromTheMemoryServiceIsRefused) {
     if (is_used(table_)) {
-        GTEST_SKIP() << "the table may have memory in store";
+        GTEST_SKIP() << "the table may have memory in reserve";
     }
     register_memory_service();
     // Writes, and then iterators, until both have allocated.
     const auto call_until_called = [&](auto call) {
         bool called = false;
-        intrude = [&] {
+        in_callback = [&] {
             expect_all_tables_refused();
             called = true;
         };
         for (std::uint32_t i = 0; !called; ++i) {
-            ASSERT_LT(i, 5000U) << "no memory is needed";
-            set_intruder(intrude_once);
+            ASSERT_LT(i, 5000U) << "no call allocates";
+            set_allocation_hook(run_hook_once);
             call(i);
-            set_intruder(nullptr);
+            set_allocation_hook(nullptr);
         }
     };
     std::uint32_t written = 0;
@@ -153,13 +153,13 @@ TEST_P(FreshStoreReentry, FromTheMemoryServiceIsRefused) {
         EXPECT_EQ(rest_of(iterator).size(), written);
 }
 
-TEST_P(StoreReentry, EndsWithTheCall) {
+TEST_P(StoreReentry, GuardIsPerThread) {
     ASSERT_EQ(write(record(1)), 0U);
     const KeyRequest key(facts_.keys[0], record(1));
     const L2vpnDbRecData request = unread_record();
-    const L2vpnDbUpdData update{nullptr, 0, 0, intruding_setter};
+    const L2vpnDbUpdData update{nullptr, 0, 0, hooked_setter};
     // Other threads are not refused, and their reads do not wait for the setter.
-    intrude = [&] {
+    in_callback = [&] {
         std::jthread([&] {
             std::uint32_t count = 0;
             EXPECT_EQ(DAL_VELD_Count(module_, intf_, &count), 0U);
@@ -179,14 +179,14 @@ TEST_P(StoreReentry, EndsWithTheCall) {
 TEST_P(StoreReentry, FromTheLogServiceIsAllowed) {
     ASSERT_EQ(write(record(1)), 0U);
     bool called = false;
-    intrude = [&] {
+    in_callback = [&] {
         called = true;
         EXPECT_EQ(write(record(2)), 0U);
         EXPECT_EQ(count(), 2U);
         EXPECT_EQ(rest_of(open()).size(), 2U);
         EXPECT_EQ(remove(record(2)), 0U);
     };
-    set_log_intruder(intrude_once);
+    set_log_hook(run_hook_once);
     EXPECT_EQ(DAL_VELD_Count(module_, intf_, nullptr), L2VPN_STORE_NULL_POINTER);
     EXPECT_TRUE(called);
     EXPECT_EQ(count(), 1U);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Malformed requests are refused with the right code and event, and change nothing.
+// Malformed requests are refused with the correct code and event, and change nothing.
 #include <functional>
 
 #include "tests/platform/store_test.h"
@@ -30,7 +30,7 @@ protected:
         StoreTest::TearDown();
     }
 
-    /// Every operation that takes a key, with the given key request.
+    /// Expects every operation by key to refuse the request.
     void expect_key_refused(const L2vpnDbKeyData *key, std::uint32_t code) {
         Bytes buffer(facts_.stored_size);
         L2vpnDbRecData record = record_request(buffer);
@@ -42,11 +42,11 @@ protected:
                   nullptr);
         EXPECT_EQ(buffer, Bytes(facts_.stored_size));
         EXPECT_EQ(count, 77U);
-        expect_key_of_change_refused(key, code);
+        expect_primary_key_refused(key, code);
     }
 
-    /// The operations that take a primary key only.
-    void expect_key_of_change_refused(const L2vpnDbKeyData *key, std::uint32_t code) {
+    /// Expects the operations by primary key to refuse the request.
+    void expect_primary_key_refused(const L2vpnDbKeyData *key, std::uint32_t code) {
         const L2vpnDbRecData record = unread_record();
         expect_refused(code,
                        [&] { return DAL_VELD_Update(module_, intf_, key, &record, &update_); });
@@ -65,7 +65,7 @@ protected:
                    : L2VPN_STORE_STAT_BAD_KEY;
     }
 
-    /// Every operation that takes a stored record, with the given record request.
+    /// Expects every operation with a stored record to refuse the request.
     void expect_record_refused(L2vpnDbRecData *record, std::uint32_t code) {
         const KeyRequest key(facts_.keys[0], held_);
         L2vpnDbIter *const iterator = open();
@@ -73,7 +73,7 @@ protected:
         expect_refused(code, [&] { return DAL_VELD_Read(module_, intf_, &key.request, record); });
         expect_refused(code,
                        [&] { return DAL_VELD_GetNextEntry(module_, intf_, iterator, record); });
-        EXPECT_EQ(rest_of(iterator).size(), 1U) << "the refused call has moved the iterator";
+        EXPECT_EQ(rest_of(iterator).size(), 1U) << "the refused call moved the iterator";
     }
 
     const Bytes held_ = record(1);
@@ -150,7 +150,7 @@ TEST_P(StoreRequests, SecondaryKeysInUpdateAndDelete) {
     for (const Key &key : facts_.keys) {
         if (key.index != 0) {
             const KeyRequest secondary(key, held_);
-            expect_key_of_change_refused(&secondary.request, L2VPN_STORE_NOT_PRIMARY);
+            expect_primary_key_refused(&secondary.request, L2VPN_STORE_NOT_PRIMARY);
         }
     }
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Interleavings that are forced: one thread waits inside a setter, a memory service or a statistics
-// function until the others have made their calls.
+// Forced interleavings in the store: one thread blocks inside a setter, a memory service or a
+// statistics function until the others have made their calls.
 #include <algorithm>
 #include <atomic>
 
@@ -14,16 +14,16 @@ namespace {
 /// Step 1 ends when the store has called the function, which returns after step 2.
 Script *script = nullptr;
 
-void meet() {
-    script->over(1);
+void pause() {
+    script->advance_to(1);
     script->wait_for(2);
 }
 
-std::atomic<bool> met = false;
-void meet_once() {
-    set_intruder(nullptr);
-    met = true;
-    meet();
+std::atomic<bool> paused = false;
+void pause_once() {
+    set_allocation_hook(nullptr);
+    paused = true;
+    pause();
 }
 
 /// The contents that the setter writes, and its result.
@@ -31,17 +31,17 @@ const L2vpnDbTblIntf *table_set = nullptr;
 Bytes contents_set;
 std::uint32_t result_set = 0;
 
-std::uint32_t meeting_setter(const L2vpnDbRecData *, L2vpnDbRecObj *object, const std::uint32_t *,
+std::uint32_t pausing_setter(const L2vpnDbRecData *, L2vpnDbRecObj *object, const std::uint32_t *,
                              std::uint32_t) {
-    meet();
+    pause();
     const L2vpnDbRecData contents = record_request(contents_set);
     EXPECT_EQ(table_set->setAllFields(object, &contents), 0U);
     return result_set;
 }
 
-void meeting_stat(std::uint32_t event, std::uint32_t) {
+void pausing_stat(std::uint32_t event, std::uint32_t) {
     if (event == L2VPN_STORE_STAT_INSERTED)
-        meet();
+        pause();
 }
 
 constexpr std::uint32_t pool_size = 1200;
@@ -54,17 +54,17 @@ class StoreScripted : public StoreTest {
 protected:
     void SetUp() override {
         script = &script_;
-        EXPECT_EQ(quietly_counted(), 0U); // this thread becomes the table's owner
+        EXPECT_EQ(raw_count(), 0U); // this thread becomes the table's owner
     }
 
     // The fixture's calls check the counters, which other threads change.
 
-    std::uint32_t quietly_written(Bytes stored) const {
+    std::uint32_t raw_write(Bytes stored) const {
         const L2vpnDbRecData request = record_request(stored);
         return DAL_VELD_Write(module_, intf_, &request);
     }
     /// The record with the key value of `of`; nullopt if there is none.
-    [[nodiscard]] std::optional<Bytes> quietly_read(const Key &key, const Bytes &of) const {
+    [[nodiscard]] std::optional<Bytes> raw_read(const Key &key, const Bytes &of) const {
         const KeyRequest selected(key, TestRecords::key_value(key, of), KeyRequest::Value{});
         Bytes stored(facts_.stored_size);
         L2vpnDbRecData request = record_request(stored);
@@ -72,7 +72,7 @@ protected:
         EXPECT_TRUE(code == 0 || code == L2VPN_STORE_NOT_FOUND) << code;
         return code == 0 ? std::optional(stored) : std::nullopt;
     }
-    [[nodiscard]] std::uint32_t quietly_counted() const {
+    [[nodiscard]] std::uint32_t raw_count() const {
         std::uint32_t count = 77;
         EXPECT_EQ(DAL_VELD_Count(module_, intf_, &count), 0U);
         return count;
@@ -80,41 +80,41 @@ protected:
 
     /// Expects the table to hold this record only, under all its keys.
     void expect_only(const Bytes &stored) const {
-        EXPECT_EQ(quietly_counted(), 1U);
+        EXPECT_EQ(raw_count(), 1U);
         for (const Key &key : facts_.keys)
-            EXPECT_EQ(quietly_read(key, stored), stored) << key.name;
+            EXPECT_EQ(raw_read(key, stored), stored) << key.name;
     }
 
     /// Updates the first record on another thread, and calls `during` while the setter waits.
     template <class During>
     void update_while(std::uint32_t setter_result, During during) {
-        ASSERT_EQ(quietly_written(old_), 0U);
+        ASSERT_EQ(raw_write(old_), 0U);
         table_set = intf_;
         contents_set = new_;
         result_set = setter_result;
         const KeyRequest key(facts_.keys[0], pool_.primary(0), KeyRequest::Value{});
         const L2vpnDbRecData request = unread_record();
-        const L2vpnDbUpdData update{nullptr, 0, 0, meeting_setter};
+        const L2vpnDbUpdData update{nullptr, 0, 0, pausing_setter};
         std::jthread updater([&] {
             EXPECT_EQ(DAL_VELD_Update(module_, intf_, &key.request, &request, &update),
                       setter_result);
         });
         script_.wait_for(1);
-        expect_only(old_); // readers do not wait for a setter
+        expect_only(old_); // readers do not wait for the setter
         during([&] {
-            script_.over(2);
+            script_.advance_to(2);
             updater.join();
         });
     }
 
-    const TestRecords pool_{facts_, pool_size, TestRecords::Spread::apart};
+    const TestRecords pool_{facts_, pool_size, TestRecords::Spread::distinct};
     const Bytes old_ = pool_.make(0, 0);
     const Bytes new_ = pool_.make(0, 2);
     Script script_;
 };
 L2VPN_TEST_TYPED_TABLES(StoreScripted, has_pool);
 
-/// In a process that has used no table.
+/// Runs in a process of its own, in which the table is unused.
 class FreshStoreScripted : public StoreScripted {
 protected:
     void SetUp() override {
@@ -126,7 +126,7 @@ L2VPN_TEST_TYPED_TABLES(FreshStoreScripted, has_pool);
 
 TEST_P(StoreScripted, SetterAgainstReaders) {
     for (const std::uint32_t result : {0U, 7U}) {
-        script_.over(0);
+        script_.advance_to(0);
         update_while(result, [&](auto go_on) {
             go_on();
             expect_only(result == 0 ? new_ : old_);
@@ -136,17 +136,17 @@ TEST_P(StoreScripted, SetterAgainstReaders) {
 
 TEST_P(StoreScripted, SetterAgainstAnIterator) {
     L2vpnDbIter *const iterator = open(); // before the record is inserted
-    ASSERT_EQ(quietly_written(old_), 0U);
+    ASSERT_EQ(raw_write(old_), 0U);
     L2vpnDbIter *const late = open();
     update_while(0, [&](auto go_on) {
         Bytes stored(facts_.stored_size);
         L2vpnDbRecData request = record_request(stored);
         std::atomic<bool> returned = false;
-        Waiting reader([&] {
+        BackgroundCall reader([&] {
             EXPECT_EQ(DAL_VELD_GetNextEntry(module_, intf_, late, &request), 0U);
             returned = true;
         });
-        reader.wait_until_it_waits();
+        reader.wait_until_blocked();
         EXPECT_FALSE(returned);
         go_on();
         reader.join();
@@ -161,27 +161,27 @@ TEST_P(StoreScripted, SetterAgainstAnIterator) {
 TEST_P(StoreScripted, SetterAgainstADelete) {
     update_while(0, [&](auto go_on) {
         std::atomic<bool> returned = false;
-        Waiting deleter([&] {
+        BackgroundCall deleter([&] {
             const KeyRequest key(facts_.keys[0], pool_.primary(0), KeyRequest::Value{});
             EXPECT_EQ(DAL_VELD_Delete(module_, intf_, &key.request), 0U);
             returned = true;
         });
-        deleter.wait_until_it_waits();
+        deleter.wait_until_blocked();
         EXPECT_FALSE(returned);
         expect_only(old_);
         go_on();
         deleter.join();
-        EXPECT_EQ(quietly_counted(), 0U);
+        EXPECT_EQ(raw_count(), 0U);
         for (const Bytes &gone : {old_, new_})
             for (const Key &key : facts_.keys)
-                EXPECT_EQ(quietly_read(key, gone), std::nullopt);
+                EXPECT_EQ(raw_read(key, gone), std::nullopt);
     });
 }
 
 // One thread iterates; another one deletes the next record, and reinserts it.
 TEST_P(StoreScripted, IteratorsAgainstDeletes) {
     for (std::uint32_t i = 0; i < 6; ++i)
-        ASSERT_EQ(quietly_written(pool_.make(i, 0)), 0U);
+        ASSERT_EQ(raw_write(pool_.make(i, 0)), 0U);
     L2vpnDbIter *const iterator = open();
     std::vector<Bytes> delivered;
     std::vector<Bytes> deleted;
@@ -195,12 +195,12 @@ TEST_P(StoreScripted, IteratorsAgainstDeletes) {
                 const KeyRequest key(facts_.keys[0], pool_.primary(i), KeyRequest::Value{});
                 EXPECT_EQ(DAL_VELD_Delete(module_, intf_, &key.request), 0U);
                 if (turn != 1) {
-                    EXPECT_EQ(quietly_written(next), 0U);
+                    EXPECT_EQ(raw_write(next), 0U);
                 }
                 deleted.push_back(next);
                 break;
             }
-            script_.over(2 * turn + 2);
+            script_.advance_to(2 * turn + 2);
         }
     });
     Bytes stored(facts_.stored_size);
@@ -208,7 +208,7 @@ TEST_P(StoreScripted, IteratorsAgainstDeletes) {
     for (std::uint32_t turn = 0; turn < 3; ++turn) {
         EXPECT_EQ(DAL_VELD_GetNextEntry(module_, intf_, iterator, &request), 0U);
         delivered.push_back(stored);
-        script_.over(2 * turn + 1);
+        script_.advance_to(2 * turn + 1);
         script_.wait_for(2 * turn + 2);
     }
     deleter.join();
@@ -218,84 +218,84 @@ TEST_P(StoreScripted, IteratorsAgainstDeletes) {
         const Bytes record = pool_.make(i, 0);
         EXPECT_EQ(std::ranges::count(delivered, record) + std::ranges::count(deleted, record), 1);
     }
-    EXPECT_EQ(quietly_counted(), 5U);
+    EXPECT_EQ(raw_count(), 5U);
 }
 
 // No call waits for a statistics function.
 TEST_P(StoreScripted, StatisticsFunctionAgainstEverything) {
-    L2vpnDbTblIntf meeting = *intf_;
-    meeting.stat = meeting_stat;
+    L2vpnDbTblIntf pausing = *intf_;
+    pausing.stat = pausing_stat;
     std::jthread writer([&] {
         Bytes stored = old_;
         const L2vpnDbRecData request = record_request(stored);
-        EXPECT_EQ(DAL_VELD_Write(module_, &meeting, &request), 0U);
+        EXPECT_EQ(DAL_VELD_Write(module_, &pausing, &request), 0U);
         // The events are batched if another thread owns the table.
         for (std::uint32_t i = 0; i < L2VPN_STORE_EVENT_LOT; ++i) {
             std::uint32_t count = 0;
-            EXPECT_EQ(DAL_VELD_Count(module_, &meeting, &count), 0U);
+            EXPECT_EQ(DAL_VELD_Count(module_, &pausing, &count), 0U);
         }
     });
     script_.wait_for(1);
     expect_only(old_);
-    EXPECT_EQ(quietly_written(new_), 0U);
+    EXPECT_EQ(raw_write(new_), 0U);
     expect_only(new_);
     L2vpnDbIter *const iterator = DAL_VELD_CreateIterator(module_, intf_);
     EXPECT_EQ(DAL_VELD_ReleaseIterator(module_, intf_, iterator), 0U);
-    script_.over(2);
+    script_.advance_to(2);
     writer.join();
 }
 
-// A write waits for memory inside its write section: readers must not see it, and wait.
+// A write blocks in an allocation inside its write section: readers wait for it.
 TEST_P(FreshStoreScripted, WriteAgainstReaders) {
     if (is_used(table_))
         GTEST_SKIP() << "the table may have free slots";
-    ASSERT_EQ(quietly_written(old_), 0U);
+    ASSERT_EQ(raw_write(old_), 0U);
     std::atomic<std::uint32_t> written = 1;
     for (const bool fails : {false, true}) {
-        script_.over(0);
-        met = false;
+        script_.advance_to(0);
+        paused = false;
         std::jthread writer([&] {
-            set_intruder(meet_once);
+            set_allocation_hook(pause_once);
             if (fails)
                 fail_allocations_after(0);
-            while (!met) {
-                const std::uint32_t code = quietly_written(pool_.make(written, 0));
-                EXPECT_EQ(code, fails && met ? L2VPN_STORE_NO_MEMORY : 0U);
+            while (!paused) {
+                const std::uint32_t code = raw_write(pool_.make(written, 0));
+                EXPECT_EQ(code, fails && paused ? L2VPN_STORE_NO_MEMORY : 0U);
                 written += code == 0 ? 1 : 0;
             }
         });
         script_.wait_for(1);
-        EXPECT_EQ(quietly_counted(), written) << "a count does not wait";
+        EXPECT_EQ(raw_count(), written) << "a count does not wait";
         std::atomic<bool> returned = false;
-        Waiting reader([&] {
-            EXPECT_EQ(quietly_read(facts_.keys[0], old_), old_);
+        BackgroundCall reader([&] {
+            EXPECT_EQ(raw_read(facts_.keys[0], old_), old_);
             returned = true;
         });
-        reader.wait_until_it_waits();
+        reader.wait_until_blocked();
         EXPECT_FALSE(returned);
-        script_.over(2);
+        script_.advance_to(2);
         reader.join();
         writer.join();
-        EXPECT_EQ(quietly_counted(), written);
+        EXPECT_EQ(raw_count(), written);
         for (std::uint32_t i = 0; i < written; ++i)
-            EXPECT_EQ(quietly_read(facts_.keys[0], pool_.make(i, 0)), pool_.make(i, 0));
-        EXPECT_EQ(quietly_read(facts_.keys[0], pool_.make(written, 0)), std::nullopt);
+            EXPECT_EQ(raw_read(facts_.keys[0], pool_.make(i, 0)), pool_.make(i, 0));
+        EXPECT_EQ(raw_read(facts_.keys[0], pool_.make(written, 0)), std::nullopt);
     }
 }
 
 TEST_P(FreshStoreScripted, FirstCallsOnTwoThreads) {
     if (is_used(table_))
         GTEST_SKIP() << "the table has been used before";
-    set_intruder(meet_once);
-    std::jthread creator([&] { EXPECT_EQ(quietly_written(pool_.make(0, 0)), 0U); });
+    set_allocation_hook(pause_once);
+    std::jthread creator([&] { EXPECT_EQ(raw_write(pool_.make(0, 0)), 0U); });
     script_.wait_for(1);
-    Waiting other([&] { EXPECT_EQ(quietly_written(pool_.make(1, 0)), 0U); });
-    other.wait_until_it_waits();
-    script_.over(2);
+    BackgroundCall other([&] { EXPECT_EQ(raw_write(pool_.make(1, 0)), 0U); });
+    other.wait_until_blocked();
+    script_.advance_to(2);
     creator.join();
     other.join();
-    EXPECT_EQ(quietly_counted(), 2U);
-    EXPECT_EQ(quietly_read(facts_.keys[0], pool_.make(1, 0)), pool_.make(1, 0));
+    EXPECT_EQ(raw_count(), 2U);
+    EXPECT_EQ(raw_read(facts_.keys[0], pool_.make(1, 0)), pool_.make(1, 0));
 }
 
 } // namespace

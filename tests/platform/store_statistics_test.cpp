@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// When the events of several threads reach the table's counters.
+// The time at which events of several threads reach the table's counters: the owner of a table
+// reports at once, other threads in batches.
 #include <atomic>
 #include <memory>
 #include <thread>
@@ -11,7 +12,7 @@ namespace {
 
 class StoreStatistics : public StoreTest {
 protected:
-    // This thread reports at once, because it uses the table first.
+    // The first user becomes the table's owner.
     void SetUp() override { EXPECT_EQ(count(), 0U); }
 
     static void use(const TypedTable &table, std::uint32_t calls) {
@@ -28,7 +29,7 @@ protected:
 };
 L2VPN_TEST_TYPED_TABLES(StoreStatistics, any_table);
 
-/// In a process that has used no table.
+/// Runs in a process of its own, in which the table is unused.
 class FreshStoreStatistics : public StoreStatistics {};
 L2VPN_TEST_TYPED_TABLES(FreshStoreStatistics, any_table);
 
@@ -64,7 +65,7 @@ TEST_P(StoreStatistics, TheOwnerAlwaysReportsAtOnce) {
     }
 }
 
-TEST_P(StoreStatistics, OtherThreadsReportWhenTheyEnd) {
+TEST_P(StoreStatistics, ThreadExitFlushes) {
     const std::uint32_t before = counted(table_);
     std::jthread([&] {
         use(table_, 5);
@@ -73,7 +74,7 @@ TEST_P(StoreStatistics, OtherThreadsReportWhenTheyEnd) {
     EXPECT_EQ(counted(table_), before + 5);
 }
 
-TEST_P(StoreStatistics, OtherThreadsReportWhenTheyTurnToAnOwnedTable) {
+TEST_P(StoreStatistics, SwitchToAnOwnedTableFlushes) {
     use(other_, 1);
     const std::uint32_t before = counted(table_);
     std::jthread([&] {
@@ -84,7 +85,7 @@ TEST_P(StoreStatistics, OtherThreadsReportWhenTheyTurnToAnOwnedTable) {
     }).join();
 }
 
-TEST_P(FreshStoreStatistics, OtherThreadsReportWhenTheyTurnToAnUnownedTable) {
+TEST_P(FreshStoreStatistics, SwitchToAnUnownedTableFlushes) {
     if (is_used(other_)) {
         GTEST_SKIP() << "the other table has been used before";
     }

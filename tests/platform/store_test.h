@@ -23,7 +23,7 @@ namespace l2vpn::test {
 
 class StoreTest : public testing::TestWithParam<const TypedTable *> {
 protected:
-    // The store outlives a test, so that its records must be deleted.
+    // The store outlives the test, so its records are deleted.
     void TearDown() override {
         L2vpnDbIter *const iterator = open();
         while (const auto stored = next(iterator)) {
@@ -74,8 +74,8 @@ protected:
         }
         return result;
     }
-    /// Whether the table was used before. Tests of a table's first use are skipped then; in a
-    /// process per test, none is.
+    /// Whether the table was used before. Tests of a table's first use skip then; ctest avoids that
+    /// by a process for each.
     static bool is_used(const TypedTable &table) { return counters_of(table) != Counters{}; }
     [[nodiscard]] Counters counters() const { return counters_of(table_); }
 
@@ -110,7 +110,7 @@ protected:
         return result;
     }
 
-    // ---- Well-formed calls
+    // ---- Valid calls
 
     std::uint32_t write(const Bytes &caller) const {
         Bytes stored = packed(caller);

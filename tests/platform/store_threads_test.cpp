@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Many threads on one table: no record is torn, lost or delivered twice.
+// Several threads on one table: no record is torn, lost or delivered twice.
 #include <algorithm>
 #include <atomic>
 #include <barrier>
@@ -31,7 +31,7 @@ protected:
         }
     }
 
-    /// Random calls from all threads, alternating between the tables; the events must add up.
+    /// Makes random calls from all threads, alternating between the tables. The events must add up.
     static void play_random_calls(const std::vector<const TypedTable *> &tables,
                                   TestRecords::Spread spread) {
         std::vector<TestRecords> pools;
@@ -69,14 +69,14 @@ protected:
     }
 
     // The fixture's calls check the counters, which other threads change.
-    std::uint32_t write_quietly(const Bytes &caller) const { return table_.write(caller.data()); }
+    std::uint32_t raw_write(const Bytes &caller) const { return table_.write(caller.data()); }
 };
 
 L2VPN_TEST_TYPED_TABLES(StoreThreads, has_pool);
 
 // One thread replaces a record as fast as it can; the others read it.
-TEST_P(StoreThreads, ReadersSeeWholeRecordsOnly) {
-    const TestRecords pool(facts_, 1, TestRecords::Spread::apart);
+TEST_P(StoreThreads, ReadersSeeNoTornRecords) {
+    const TestRecords pool(facts_, 1, TestRecords::Spread::distinct);
     std::vector<Bytes> versions;
     for (std::uint32_t version = 0; version < TestRecords::versions; ++version)
         versions.push_back(pool.make(0, version));
@@ -133,7 +133,7 @@ TEST_P(StoreThreads, NoWriteIsLost) {
     const Counters before = counters();
     in_threads([&](std::uint32_t thread) {
         for (std::uint32_t i = 0; i < rounds; ++i) {
-            EXPECT_EQ(write_quietly(of(thread, i)), 0U);
+            EXPECT_EQ(raw_write(of(thread, i)), 0U);
         }
     });
     EXPECT_EQ(count(), keys.size());
@@ -160,15 +160,15 @@ TEST_P(StoreThreads, OneIteratorDeliversEachRecordToOneThread) {
 }
 
 TEST_P(StoreThreads, IteratorsSurviveWritesAndDeletes) {
-    const Bytes stays = record(1);
-    ASSERT_EQ(write(stays), 0U);
-    const Bytes expected = packed(stays);
+    const Bytes kept = record(1);
+    ASSERT_EQ(write(kept), 0U);
+    const Bytes expected = packed(kept);
     in_threads([&](std::uint32_t thread) {
         Bytes buffer(facts_.stored_size);
         L2vpnDbRecData request = record_request(buffer);
         for (std::uint32_t i = 0; i < rounds; ++i) {
-            const Bytes comes = record(2 + thread * rounds + i);
-            EXPECT_EQ(write_quietly(comes), 0U);
+            const Bytes added = record(2 + thread * rounds + i);
+            EXPECT_EQ(raw_write(added), 0U);
             L2vpnDbIter *const iterator = DAL_VELD_CreateIterator(module_, intf_);
             ASSERT_NE(iterator, nullptr);
             std::uint32_t seen = 0;
@@ -177,7 +177,7 @@ TEST_P(StoreThreads, IteratorsSurviveWritesAndDeletes) {
             }
             EXPECT_EQ(seen, 1U);
             EXPECT_EQ(DAL_VELD_ReleaseIterator(module_, intf_, iterator), 0U);
-            EXPECT_EQ(table_.remove(comes.data()), 0U);
+            EXPECT_EQ(table_.remove(added.data()), 0U);
         }
     });
     EXPECT_EQ(count(), 1U);
@@ -251,7 +251,7 @@ TEST_P(StoreThreads, MisusedHandlesAreRefused) {
     EXPECT_EQ(count(), 20U);
 }
 
-// The library's shared state: the fast iterator's slot, its initialization, the counters.
+// The library's shared state: the fast iterator's slot, its initialisation, the counters.
 TEST_P(StoreThreads, TypedCallsShareTheSlotAndTheCounters) {
     table_.glb_init(); // before any iterator is created
     auto *const fast = static_cast<L2vpnDbIter *>(table_.control_block);
@@ -274,7 +274,7 @@ TEST_P(StoreThreads, TypedCallsShareTheSlotAndTheCounters) {
             EXPECT_EQ(row.releaseIter(iterator), 0U);
             EXPECT_EQ(table_.remove(caller.data()), 0U);
             const std::uint32_t inserted = table_.get_stat(L2VPN_STORE_STAT_INSERTED);
-            EXPECT_LE(inserted - last, thread_count * rounds) << "a counter went back";
+            EXPECT_LE(inserted - last, thread_count * rounds) << "a counter decreased";
             last = inserted;
             EXPECT_EQ(table_.glb_init(), 0U);
         }
@@ -292,7 +292,7 @@ TEST_P(StoreThreads, TypedCallsShareTheSlotAndTheCounters) {
         EXPECT_EQ(after[event] - before[event], events[event]) << "event " << event;
 }
 
-// One handle, released by all threads at once, is released once.
+// All threads release one handle at once.
 TEST_P(StoreThreads, OneReleaseOfManySucceeds) {
     for (std::uint32_t i = 0; i < 20; ++i) {
         L2vpnDbIter *const iterator = open();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Partial updates: when the setter is called, and when its change is kept.
+// Partial updates: calls of the setter, and the effect of its result.
 #include "tests/platform/memory_service.h"
 #include "tests/platform/store_test.h"
 
@@ -10,7 +10,7 @@ namespace {
 struct Setter {
     const L2vpnDbTblIntf *table = nullptr;
     std::uint32_t result = 0;
-    Bytes new_contents; ///< a stored record to put in place; empty for no change
+    Bytes new_contents; ///< the stored record to set; empty for no change
     int calls = 0;
     const L2vpnDbRecData *record = nullptr;
     const std::uint32_t *ids = nullptr;
@@ -93,7 +93,7 @@ TEST_P(StoreUpdate, MissingRecordIsNotFoundWithoutASetterCall) {
     EXPECT_EQ(count(), 0U);
 }
 
-TEST_P(StoreUpdate, ChangeIsKeptWithAllKeys) {
+TEST_P(StoreUpdate, ChangeIsStoredUnderAllKeys) {
     const Bytes before = record(1);
     const Bytes after = with_primary_key_of(before, record(2));
     ASSERT_EQ(write(before), 0U);
@@ -109,7 +109,7 @@ TEST_P(StoreUpdate, ChangeIsKeptWithAllKeys) {
     }
 }
 
-TEST_P(StoreUpdate, ChangeIsDroppedWhenTheSetterFails) {
+TEST_P(StoreUpdate, FailedSetterChangesNothing) {
     const Bytes before = record(1);
     ASSERT_EQ(write(before), 0U);
     setter.new_contents = packed(with_primary_key_of(before, record(2)));

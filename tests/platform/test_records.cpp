@@ -29,7 +29,7 @@ std::uint64_t choices_of(TestRecords::Spread spread, std::uint64_t random) {
     switch (spread) {
     case TestRecords::Spread::skewed:
         return random % 16 != 0 ? 1 : many;
-    case TestRecords::Spread::apart:
+    case TestRecords::Spread::distinct:
         return std::uint64_t{1} << 32;
     default:
         return random % 2 != 0 ? 4 : many;
@@ -44,7 +44,7 @@ void set_member(Bytes &stored, const Field &member, std::uint32_t value) {
             i < 4 ? static_cast<std::uint8_t>(spread >> 8 * i) : std::uint8_t{0};
 }
 
-/// Whether the byte of a stored record belongs to a key.
+/// Whether the byte of a stored record is part of a key.
 bool in_a_key(const Facts &table, std::size_t at) {
     return std::ranges::any_of(table.keys, [at](const Key &key) {
         return std::ranges::any_of(key.members, [at](const Field &member) {

@@ -38,16 +38,16 @@ public:
     [[nodiscard]] const Facts &table() const { return table_; }
     [[nodiscard]] const Bytes &primary(std::uint32_t number) const { return primary_[number]; }
 
-    /// The stored record. Versions 2n and 2n + 1 differ, but not in any key.
+    /// The stored record. Versions 2n and 2n + 1 differ outside all keys only.
     [[nodiscard]] Bytes make(std::uint32_t number, std::uint32_t version) const;
 
-    /// The number of the record with the stored record's primary key.
+    /// The number of a stored record, by its primary key.
     [[nodiscard]] std::optional<std::uint32_t> number(const Bytes &stored) const;
 
     /// Whether `stored` is exactly one of the record's versions.
     [[nodiscard]] bool is_whole(std::uint32_t number, const Bytes &stored) const;
 
-    /// The value of a key in a stored record.
+    /// The key's value in a stored record.
     static Bytes key_value(const Key &key, const Bytes &stored);
 
 private:
@@ -55,7 +55,7 @@ private:
     const Spread spread_;
     std::vector<Bytes> primary_;
     ByBytes<std::uint32_t> numbers_;
-    std::size_t version_at_ = 0; ///< a byte that is in no key
+    std::size_t version_at_ = 0; ///< a byte outside all keys
 };
 
 } // namespace l2vpn::test

@@ -15,39 +15,39 @@ namespace l2vpn::test {
 
 class Script {
 public:
-    /// Blocks until step `step` is over.
+    /// Blocks until the script has reached `step`.
     void wait_for(std::uint32_t step) {
         std::unique_lock lock(mutex_);
-        moved_.wait(lock, [&] { return over_ >= step; });
+        moved_.wait(lock, [&] { return step_ >= step; });
     }
-    /// Marks all steps up to `step` as over.
-    void over(std::uint32_t step) {
+    /// Sets the step and wakes the threads that wait for it.
+    void advance_to(std::uint32_t step) {
         const std::lock_guard lock(mutex_);
-        over_ = step;
+        step_ = step;
         moved_.notify_all();
     }
 
 private:
     std::mutex mutex_;
     std::condition_variable moved_;
-    std::uint32_t over_ = 0;
+    std::uint32_t step_ = 0;
 };
 
 /// Runs a call on another thread; its creator can wait until that thread blocks.
-class Waiting {
+class BackgroundCall {
 public:
     template <class Call>
-    explicit Waiting(Call call)
+    explicit BackgroundCall(Call call)
         : thread_([this, call] {
               id_ = gettid();
-              started_.over(1);
+              started_.advance_to(1);
               call();
           }) {
         started_.wait_for(1);
     }
 
     /// Returns when the thread sleeps in the kernel, as on a contended mutex, or has ended.
-    void wait_until_it_waits() const {
+    void wait_until_blocked() const {
         const std::string path = "/proc/self/task/" + std::to_string(id_) + "/stat";
         for (;;) {
             std::string stat;

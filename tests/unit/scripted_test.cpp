@@ -27,22 +27,22 @@ protected:
         return std::atomic_ref(*reinterpret_cast<std::uint32_t *>(block().spin_lock()));
     }
 
-    /// Ends step 1 when the store is called, and blocks that call until step 2 is over.
+    /// Pauses the next store call: advances to step 1 and blocks until step 2.
     void hold(Op op) {
         platform().during_call = [this, op](const StoreCall &call) {
             if (call.op == op)
-                meet();
+                pause();
         };
     }
-    void meet() {
-        if (met.exchange(true))
+    void pause() {
+        if (paused.exchange(true))
             return;
-        script.over(1);
+        script.advance_to(1);
         script.wait_for(2);
     }
 
     Script script;
-    std::atomic<bool> met = false;
+    std::atomic<bool> paused = false;
     const Bytes first = sample_record(expected.record_size, 41);
     const Bytes second = sample_record(expected.record_size, 42);
     const Bytes third = sample_record(expected.record_size, 43);
@@ -58,7 +58,7 @@ TEST_P(Scripted, ReleaseDuringAnotherThreadsFallback) {
     script.wait_for(1);
     EXPECT_EQ(table.release_iter(fast_handle()), 0U);
     EXPECT_EQ(table.create_fast_pri_iter(third.data()), fast_handle());
-    script.over(2);
+    script.advance_to(2);
     late.join();
     EXPECT_EQ(slot_key(), key_of(third));
     EXPECT_EQ(block().in_use(), 1);
@@ -77,7 +77,7 @@ TEST_P(Scripted, CreateWhileTheOwnerReads) {
     EXPECT_EQ(table.release_iter(store_iterator()), 0U);
     EXPECT_EQ(slot_key(), key_of(first));
     EXPECT_EQ(block().delivered(), 1);
-    script.over(2);
+    script.advance_to(2);
     owner.join();
     EXPECT_EQ(found, unpacked_record(expected, platform().delivered, first));
     EXPECT_EQ(table.get_next(fast_handle(), found.data()), 60U);
@@ -94,7 +94,7 @@ TEST_P(Scripted, FirstInitialisationWhileTheSlotIsInUse) {
     EXPECT_EQ(block().in_use(), 1);
     EXPECT_EQ(slot_key(), key_of(first));
     EXPECT_EQ(table.create_fast_pri_iter(second.data()), store_iterator());
-    script.over(2);
+    script.advance_to(2);
     owner.join();
     EXPECT_EQ(table.release_iter(fast_handle()), 0U);
     EXPECT_EQ(table.create_fast_pri_iter(third.data()), fast_handle());
@@ -115,7 +115,7 @@ TEST_P(Scripted, OtherTablesDoNotBlock) {
     EXPECT_EQ(other.create_fast_pri_iter(record.data()), handle);
     EXPECT_EQ(other.release_iter(handle), 0U);
     EXPECT_EQ(block().in_use(), 1);
-    script.over(2);
+    script.advance_to(2);
     owner.join();
     std::memset(other.control_block, 0, other.control_block_size);
 }
@@ -128,7 +128,7 @@ class ScriptedKeyBuild : public Scripted {
 protected:
     void SetUp() override {
         Scripted::SetUp();
-        platform().during_copy = [this] { meet(); };
+        platform().during_copy = [this] { pause(); };
     }
 };
 
@@ -145,7 +145,7 @@ TEST_P(ScriptedKeyBuild, CreateAndReleaseWhileAnotherThreadBuildsItsKey) {
         returned = true;
     });
     EXPECT_FALSE(returned);
-    script.over(2);
+    script.advance_to(2);
     builder.join();
     creator.join();
     expect_key(only_call(Op::create_iterator_by_key).key, 0, second);
@@ -161,7 +161,7 @@ TEST_P(ScriptedKeyBuild, LaterInitialisationDoesNotChangeTheSpinLock) {
     script.wait_for(1);
     EXPECT_EQ(table.glb_init(), 0U);
     EXPECT_NE(lock_word(), 0U);
-    script.over(2);
+    script.advance_to(2);
     builder.join();
     EXPECT_EQ(slot_key(), key_of(first));
 }
@@ -176,7 +176,7 @@ TEST_P(ScriptedKeyBuild, FirstInitialisationResetsTheSpinLock) {
     EXPECT_EQ(lock_word(), 0U);
     EXPECT_EQ(table.create_fast_pri_iter(second.data()), fast_handle());
     EXPECT_EQ(slot_key(), key_of(second));
-    script.over(2);
+    script.advance_to(2);
     builder.join();
     EXPECT_EQ(block().in_use(), 1);
     EXPECT_EQ(lock_word(), 0U);
