@@ -50,7 +50,7 @@ class Demo(unittest.TestCase):
         self.assertLessEqual(len(lines), 90)
         self.assertLessEqual(max(map(len, lines)), 98)
 
-    def test_withdraws_exactly_what_was_learnt_over_the_failed_pseudowire(self):
+    def test_withdraws_the_addresses_learnt_over_the_failed_pseudowire(self):
         macs = json.loads(pathlib.Path(EXAMPLE).read_text(encoding="utf-8"))["l2vpn_vpls_vsimac"]
         learnt = [f"    {mac['macAddr']}  VLAN {mac['vlanId']}" for mac in macs
                   if (mac["vrIndex"], mac["instanceId"], mac.get("peerIp"), mac.get("pwId"))
@@ -60,7 +60,7 @@ class Demo(unittest.TestCase):
         self.assertEqual(lines[start:start + 6], learnt)
         self.assertEqual(len(learnt), 6)
 
-    def test_prints_the_same_each_time(self):
+    def test_output_is_deterministic(self):
         self.assertEqual(self.run_demo(EXAMPLE).stdout, self.run_demo(EXAMPLE).stdout)
 
     def test_file_with_errors(self):
@@ -87,7 +87,7 @@ class Demo(unittest.TestCase):
             self.assertEqual((result.returncode, result.stdout), (2, ""))
             self.assertIn("usage: l2vpn_demo [FILE]", result.stderr)
 
-    def test_right_file_without_a_protection_group(self):
+    def test_valid_file_without_a_protection_group(self):
         _, result = self.run_on('{"l2vpn_vpls_inst": [{"vrIndex": 1, "instanceId": 100}]}')
         self.assertEqual(result.returncode, 1)
         self.assertEqual(result.stderr, "l2vpn_demo: no protection group has its traffic on the "

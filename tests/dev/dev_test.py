@@ -1,6 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""./dev: its help, its errors, and when it installs packages. It runs in a folder of its own, on a system whose
-package manager is a recording."""
+"""Tests ./dev (help, errors, package installation) in a temporary folder with a fake package manager."""
 
 import os
 import re
@@ -35,7 +34,7 @@ class Dev(unittest.TestCase):
         path.chmod(0o755)
 
     def system(self, installed: bool, apt_get: str = "true") -> None:
-        """Debian, with or without python3, the one package that `generate` needs."""
+        """Fakes a Debian system with or without python3, the only package that `generate` needs."""
         self.script("dpkg-query", "echo 'ii python3'" if installed else "echo 'un python3'; exit 1")
         self.script("apt-get", apt_get)
         self.script("sudo", '"$@"')

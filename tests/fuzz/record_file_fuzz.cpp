@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The input as a record file: the tables hold all of it afterwards, or none and diagnostics say
-// why.
+// Loads the input as a record file: either all of its records are stored, or none and diagnostics
+// name the errors.
 #include <charconv>
 #include <map>
 #include <sstream>
@@ -20,20 +20,20 @@ namespace l2vpn::test {
 namespace {
 
 using Record = std::vector<std::byte>;
-/// Of each table, the records by primary key, with 0 in the padding.
+/// Each table's records by primary key, with zero padding.
 using Contents = std::map<std::string, std::map<Record, Record>>;
 
-/// A file in memory.
+/// An in-memory file.
 class File {
 public:
     File() : file_(memfd_create("records.json", 0)) {
-        require(file_ >= 0, "a file in memory");
+        require(file_ >= 0, "in-memory file");
         path_ = "/proc/self/fd/" + std::to_string(file_);
     }
     void write(const std::uint8_t *data, std::size_t size) const {
         require(ftruncate(file_, 0) == 0 &&
                     pwrite(file_, data, size, 0) == static_cast<ssize_t>(size),
-                "a file in memory");
+                "in-memory file");
     }
     [[nodiscard]] const std::string &path() const { return path_; }
 
@@ -50,7 +50,7 @@ Contents stored() {
         L2vpnDbIter *const iter = table.create_iter(0, nullptr);
         while (table.get_next(iter, record.data()) == L2VPN_DB_OK)
             contents[table.name][key_of(key, record)] = record;
-        require(table.release_iter(iter) == L2VPN_DB_OK, "a release");
+        require(table.release_iter(iter) == L2VPN_DB_OK, "result of ReleaseIter");
     }
     return contents;
 }
@@ -67,7 +67,7 @@ void invert() {
                         record[field.offset + i] ^= std::byte{0xFF};
             require(table.access->write(record.data(), static_cast<std::uint32_t>(record.size())) ==
                         L2VPN_DB_OK,
-                    "a write");
+                    "result of Write");
         }
     }
 }
@@ -76,17 +76,17 @@ void clear() {
     Contents contents = stored();
     for (const TypedTable &table : typed_tables)
         for (const auto &[key, record] : contents[table.name])
-            require(table.remove(record.data()) == L2VPN_DB_OK, "a delete");
+            require(table.remove(record.data()) == L2VPN_DB_OK, "result of Delete");
 }
 
-/// The field's bytes as the file gives them, read in a way of its own.
-Record given(const records::Field &field, const nlohmann::json &value) {
+/// The field's bytes, parsed independently of the loader.
+Record parse(const records::Field &field, const nlohmann::json &value) {
     Record bytes;
     if (value.is_string() && field.display >= records::Display::mac) {
         for (const char *at = value.get_ref<const std::string &>().c_str();; ++at) {
             char *end = nullptr;
             bytes.push_back(static_cast<std::byte>(std::strtoul(at, &end, 16)));
-            require(end == at + 2 && (*end == ':' || *end == '\0'), "two digits for a byte");
+            require(end == at + 2 && (*end == ':' || *end == '\0'), "two digits per byte");
             at = end;
             if (*at == '\0')
                 return bytes;
@@ -98,14 +98,14 @@ Record given(const records::Field &field, const nlohmann::json &value) {
             bytes.insert(bytes.begin(), static_cast<std::byte>(std::stoul(part)));
     } else if (value.is_array()) {
         for (const nlohmann::json &element : value) {
-            require(element.get<std::uint64_t>() <= 0xFF, "a number that a byte can hold");
+            require(element.get<std::uint64_t>() <= 0xFF, "range of a byte");
             bytes.push_back(static_cast<std::byte>(element.get<std::uint8_t>()));
         }
     } else {
         auto number = value.get<std::uint64_t>();
         for (std::size_t i = 0; i < field.width; ++i, number = number >> 4 >> 4)
             bytes.push_back(static_cast<std::byte>(number));
-        require(number == 0, "a number that the field can hold");
+        require(number == 0, "range of a field");
     }
     return bytes;
 }
@@ -127,8 +127,8 @@ void apply(const std::string &text, bool merge, Contents &contents) {
                 const auto set_fields = [&] {
                     for (const auto &[field_name, value] : json.items()) {
                         const records::Field &field = *table.field(field_name);
-                        const Record bytes = given(field, value);
-                        require(bytes.size() == field.width, "a value as long as the field");
+                        const Record bytes = parse(field, value);
+                        require(bytes.size() == field.width, "width of a value");
                         std::ranges::copy(bytes, record.begin() +
                                                      static_cast<std::ptrdiff_t>(field.offset));
                     }
@@ -145,18 +145,19 @@ void apply(const std::string &text, bool merge, Contents &contents) {
     }
 }
 
-void expect_place(const std::string &error, const std::string &path, std::size_t lines) {
+void expect_position(const std::string &error, const std::string &path, std::size_t lines) {
     const std::string_view text = error;
-    require(text.starts_with(path + ":"), "a message's file");
+    require(text.starts_with(path + ":"), "file of a diagnostic");
     std::size_t line = 0;
     const auto [end, code] =
         std::from_chars(text.data() + path.size() + 1, text.data() + text.size(), line);
-    require(code == std::errc{} && line >= 1 && line <= lines, "a message's line");
-    require(std::string_view(end, text.data() + text.size()).starts_with(": "), "a message");
-    require(text.size() >= path.size() + 10, "a message's text");
+    require(code == std::errc{} && line >= 1 && line <= lines, "line of a diagnostic");
+    require(std::string_view(end, text.data() + text.size()).starts_with(": "),
+            "format of a diagnostic");
+    require(text.size() >= path.size() + 10, "text of a diagnostic");
     require(std::ranges::none_of(text,
                                  [](char each) { return static_cast<unsigned char>(each) < ' '; }),
-            "a message of one line");
+            "diagnostic of one line");
 }
 
 } // namespace
@@ -173,39 +174,39 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
         changed.merge = merge;
         return l2vpn::records::load(file.path(), changed);
     };
-    const auto expect_refused = [&](const std::string &contents) {
+    const auto expect_rejected = [&](const std::string &contents) {
         const Contents before = stored();
         const auto result = load(contents);
         require(result.diagnostics.count > 0 && result.failure.empty(), "diagnostics");
-        require(result.stored == 0 && stored() == before, "tables as they were");
+        require(result.stored == 0 && stored() == before, "tables unchanged by an invalid file");
         const auto lines = 1 + static_cast<std::size_t>(std::ranges::count(contents, '\n'));
         for (const std::string &message : result.diagnostics.messages)
-            expect_place(message, file.path(), lines);
+            expect_position(message, file.path(), lines);
     };
     const auto loaded = load(text);
     if (loaded.diagnostics.count > 0) {
-        require(stored().empty(), "nothing stored");
-        expect_refused(text);
+        require(stored().empty(), "tables empty after an invalid file");
+        expect_rejected(text);
         return 0;
     }
-    require(loaded.failure.empty(), "a file that can be read");
+    require(loaded.failure.empty(), "reading the file");
     const std::size_t begin = text.starts_with("\xEF\xBB\xBF") ? 3 : 0;
     const bool json = text.find_first_not_of(" \t\r\n", begin) == text.find('{');
     Contents expected;
     if (json) {
         apply(text.substr(begin), false, expected);
         std::erase_if(expected, [](const auto &table) { return table.second.empty(); });
-        require(stored() == expected, "the records of the file");
+        require(stored() == expected, "records of the file");
     }
-    expect_refused(text + "\n]");
+    expect_rejected(text + "\n]");
     invert();
-    expect_refused(text + "\n]");
+    expect_rejected(text + "\n]");
     expected = stored();
-    require(load(text, true).errors().empty(), "the same file");
+    require(load(text, true).errors().empty(), "merging the same file");
     if (json) {
         apply(text.substr(begin), true, expected);
         std::erase_if(expected, [](const auto &table) { return table.second.empty(); });
-        require(stored() == expected, "the merged records");
+        require(stored() == expected, "merged records");
     }
     clear();
     return 0;

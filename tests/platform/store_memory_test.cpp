@@ -25,7 +25,7 @@ bool has_pool(const Facts &table) {
 }
 L2VPN_TEST_TYPED_TABLES(StoreMemory, has_pool);
 
-/// Runs in a process of its own, in which the table is unused.
+/// Runs in a separate process, in which the table is unused.
 class FreshStoreMemory : public StoreMemory {};
 L2VPN_TEST_TYPED_TABLES(FreshStoreMemory, any_table);
 

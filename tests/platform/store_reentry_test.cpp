@@ -91,7 +91,7 @@ protected:
 };
 L2VPN_TEST_TYPED_TABLES(StoreReentry, any_table);
 
-/// Runs in a process of its own, in which the table is unused.
+/// Runs in a separate process, in which the table is unused.
 class FreshStoreReentry : public StoreReentry {};
 L2VPN_TEST_TYPED_TABLES(FreshStoreReentry, any_table);
 

@@ -114,7 +114,7 @@ protected:
 };
 L2VPN_TEST_TYPED_TABLES(StoreScripted, has_pool);
 
-/// Runs in a process of its own, in which the table is unused.
+/// Runs in a separate process, in which the table is unused.
 class FreshStoreScripted : public StoreScripted {
 protected:
     void SetUp() override {

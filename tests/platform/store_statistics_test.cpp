@@ -29,7 +29,7 @@ protected:
 };
 L2VPN_TEST_TYPED_TABLES(StoreStatistics, any_table);
 
-/// Runs in a process of its own, in which the table is unused.
+/// Runs in a separate process, in which the table is unused.
 class FreshStoreStatistics : public StoreStatistics {};
 L2VPN_TEST_TYPED_TABLES(FreshStoreStatistics, any_table);
 

@@ -183,7 +183,7 @@ TEST_P(StoreThreads, IteratorsSurviveWritesAndDeletes) {
     EXPECT_EQ(count(), 1U);
 }
 
-// Each thread has an exact model of its own records and meets those of the others.
+// Each thread models its own records exactly and reads those of the others, too.
 TEST_P(StoreThreads, RandomCallsOnOneTable) {
     play_random_calls({&table_}, TestRecords::Spread::even);
 }

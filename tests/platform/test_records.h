@@ -27,7 +27,7 @@ public:
 
     /// The distribution of the secondary keys' values: short and long duplicate chains, mostly one
     /// long chain, or hardly any duplicates.
-    enum class Spread { even, skewed, apart };
+    enum class Spread { even, skewed, distinct };
 
     /// Whether the primary key has enough values, and the record a byte that is in no key.
     static bool fits(const Facts &table, std::uint32_t records);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The example file is valid and consistent in itself.
+// The example file is valid and consistent.
 
 #include <algorithm>
 #include <map>
@@ -50,8 +50,8 @@ TEST_F(ExampleFile, PrimaryKeysAreDistinct) {
     EXPECT_FALSE(tables.empty());
 }
 
-/// Records of one table that name a record of another. A record whose `unless_zero` field is 0
-/// names none.
+/// A foreign key: each record of `from` refers to a record of `to`, unless its `unless_zero` field
+/// is 0.
 struct Reference {
     const char *from;
     std::vector<const char *> from_fields;
@@ -60,7 +60,7 @@ struct Reference {
     const char *unless_zero = nullptr;
 };
 
-TEST_F(ExampleFile, RecordsThatNameOthersNameExistingOnes) {
+TEST_F(ExampleFile, ReferencesAreValid) {
     const std::vector<Reference> references = {
         {"l2vpn_vpls_inst", {"vrIndex"}, "l2vpn_glb_en", {"vrIndex"}},
         {"l2vpn_vll_inst", {"vrIndex"}, "l2vpn_glb_en", {"vrIndex"}},
@@ -210,15 +210,16 @@ TEST_F(ExampleFile, RecordsThatNameOthersNameExistingOnes) {
         for (const InputRecord &record : tables[from]) {
             if (unless_zero == nullptr || value(unless_zero, record) != "0") {
                 EXPECT_TRUE(existing.contains(values(from_fields, record)))
-                    << path << ":" << record.line << ": " << from << " names no record of " << to;
+                    << path << ":" << record.line << ": " << from << " refers to no record of "
+                    << to;
                 ++followed;
             }
         }
-        EXPECT_GT(followed, 0U) << from << " never names a record of " << to;
+        EXPECT_GT(followed, 0U) << from << " never refers to a record of " << to;
     }
 }
 
-TEST_F(ExampleFile, LabelsAndIndexesAreNotSharedBetweenPseudowires) {
+TEST_F(ExampleFile, PseudowiresShareNoLabelsOrIndexes) {
     for (const char *field : {"l2vpnIid", "inVcLabel", "pwTunnelId"}) {
         std::set<std::string> seen;
         for (const char *table : {"l2vpn_vpls_pw", "l2vpn_vll_pw"}) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Any allocation of a load may fail: the tables stay as they were.
+// Any allocation of a load may fail. The tables must not change.
 #include <cstdlib>
 #include <new>
 
@@ -7,10 +7,8 @@
 
 namespace {
 
-/// Allocations until one fails; below 0 none does.
-long allocations_left = -1;
-/// Whether only one fails, or all from then on.
-bool fails_once = false;
+long allocations_left = -1; ///< before one fails; negative: none fails
+bool fails_once = false;    ///< only one fails, not all later ones
 
 void *allocate(std::size_t size) {
     if (allocations_left == 0) {
@@ -42,7 +40,7 @@ namespace {
 
 class ExhaustedMemory : public RecordFileTest {
 protected:
-    /// Loads with one allocation more each time until none fails.
+    /// Loads with 0, 1, 2, ... successful allocations until none fails.
     void exhaust(const std::string &text, const records::LoadOptions &options) {
         expect_loaded(R"({"l2vpn_stp": [{"ifIndex": 2, "flags": 7}]})");
         const auto before = store_contents();
@@ -52,7 +50,7 @@ protected:
             allocations_left = allocations;
             try {
                 stored = records::load(path, options).stored > 0;
-            } catch (const std::bad_alloc &) { // there was none for the message either
+            } catch (const std::bad_alloc &) { // the diagnostic could not be allocated either
             }
             const bool failed = allocations_left <= 0 && !(fails_once && stored);
             allocations_left = -1;

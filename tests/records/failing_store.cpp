@@ -7,14 +7,14 @@
 
 namespace {
 
-/// The store's own function of this name.
+/// The interposed function.
 template <class Function>
 Function *next(const char *name) {
     return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
 }
 
-std::uint32_t answer(const l2vpn::test::FailingStore::Answer &asked, const L2vpnDbTblIntf *table) {
-    return asked ? asked(table->name) : 0;
+std::uint32_t injected(const l2vpn::test::FailingStore::Fault &fault, const L2vpnDbTblIntf *table) {
+    return fault ? fault(table->name) : 0;
 }
 
 } // namespace
@@ -24,13 +24,13 @@ using l2vpn::test::FailingStore;
 std::uint32_t DAL_VELD_Write(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
                              const L2vpnDbRecData *record) {
     static auto *const store = next<decltype(DAL_VELD_Write)>("DAL_VELD_Write");
-    const std::uint32_t code = answer(FailingStore::write, table);
+    const std::uint32_t code = injected(FailingStore::write, table);
     return code != 0 ? code : store(module, table, record);
 }
 
 std::uint32_t DAL_VELD_Delete(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
                               const L2vpnDbKeyData *key) {
     static auto *const store = next<decltype(DAL_VELD_Delete)>("DAL_VELD_Delete");
-    const std::uint32_t code = answer(FailingStore::remove, table);
+    const std::uint32_t code = injected(FailingStore::remove, table);
     return code != 0 ? code : store(module, table, key);
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Makes the store refuse calls: this program's DAL_VELD_Write and DAL_VELD_Delete precede the
+// Makes the store refuse calls: this program's DAL_VELD_Write and DAL_VELD_Delete interpose the
 // platform's.
 #pragma once
 
@@ -9,18 +9,18 @@
 
 namespace l2vpn::test {
 
-/// Asked before each call; 0 lets it reach the store, anything else is its result.
+/// Functions called before each store call. A result of 0 forwards the call; any other is returned.
 struct FailingStore {
-    using Answer = std::function<std::uint32_t(std::string_view table)>;
+    using Fault = std::function<std::uint32_t(std::string_view table)>;
 
-    static inline Answer write, remove;
+    static inline Fault write, remove;
     FailingStore() = default;
     FailingStore(const FailingStore &) = delete;
     FailingStore &operator=(const FailingStore &) = delete;
     ~FailingStore() { write = remove = nullptr; }
 
-    /// Lets some calls pass and refuses all others.
-    static Answer refuse_after(unsigned calls, std::uint32_t code) {
+    /// Forwards the first `calls` calls and refuses the others.
+    static Fault refuse_after(unsigned calls, std::uint32_t code) {
         return
             [calls, code](std::string_view) mutable { return calls-- > 0 ? 0 : (calls = 0, code); };
     }

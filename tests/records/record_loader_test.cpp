@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Loading valid files: the records in the store, replacing and merging. Failures in the middle.
+// Loads of valid files, replacing and merging, and failures during a load.
 #include "failing_store.h"
 #include "store_fixture.h"
 
@@ -22,7 +22,7 @@ namespace {
 
 using RecordLoader = RecordFileTest;
 
-TEST_F(RecordLoader, NumbersUpToTheHighest) {
+TEST_F(RecordLoader, LargestNumbers) {
     expect_loaded(
         R"({"l2vpn_vpls_pw": [{"vrIndex": 4294967295, "pwTunnelId": 7, "pwTunnelType": 255,
              "mtu": 65535, "timeStampSvc": 18446744073709551615}]})");
@@ -33,10 +33,10 @@ TEST_F(RecordLoader, NumbersUpToTheHighest) {
     ASSERT_EQ(L2VPN_DB_L2vpnVplsPwRead(&pw), L2VPN_DB_OK);
     EXPECT_EQ(pw.mtu, 65535);
     EXPECT_EQ(pw.timeStampSvc, UINT64_MAX);
-    EXPECT_EQ(pw.vcId, 0U) << "a field that is not given";
+    EXPECT_EQ(pw.vcId, 0U) << "an omitted field";
 }
 
-TEST_F(RecordLoader, AddressHasItsFirstPartInTheHighestByte) {
+TEST_F(RecordLoader, AddressStartsWithTheMostSignificantByte) {
     expect_loaded(
         R"({"l2vpn_vpls_pw": [{"vrIndex": 2, "pwTunnelId": 0, "pwTunnelType": 0, "peerIp": "192.0.2.1"}]})");
     L2vpnVplsPw pw{};
@@ -45,7 +45,7 @@ TEST_F(RecordLoader, AddressHasItsFirstPartInTheHighestByte) {
     EXPECT_EQ(pw.peerIp, 0xC0000201U);
 }
 
-TEST_F(RecordLoader, PairsAndBytesInTheirOrder) {
+TEST_F(RecordLoader, PairsAndBytesKeepTheirOrder) {
     expect_loaded(
         R"({"l2vpn_oam_staticmac": [{"vrIndex": 0, "instanceId": 0, "macAddr": "00:1b:44:11:3a:B7", "svcStatus": [1, 2],
              "svcErrcode": [0, 255], "rsv2": "0a:0b:0c"}]})");
@@ -85,7 +85,7 @@ TEST_F(RecordLoader, TableWithoutABatchVersion) {
     EXPECT_EQ(result.tnlType, 4);
 }
 
-TEST_F(RecordLoader, NoTablesAndNoRecordsAreRight) {
+TEST_F(RecordLoader, FilesWithoutRecordsAreValid) {
     expect_loaded("{}");
     expect_loaded(R"({"l2vpn_stp": []})");
     EXPECT_TRUE(store_contents().empty());
@@ -175,7 +175,7 @@ constexpr const char *three_tables =
 
 class FailingLoad : public RecordFileTest {
 protected:
-    /// Begins with a record that the file replaces.
+    /// Starts with a record that the file replaces.
     void SetUp() override {
         RecordFileTest::SetUp();
         const L2vpnVplsInst older = instance(2, 77, 5);
@@ -187,10 +187,10 @@ protected:
     FailingStore failing;
 };
 
-TEST_F(FailingLoad, EveryRefusedWriteLeavesTheTablesAsTheyWere) {
+TEST_F(FailingLoad, ARefusedWriteChangesNothing) {
     constexpr unsigned records = 5;
     for (unsigned passed = 0; passed < records; ++passed) {
-        // The undo log writes, too: one refusal only.
+        // Refuses one call only, because undoing writes, too.
         FailingStore::write = [left = passed](std::string_view) mutable {
             return left-- == 0 ? std::uint32_t{L2VPN_STORE_BAD_LENGTH} : 0;
         };
@@ -241,7 +241,7 @@ TEST_F(FailingLoad, RecordsThatCannotBeRestoredAreCounted) {
     clear_store();
 }
 
-TEST_F(FailingLoad, InterruptLeavesTheTablesAsTheyWere) {
+TEST_F(FailingLoad, AnInterruptChangesNothing) {
     for (const bool keep_going : {false, true}) {
         records::LoadOptions options{.keep_going = keep_going};
         options.progress = [](std::size_t stored, const records::InputFile &) {

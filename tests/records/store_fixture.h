@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A record file, and the contents of the store before and after.
+// Fixture: loads a record file into an empty store.
 #pragma once
 
 #include <cstddef>
@@ -43,7 +43,7 @@ inline void clear_store() {
     }
 }
 
-/// Begins with an empty store.
+/// Starts with an empty store.
 class RecordFileTest : public testing::Test {
 protected:
     void SetUp() override { clear_store(); }
@@ -59,8 +59,8 @@ protected:
         EXPECT_EQ(load(text, options).errors(), "") << text;
     }
 
-    /// Expects that a load stores nothing, for these reasons, each without the path.
-    void expect_refused(const std::string &text, const std::vector<std::string> &errors) const {
+    /// Expects a load to store nothing and to report these diagnostics, given without the path.
+    void expect_rejected(const std::string &text, const std::vector<std::string> &errors) const {
         const auto before = store_contents();
         const records::LoadResult loaded = load(text);
         std::vector<std::string> with_path = errors;
@@ -73,12 +73,12 @@ protected:
         EXPECT_EQ(store_contents(), before);
     }
 
-    /// The same of a file that is valid up to its last line, which is the given one, line 3.
-    void expect_line_refused(const std::string &line, const std::string &error) const {
-        expect_refused("{\"l2vpn_vpls_inst\": [{\"vrIndex\": 1, \"instanceId\": 100}],\n"
-                       " \"l2vpn_vll_inst\": [{\"vrIndex\": 1, \"instanceId\": 500}],\n" +
-                           line + "}\n",
-                       {":3: " + error});
+    /// The same for a file whose line 3 is invalid.
+    void expect_line_rejected(const std::string &line, const std::string &error) const {
+        expect_rejected("{\"l2vpn_vpls_inst\": [{\"vrIndex\": 1, \"instanceId\": 100}],\n"
+                        " \"l2vpn_vll_inst\": [{\"vrIndex\": 1, \"instanceId\": 500}],\n" +
+                            line + "}\n",
+                        {":3: " + error});
     }
 
     const std::string path =

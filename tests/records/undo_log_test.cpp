@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Undoing writes: in the buffer, in the temporary file, and when that fails.
+// The undo log: in the buffer, in the temporary file, and failures of either.
 #include <csignal>
 #include <map>
 
@@ -67,11 +67,11 @@ TEST_F(UndoLogTest, LongerThanTheBuffer) {
     EXPECT_EQ(stored().size(), count);
     EXPECT_EQ(undo_log.undo(), 0U);
     EXPECT_EQ(stored(), before);
-    EXPECT_EQ(undo_log.undo(), 0U) << "there is nothing left to undo";
+    EXPECT_EQ(undo_log.undo(), 0U) << "the log is empty";
     EXPECT_EQ(stored(), before);
 }
 
-TEST_F(UndoLogTest, WithoutRoomOnTheDisk) {
+TEST_F(UndoLogTest, FullDisk) {
     rlimit usual{};
     ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &usual), 0);
     const auto old_handler = std::signal(SIGXFSZ, SIG_IGN);
@@ -83,14 +83,14 @@ TEST_F(UndoLogTest, WithoutRoomOnTheDisk) {
         FileError);
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &usual), 0);
     (void)std::signal(SIGXFSZ, old_handler);
-    EXPECT_EQ(stored().size(), written) << "what is refused for lack of room is not written";
+    EXPECT_EQ(stored().size(), written) << "a write that cannot be logged is not made";
     EXPECT_GT(written * table.record_size, std::size_t{3} << 19)
         << "part of the log is in the file";
     EXPECT_EQ(undo_log.undo(), 0U);
     EXPECT_TRUE(stored().empty());
 }
 
-TEST_F(UndoLogTest, TemporaryFileThatCannotBeRead) {
+TEST_F(UndoLogTest, UnreadableTemporaryFile) {
     constexpr std::uint32_t count = 60000;
     for (std::uint32_t i = 0; i < count; ++i) {
         ASSERT_EQ(undo_log.write(table, record(i, 1), replaced), L2VPN_DB_OK);
@@ -103,7 +103,7 @@ TEST_F(UndoLogTest, TemporaryFileThatCannotBeRead) {
     }
     const std::size_t failed = undo_log.undo();
     EXPECT_GT(failed, 0U);
-    EXPECT_LT(failed, count) << "the buffer can be undone";
+    EXPECT_LT(failed, count) << "writes in the buffer are undone";
     EXPECT_EQ(stored().size(), failed);
 }
 
@@ -119,7 +119,7 @@ TEST_F(UndoLogTest, RecordsThatTheStoreRefuses) {
     EXPECT_EQ(stored().size(), 2U);
 }
 
-TEST_F(UndoLogTest, WorkThatFailsIsUndone) {
+TEST_F(UndoLogTest, FailedWorkIsUndone) {
     const auto work = [&](auto end) {
         return [this, end](UndoLog &log) -> bool {
             log.write(table, record(1, 1), replaced);

@@ -20,7 +20,8 @@ using WithoutRecord =
     std::conditional_t<std::is_same_v<T, const Record *>, const void *,
                        std::conditional_t<std::is_same_v<T, Record *>, void *, T>>;
 
-/// A typed function behind untyped record pointers; a function without such parameters as it is.
+/// Wraps a function with record parameters for untyped pointers. Leaves other functions as they
+/// are.
 template <class Record, auto function>
 struct Untyped;
 template <class Record, class Result, class... Arguments, Result (*function)(Arguments...)>

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What the tool says of tables, records and keys, against the figures that were written down by hand."""
+"""Compares the tool's descriptions of tables, records and keys with the expectation files."""
 
 import random
 import re
@@ -22,7 +22,7 @@ class Describe(ToolTest):
                 "storedSize": int(row["stored_size"]) if typed else None, "fields": int(row["fields"]),
                 "keys": int(row["keys"]), "records": 0 if typed else None})
 
-    def test_tables_for_people(self):
+    def test_tables_as_text(self):
         lines = self.lines("tables", "-l", EXAMPLE)
         self.assertEqual(lines[0], "table                    record  stored  fields  keys  records")
         self.assertIn("l2vpn_vpls_pw               280     276      43     6       18", lines)
@@ -49,7 +49,7 @@ class Describe(ToolTest):
                              for each in table["fields"] + table["padding"])
             self.assertEqual([at + width for at, width in covered[:-1]], [at for at, _ in covered[1:]])
 
-    def test_describe_for_people(self):
+    def test_describe_as_text(self):
         text = self.output("describe", "l2vpn_vpls_vsimac")
         for line in ("l2vpn_vpls_vsimac: caller record 136 bytes, stored record 132 bytes",
                      "macAddr        1       4      6       4  MAC address",
@@ -115,7 +115,7 @@ class Describe(ToolTest):
 
 class Bytes(ToolTest):
     def record(self, table: str) -> tuple[list[str], bytes, bytes]:
-        """Random values as arguments, and what they are packed to by a rule of this test's own."""
+        """Random values as arguments, and the caller and stored record that this test packs them to."""
         arguments, caller, stored = [], bytearray(int(TABLES[table]["record_size"])), b""
         for field in fields_of(table):
             value = RANDOM.randbytes(field["width"])
@@ -157,7 +157,7 @@ class Bytes(ToolTest):
                 self.assertEqual([(each["name"], each["bytes"]) for each in shown["members"]],
                                  [(name, value.hex()) for name, value in zip(key["members"], values)])
 
-    def test_key_for_people(self):
+    def test_key_as_text(self):
         lines = self.lines("key", "l2vpn_extnhp", "tunnelType=3", "tVrfIndex=0x0201", "vrIndex=1",
                            "tunnelId=65536")
         self.assertEqual(lines[0], "l2vpn_extnhp: key tunnel_key, index 3, flags 9, 13 bytes: "
@@ -166,7 +166,7 @@ class Bytes(ToolTest):
                                      "tVrfIndex    4  01020000  513", "tunnelType   8  03        3",
                                      "tunnelId     9  00000100  65536"])
 
-    def test_pack_for_people(self):
+    def test_pack_as_text(self):
         lines = self.lines("pack", "l2vpn_vpls_pw", "peerIp=10.0.0.2", "svcStatus=1,0")
         self.assertEqual(lines[0], "caller record, 280 bytes")
         row = " 60  02 00 00 0a                                      peerIp         "
@@ -174,7 +174,7 @@ class Bytes(ToolTest):
         self.assertIn("260  00 00 00 00                                      (padding)", lines)
         self.assertIn(row + "167772162", self.lines("pack", "l2vpn_vpls_pw", "peerIp=10.0.0.2", "--raw"))
 
-    def test_unpack_for_people(self):
+    def test_unpack_as_text(self):
         data = self.output("pack", "l2vpn_vpls_macping", "macAddr=00:1b:44:11:3a:b7", "--layout", "stored")
         spaced = " ".join(re.findall("..", data)) + "\n"
         for arguments, stdin in ((("-",), spaced), ((data.strip(),), "")):
@@ -211,7 +211,7 @@ class Bytes(ToolTest):
         (self.folder / "raw").write_bytes(caller)
         self.assertEqual(self.json("unpack", "l2vpn_vpls_vsimac", "raw"), expected)
 
-    def test_unpack_what_is_no_record(self):
+    def test_unpack_rejects_other_input(self):
         for text, message in {
                 "0200 zz": 'dump: found "zz", expected pairs of hexadecimal digits',
                 "00\n*\n00\n": "dump:3: found * without offsets, expected a dump of all bytes, as with -v",
@@ -245,7 +245,7 @@ class Bytes(ToolTest):
         self.assertTrue(self.run_tool("key", "--explain", *pw, "pwTunnelType=2", code=NO)[0].endswith(
             "\n0 records with this key\n"))
 
-    def test_impossible(self):
+    def test_tables_without_typed_access(self):
         for table in FORMAT_ONLY:
             for command in ("get", "find", "put", "delete", "key", "count", "stats", "dump", "bench"):
                 more = [] if command in ("count", "stats", "dump", "bench") else ["vrIndex=1"]

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Command lines, scripts, and a person at a terminal."""
+"""Command lines, scripts and the interactive shell."""
 
 import json
 import os
@@ -18,7 +18,7 @@ MANUAL = EXAMPLE.parents[1] / "src" / "tool" / "l2vpn-db.1"
 
 
 class CommandLine(ToolTest):
-    def test_mistakes(self):
+    def test_errors(self):
         stp = 'table "l2vpn_stp"'
         number = "expected a number from 0 to 18446744073709551615"
         for line, message in {
@@ -68,7 +68,7 @@ class CommandLine(ToolTest):
         }.items():
             self.assertEqual(self.refused(*line.split()), message, line)
 
-    def test_mistakes_for_programs(self):
+    def test_errors_as_json(self):
         out, err = self.run_tool("describe", "l2vpn_et", "--json", code=BAD_INPUT)
         self.assertEqual(out, "")
         self.assertEqual(err, '{"version":1,"error":"l2vpn-db: unknown table \\"l2vpn_et\\"; '
@@ -85,7 +85,7 @@ class CommandLine(ToolTest):
             _, err = self.run_tool(*line, code=None)
             self.assertLess(len(err), 1000, line[0][:20])
 
-    def test_one_form_of_output(self):
+    def test_output_formats_exclude_each_other(self):
         for line, options in {"get --line l2vpn_stp ifIndex=1": "--json and --line",
                               "unpack --line l2vpn_stp 00": "--json and --line",
                               "pack --layout caller l2vpn_stp": "--json and --layout",
@@ -120,7 +120,7 @@ class CommandLine(ToolTest):
             for arguments in (["load", "--", name], ["load", f"./{name}"]):
                 self.assertIn("1 record stored in 1 table", self.output(*arguments))
 
-    def test_values_as_people_write_them(self):
+    def test_notations_of_values(self):
         for text, packed in {"peerIp=10.0.0.2": "0200000a", "peerIp=167772162": "0200000a",
                              "peerIp=0x0A000002": "0200000a"}.items():
             self.assertEqual(self.output("pack", "l2vpn_vpls_pw", text, "--layout", "stored")[120:128], packed)
@@ -173,7 +173,7 @@ class Manual(ToolTest):
             self.assertTrue(result.stdout or ">" in line, line)
 
     def test_members_of_json(self):
-        """The members that the manual lists are those of the output."""
+        """The manual lists exactly the members of the output."""
         json_text = self.TEXT.split(".SH JSON OUTPUT")[1].replace("\n", " ")
         network = self.write("network", self.output("generate", "--instances", 1))
         for name, command in {"tables": "tables", "table": "describe l2vpn_stp", "layout": "layout l2vpn_stp",
@@ -200,7 +200,7 @@ class Manual(ToolTest):
 
 class Script(ToolTest):
     def test_lines(self):
-        script = self.write("script", f"# what follows works on one store\n\nload '{EXAMPLE}'\r\n"
+        script = self.write("script", f"# all lines use one store\n\nload '{EXAMPLE}'\r\n"
                             f"count l2vpn_vpls_pw # 18\n  get \"l2vpn_stp\" ifInd\\ex={IF_INDEX} --line\nquit\nnonsense\n")
         lines = self.lines("shell", script)
         self.assertRegex(lines[0], rf"{EXAMPLE}: \d+ records stored in \d+ tables")
@@ -209,7 +209,7 @@ class Script(ToolTest):
         self.assertEqual(lines, self.lines("shell", "-", stdin=script.read_text(encoding="utf-8")))
         self.assertEqual(lines, self.lines(stdin=script.read_text(encoding="utf-8")))
 
-    def test_stops_at_what_fails(self):
+    def test_stops_at_the_first_failure(self):
         script = self.write("script", "count l2vpn_stp\n\ncuont\ncount l2vpn_stp\n")
         out, err = self.run_tool("shell", script, code=BAD_INPUT)
         self.assertEqual(out.count("\n"), 2)
@@ -219,7 +219,7 @@ class Script(ToolTest):
         out, err = self.run_tool("shell", code=NO, stdin="tables\ndelete l2vpn_stp ifIndex=1\ntables\n")
         self.assertEqual(err, "standard input:2: stopped: the command exited with 1\n")
 
-    def test_mistakes(self):
+    def test_errors(self):
         for line, message in {
                 'get "l2vpn_stp': '1: unclosed quotation mark "',
                 "shell": "1: shell: already in a shell",
@@ -237,7 +237,7 @@ class Script(ToolTest):
                          ["l2vpn_stp        5"] * 2)
         self.assertEqual(self.lines(stdin=f"--load '{EXAMPLE}'\ncount l2vpn_stp\n")[1:], ["l2vpn_stp        5"])
 
-    def test_options_hold_for_all_lines(self):
+    def test_options_apply_to_all_lines(self):
         lines = self.lines("--json", "shell", stdin="count l2vpn_stp\ncount l2vpn_stp\n")
         self.assertEqual(lines, ['{"version":1,"counts":{"l2vpn_stp":0}}'] * 2)
 
@@ -310,7 +310,7 @@ class Terminal(ToolTest):
                               capture_output=True, text=True, check=check, timeout=30).stdout
 
     def hang_up(self) -> None:
-        """Takes the terminal away and waits for the tool to end."""
+        """Closes the terminal and waits for the tool to exit."""
         process = self.tmux("display-message", "-p", "#{pane_pid}", check=False).strip()
         self.tmux("kill-server", check=False)
         while process and pathlib.Path("/proc", process).exists():
@@ -320,7 +320,7 @@ class Terminal(ToolTest):
         self.tmux("send-keys", *keys)
 
     def enter(self, line: str) -> list[str]:
-        """What the screen shows when the line has been run: not before it stands there."""
+        """Types and runs a line. Returns the screen afterwards."""
         self.keys(line)
         self.wait(f"l2vpn-db> {line}")
         self.keys("Enter")
@@ -397,7 +397,7 @@ class Terminal(ToolTest):
             self.assertIn("l2vpn-db: interrupted", self.wait("l2vpn-db>")[-2])
         self.assertEqual(self.enter("count l2vpn_stp")[-2].split(), ["l2vpn_stp", "5"])
 
-    def test_history_of_last_time(self):
+    def test_history_of_the_previous_session(self):
         self.enter("count l2vpn_stp")
         self.keys("quit", "Enter")
         while self.tmux("list-sessions", check=False):
@@ -409,7 +409,7 @@ class Terminal(ToolTest):
 
 
 class Pseudoterminal(ToolTest):
-    """What is written to a terminal only."""
+    """Output that depends on a terminal: colours, width, progress."""
 
     def run_on_terminal(self, *arguments: object, feed=None, columns: int = 0, **environment) -> str:
         primary, secondary = pty.openpty()
@@ -440,7 +440,7 @@ class Pseudoterminal(ToolTest):
         self.assertNotIn("\x1b", self.output("tables", TERM="xterm"))
 
     def narrow(self, *arguments: object, columns: int = 80) -> list[str]:
-        """Lines that all have room."""
+        """Returns the lines. Expects none wider than the terminal."""
         text = self.run_on_terminal(*arguments, columns=columns, NO_COLOR="1").replace("\r", "")
         for line in text.splitlines():
             self.assertLessEqual(len(line), columns)
@@ -488,7 +488,7 @@ class Pseudoterminal(ToolTest):
         self.assertRegex(text, r"\r\x1b\[K\d+ records, \d+/s: standard input\r\x1b\[K-: 4000 records stored")
         self.assertNotIn("\r\x1b", self.run_on_terminal("load", EXAMPLE))
 
-    def test_progress_where_it_is_narrow(self):
+    def test_progress_in_a_narrow_terminal(self):
         primary, secondary = pty.openpty()
         termios.tcsetwinsize(secondary, (24, 40))
         with subprocess.Popen([PROGRAM, "generate", "--instances", "10000000", "--output", "/dev/null"],

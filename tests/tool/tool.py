@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Runs the tool for its tests, and the expected facts of the tables."""
+"""Shared by the tool's tests: runs the tool, and reads the expected facts of the tables."""
 
 import json
 import os
@@ -34,7 +34,7 @@ FORMAT_ONLY = [name for name in TABLES if name not in TYPED]
 
 
 def fields_of(table: str) -> list[dict]:
-    """With the offset in the stored record, which has no gaps."""
+    """The table's fields, with their offsets in the stored record, which has no padding."""
     fields, stored = [], 0
     for row in expected("fields"):
         if row["table"] == table:
@@ -69,7 +69,7 @@ class ToolTest(unittest.TestCase):
         return out, err
 
     def output(self, *arguments: object, **more) -> str:
-        """What it prints; it says nothing of mistakes."""
+        """Returns standard output. Expects nothing on standard error."""
         out, err = self.run_tool(*arguments, **more)
         self.assertEqual(err, "", arguments)
         return out
@@ -89,14 +89,14 @@ class ToolTest(unittest.TestCase):
         return objects[0]
 
     def refused(self, *arguments: object, code: int = BAD_INPUT, **more) -> str:
-        """What it says of a mistake, and does nothing else."""
+        """Returns the diagnostic of a failing call. Expects nothing on standard output."""
         out, err = self.run_tool(*arguments, code=code, **more)
         self.assertEqual(out, "", arguments)
         self.assertTrue(err.startswith("l2vpn-db: "), err)
         return err.removeprefix("l2vpn-db: ").rstrip("\n")
 
     def generated(self, *arguments: object) -> tuple[pathlib.Path, dict]:
-        """A file with made-up records of every table, and the records by table."""
+        """Generates a file with records of every table. Returns its path and the records by table."""
         path = self.write("generated", self.output("generate", *arguments))
         records = {table: [] for table in TYPED}
         for line in path.read_text(encoding="utf-8").splitlines():
