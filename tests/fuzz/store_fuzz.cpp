@@ -175,10 +175,10 @@ struct KeyCall {
     std::optional<Exact> id;
     std::optional<Exact> value;
     L2vpnDbKeyData request{};
-    bool null = false; ///< a null pointer instead of the request
-    Codes refused; ///< the acceptable error codes; empty if valid    std::size_t index = 0; ///< if
-                   ///< there is no error
-    Bytes wanted;  ///< the key value, if there is no error
+    bool null = false;     ///< a null pointer instead of the request
+    Codes refused;         ///< the acceptable error codes; empty if valid
+    std::size_t index = 0; ///< of a valid request
+    Bytes wanted;          ///< the key value of a valid request
 
     [[nodiscard]] const L2vpnDbKeyData *pointer() const { return null ? nullptr : &request; }
 };
@@ -188,6 +188,7 @@ struct RecordCall {
     L2vpnDbRecData request{};
     bool null = false; ///< a null pointer instead of the request
     Codes refused;     ///< the acceptable error codes; empty if valid
+
     L2vpnDbRecData *pointer() { return null ? nullptr : &request; }
 };
 

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Records through the tool: loaded, shown, found, changed, compared and made up."""
+"""Records through the tool: load, get, find, dump, put, delete, diff, generate."""
 
 import csv
 import fcntl
@@ -52,12 +52,12 @@ class Show(ToolTest):
         for table in TYPED:
             for key in keys_of(table):
                 sample = records[table][-1]
-                wanted = {name: sample.get(name, 0) for name in key["members"]}
-                arguments = [f"{name}={value}" for name, value in wanted.items()]
+                members = {name: sample.get(name, 0) for name in key["members"]}
+                arguments = [f"{name}={value}" for name, value in members.items()]
                 random.Random(3).shuffle(arguments)
                 found = self.json_lines("-l", path, "find", table, "--key", key["key"], *arguments)
                 expected = [each for each in records[table]
-                            if all(each.get(name, 0) == value for name, value in wanted.items())]
+                            if all(each.get(name, 0) == value for name, value in members.items())]
                 self.assertEqual(len(found), len(expected), (table, key["key"]))
                 for each in found:
                     shown = each[table][0]
@@ -74,7 +74,7 @@ class Show(ToolTest):
         out, err = self.run_tool("find", "l2vpn_vpls_pw", "instanceId=1", code=NO)
         self.assertEqual((out, err), ("", "l2vpn_vpls_pw: no record with this instance_key; key --explain shows the closest\n"))
 
-    def test_dump_leaves_out_what_is_0(self):
+    def test_dump_omits_zero_fields(self):
         lines = self.lines("-l", EXAMPLE, "dump", "l2vpn_stp")
         self.assertTrue(lines[0].startswith("ifIndex  vrIndex  "), lines[0])
         self.assertNotIn("flags", lines[0])
@@ -92,7 +92,7 @@ class Show(ToolTest):
         self.assertEqual(len(lines), 1 + len(RECORDS["l2vpn_stp"]) - 1)
         self.assertTrue(all(line.startswith("ifIndex:") for line in lines))
 
-    def test_what_is_dumped_can_be_loaded(self):
+    def test_dumps_can_be_loaded(self):
         source, records = self.generated("--instances", 3)
         total = sum(map(len, records.values()))
         for options in (["--json"], ["--json", "--raw"]):
@@ -112,7 +112,7 @@ class Show(ToolTest):
                 self.assertEqual(self.json_lines("diff", source, f"{table}.csv", code=NO)[-1]["diff"], {
                     "removed": total - same, "added": 0, "changed": 0, "same": same})
 
-    def test_output_file_is_whole_or_not_there(self):
+    def test_output_file_is_complete_or_absent(self):
         self.assertIn("/no/such/folder/x: cannot be written: No such file",
                       self.refused("dump", "--output", "/no/such/folder/x", code=FAILED))
         self.write("kept", "old")
@@ -121,7 +121,7 @@ class Show(ToolTest):
         self.assertEqual((self.folder / "kept").read_text(encoding="utf-8"), "old")
         self.assertEqual([path.name for path in self.folder.iterdir()], ["kept"])
 
-    def test_output_into_what_is_there(self):
+    def test_output_into_existing_files(self):
         text = self.output("-l", EXAMPLE, "dump", "l2vpn_stp", "--csv")
         target = self.write("target", "old")
         target.chmod(0o640)
@@ -149,7 +149,7 @@ class Show(ToolTest):
                 self.assertEqual(process.wait(timeout=60), -number)
             self.assertEqual(list(self.folder.iterdir()), [])
 
-    def test_output_that_nobody_takes(self):
+    def test_output_to_a_full_device(self):
         script = self.write("script", "tables\n")
         with open("/dev/full", "wb") as full:
             for arguments in (["tables"], ["shell", script], ["dump", "--json", "-l", EXAMPLE], ["--help"],
@@ -160,7 +160,7 @@ class Show(ToolTest):
                 self.assertIn(b"No space left on device", result.stderr)
 
 
-class Change(ToolTest):
+class Changes(ToolTest):
     def test_put_get_update_delete(self):
         key = "vrIndex=1 instanceId={} macAddr=00:1b:44:11:3a:b7"
         script = "\n".join((
@@ -211,13 +211,13 @@ class Change(ToolTest):
         self.assertEqual(self.refused("set", *PW[:3], "mtu=1"), f'table "{table}", key "primary_key": found no '
                          "pwTunnelType, expected all of vrIndex, pwTunnelId, pwTunnelType")
 
-    def test_nothing_to_change(self):
+    def test_change_of_a_missing_record(self):
         for command in (["delete", "l2vpn_stp", "ifIndex=1"],
                         ["set-batch-version", "l2vpn_stp", "3", "ifIndex=1"]):
             out, err = self.run_tool(*command, code=NO)
             self.assertEqual((out, err), ("l2vpn_stp: ifIndex 1: no such record\n", ""))
 
-    def test_impossible(self):
+    def test_invalid_batch_versions(self):
         self.assertEqual(self.refused("set-batch-version", "l2vpn_vpls_macpingup", 3, "vrId=1"),
                          'table "l2vpn_vpls_macpingup": found no batchVersion, expected a table whose '
                          "records have one")
@@ -240,8 +240,8 @@ class Load(ToolTest):
             self.assertEqual(self.lines("load", "-", "--table", "l2vpn_stp", stdin=text),
                              ["-: 1 record stored in 1 table"])
 
-    def test_what_comes_slowly(self):
-        """The form of a text is told by its first line, however it comes."""
+    def test_slow_input(self):
+        """The first line decides the format, even if it arrives in pieces."""
         with subprocess.Popen([PROGRAM, "load", "-"], stdin=subprocess.PIPE, stdout=subprocess.PIPE) as load:
             for piece in (b"\n \n{", b'"l2vpn_st', b'p":[{"ifIndex":1}]}', b"\n{}", b'\n{"l2vpn_stp":',
                           b'[{"ifIndex":2}]}'):
@@ -251,41 +251,41 @@ class Load(ToolTest):
             load.stdin.close()
             self.assertEqual(load.stdout.read(), b"-: 2 records stored in 1 table\n")
 
-    def refuse(self, text: str, *messages: str, name: str = "l2vpn_stp.csv", code: int = BAD_INPUT):
-        """None of the file is stored, and these are the reasons."""
+    def reject(self, text: str, *messages: str, name: str = "l2vpn_stp.csv", code: int = BAD_INPUT):
+        """Expects these diagnostics, and none of the file's records stored."""
         self.write(name, text)
         out, err = self.run_tool("load", name, code=code)
         self.assertEqual(err.splitlines(), [f"{name}:{message}" for message in messages], text)
         self.assertIn(f"{name}: 0 records stored in 0 tables", out)
 
-    def test_csv_that_is_wrong(self):
+    def test_invalid_csv(self):
         stp = ' table "l2vpn_stp"'
-        self.refuse("ifIndex,mtuu\n1,2\n", f'1:{stp}: unknown field "mtuu"')
-        self.refuse("ifIndex,ifIndex\n1,2\n", f'1:{stp}, field "ifIndex": found a second column, '
+        self.reject("ifIndex,mtuu\n1,2\n", f'1:{stp}: unknown field "mtuu"')
+        self.reject("ifIndex,ifIndex\n1,2\n", f'1:{stp}, field "ifIndex": found a second column, '
                     "expected one")
-        self.refuse('ifIndex,vrIndex\n1,2\n3\n4,5,6\n7,"8\n9,1\n',
+        self.reject('ifIndex,vrIndex\n1,2\n3\n4,5,6\n7,"8\n9,1\n',
                     f"3:{stp}: found 1 cell, expected 2 cells as in the first line",
                     f"4:{stp}: found 3 cells, expected 2 cells as in the first line",
                     f"5:{stp}: found an unclosed quotation mark, expected 2 cells as in the "
                     "first line")
-        self.refuse('ifIndex\n1"2\n"3"4\n5\n',
+        self.reject('ifIndex\n1"2\n"3"4\n5\n',
                     f"2:{stp}: found a quotation mark within a cell, expected 1 cell as in the first line",
                     f"3:{stp}: found a quotation mark within a cell, expected 1 cell as in the first line")
-        self.refuse("ifIndex\n" + "1" * 70000 + "\n", f"2:{stp}: found a cell of more than 65536 "
+        self.reject("ifIndex\n" + "1" * 70000 + "\n", f"2:{stp}: found a cell of more than 65536 "
                     "characters, expected 1 cell as in the first line")
-        self.refuse("ifIndex,svcStatus\n-1,\"1,0\"\n1,1\n2,\"1,256\"\n",
+        self.reject("ifIndex,svcStatus\n-1,\"1,0\"\n1,1\n2,\"1,256\"\n",
                     f'2:{stp}, field "ifIndex": found "-1", expected a number from 0 to 4294967295',
                     f'3:{stp}, field "svcStatus": found "1", expected a list of two numbers from 0 to 255',
                     f'4:{stp}, field "svcStatus": found [1, 256], expected a list of two '
                     "numbers from 0 to 255")
-        self.refuse("ifIndex\n1\n", "1: found text that is not JSON, expected an object of tables, or "
+        self.reject("ifIndex\n1\n", "1: found text that is not JSON, expected an object of tables, or "
                     "CSV in a file or with --table that names its table", name="other.csv")
-        self.refuse("ifIndex\n1\n", '1: table "l2vpn_eth": found a table that can only be formatted, '
+        self.reject("ifIndex\n1\n", '1: table "l2vpn_eth": found a table that can only be formatted, '
                     "expected one that is stored", name="l2vpn_eth.csv")
-        self.refuse("", "1: found an empty file, expected an object of tables")
+        self.reject("", "1: found an empty file, expected an object of tables")
 
-    def test_json_lines_that_are_wrong(self):
-        self.refuse('{"l2vpn_stp":[{"ifIndex":1}]}\n{"l2vpn_stp":[{"ifIndex":2]}\nnonsense\n'
+    def test_invalid_json_lines(self):
+        self.reject('{"l2vpn_stp":[{"ifIndex":1}]}\n{"l2vpn_stp":[{"ifIndex":2]}\nnonsense\n'
                     '{"l2vpn_stpp":[{"ifIndex":2}]}\n{"l2vpn_stp":[{"ifIndex":3},{"flagss":1}]}\n'
                     '{"version":2}\n{"version":[1]}\n',
                     "2: syntax error while parsing object - unexpected ']'; expected '}'",
@@ -295,10 +295,10 @@ class Load(ToolTest):
                     "6: version: found 2, expected 1",
                     "7: version: found [1], expected 1", name="lines")
 
-    def test_first_line_that_is_wrong(self):
-        """A wrong line does not harm the next one, but a text of several lines is one text."""
+    def test_invalid_first_line(self):
+        """An invalid line does not affect the next one. JSON that spans lines is one text."""
         stp = '{"l2vpn_stp":[{"ifIndex":%d}]}\n'
-        self.refuse(stp[:-3] % 1 + "}]}\n" + stp % 2 + "{]\n", "1: syntax error while parsing array - "
+        self.reject(stp[:-3] % 1 + "}]}\n" + stp % 2 + "{]\n", "1: syntax error while parsing array - "
                     "unexpected '}'; expected ']'", "3: syntax error while parsing object key - "
                     "unexpected ']'; expected string literal", name="lines")
         self.assertEqual(self.lines("load", "-", stdin='{"l2vpn_stp":[{"ifIndex":1}\n,{"ifIndex":2}]}'),
@@ -306,11 +306,11 @@ class Load(ToolTest):
 
     def test_text_after_nul(self):
         stp = '{"l2vpn_stp":[{"ifIndex":1}]}'
-        self.refuse(stp + "\0" + stp, "1: found a NUL character, expected the end of the text", name="x")
-        self.refuse("{\n" + stp[1:] + "\0" + stp, "2: found a NUL character, expected the end of the text",
+        self.reject(stp + "\0" + stp, "1: found a NUL character, expected the end of the text", name="x")
+        self.reject("{\n" + stp[1:] + "\0" + stp, "2: found a NUL character, expected the end of the text",
                     name="x")
 
-    def test_all_or_nothing_of_each_file(self):
+    def test_each_file_is_all_or_nothing(self):
         good = self.write("good", '{"l2vpn_stp":[{"ifIndex":1,"vrIndex":1},{"ifIndex":2}]}\n')
         bad = self.write("bad", '{"l2vpn_stp":[{"ifIndex":1,"vrIndex":9},{"ifIndex":1,"vrIndex":8},'
                          '{"ifIndex":3}]}\n{"l2vpn_stp":[{"ifIndex":-1}]}\n{"l2vpn_stp":[{"ifIndex":4}]}\n')
@@ -341,8 +341,8 @@ class Load(ToolTest):
 
     def test_primary_keys_are_whole(self):
         missing = 'table "l2vpn_vpls_exp", key "primary_key": found no instanceId, expected all of vrIndex, instanceId'
-        self.refuse("vrIndex,mplsExp\n1,2\n1,3\n", f"1: {missing}", name="l2vpn_vpls_exp.csv")
-        self.refuse('{"l2vpn_vpls_exp":[{"vrIndex":1}]}\n{"l2vpn_vpls_exp":[{"vrIndex":1,"instanceId":1}]}\n'
+        self.reject("vrIndex,mplsExp\n1,2\n1,3\n", f"1: {missing}", name="l2vpn_vpls_exp.csv")
+        self.reject('{"l2vpn_vpls_exp":[{"vrIndex":1}]}\n{"l2vpn_vpls_exp":[{"vrIndex":1,"instanceId":1}]}\n'
                     '{"l2vpn_vpls_exp":[{"vrIndex":1,"mplsExp":2}]}', f"1: {missing}", f"3: {missing}", name="x")
         self.assertEqual(self.refused("put", "l2vpn_vpls_exp", "vrIndex=1"), missing)
         self.write("x", '{"l2vpn_vpls_exp":[{"vrIndex":1}]}')
@@ -398,7 +398,7 @@ class Load(ToolTest):
         self.assertEqual((report["stored"], report["refused"], len(report["messages"])), (98, 206, 20))
         self.assertEqual([kind["times"] for kind in report["kinds"]], [200, 6])
 
-    def test_files_that_cannot_be_read(self):
+    def test_unreadable_files(self):
         reason = "/no/such: cannot be read: No such file or directory"
         out, err = self.run_tool("load", "/no/such", EXAMPLE, code=FAILED)
         self.assertEqual((out, err), ("/no/such: 0 records stored in 0 tables\n"
@@ -410,7 +410,7 @@ class Load(ToolTest):
         self.assertEqual(self.refused("tables", "-l", "bad"), "nothing is loaded:\nbad:1: syntax error "
                          "while parsing object key - unexpected ']'; expected string literal")
 
-    def test_bytes_that_are_no_text(self):
+    def test_binary_input(self):
         out, err = self.run_tool("load", "-", code=BAD_INPUT, stdin="\udcff\udcfe\0{}")
         self.assertEqual(err, "standard input:1: syntax error while parsing value - invalid literal; "
                          "last read: '\\xff'\n")
@@ -419,7 +419,7 @@ class Load(ToolTest):
         self.assertIn("unknown field", json.loads(out)["load"]["messages"][0])
 
 
-class Compare(ToolTest):
+class Diff(ToolTest):
     def test_changes(self):
         before = self.write("before", json.dumps({"l2vpn_vpls_pw": [
             {"vrIndex": 1, "pwTunnelId": 1, "pwTunnelType": 0, "mtu": 1500, "peerIp": "10.0.0.1"},
@@ -441,7 +441,7 @@ class Compare(ToolTest):
         self.assertEqual(self.lines("diff", before, before),
                          ["0 removed, 0 added, 0 changed, 3 the same"])
 
-    def test_wrong_files(self):
+    def test_invalid_files(self):
         self.assertEqual(self.refused("diff", EXAMPLE), "diff: found 1 file, expected 2")
         self.write("bad", '{"l2vpn_stp":[{"x":1}]}')
         self.assertIn('nothing is compared:\nbad:1: table "l2vpn_stp": unknown field "x"',
@@ -453,7 +453,7 @@ class Compare(ToolTest):
                       self.refused("diff", "-", "-", code=FAILED, stdin="{}"))
 
 
-class MakeUp(ToolTest):
+class Generate(ToolTest):
     def test_same_seed_same_network(self):
         text = self.output("generate", "--instances", 3, "--seed", 5)
         self.assertEqual(text, self.output("generate", "--instances", 3, "--seed", 5))
@@ -461,7 +461,7 @@ class MakeUp(ToolTest):
         self.assertEqual(self.output("generate", "--instances", 3, "--seed", 5, "--output", "x"), "")
         self.assertEqual((self.folder / "x").read_text(encoding="utf-8"), text)
 
-    def test_every_record_has_a_key_of_its_own(self):
+    def test_keys_are_unique_and_references_valid(self):
         path, made = self.generated("--instances", 120)
         for table, records in made.items():
             members = keys_of(table)[0]["members"]
@@ -469,7 +469,7 @@ class MakeUp(ToolTest):
             self.assertEqual(len(keys), len(records), table)
             self.assertGreater(len(records), 0, table)
         self.assertEqual(self.json("load", path)["load"]["replaced"], 0)
-        # Whoever names something names what there is.
+        # References name existing records.
         instances = {(each["vrIndex"], each["instanceId"]) for each in made["l2vpn_vpls_inst"]}
         pseudowires = {each["pwTunnelId"]: each for each in made["l2vpn_vpls_pw"]}
         self.assertGreater(len(pseudowires), len(instances))
