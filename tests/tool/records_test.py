@@ -61,7 +61,7 @@ class Show(ToolTest):
                 self.assertEqual(len(found), len(expected), (table, key["key"]))
                 for each in found:
                     shown = each[table][0]
-                    self.assertEqual({name: shown[name] for name in wanted if name in sample},
+                    self.assertEqual({name: shown[name] for name in members if name in sample},
                                      {name: value for name, value in wanted.items() if name in sample})
 
     def test_find_chooses_the_key(self):
