@@ -62,7 +62,7 @@ class Show(ToolTest):
                 for each in found:
                     shown = each[table][0]
                     self.assertEqual({name: shown[name] for name in members if name in sample},
-                                     {name: value for name, value in wanted.items() if name in sample})
+                                     {name: value for name, value in members.items() if name in sample})
 
     def test_find_chooses_the_key(self):
         lines = self.lines("-l", EXAMPLE, "find", "l2vpn_vpls_pw", "instanceId=100",
