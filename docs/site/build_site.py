@@ -21,7 +21,7 @@ sys.path += [str(ROOT / "docs"), str(ROOT / "bench")]
 import figures  # noqa: E402  # pylint: disable=wrong-import-position
 import html_report  # noqa: E402  # pylint: disable=wrong-import-position
 
-MANUALS = [ROOT / "packaging/l2vpn_db.3", ROOT / "src/tool/l2vpn-db.1"]
+MANUALS = [ROOT / "docs/man/l2vpn_db.3", ROOT / "docs/man/l2vpn-db.1"]
 LANGUAGES = {".c": "c", ".cpp": "cpp"}
 
 

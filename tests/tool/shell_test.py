@@ -14,7 +14,7 @@ import time
 from tool import BAD_INPUT, DONE, EXAMPLE, FAILED, NO, PROGRAM, ToolTest, main
 
 IF_INDEX = json.loads(EXAMPLE.read_text(encoding="utf-8"))["l2vpn_stp"][0]["ifIndex"]
-MANUAL = EXAMPLE.parents[1] / "src" / "tool" / "l2vpn-db.1"
+MANUAL = EXAMPLE.parents[1] / "docs" / "man" / "l2vpn-db.1"
 
 
 class CommandLine(ToolTest):
