@@ -28,6 +28,7 @@ ROOT = Path(__file__).resolve().parents[2]
 GENERATOR = ROOT / "generator"
 sys.path.insert(0, str(GENERATOR))
 import catalog  # noqa: E402
+import field_types  # noqa: E402
 import glossary  # noqa: E402
 import headers  # noqa: E402
 import history  # noqa: E402
@@ -176,7 +177,7 @@ def executable_lines() -> set:
 
 TOKEN = re.compile(rb'"[^"\n]*"|[A-Za-z_][A-Za-z0-9_]*|\d+|\s+|.', re.S)
 WORDS = [word.encode() for word in (
-    *catalog.INTEGERS, "mac", "pair", "2x2", "2x6", "2x16", "bytes3", "bytes16", "2x99999", "bytes65535",
+    *field_types.NAMES, "2x2", "2x6", "2x16", "bytes3", "bytes16", "2x99999", "bytes65535",
     *catalog.QUIRKS, *catalog.SERVICE_FIELDS, *catalog.Reader.ENTRIES, "typed", "format", "print",
     "primary_key", "fast_pri", "batchVersion", "vrIndex", "resv1", "int", "a/*b", "\u00e9", "\u2028",
     "true", "false", "inf", "nan", "-1", "+7", "0", "1", "255", "8192", "65536", "4294967296",
