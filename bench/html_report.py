@@ -226,7 +226,7 @@ def sections(document: dict) -> list[Section]:
 
 def origin(document: dict) -> str:
     machine = document["machine"]
-    return f'Of {document["date"]}: {machine["processor"]}, {machine["processors"]} processors; {machine["compiler"]}.'
+    return f'Measured on {document["date"]}: {machine["processor"]}, {machine["processors"]} processors; {machine["compiler"]}.'
 
 
 def framed(section: Section) -> str:

@@ -17,7 +17,7 @@ def put(name: str, text: str, new: str) -> tuple[str, int]:
 
 
 def as_printed(date: str, printed: str) -> str:
-    return f"Of {date}:\n\n```text\n{printed.strip()}\n```\n"
+    return f"As of {date}:\n\n```text\n{printed.strip()}\n```\n"
 
 
 def main() -> int:

@@ -51,7 +51,7 @@ int main(void) {
     delete_pw(1);                      /* deleted: not delivered */
     delete_pw(2);                      /* deleted, then inserted again: not delivered either */
     write_pw(2, INSTANCE, 1500);       /* (a new iterator delivers it) */
-    write_pw(3, OTHER_INSTANCE, 1500); /* left the key: not delivered */
+    write_pw(3, OTHER_INSTANCE, 1500); /* key changed: not delivered */
     write_pw(4, INSTANCE, 9000);       /* replaced: delivered once, with its new contents */
     write_pw(7, INSTANCE, 1500);       /* inserted: not delivered */
     print_rest("iterator opened before", iter);
