@@ -116,19 +116,6 @@ Value number_or_text(std::string_view word) {
                   : Value{Value::Kind::text, 0, 0, std::string(word), {}};
 }
 
-std::string hexadecimal(std::span<const std::byte> bytes) {
-    constexpr std::string_view digits = "0123456789abcdef";
-    std::string text;
-    text.reserve(3 * bytes.size());
-    for (const std::byte byte : bytes) {
-        text += digits[std::to_integer<std::size_t>(byte >> 4)];
-        text += digits[std::to_integer<std::size_t>(byte & std::byte{15})];
-        text += ':';
-    }
-    text.pop_back();
-    return text;
-}
-
 std::string listed(std::span<const std::byte> bytes) {
     return fmt::format("{:d}", fmt::join(bytes, ","));
 }
@@ -199,7 +186,7 @@ std::string field_text(const Field &field, const std::byte *record, Style style)
     case Display::bytes:
         break;
     }
-    return style == Style::raw ? listed(bytes) : hexadecimal(bytes);
+    return style == Style::raw ? listed(bytes) : fmt::format("{:02x}", fmt::join(bytes, ":"));
 }
 
 std::string field_json(const Field &field, const std::byte *record, Style style) {

@@ -2,6 +2,7 @@
 #include "records/table_schema.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <numeric>
 #include <span>
@@ -64,19 +65,6 @@ std::vector<std::string> names_of(const std::vector<Named> &all) {
     return names;
 }
 
-template <class Integer>
-void put(std::byte *at, std::uint64_t number) {
-    const auto value = static_cast<Integer>(number);
-    std::memcpy(at, &value, sizeof value);
-}
-
-template <class Integer>
-std::uint64_t get(const std::byte *at) {
-    Integer value;
-    std::memcpy(&value, at, sizeof value);
-    return value;
-}
-
 } // namespace
 
 std::size_t Key::length() const {
@@ -130,30 +118,17 @@ Bytes key_of(const Key &key, const Bytes &record) {
     return result;
 }
 
+static_assert(std::endian::native == std::endian::little,
+              "the first bytes of a number are its lowest");
+
 void put_number(std::byte *at, std::size_t width, std::uint64_t number) {
-    switch (width) {
-    case 1:
-        return put<std::uint8_t>(at, number);
-    case 2:
-        return put<std::uint16_t>(at, number);
-    case 4:
-        return put<std::uint32_t>(at, number);
-    default:
-        return put<std::uint64_t>(at, number);
-    }
+    std::memcpy(at, &number, width);
 }
 
 std::uint64_t get_number(const std::byte *at, std::size_t width) {
-    switch (width) {
-    case 1:
-        return get<std::uint8_t>(at);
-    case 2:
-        return get<std::uint16_t>(at);
-    case 4:
-        return get<std::uint32_t>(at);
-    default:
-        return get<std::uint64_t>(at);
-    }
+    std::uint64_t number = 0;
+    std::memcpy(&number, at, width);
+    return number;
 }
 
 } // namespace l2vpn::records

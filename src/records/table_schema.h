@@ -68,7 +68,7 @@ std::vector<std::string> key_names(const Table &table);
 /// The key's members without gaps, as they stand in a key buffer.
 Bytes key_of(const Key &key, const Bytes &record);
 
-/// Width is 1, 2, 4 or 8.
+/// Numbers of 1 to 8 bytes.
 void put_number(std::byte *at, std::size_t width, std::uint64_t number);
 std::uint64_t get_number(const std::byte *at, std::size_t width);
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Measures the operations of the tables.
+#include <algorithm>
 #include <chrono>
+#include <functional>
 
 #include <fmt/format.h>
 
@@ -13,59 +15,49 @@
 namespace l2vpn::tool {
 namespace {
 
-struct Measured {
-    const char *operation;
-    std::size_t calls;
-    double seconds;
-};
-
-/// Times one operation on every record.
-template <class Operation>
-Measured measure(const char *name, const std::vector<Bytes> &all, Operation operation) {
+/// Times a number of calls and adds a row with the result.
+void measure(ResultTable &result, const Table &table, const char *operation, std::size_t calls,
+             const std::function<void()> &make_calls) {
     records::check_interrupt();
     const auto begin = std::chrono::steady_clock::now();
-    for (const Bytes &record : all) {
-        check(operation(record), name);
-    }
-    return {name, all.size(),
-            std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count()};
+    make_calls();
+    const std::chrono::duration<double, std::nano> time = std::chrono::steady_clock::now() - begin;
+    const double each = time.count() / static_cast<double>(std::max(calls, std::size_t{1}));
+    result.add({table.name, operation, calls, {each, 1}, {1e3 / each, 2}});
 }
 
-std::vector<Measured> measure_all(const Table &table, const std::vector<Bytes> &records) {
+void measure_all(ResultTable &result, const Table &table, const std::vector<Bytes> &records) {
     const L2vpnDalIntf &access = *table.access;
     const auto length = static_cast<std::uint32_t>(table.record_size);
-    std::vector<Measured> all;
-    all.push_back(measure("insert", records, [&](const Bytes &record) {
-        return access.write(record.data(), length);
-    }));
+    const auto for_each = [&](const char *name, const auto &operation) {
+        measure(result, table, name, records.size(), [&] {
+            for (const Bytes &record : records) {
+                check(operation(record), name);
+            }
+        });
+    };
+    const auto write = [&](const Bytes &record) { return access.write(record.data(), length); };
+    for_each("insert", write);
     Bytes found(table.record_size);
-    all.push_back(measure("read", records, [&](const Bytes &record) {
+    for_each("read", [&](const Bytes &record) {
         found = record;
         return access.read(found.data(), length);
-    }));
-    all.push_back(measure("replace", records, [&](const Bytes &record) {
-        return access.write(record.data(), length);
-    }));
+    });
+    for_each("replace", write);
     if (const Field *const field = table.field("batchVersion")) {
-        all.push_back(measure("update", records, [&](const Bytes &record) {
+        for_each("update", [&](const Bytes &record) {
             return access.update(record.data(), length, &field->id, 1);
-        }));
+        });
     }
     if (table.keys.size() > 1) {
-        all.push_back(measure("count by key", records, [&](const Bytes &record) {
+        for_each("count by key", [&](const Bytes &record) {
             std::uint32_t number = 0;
             return access.countByKey(1, record.data(), length, &number);
-        }));
+        });
     }
-    const auto begin = std::chrono::steady_clock::now();
-    walk(table, table.primary_key(), nullptr, [](const Bytes &) {});
-    all.push_back(
-        {"walk", records.size(),
-         std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count()});
-    all.push_back(measure("delete", records, [&](const Bytes &record) {
-        return access.remove(record.data(), length);
-    }));
-    return all;
+    measure(result, table, "walk", records.size(),
+            [&] { walk(table, table.primary_key(), nullptr, [](const Bytes &) {}); });
+    for_each("delete", [&](const Bytes &record) { return access.remove(record.data(), length); });
 }
 
 } // namespace
@@ -91,11 +83,7 @@ Exit run_bench(const Arguments &arguments) {
         std::vector<Bytes> records;
         network.records_of(*table, arguments.records,
                            [&](const Bytes &record) { records.push_back(record); });
-        for (const auto &[operation, calls, seconds] : measure_all(*table, records)) {
-            const double each =
-                seconds * 1e9 / static_cast<double>(std::max(calls, std::size_t{1}));
-            result.add({table->name, operation, calls, {each, 1}, {1e3 / each, 2}});
-        }
+        measure_all(result, *table, records);
     }
     result.print(arguments);
     return exit_done;

@@ -16,8 +16,8 @@ constexpr std::uint64_t instances_per_router = 50, instances_per_peer = 5;
 constexpr std::uint64_t pseudowires = 3, interfaces = 4, macs = 20; // per instance
 constexpr std::uint64_t events = 10; // one event for this many objects
 
-/// What a record describes. The highest subject among the members of the primary key decides, and
-/// determines the number of records.
+/// The object that a record describes. The highest subject among the members of the primary key
+/// decides, and determines the number of records.
 enum class Subject : std::uint8_t { none, router, instance, interface, pseudowire, mac };
 
 /// The objects that a record describes or refers to, numbered through the whole network.
@@ -27,9 +27,9 @@ struct Row {
 
 struct Rule {
     std::vector<std::string_view> fields;
-    Subject subject;
     /// A number, or the first bytes of a byte field.
     std::uint64_t (*value)(const Row &row);
+    Subject subject = Subject::none;
 };
 
 /// Spreads numbers evenly (the finaliser of SplitMix64).
@@ -57,59 +57,51 @@ constexpr std::uint64_t vlans = 4094, labels = 1U << 20, first_label = 1024;
 
 const std::vector<Rule> &rules() {
     static const std::vector<Rule> all = {
-        {{"vrIndex", "vrId"}, Subject::router, [](const Row &row) { return row.router + 1; }},
+        {{"vrIndex", "vrId"}, [](const Row &row) { return row.router + 1; }, Subject::router},
         {{"instanceId", "instId", "vsiInstId", "groupId", "pgId"},
-         Subject::instance,
-         [](const Row &row) { return row.instance + 100; }},
+         [](const Row &row) { return row.instance + 100; },
+         Subject::instance},
         {{"ifIndex", "outIfIndex", "vplsSubIf"},
-         Subject::interface,
-         [](const Row &row) { return row.interface + 1; }},
+         [](const Row &row) { return row.interface + 1; },
+         Subject::interface},
         {{"pwTunnelId"},
-         Subject::pseudowire,
-         [](const Row &row) { return row.pseudowire + 10000; }},
+         [](const Row &row) { return row.pseudowire + 10000; },
+         Subject::pseudowire},
         {{"l2vpnIid", "pwCfgIndex"},
-         Subject::pseudowire,
-         [](const Row &row) { return row.pseudowire + 1; }},
-        {{"macAddr"}, // locally administered
-         Subject::mac,
+         [](const Row &row) { return row.pseudowire + 1; },
+         Subject::pseudowire},
+        // locally administered
+        {{"macAddr"},
          [](const Row &row) {
              return 0x02 | (row.seed & 0xFF) << 8 | __builtin_bswap64(row.mac) >> 32 << 16;
-         }},
-        {{"bakPwTunnelId"}, // the next pseudowire of the instance
-         Subject::none,
+         },
+         Subject::mac},
+        // the next pseudowire of the instance
+        {{"bakPwTunnelId"},
          [](const Row &row) {
              return row.instance * pseudowires + (row.pseudowire + 1) % pseudowires + 10000;
          }},
         {{"tunnelId", "fwdTunnelId", "tnlId"},
-         Subject::none,
          [](const Row &row) { return row.pseudowire % row.peers + 7000; }},
         {{"mainIfIndex", "srcIfIndex", "memIfIndex"},
-         Subject::none,
          [](const Row &row) { return row.interface / interfaces + 1'000'000'000; }},
         {{"peVlan", "peVid", "vlanId", "userVlanId", "sharePeVlan", "shareVlan", "vlanifId"},
-         Subject::none,
          [](const Row &row) { return row.interface % vlans + 1; }},
-        {{"ceVlan", "ceVid"}, Subject::none, [](const Row &row) { return row.number % vlans + 1; }},
-        {{"peerIp"},
-         Subject::none,
-         [](const Row &row) { return (10U << 24) + 1 + row.pseudowire % row.peers; }},
+        {{"ceVlan", "ceVid"}, [](const Row &row) { return row.number % vlans + 1; }},
+        {{"peerIp"}, [](const Row &row) { return (10U << 24) + 1 + row.pseudowire % row.peers; }},
         {{"inVcLabel"},
-         Subject::none,
          [](const Row &row) { return row.pseudowire % (labels - first_label) + first_label; }},
         {{"outVcLabel"},
-         Subject::none,
          [](const Row &row) { return row.chance % (labels - first_label) + first_label; }},
-        {{"vcId", "pwId"}, Subject::none, [](const Row &row) { return row.pseudowire + 1; }},
-        {{"encapType"}, // tagged or raw
-         Subject::none,
-         [](const Row &row) { return 4 + mixed(row.instance) % 2; }},
-        {{"mtu"}, Subject::none, [](const Row &) -> std::uint64_t { return 1500; }},
-        {{"macAgeTime"}, Subject::none, [](const Row &) -> std::uint64_t { return 300; }},
-        {{"srcPid"}, Subject::none, [](const Row &row) { return 301 + row.router % 4; }},
-        {{"svcStatus"}, // in service, without a second service
-         Subject::none,
-         [](const Row &) -> std::uint64_t { return 1; }},
-        {{"svcErrcode", "flags", "tVrfIndex"}, Subject::none, zero},
+        {{"vcId", "pwId"}, [](const Row &row) { return row.pseudowire + 1; }},
+        // tagged or raw
+        {{"encapType"}, [](const Row &row) { return 4 + mixed(row.instance) % 2; }},
+        {{"mtu"}, [](const Row &) -> std::uint64_t { return 1500; }},
+        {{"macAgeTime"}, [](const Row &) -> std::uint64_t { return 300; }},
+        {{"srcPid"}, [](const Row &row) { return 301 + row.router % 4; }},
+        // in service, without a second service
+        {{"svcStatus"}, [](const Row &) -> std::uint64_t { return 1; }},
+        {{"svcErrcode", "flags", "tVrfIndex"}, zero},
     };
     return all;
 }
@@ -126,12 +118,12 @@ Rule rule_for(const Field &field) {
     }
     const auto begins_with = [&](const char *prefix) { return field.name.starts_with(prefix); };
     if (begins_with("timeStamp")) {
-        return {{}, Subject::none, time_stamp};
+        return {{}, time_stamp};
     }
     if (begins_with("res") || begins_with("rsv") || begins_with("rev")) {
-        return {{}, Subject::none, zero};
+        return {{}, zero};
     }
-    return {{}, Subject::none, is_number(field) ? random_flag : random_bytes};
+    return {{}, is_number(field) ? random_flag : random_bytes};
 }
 
 Subject subject_of(const Table &table) {
