@@ -1,14 +1,14 @@
 # SPDX-License-Identifier: MIT
 """
-Derives from the catalog everything that must be spelled out.
+Generates headers and sources from the catalog.
 
   python3 generator headers [--root DIR]          writes include/l2vpn_db/l2vpn_<table>.h
   python3 generator sources OUTPUT [--root DIR]   writes the sources that are built, not committed
   python3 generator check [--new-ok] [--root DIR] compares the catalog with the committed headers
   python3 generator release [--root DIR]          writes schema/released/<VERSION>.toml
 
-All of them refuse a change of a released table that programs, records or readers would notice.
-Exit codes: 0 fine, 1 the catalog is wrong or something differs, 2 wrong usage.
+All of them reject incompatible changes of released tables.
+Exit codes: 0 success, 1 the catalog is invalid or something differs, 2 usage error.
 """
 
 import argparse
@@ -24,13 +24,12 @@ import sources
 
 
 def write(path: Path, text: str) -> bool:
-    """Whether the file had to be written: one that is right already is left alone, so that builds do
-    not repeat themselves."""
-    right = path.exists() and path.read_text(encoding="utf-8") == text
-    if not right:
-        path.parent.mkdir(parents=True, exist_ok=True)
-        path.write_text(text, encoding="utf-8")
-    return not right
+    """Writes the file unless it has this text already, to avoid rebuilds. Returns whether it has written it."""
+    if path.exists() and path.read_text(encoding="utf-8") == text:
+        return False
+    path.parent.mkdir(parents=True, exist_ok=True)
+    path.write_text(text, encoding="utf-8")
+    return True
 
 
 def make_headers(tables: list, root: Path, errors: list) -> dict:

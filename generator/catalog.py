@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 """
-Reads and checks the catalog: one TOML file per table, redundant on purpose, so that a slip in a
-number that is interface is an error with a line and not a silent change of layout.
+Reads and checks the catalog: one TOML file per table, redundant on purpose, so that a mistake in an
+interface number is an error with a line and not a silent change of layout.
 """
 
 import difflib
@@ -18,10 +18,10 @@ from field_types import FieldType
 from operations import exported_functions
 
 QUIRKS = ("no_null_tests", "svc_fields_split", "trailing_separator")
-MAX_RECORD = 8192  # what straight-line copies and records on the stack are good for
+MAX_RECORD = 8192  # a limit for straight-line copies and records on the stack
 SERVICE_FIELDS = ("svcStatus", "svcErrcode", "glbSvcCtx", "svcCtx")
 RESERVED_NAME = re.compile(r"(resv|rsv|rev|res)\d*")
-# C11 and C++20 words that would pass for a field name in lower camel case.
+# C11 and C++20 keywords that look like field names in lower camel case.
 KEYWORDS = frozenset(
     "alignas alignof and asm auto bitand bitor bool break case catch char class compl concept const "
     "consteval constexpr constinit continue decltype default delete do double else enum explicit "
@@ -29,7 +29,7 @@ KEYWORDS = frozenset(
     "not nullptr operator or private protected public register requires restrict return short "
     "signed sizeof static struct switch template this throw true try typedef typeid typename union "
     "unsigned using virtual void volatile while xor "
-    # What GNU compilers and the C library define in lower case.
+    # Lower-case names that GNU compilers and the C library define.
     "complex errno linux typeof unix".split()
 )
 
@@ -137,7 +137,7 @@ class Table:
 
     @property
     def schema_hash(self) -> int:
-        """What l2vpn_schema_hash (l2vpn_db.h) makes of the table's schema descriptor."""
+        """The value that l2vpn_schema_hash (l2vpn_db.h) returns for the table's schema descriptor."""
         def text(word: str) -> bytes:
             return word.encode("ascii") + b"\0"
 
@@ -168,7 +168,7 @@ def align_up(value: int, alignment: int) -> int:
 
 
 def describe(value) -> str:
-    """A value as the catalog's author wrote it, or nearly."""
+    """A value approximately as the catalog's author wrote it."""
     if isinstance(value, bool):
         return str(value).lower()
     return json.dumps(value, ensure_ascii=False) if isinstance(value, str) else str(value)
@@ -188,13 +188,13 @@ def is_integer(value) -> bool:
 
 
 def is_comment(text) -> bool:
-    """Whether it is a line that can stand in a comment of C."""
+    """Whether it is one line that may appear in a C comment."""
     return isinstance(text, str) and text.strip() != "" and text.isprintable() \
         and "/*" not in text and "*/" not in text
 
 
 def read_toml(path: Path, report):
-    """The entries of a TOML file and their lines, or None after refusing the file."""
+    """The entries of a TOML file and their lines, or None, with a diagnostic, if it is invalid."""
     try:
         text = path.read_bytes().decode("utf-8").replace("\r\n", "\n")
         return tomllib.loads(text), toml_lines.locate(text)
@@ -209,7 +209,7 @@ def read_toml(path: Path, report):
 
 
 class Diagnostics:
-    """Collects what is wrong with one file."""
+    """Collects the errors of one file."""
 
     def __init__(self, shown: str, errors: list):
         self.shown, self.errors = shown, errors
@@ -227,7 +227,7 @@ class Reader(Diagnostics):
         super().__init__(str(path.relative_to(root)), errors)
         self.table = Table(path.stem, path, self.shown)
         self.line = self.table.line
-        # Whether every row of "fields" could be read; what follows from a wrong one is not reported.
+        # Whether every row of "fields" could be read; errors that follow from an invalid row are not reported.
         self.fields_known = False
         self.ends = []  # where the last field may end
 
@@ -241,7 +241,7 @@ class Reader(Diagnostics):
         table = self.table
         if not re.fullmatch(r"l2vpn(_[a-z0-9]+)+", table.name):
             self.report(1, "table name", describe(table.name),
-                        'the file to be named l2vpn_<words in lower snake case>.toml')
+                        'a file named l2vpn_<words in lower snake case>.toml')
         elif table.name.split("_")[1] in ("db", "dal", "ast"):
             # L2vpnDb..., L2vpnDal... and L2vpnAst... are the shared header's, and so is its file.
             self.report(1, "table name", describe(table.name),
@@ -255,7 +255,7 @@ class Reader(Diagnostics):
     def check_entries(self, entries: dict) -> None:
         table = self.table
         access = entries.get("access")
-        # After a wrong access, what the other entries suggest is not wrong too.
+        # If access is invalid, the other entries decide, so that only access is reported.
         table.typed = access == "typed" or access != "format" and "stored_size" in entries
         for name in entries:
             if name not in self.ENTRIES:
@@ -280,7 +280,7 @@ class Reader(Diagnostics):
             table.version = version
         about = entries.get("about", "-")
         if not is_comment(about):
-            self.report(self.line("about"), "about", describe(about), "one line that says what the table holds")
+            self.report(self.line("about"), "about", describe(about), "one line that describes the table")
         else:
             table.about = about.strip()
 
@@ -305,8 +305,8 @@ class Reader(Diagnostics):
         if not isinstance(rows, list) or not rows:
             self.report(self.line("fields"), "fields", describe(rows), "a list with one row per field")
             return
-        # What the next row may hold. After a wrong number both readings are allowed, that it alone
-        # is wrong and that everything behind it is shifted: one slip is one message.
+        # Values allowed in the next row. After a wrong number, two readings are allowed: only that
+        # number is wrong, or all later ones are shifted. So one mistake causes one message.
         next_ids, ends, stored = [0], [0], 0
         seen, self.fields_known = {}, True
         for number, row in enumerate(rows):
@@ -353,16 +353,16 @@ class Reader(Diagnostics):
 
     @staticmethod
     def readings(found: int, expected: list, step: int) -> list:
-        """What comes after a row: from what was expected, if the row differs, and from what it holds."""
+        """Values allowed after a row: the successors of its expected and, if it differs, its actual value."""
         return [found + step] if found in (expected or [found]) else [expected[0] + step, found + step]
 
     def check_field_name(self, name: str, line: int, what: str, seen: dict) -> None:
         if not re.fullmatch(r"[a-z][A-Za-z0-9]*", name):
             self.report(line, what, describe(name), "a name in lower camel case")
         elif name in KEYWORDS:
-            self.report(line, what, "a word of C or C++", "a name that a structure member can have")
+            self.report(line, what, "a C or C++ keyword", "a name that a structure member can have")
         elif name in seen:
-            self.report(line, what, f"a second field of that name (first in line {seen[name]})", "each field once")
+            self.report(line, what, f"a second field with that name (first in line {seen[name]})", "each field once")
         seen.setdefault(name, line)
 
     def check_printable(self, item: Field, what: str) -> None:
@@ -440,7 +440,7 @@ class Reader(Diagnostics):
             elif quirk in quirks[:number]:
                 self.report(line, "quirk", f'"{quirk}" twice', "each quirk once")
             elif quirk != "trailing_separator" and not self.table.typed:
-                self.report(line, "quirk", describe(quirk), 'it in tables with access = "typed" only')
+                self.report(line, "quirk", describe(quirk), 'it only in tables with access = "typed"')
         if "svc_fields_split" in quirks and self.table.typed and self.fields_known and not any(
                 self.table.field_named(name) for name in SERVICE_FIELDS):
             self.report(line, "quirk", '"svc_fields_split" without service fields',
@@ -462,14 +462,14 @@ def header_names(table: Table) -> list:
 
 
 def check_exports(tables: list, errors: list) -> None:
-    """Two tables whose names differ only in underscores, for one, would share names in C."""
+    """Rejects tables that share a C name, such as two whose names differ only in underscores."""
     owners = {}
     for table in tables:
         for name in (*header_names(table), *exported_functions(table), *exported_objects(table)):
             owner = owners.setdefault(name, table)
             if owner is not table:
-                errors.append(f"{table.shown}:1: table name: found {name}, which {owner.shown} gives "
-                              "too, expected names of its own")
+                errors.append(f"{table.shown}:1: table name: found {name}, also defined by "
+                              f"{owner.shown}, expected unique names")
                 break
 
 

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The tables' facts as the debugger's printers read them."""
+"""Table facts for the debugger's printers."""
 
 import pprint
 

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The field types of the catalog, each once: layout, declaration in C, and how tools show a value."""
+"""The field types of the catalog: layout, C declaration, and how tools show a value."""
 
 import re
 from dataclasses import dataclass

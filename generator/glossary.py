@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What field names mean: the texts behind the fields in the headers."""
+"""Meanings of field names, for the comments on the fields in the headers."""
 
 import re
 from pathlib import Path
@@ -8,7 +8,7 @@ from catalog import Diagnostics, Field, describe, is_comment, suggestion, read_t
 
 
 class Glossary:
-    """A name without an entry is explained by its own words."""
+    """A name without an entry is split into words."""
 
     def __init__(self, entries: dict):
         self.entries = entries
@@ -28,7 +28,7 @@ def load(root: Path, tables: list, errors: list) -> Glossary:
     for name, text in entries.items():
         if name not in fields:
             file.report(lines.get(name, 1), "name", describe(name),
-                        "a field of a table that is not reserved" + suggestion(name, fields))
+                        "an unreserved field of a table" + suggestion(name, fields))
         elif not is_comment(text):
             file.report(lines.get(name, 1), f'name "{name}"', describe(text), "a few words in one line")
     return Glossary(entries)

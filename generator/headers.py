@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""A table's public header: records, constants and functions, spelled out and documented."""
+"""A table's public header: record, constants and functions, spelled out and documented."""
 
 import textwrap
 
@@ -28,8 +28,8 @@ def section(title: str) -> str:
 
 
 def declaration(result: str, name: str, arguments: str) -> str:
-    """A function declaration, its arguments wrapped under the first one. A dropped iterator
-    handle is a leak."""
+    """A function declaration, its arguments wrapped under the first one. Ignoring a returned
+    iterator handle leaks it."""
     kept = "__attribute__((warn_unused_result))\n" if result == "L2vpnDbIter *" else ""
     head = f"{result}{'' if result.endswith('*') else ' '}{name}("
     lines, line = [], head
@@ -63,7 +63,7 @@ class Header:
         self.add("/* SPDX-License-Identifier: MIT */\n"
                  f"/* Generated from schema/catalog/{table.name}.toml by ./dev generate. */\n")
         access = ("" if table.typed else
-                  "\n \nThis table has no typed access: its records can be described and formatted only.")
+                  "\n \nThis table has no typed access: its records can only be described and formatted.")
         self.add(comment(f"@file {table.name}.h\n{table.about}{access}\n \nThe conventions at the head "
                          "of l2vpn_db.h hold for every function: ownership, result codes, threads."))
         self.add(f"#ifndef {guard}\n#define {guard}\n\n"

@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: MIT
 """
-What has been released: schema/released/<version>.toml holds the schemas that a release brought or
-changed. Programs, stored records and readers out there rely on them for good: a table may grow at
-the end of its fields and keys, and nothing else (docs/abi.md).
+Released schemas: schema/released/<version>.toml holds the schemas that a release added or changed.
+Programs, stored records and readers depend on them permanently: fields and keys may be appended to a
+table, and nothing else may change (docs/abi.md).
 """
 
 import re
@@ -26,13 +26,13 @@ class Schema:
         fields = all(isinstance(row, list) and [*map(type, row)] == [int, int, int, str] for row in self.fields)
         keys = all(isinstance(row, list) and len(row) > 1 and {*map(type, row)} == {str} for row in self.keys)
         if not (fields and keys and type(self.version) is type(self.record_size) is int):
-            raise TypeError("a number or row of another kind")
+            raise TypeError("a number or row of the wrong type")
 
 
 @dataclass
 class Release:
     name: str
-    schemas: dict  # by table name; only those that differ from the release before
+    schemas: dict  # by table name; only those that differ from the previous release
 
     @property
     def number(self) -> tuple:
@@ -50,7 +50,7 @@ def text_of(version: str, schemas: dict) -> str:
         return "".join("  [" + ", ".join(map(describe, row)) + "],\n" for row in values)
 
     return ("# SPDX-License-Identifier: MIT\n"
-            f"# The schemas that l2vpn_db {version} brought or changed. Written by ./dev release and not\n"
+            f"# The schemas that l2vpn_db {version} added or changed. Written by ./dev release and not\n"
             "# changed afterwards. Fields: id, offset, width, name; keys: name, members.\n"
             + "".join(f"\n[{name}]\nversion = {schema.version}\nrecord_size = {schema.record_size}\n"
                       f"fields = [\n{rows(schema.fields)}]\nkeys = [\n{rows(schema.keys)}]\n"
@@ -69,7 +69,7 @@ def load(root: Path, errors: list) -> list:
         try:
             releases.append(Release(path.stem, {name: Schema(**entry) for name, entry in entries.items()}))
         except TypeError as error:
-            file.report(1, "file", error, "what ./dev release has written")
+            file.report(1, "file", error, "the output of ./dev release")
     return sorted(releases, key=lambda release: release.number)
 
 
@@ -99,7 +99,7 @@ def check(tables: list, releases: list, errors: list) -> None:
 
 
 class Comparison(Diagnostics):
-    """A table of the catalog beside a schema of the same table that has been released."""
+    """A table of the catalog compared with a released schema of the same table."""
 
     def __init__(self, table: Table, old: Schema, release: str, errors: list):
         super().__init__(table.shown, errors)
@@ -110,7 +110,7 @@ class Comparison(Diagnostics):
         super().report(line, what, found, f'{expected} ("Changing a table" in docs/adding-a-table.md)')
 
     def incompatible(self) -> bool:
-        """Whether something has changed or gone. The first difference explains those behind it."""
+        """Whether something was changed or removed. Only the first difference is reported, as it causes later ones."""
         before = len(self.errors)
         self.check_fields()
         self.check_keys()
@@ -165,7 +165,7 @@ class Comparison(Diagnostics):
 
 
 def record(tables: list, releases: list, root: Path, errors: list) -> None:
-    """Records what the version in VERSION releases."""
+    """Records the schemas that the version in VERSION adds or changes."""
     path = root / "VERSION"
     file = Diagnostics(path.name, errors)
     try:
@@ -179,11 +179,11 @@ def record(tables: list, releases: list, root: Path, errors: list) -> None:
     schemas = {table.name: schema_of(table) for table in tables
                if table.name not in known or schema_of(table) != known[table.name][0]}
     if not schemas:
-        print("no schema differs from what has been released")
+        print("no schema differs from its released version")
         return
     new = Release(version, schemas)
     if releases and new.number <= releases[-1].number:
-        file.report(1, "version", version, f"more than {releases[-1].name}, which has been released")
+        file.report(1, "version", version, f"more than {releases[-1].name}, the latest release")
         return
     for table in tables:
         schema, release = known.get(table.name, (None, ""))
@@ -191,8 +191,8 @@ def record(tables: list, releases: list, root: Path, errors: list) -> None:
             grown = table.fields[len(schema.fields)]
             Diagnostics(table.shown, errors).report(
                 grown.line, f'field "{grown.name}"', f"it in version {version}",
-                f"it in version {new.number[0] + 1}.0.0: programs built against l2vpn_db {release} hand over "
-                f"records of {schema.record_size} bytes, without it; only another SONAME keeps them out")
+                f"it in version {new.number[0] + 1}.0.0: programs built against l2vpn_db {release} pass "
+                f"records of {schema.record_size} bytes, without it; only a new SONAME rejects them")
     if not errors:
         path = root / FOLDER / f"{version}.toml"
         path.parent.mkdir(exist_ok=True)

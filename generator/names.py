@@ -13,7 +13,7 @@ def short(table: str) -> str:
 
 
 def infix(key: str, index: int) -> str:
-    """The part of a function name that stands for a key: smooth_hash_key -> SmoothHash."""
+    """The part of a function name that denotes a key: smooth_hash_key -> SmoothHash."""
     if index == 0:
         return "Primary"
     parts = key.split("_")

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
 """The functions that the library exports for a table: the one list behind headers, definitions, exports
-and test tables. An operation is a name, a C signature, the function behind it and its documentation."""
+and test tables. An operation is a name, a C signature, the function that implements it and its documentation."""
 
 import re
 from dataclasses import dataclass
@@ -21,7 +21,7 @@ class Operation:
 
     @property
     def call(self) -> str:
-        """The expression behind the exported function."""
+        """The expression that the exported function returns."""
         names = re.findall(r"(\w+)(?:,|$)", self.parameters) if self.parameters != "void" else []
         return f"l2vpn::{self.function}({', '.join(filter(None, (*names, self.extra)))})"
 
@@ -116,7 +116,7 @@ class Sections:
     def iteration(self) -> None:
         key_index = f"@param keyIndex {self.table.name.upper()}_KEY_...\n"
         null = ("must not be null (not checked)" if self.unchecked
-                else "holds the primary-key fields; null gives 0")
+                else "holds the primary-key fields; returns 0 if null")
         self.section("Iteration and counts")
         self.add("CreateIter", "create_iter", ITERATOR, f"uint32_t keyIndex, {self.const}",
                  f"Opens an iterator over the records that match a key.\n{key_index}"
@@ -131,9 +131,9 @@ class Sections:
                  "@return 0; L2VPN_DB_ERR_PARAM for an unknown key index or a null record; else the "
                  "store's result", self.info)
         self.add("CreateFastPriIter", "create_fast_pri_iter", ITERATOR, self.const,
-                 "Opens an iterator over one full primary key. If the table's fast iterator is free, returns "
-                 "that: its handle is the address of the control block, and it costs one read and no "
-                 "iterator in the store. Otherwise opens an iterator of the store. Only the caller that "
+                 "Opens an iterator over one full primary key. Returns the table's fast iterator if it is "
+                 "free: its handle is the address of the control block, and it costs one read and no "
+                 "iterator in the store. Otherwise opens a store iterator. Only the caller that "
                  "received the handle may use it.\n"
                  f"@param record {null}\n@return a handle, to be released with ReleaseIter; 0 on failure",
                  self.info)
@@ -141,8 +141,8 @@ class Sections:
                  "Delivers an iterator's next record.\n"
                  "@param iter from one of this table's Create...Iter functions\n"
                  "@param record out, unchanged unless the result is 0\n"
-                 "@return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE after the one "
-                 "read of the fast iterator; else the store's result, which includes its end code")
+                 "@return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE after the single "
+                 "read of the fast iterator; else the store's result, such as its end code")
         self.add("ReleaseIter", "release_iter", U32, "L2vpnDbIter *iter",
                  "Releases an iterator. Must be called exactly once per handle, even if GetNext failed.\n"
                  "@return 0 for the fast iterator; else the store's result", self.info)
@@ -151,7 +151,7 @@ class Sections:
         what, info = in_words(key.members), f"l2vpn::key_info<{self.tag}>[{key.index}]"
         self.section(f"Key {key.index}: {key.name} ({', '.join(item.name for item in key.members)})", key)
         self.add(f"Create{key.infix}Iter", "create_key_iter", ITERATOR, self.const,
-                 f"Opens an iterator of the store over the records with the same {what} as record.\n"
+                 f"Opens a store iterator over the records with the same {what} as record.\n"
                  "@return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open one",
                  info, slot="create_iter")
         self.add(f"CountBy{key.infix}Key", "count_by", U32, f"{self.const}, uint32_t *count",
@@ -181,7 +181,7 @@ class Sections:
         self.add("SetFields", "set_fields", U32,
                  "const L2vpnDbRecData *record, L2vpnDbRecObj *object, const uint32_t *fieldIds, "
                  "uint32_t fieldCount",
-                 "Setter: the store calls it during an update"
+                 "Setter, called by the store during an update"
                  + (f". {setter}" if self.batch else ". Ignores its arguments.\n"
                     "@return L2VPN_DB_ERR_PARAM: no field of this table can be updated"), self.info)
         self.conversions("All", f"Packs a caller record into {self.table.stored_size} bytes of stored record. "
@@ -194,7 +194,7 @@ class Sections:
         self.add("GlbInit", "glb_init", U32, "void",
                  "Initialises the control block's spin lock on the first call; later calls do nothing.\n@return 0", self.info)
         self.add("Stat", "stat", "void", "uint32_t statId, uint32_t amount",
-                 "Adds an amount to a counter, atomically and modulo 2^32. The store calls it.\n"
+                 "Adds an amount to a counter, atomically and modulo 2^32. Called by the store.\n"
                  "@param statId below L2VPN_DB_STAT_COUNT; larger values are ignored", self.info)
         self.add("GetStat", "get_stat", U32, "uint32_t statId",
                  "Reads a counter. The store defines the meaning of each.\n"
@@ -234,7 +234,7 @@ class Sections:
         self.add("Count", "count", U32, "uint32_t *count",
                  f"Equivalent to {db}Count, which is the function in the interface table.", self.info, "DAL")
         add("CountByKey", "CountByKey", "dal_count_by_key", U32, f"uint32_t keyIndex, {const}, uint32_t *count",
-            self.info, " A null record must have the right length, too.")
+            self.info, " The length of a null record is checked, too.")
 
     def formatting(self) -> None:
         printed = [item for item in self.table.fields if item.printed]
@@ -245,7 +245,7 @@ class Sections:
         whole = f"format_table<{self.tag}>"
         self.section("Formatting and schema")
         self.add("Format", "format", U32, f"uint32_t formatId, const void *record, {text}",
-                 "Renders a record as one line of text, \"name:value\" items joined by the separator: "
+                 "Formats a record as one line of text, \"name:value\" items joined by the separator: "
                  f"{fields}.{mac} A piece that does not fit is omitted.\n"
                  "@param formatId L2VPN_AST_WHOLE_RECORD; other values print \"not support\"\n"
                  f"@param record a {self.record}\n"
@@ -254,7 +254,7 @@ class Sections:
                  "is null or bufferLength is 0; for another formatId the result of sprintf_s",
                  f"l2vpn::{whole}", "AST")
         self.add("FormatTable", whole, U32, f"{self.const}, {text}",
-                 "Renders like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.\n"
+                 "Formats like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.\n"
                  "@return the number of characters without the terminator", family="AST")
         self.add("Module", "", "L2vpnAstModule *", "void",
                  "Returns the table's schema descriptor. The library owns it; do not modify it.",

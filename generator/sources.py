@@ -38,7 +38,7 @@ def facts(table: Table, typed_tables: list) -> str:
             f"    static constexpr L2vpnDbSetFieldsFn set_fields_function = L2VPN_DB_{record}SetFields;\n"
             f"{batch}")
         descriptor = (
-            "\n// Users see the descriptor alone; the object goes on with the two maps.\n"
+            "\n// Users see only the descriptor; in the object, the two maps follow it.\n"
             f'extern "C" constinit l2vpn::TableDescriptor<l2vpn::{name}> {table.name}_descriptor\n'
             f'    __asm__("g_l2vpn{record}Intf") __attribute__((visibility("default")));\n\n'
             f"constexpr l2vpn::TableDescriptor<l2vpn::{name}> &l2vpn::{name}::descriptor() {{ return {table.name}_descriptor; }}\n")
@@ -88,7 +88,7 @@ def longest_key(tables: list) -> str:
 
 
 def schemas(tables: list) -> str:
-    """The schema descriptors, members of one object so that they stand in order, side by side."""
+    """The schema descriptors, members of one object so that they are contiguous and in order."""
     includes = "".join(f'#include "facts/{table.name}.h"\n' for table in tables)
     members = "".join(f"    Schema<{t.camel}Table> {t.name};\n" for t in tables)
     values = "".join(
@@ -126,7 +126,7 @@ def export_list(tables: list) -> str:
 
 
 def record_objects(tables: list) -> str:
-    """For platforms: the tables' stored layouts, and the db_* functions over one behaviour."""
+    """For platforms: the tables' stored layouts, and the db_* functions, which share one implementation."""
     typed = [table for table in tables if table.typed]
     includes = "".join(f'#include "l2vpn_db/{table.name}.h"\n' for table in typed)
     arrays = rows = ""
@@ -165,7 +165,7 @@ def record_objects(tables: list) -> str:
 
 
 def record_table_list(tables: list) -> str:
-    """The tables for code that knows no record type: addresses of their functions, no figures."""
+    """The tables for code that knows no record type: addresses of their functions, no numbers."""
     includes = "".join(f'#include "l2vpn_db/{table.name}.h"\n' for table in tables)
     rows = ""
     for table in tables:
@@ -182,7 +182,7 @@ def record_table_list(tables: list) -> str:
 
 
 def test_table_list(tables: list) -> str:
-    """The tables as tests see them: names and functions behind untyped pointers, no figures."""
+    """The tables as tests see them: names and functions with untyped pointers, no numbers."""
     includes = "".join(f'#include "l2vpn_db/{table.name}.h"\n' for table in tables)
     typed = "".join(typed_entry(table) for table in tables if table.typed)
     schema = "".join(

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Line numbers for what tomllib parsed, which keeps none."""
+"""Line numbers of TOML entries, which tomllib does not provide."""
 
 import re
 

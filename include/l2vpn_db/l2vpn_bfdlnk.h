@@ -4,7 +4,7 @@
  * @file l2vpn_bfdlnk.h
  * BFD status of the tunnel that carries a pseudowire.
  *
- * This table has no typed access: its records can be described and formatted only.
+ * This table has no typed access: its records can only be described and formatted.
  *
  * The conventions at the head of l2vpn_db.h hold for every function: ownership, result codes,
  * threads.
@@ -58,7 +58,7 @@ enum {
 /* ---- Formatting and schema ------------------------------------------------------------------- */
 
 /**
- * Renders a record as one line of text, "name:value" items joined by the separator: vrIndex,
+ * Formats a record as one line of text, "name:value" items joined by the separator: vrIndex,
  * pwTunnelId, pwTunnelType. A piece that does not fit is omitted.
  * @param formatId L2VPN_AST_WHOLE_RECORD; other values print "not support"
  * @param record a L2vpnBfdlnk
@@ -70,7 +70,7 @@ uint32_t L2VPN_AST_L2vpnBfdlnkFormat(uint32_t formatId, const void *record, char
                                      uint32_t bufferLength, const char *separator);
 
 /**
- * Renders like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
+ * Formats like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
  * @return the number of characters without the terminator
  */
 uint32_t L2VPN_AST_L2vpnBfdlnkFormatTable(const L2vpnBfdlnk *record, char *buffer,

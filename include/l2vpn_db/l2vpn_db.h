@@ -60,8 +60,8 @@ typedef struct L2vpnDbLogIntf {
 
 /** The registered services: first argument of every store call, not used by the library itself. */
 typedef struct L2vpnDbModuleIntf {
-    uintptr_t memory[2]; /**< At 0: the registered L2vpnDbMemIntf, 0 before. */
-    uintptr_t log;       /**< At 16: the registered L2vpnDbLogIntf, 0 before. */
+    uintptr_t memory[2]; /**< At 0: the registered L2vpnDbMemIntf, or 0. */
+    uintptr_t log;       /**< At 16: the registered L2vpnDbLogIntf, or 0. */
 } L2vpnDbModuleIntf;
 
 /** The module interface block of the process; zero until the services are registered. */
@@ -87,12 +87,12 @@ void L2VPN_DB_LogIntfReg(const L2vpnDbLogIntf *service);
 /* ---- Handles ------------------------------------------------------------------------------ */
 
 /**
- * An iterator's handle, opaque. The address of a table's control block, cast to this type, is the
+ * An opaque iterator handle. The address of a table's control block, cast to this type, is the
  * table's fast iterator; all other values are handles of the store.
  */
 typedef struct L2vpnDbIter L2vpnDbIter;
 
-/** A record object of the platform, opaque: a stored record being filled or updated. */
+/** An opaque record object of the platform: a stored record being filled or updated. */
 typedef struct L2vpnDbRecObj L2vpnDbRecObj;
 
 /* ---- Requests to the store ---------------------------------------------------------------- */
@@ -112,7 +112,7 @@ typedef struct L2vpnDbKeyData {
     const uint32_t *keyId;
     uint32_t keyIdLength; /**< At 8: L2VPN_DB_KEY_ID_LENGTH. */
     uint32_t reserved1;   /**< At 12: 0. */
-    const void *key;      /**< At 16: the members' values in key order, without gaps. */
+    const void *key;      /**< At 16: the members' values, packed in key order. */
     uint32_t keyLength;   /**< At 24: length of the value, as in the key identifier word. */
     uint32_t reserved2;   /**< At 28: 0. */
 } L2vpnDbKeyData;
@@ -184,7 +184,7 @@ typedef struct L2vpnDbGlbCb {
 
 /**
  * A table's operations for code that does not know its record type. The caller passes the length
- * of its record; a length that differs from the table's caller record size is refused with
+ * of its record; a length that differs from the table's caller record size is rejected with
  * L2VPN_DB_ERR_PARAM or handle 0.
  */
 typedef struct L2vpnDalIntf {
@@ -197,7 +197,7 @@ typedef struct L2vpnDalIntf {
                        uint32_t fieldCount);
     /** Slot 3: deletes by primary key. */
     uint32_t (*remove)(const void *record, uint32_t length);
-    /** Slot 4: opens an iterator over a key, or over the whole table: key index 0, null record. */
+    /** Slot 4: opens an iterator over a key; key index 0 and a null record: the whole table. */
     L2vpnDbIter *(*createIter)(uint32_t keyIndex, const void *record, uint32_t length);
     /** Slot 5: releases an iterator. */
     uint32_t (*releaseIter)(L2vpnDbIter *iter);
@@ -237,7 +237,7 @@ typedef struct L2vpnAstModule {
     L2vpnAstField *fields;   /**< Word 1: in record order. */
     L2vpnAstKey *keys;       /**< Word 2: in key index order. */
     uint64_t sizes;          /**< Word 3: record size << 32 | number of keys << 16 | of fields. */
-    L2vpnAstFormatFn format; /**< Word 4: the table's formatter; null for none. */
+    L2vpnAstFormatFn format; /**< Word 4: the table's formatter; null if none. */
     uint64_t reserved[2];    /**< Words 5 and 6: 0. */
 } L2vpnAstModule;
 

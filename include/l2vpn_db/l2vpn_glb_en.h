@@ -139,11 +139,10 @@ uint32_t L2VPN_DB_L2vpnGlbEnCountByKey(uint32_t keyIndex, const L2vpnGlbEn *reco
                                        uint32_t *count);
 
 /**
- * Opens an iterator over one full primary key. If the table's fast iterator is free, returns that:
- * its handle is the address of the control block, and it costs one read and no iterator in the
- * store. Otherwise opens an iterator of the store. Only the caller that received the handle may use
- * it.
- * @param record holds the primary-key fields; null gives 0
+ * Opens an iterator over one full primary key. Returns the table's fast iterator if it is free: its
+ * handle is the address of the control block, and it costs one read and no iterator in the store.
+ * Otherwise opens a store iterator. Only the caller that received the handle may use it.
+ * @param record holds the primary-key fields; returns 0 if null
  * @return a handle, to be released with ReleaseIter; 0 on failure
  */
 __attribute__((warn_unused_result))
@@ -153,8 +152,8 @@ L2vpnDbIter *L2VPN_DB_L2vpnGlbEnCreateFastPriIter(const L2vpnGlbEn *record);
  * Delivers an iterator's next record.
  * @param iter from one of this table's Create...Iter functions
  * @param record out, unchanged unless the result is 0
- * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE after the one read of the
- *         fast iterator; else the store's result, which includes its end code
+ * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE after the single read of
+ *         the fast iterator; else the store's result, such as its end code
  */
 uint32_t L2VPN_DB_L2vpnGlbEnGetNext(L2vpnDbIter *iter, L2vpnGlbEn *record);
 
@@ -167,7 +166,7 @@ uint32_t L2VPN_DB_L2vpnGlbEnReleaseIter(L2vpnDbIter *iter);
 /* ---- Key 0: primary_key (vrIndex) ------------------------------------------------------------ */
 
 /**
- * Opens an iterator of the store over the records with the same vrIndex as record.
+ * Opens a store iterator over the records with the same vrIndex as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -205,7 +204,7 @@ uint32_t L2VPN_DB_L2vpnGlbEnMapKeyId(uint32_t keyIndex);
 uint32_t L2VPN_DB_L2vpnGlbEnMapUpdateFieldId(uint32_t fieldId);
 
 /**
- * Setter: the store calls it during an update. Sets batchVersion in the record object, once per
+ * Setter, called by the store during an update. Sets batchVersion in the record object, once per
  * occurrence in the list.
  * @return 0; L2VPN_DB_ERR_PARAM if record or fieldIds is null, fieldCount is 0, or at the first
  *         other field id, or record->data is null; else the bitwise OR of the record object's
@@ -235,7 +234,7 @@ uint32_t L2VPN_DB_L2vpnGlbEnGetAllFields(const void *stored, L2vpnGlbEn *record)
 uint32_t L2VPN_DB_L2vpnGlbEnGlbInit(void);
 
 /**
- * Adds an amount to a counter, atomically and modulo 2^32. The store calls it.
+ * Adds an amount to a counter, atomically and modulo 2^32. Called by the store.
  * @param statId below L2VPN_DB_STAT_COUNT; larger values are ignored
  */
 void L2VPN_DB_L2vpnGlbEnStat(uint32_t statId, uint32_t amount);
@@ -298,8 +297,8 @@ uint32_t L2VPN_DAL_L2vpnGlbEnGetNext(L2vpnDbIter *iter, void *record, uint32_t l
 uint32_t L2VPN_DAL_L2vpnGlbEnCount(uint32_t *count);
 
 /**
- * Checks the record length, then calls L2VPN_DB_L2vpnGlbEnCountByKey. A null record must have the
- * right length, too.
+ * Checks the record length, then calls L2VPN_DB_L2vpnGlbEnCountByKey. The length of a null record
+ * is checked, too.
  * @return L2VPN_DB_ERR_PARAM if length is not 128; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnGlbEnCountByKey(uint32_t keyIndex, const void *record, uint32_t length,
@@ -308,7 +307,7 @@ uint32_t L2VPN_DAL_L2vpnGlbEnCountByKey(uint32_t keyIndex, const void *record, u
 /* ---- Formatting and schema ------------------------------------------------------------------- */
 
 /**
- * Renders a record as one line of text, "name:value" items joined by the separator: vrIndex, flags,
+ * Formats a record as one line of text, "name:value" items joined by the separator: vrIndex, flags,
  * svcStatus, svcErrcode, glbSvcCtx, svcCtx, batchVersion. A piece that does not fit is omitted.
  * @param formatId L2VPN_AST_WHOLE_RECORD; other values print "not support"
  * @param record a L2vpnGlbEn
@@ -320,7 +319,7 @@ uint32_t L2VPN_AST_L2vpnGlbEnFormat(uint32_t formatId, const void *record, char 
                                     uint32_t bufferLength, const char *separator);
 
 /**
- * Renders like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
+ * Formats like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
  * @return the number of characters without the terminator
  */
 uint32_t L2VPN_AST_L2vpnGlbEnFormatTable(const L2vpnGlbEn *record, char *buffer,

@@ -4,7 +4,7 @@
  * @file l2vpn_ifm.h
  * Interface: type, link state, member and main interface, VLANs, STP state, statistics ids.
  *
- * This table has no typed access: its records can be described and formatted only.
+ * This table has no typed access: its records can only be described and formatted.
  *
  * The conventions at the head of l2vpn_db.h hold for every function: ownership, result codes,
  * threads.
@@ -76,7 +76,7 @@ enum {
 /* ---- Formatting and schema ------------------------------------------------------------------- */
 
 /**
- * Renders a record as one line of text, "name:value" items joined by the separator: ifIndex. A
+ * Formats a record as one line of text, "name:value" items joined by the separator: ifIndex. A
  * piece that does not fit is omitted.
  * @param formatId L2VPN_AST_WHOLE_RECORD; other values print "not support"
  * @param record a L2vpnIfm
@@ -88,7 +88,7 @@ uint32_t L2VPN_AST_L2vpnIfmFormat(uint32_t formatId, const void *record, char *b
                                   uint32_t bufferLength, const char *separator);
 
 /**
- * Renders like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
+ * Formats like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
  * @return the number of characters without the terminator
  */
 uint32_t L2VPN_AST_L2vpnIfmFormatTable(const L2vpnIfm *record, char *buffer, uint32_t bufferLength,

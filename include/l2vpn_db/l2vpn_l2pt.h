@@ -4,7 +4,7 @@
  * @file l2vpn_l2pt.h
  * Layer-2 protocol tunnelling switch of an interface and instance.
  *
- * This table has no typed access: its records can be described and formatted only.
+ * This table has no typed access: its records can only be described and formatted.
  *
  * The conventions at the head of l2vpn_db.h hold for every function: ownership, result codes,
  * threads.
@@ -55,7 +55,7 @@ enum {
 /* ---- Formatting and schema ------------------------------------------------------------------- */
 
 /**
- * Renders a record as one line of text, "name:value" items joined by the separator: ifIndex,
+ * Formats a record as one line of text, "name:value" items joined by the separator: ifIndex,
  * mainIfIndex, instId. A piece that does not fit is omitted.
  * @param formatId L2VPN_AST_WHOLE_RECORD; other values print "not support"
  * @param record a L2vpnL2pt
@@ -67,7 +67,7 @@ uint32_t L2VPN_AST_L2vpnL2ptFormat(uint32_t formatId, const void *record, char *
                                    uint32_t bufferLength, const char *separator);
 
 /**
- * Renders like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
+ * Formats like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
  * @return the number of characters without the terminator
  */
 uint32_t L2VPN_AST_L2vpnL2ptFormatTable(const L2vpnL2pt *record, char *buffer,

@@ -4,7 +4,7 @@
  * @file l2vpn_mpls_tunnel.h
  * MPLS tunnel of a VRF with its service status and context.
  *
- * This table has no typed access: its records can be described and formatted only.
+ * This table has no typed access: its records can only be described and formatted.
  *
  * The conventions at the head of l2vpn_db.h hold for every function: ownership, result codes,
  * threads.
@@ -67,7 +67,7 @@ enum {
 /* ---- Formatting and schema ------------------------------------------------------------------- */
 
 /**
- * Renders a record as one line of text, "name:value" items joined by the separator: vrIndex,
+ * Formats a record as one line of text, "name:value" items joined by the separator: vrIndex,
  * vrfIndex, tunnelId, tunnelType, svcStatus, svcErrcode, svcCtx. A piece that does not fit is
  * omitted.
  * @param formatId L2VPN_AST_WHOLE_RECORD; other values print "not support"
@@ -80,7 +80,7 @@ uint32_t L2VPN_AST_L2vpnMplsTunnelFormat(uint32_t formatId, const void *record, 
                                          uint32_t bufferLength, const char *separator);
 
 /**
- * Renders like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
+ * Formats like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
  * @return the number of characters without the terminator
  */
 uint32_t L2VPN_AST_L2vpnMplsTunnelFormatTable(const L2vpnMplsTunnel *record, char *buffer,

@@ -159,11 +159,10 @@ uint32_t L2VPN_DB_L2vpnOamStaticmacCountByKey(uint32_t keyIndex, const L2vpnOamS
                                               uint32_t *count);
 
 /**
- * Opens an iterator over one full primary key. If the table's fast iterator is free, returns that:
- * its handle is the address of the control block, and it costs one read and no iterator in the
- * store. Otherwise opens an iterator of the store. Only the caller that received the handle may use
- * it.
- * @param record holds the primary-key fields; null gives 0
+ * Opens an iterator over one full primary key. Returns the table's fast iterator if it is free: its
+ * handle is the address of the control block, and it costs one read and no iterator in the store.
+ * Otherwise opens a store iterator. Only the caller that received the handle may use it.
+ * @param record holds the primary-key fields; returns 0 if null
  * @return a handle, to be released with ReleaseIter; 0 on failure
  */
 __attribute__((warn_unused_result))
@@ -173,8 +172,8 @@ L2vpnDbIter *L2VPN_DB_L2vpnOamStaticmacCreateFastPriIter(const L2vpnOamStaticmac
  * Delivers an iterator's next record.
  * @param iter from one of this table's Create...Iter functions
  * @param record out, unchanged unless the result is 0
- * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE after the one read of the
- *         fast iterator; else the store's result, which includes its end code
+ * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE after the single read of
+ *         the fast iterator; else the store's result, such as its end code
  */
 uint32_t L2VPN_DB_L2vpnOamStaticmacGetNext(L2vpnDbIter *iter, L2vpnOamStaticmac *record);
 
@@ -187,8 +186,7 @@ uint32_t L2VPN_DB_L2vpnOamStaticmacReleaseIter(L2vpnDbIter *iter);
 /* ---- Key 0: primary_key (vrIndex, instanceId, macAddr) --------------------------------------- */
 
 /**
- * Opens an iterator of the store over the records with the same vrIndex, instanceId and macAddr as
- * record.
+ * Opens a store iterator over the records with the same vrIndex, instanceId and macAddr as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -216,8 +214,8 @@ void L2VPN_DB_L2vpnOamStaticmacSetPrimaryKey(const L2vpnOamStaticmac *record,
 /* ---- Key 1: pw_key (vrIndex, pwTunnelType, pwTunnelId) --------------------------------------- */
 
 /**
- * Opens an iterator of the store over the records with the same vrIndex, pwTunnelType and
- * pwTunnelId as record.
+ * Opens a store iterator over the records with the same vrIndex, pwTunnelType and pwTunnelId as
+ * record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -244,7 +242,7 @@ void L2VPN_DB_L2vpnOamStaticmacSetPwKey(const L2vpnOamStaticmac *record, L2vpnDb
 /* ---- Key 2: smooth_hash_key (vrIndex, srcPid) ------------------------------------------------ */
 
 /**
- * Opens an iterator of the store over the records with the same vrIndex and srcPid as record.
+ * Opens a store iterator over the records with the same vrIndex and srcPid as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -273,7 +271,7 @@ void L2VPN_DB_L2vpnOamStaticmacSetSmoothHashKey(const L2vpnOamStaticmac *record,
 /* ---- Key 3: inst_key (vrIndex, instanceId) --------------------------------------------------- */
 
 /**
- * Opens an iterator of the store over the records with the same vrIndex and instanceId as record.
+ * Opens a store iterator over the records with the same vrIndex and instanceId as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -313,7 +311,7 @@ uint32_t L2VPN_DB_L2vpnOamStaticmacMapKeyId(uint32_t keyIndex);
 uint32_t L2VPN_DB_L2vpnOamStaticmacMapUpdateFieldId(uint32_t fieldId);
 
 /**
- * Setter: the store calls it during an update. Sets batchVersion in the record object, once per
+ * Setter, called by the store during an update. Sets batchVersion in the record object, once per
  * occurrence in the list.
  * @return 0; L2VPN_DB_ERR_PARAM if record or fieldIds is null, fieldCount is 0, or at the first
  *         other field id, or record->data is null; else the bitwise OR of the record object's
@@ -343,7 +341,7 @@ uint32_t L2VPN_DB_L2vpnOamStaticmacGetAllFields(const void *stored, L2vpnOamStat
 uint32_t L2VPN_DB_L2vpnOamStaticmacGlbInit(void);
 
 /**
- * Adds an amount to a counter, atomically and modulo 2^32. The store calls it.
+ * Adds an amount to a counter, atomically and modulo 2^32. Called by the store.
  * @param statId below L2VPN_DB_STAT_COUNT; larger values are ignored
  */
 void L2VPN_DB_L2vpnOamStaticmacStat(uint32_t statId, uint32_t amount);
@@ -406,8 +404,8 @@ uint32_t L2VPN_DAL_L2vpnOamStaticmacGetNext(L2vpnDbIter *iter, void *record, uin
 uint32_t L2VPN_DAL_L2vpnOamStaticmacCount(uint32_t *count);
 
 /**
- * Checks the record length, then calls L2VPN_DB_L2vpnOamStaticmacCountByKey. A null record must
- * have the right length, too.
+ * Checks the record length, then calls L2VPN_DB_L2vpnOamStaticmacCountByKey. The length of a null
+ * record is checked, too.
  * @return L2VPN_DB_ERR_PARAM if length is not 112; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnOamStaticmacCountByKey(uint32_t keyIndex, const void *record,
@@ -416,7 +414,7 @@ uint32_t L2VPN_DAL_L2vpnOamStaticmacCountByKey(uint32_t keyIndex, const void *re
 /* ---- Formatting and schema ------------------------------------------------------------------- */
 
 /**
- * Renders a record as one line of text, "name:value" items joined by the separator: vrIndex,
+ * Formats a record as one line of text, "name:value" items joined by the separator: vrIndex,
  * instanceId, macAddr, pwTunnelType, pwTunnelId, srcPid, flags, svcStatus, svcErrcode, svcCtx,
  * batchVersion. A MAC field shows the low 32 bits of its address in memory, not its contents. A
  * piece that does not fit is omitted.
@@ -430,7 +428,7 @@ uint32_t L2VPN_AST_L2vpnOamStaticmacFormat(uint32_t formatId, const void *record
                                            uint32_t bufferLength, const char *separator);
 
 /**
- * Renders like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
+ * Formats like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
  * @return the number of characters without the terminator
  */
 uint32_t L2VPN_AST_L2vpnOamStaticmacFormatTable(const L2vpnOamStaticmac *record, char *buffer,

@@ -139,10 +139,9 @@ L2vpnDbIter *L2VPN_DB_L2vpnStpCreateIter(uint32_t keyIndex, const L2vpnStp *reco
 uint32_t L2VPN_DB_L2vpnStpCountByKey(uint32_t keyIndex, const L2vpnStp *record, uint32_t *count);
 
 /**
- * Opens an iterator over one full primary key. If the table's fast iterator is free, returns that:
- * its handle is the address of the control block, and it costs one read and no iterator in the
- * store. Otherwise opens an iterator of the store. Only the caller that received the handle may use
- * it.
+ * Opens an iterator over one full primary key. Returns the table's fast iterator if it is free: its
+ * handle is the address of the control block, and it costs one read and no iterator in the store.
+ * Otherwise opens a store iterator. Only the caller that received the handle may use it.
  * @param record must not be null (not checked)
  * @return a handle, to be released with ReleaseIter; 0 on failure
  */
@@ -153,8 +152,8 @@ L2vpnDbIter *L2VPN_DB_L2vpnStpCreateFastPriIter(const L2vpnStp *record);
  * Delivers an iterator's next record.
  * @param iter from one of this table's Create...Iter functions
  * @param record out, unchanged unless the result is 0
- * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE after the one read of the
- *         fast iterator; else the store's result, which includes its end code
+ * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE after the single read of
+ *         the fast iterator; else the store's result, such as its end code
  */
 uint32_t L2VPN_DB_L2vpnStpGetNext(L2vpnDbIter *iter, L2vpnStp *record);
 
@@ -167,7 +166,7 @@ uint32_t L2VPN_DB_L2vpnStpReleaseIter(L2vpnDbIter *iter);
 /* ---- Key 0: primary_key (ifIndex) ------------------------------------------------------------ */
 
 /**
- * Opens an iterator of the store over the records with the same ifIndex as record.
+ * Opens a store iterator over the records with the same ifIndex as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -193,7 +192,7 @@ void L2VPN_DB_L2vpnStpSetPrimaryKey(const L2vpnStp *record, L2vpnDbKeyData *requ
 /* ---- Key 1: stp_src_if_key (ifIndex, vrIndex) ------------------------------------------------ */
 
 /**
- * Opens an iterator of the store over the records with the same ifIndex and vrIndex as record.
+ * Opens a store iterator over the records with the same ifIndex and vrIndex as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -232,7 +231,7 @@ uint32_t L2VPN_DB_L2vpnStpMapKeyId(uint32_t keyIndex);
 uint32_t L2VPN_DB_L2vpnStpMapUpdateFieldId(uint32_t fieldId);
 
 /**
- * Setter: the store calls it during an update. Sets batchVersion in the record object, once per
+ * Setter, called by the store during an update. Sets batchVersion in the record object, once per
  * occurrence in the list.
  * @return 0; L2VPN_DB_ERR_PARAM if record or fieldIds is null, fieldCount is 0, or at the first
  *         other field id; record->data must not be null (not checked); else the bitwise OR of the
@@ -262,7 +261,7 @@ uint32_t L2VPN_DB_L2vpnStpGetAllFields(const void *stored, L2vpnStp *record);
 uint32_t L2VPN_DB_L2vpnStpGlbInit(void);
 
 /**
- * Adds an amount to a counter, atomically and modulo 2^32. The store calls it.
+ * Adds an amount to a counter, atomically and modulo 2^32. Called by the store.
  * @param statId below L2VPN_DB_STAT_COUNT; larger values are ignored
  */
 void L2VPN_DB_L2vpnStpStat(uint32_t statId, uint32_t amount);
@@ -324,8 +323,8 @@ uint32_t L2VPN_DAL_L2vpnStpGetNext(L2vpnDbIter *iter, void *record, uint32_t len
 uint32_t L2VPN_DAL_L2vpnStpCount(uint32_t *count);
 
 /**
- * Checks the record length, then calls L2VPN_DB_L2vpnStpCountByKey. A null record must have the
- * right length, too.
+ * Checks the record length, then calls L2VPN_DB_L2vpnStpCountByKey. The length of a null record is
+ * checked, too.
  * @return L2VPN_DB_ERR_PARAM if length is not 48; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnStpCountByKey(uint32_t keyIndex, const void *record, uint32_t length,
@@ -334,7 +333,7 @@ uint32_t L2VPN_DAL_L2vpnStpCountByKey(uint32_t keyIndex, const void *record, uin
 /* ---- Formatting and schema ------------------------------------------------------------------- */
 
 /**
- * Renders a record as one line of text, "name:value" items joined by the separator: ifIndex,
+ * Formats a record as one line of text, "name:value" items joined by the separator: ifIndex,
  * vrIndex, flags, svcStatus, svcErrcode, batchVersion. A piece that does not fit is omitted.
  * @param formatId L2VPN_AST_WHOLE_RECORD; other values print "not support"
  * @param record a L2vpnStp
@@ -346,7 +345,7 @@ uint32_t L2VPN_AST_L2vpnStpFormat(uint32_t formatId, const void *record, char *b
                                   uint32_t bufferLength, const char *separator);
 
 /**
- * Renders like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
+ * Formats like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
  * @return the number of characters without the terminator
  */
 uint32_t L2VPN_AST_L2vpnStpFormatTable(const L2vpnStp *record, char *buffer, uint32_t bufferLength,

@@ -176,11 +176,10 @@ uint32_t L2VPN_DB_L2vpnVllAcCountByKey(uint32_t keyIndex, const L2vpnVllAc *reco
                                        uint32_t *count);
 
 /**
- * Opens an iterator over one full primary key. If the table's fast iterator is free, returns that:
- * its handle is the address of the control block, and it costs one read and no iterator in the
- * store. Otherwise opens an iterator of the store. Only the caller that received the handle may use
- * it.
- * @param record holds the primary-key fields; null gives 0
+ * Opens an iterator over one full primary key. Returns the table's fast iterator if it is free: its
+ * handle is the address of the control block, and it costs one read and no iterator in the store.
+ * Otherwise opens a store iterator. Only the caller that received the handle may use it.
+ * @param record holds the primary-key fields; returns 0 if null
  * @return a handle, to be released with ReleaseIter; 0 on failure
  */
 __attribute__((warn_unused_result))
@@ -190,8 +189,8 @@ L2vpnDbIter *L2VPN_DB_L2vpnVllAcCreateFastPriIter(const L2vpnVllAc *record);
  * Delivers an iterator's next record.
  * @param iter from one of this table's Create...Iter functions
  * @param record out, unchanged unless the result is 0
- * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE after the one read of the
- *         fast iterator; else the store's result, which includes its end code
+ * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE after the single read of
+ *         the fast iterator; else the store's result, such as its end code
  */
 uint32_t L2VPN_DB_L2vpnVllAcGetNext(L2vpnDbIter *iter, L2vpnVllAc *record);
 
@@ -204,7 +203,7 @@ uint32_t L2VPN_DB_L2vpnVllAcReleaseIter(L2vpnDbIter *iter);
 /* ---- Key 0: primary_key (ifIndex) ------------------------------------------------------------ */
 
 /**
- * Opens an iterator of the store over the records with the same ifIndex as record.
+ * Opens a store iterator over the records with the same ifIndex as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -230,7 +229,7 @@ void L2VPN_DB_L2vpnVllAcSetPrimaryKey(const L2vpnVllAc *record, L2vpnDbKeyData *
 /* ---- Key 1: smooth_hash_key (vrIndex, srcPid) ------------------------------------------------ */
 
 /**
- * Opens an iterator of the store over the records with the same vrIndex and srcPid as record.
+ * Opens a store iterator over the records with the same vrIndex and srcPid as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -257,7 +256,7 @@ void L2VPN_DB_L2vpnVllAcSetSmoothHashKey(const L2vpnVllAc *record, L2vpnDbKeyDat
 /* ---- Key 2: instance_key (vrIndex, instanceId) ----------------------------------------------- */
 
 /**
- * Opens an iterator of the store over the records with the same vrIndex and instanceId as record.
+ * Opens a store iterator over the records with the same vrIndex and instanceId as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -296,7 +295,7 @@ uint32_t L2VPN_DB_L2vpnVllAcMapKeyId(uint32_t keyIndex);
 uint32_t L2VPN_DB_L2vpnVllAcMapUpdateFieldId(uint32_t fieldId);
 
 /**
- * Setter: the store calls it during an update. Sets batchVersion in the record object, once per
+ * Setter, called by the store during an update. Sets batchVersion in the record object, once per
  * occurrence in the list.
  * @return 0; L2VPN_DB_ERR_PARAM if record or fieldIds is null, fieldCount is 0, or at the first
  *         other field id, or record->data is null; else the bitwise OR of the record object's
@@ -326,7 +325,7 @@ uint32_t L2VPN_DB_L2vpnVllAcGetAllFields(const void *stored, L2vpnVllAc *record)
 uint32_t L2VPN_DB_L2vpnVllAcGlbInit(void);
 
 /**
- * Adds an amount to a counter, atomically and modulo 2^32. The store calls it.
+ * Adds an amount to a counter, atomically and modulo 2^32. Called by the store.
  * @param statId below L2VPN_DB_STAT_COUNT; larger values are ignored
  */
 void L2VPN_DB_L2vpnVllAcStat(uint32_t statId, uint32_t amount);
@@ -389,8 +388,8 @@ uint32_t L2VPN_DAL_L2vpnVllAcGetNext(L2vpnDbIter *iter, void *record, uint32_t l
 uint32_t L2VPN_DAL_L2vpnVllAcCount(uint32_t *count);
 
 /**
- * Checks the record length, then calls L2VPN_DB_L2vpnVllAcCountByKey. A null record must have the
- * right length, too.
+ * Checks the record length, then calls L2VPN_DB_L2vpnVllAcCountByKey. The length of a null record
+ * is checked, too.
  * @return L2VPN_DB_ERR_PARAM if length is not 192; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnVllAcCountByKey(uint32_t keyIndex, const void *record, uint32_t length,
@@ -399,7 +398,7 @@ uint32_t L2VPN_DAL_L2vpnVllAcCountByKey(uint32_t keyIndex, const void *record, u
 /* ---- Formatting and schema ------------------------------------------------------------------- */
 
 /**
- * Renders a record as one line of text, "name:value" items joined by the separator: ifIndex,
+ * Formats a record as one line of text, "name:value" items joined by the separator: ifIndex,
  * vrIndex, instanceId, flags, srcPid, svcStatus, svcErrcode, glbSvcCtx, svcCtx, batchVersion. A
  * piece that does not fit is omitted.
  * @param formatId L2VPN_AST_WHOLE_RECORD; other values print "not support"
@@ -412,7 +411,7 @@ uint32_t L2VPN_AST_L2vpnVllAcFormat(uint32_t formatId, const void *record, char 
                                     uint32_t bufferLength, const char *separator);
 
 /**
- * Renders like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
+ * Formats like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
  * @return the number of characters without the terminator
  */
 uint32_t L2VPN_AST_L2vpnVllAcFormatTable(const L2vpnVllAc *record, char *buffer,

@@ -189,11 +189,10 @@ uint32_t L2VPN_DB_L2vpnVllPwCountByKey(uint32_t keyIndex, const L2vpnVllPw *reco
                                        uint32_t *count);
 
 /**
- * Opens an iterator over one full primary key. If the table's fast iterator is free, returns that:
- * its handle is the address of the control block, and it costs one read and no iterator in the
- * store. Otherwise opens an iterator of the store. Only the caller that received the handle may use
- * it.
- * @param record holds the primary-key fields; null gives 0
+ * Opens an iterator over one full primary key. Returns the table's fast iterator if it is free: its
+ * handle is the address of the control block, and it costs one read and no iterator in the store.
+ * Otherwise opens a store iterator. Only the caller that received the handle may use it.
+ * @param record holds the primary-key fields; returns 0 if null
  * @return a handle, to be released with ReleaseIter; 0 on failure
  */
 __attribute__((warn_unused_result))
@@ -203,8 +202,8 @@ L2vpnDbIter *L2VPN_DB_L2vpnVllPwCreateFastPriIter(const L2vpnVllPw *record);
  * Delivers an iterator's next record.
  * @param iter from one of this table's Create...Iter functions
  * @param record out, unchanged unless the result is 0
- * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE after the one read of the
- *         fast iterator; else the store's result, which includes its end code
+ * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE after the single read of
+ *         the fast iterator; else the store's result, such as its end code
  */
 uint32_t L2VPN_DB_L2vpnVllPwGetNext(L2vpnDbIter *iter, L2vpnVllPw *record);
 
@@ -217,8 +216,8 @@ uint32_t L2VPN_DB_L2vpnVllPwReleaseIter(L2vpnDbIter *iter);
 /* ---- Key 0: primary_key (vrIndex, pwTunnelId, pwTunnelType) ---------------------------------- */
 
 /**
- * Opens an iterator of the store over the records with the same vrIndex, pwTunnelId and
- * pwTunnelType as record.
+ * Opens a store iterator over the records with the same vrIndex, pwTunnelId and pwTunnelType as
+ * record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -245,7 +244,7 @@ void L2VPN_DB_L2vpnVllPwSetPrimaryKey(const L2vpnVllPw *record, L2vpnDbKeyData *
 /* ---- Key 1: l2vpniid_key (l2vpnIid) ---------------------------------------------------------- */
 
 /**
- * Opens an iterator of the store over the records with the same l2vpnIid as record.
+ * Opens a store iterator over the records with the same l2vpnIid as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -271,7 +270,7 @@ void L2VPN_DB_L2vpnVllPwSetL2vpniidKey(const L2vpnVllPw *record, L2vpnDbKeyData 
 /* ---- Key 2: smooth_hash_key (vrIndex, srcPid) ------------------------------------------------ */
 
 /**
- * Opens an iterator of the store over the records with the same vrIndex and srcPid as record.
+ * Opens a store iterator over the records with the same vrIndex and srcPid as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -298,7 +297,7 @@ void L2VPN_DB_L2vpnVllPwSetSmoothHashKey(const L2vpnVllPw *record, L2vpnDbKeyDat
 /* ---- Key 3: vrIndex_key (vrIndex, instanceId) ------------------------------------------------ */
 
 /**
- * Opens an iterator of the store over the records with the same vrIndex and instanceId as record.
+ * Opens a store iterator over the records with the same vrIndex and instanceId as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -337,7 +336,7 @@ uint32_t L2VPN_DB_L2vpnVllPwMapKeyId(uint32_t keyIndex);
 uint32_t L2VPN_DB_L2vpnVllPwMapUpdateFieldId(uint32_t fieldId);
 
 /**
- * Setter: the store calls it during an update. Sets batchVersion in the record object, once per
+ * Setter, called by the store during an update. Sets batchVersion in the record object, once per
  * occurrence in the list.
  * @return 0; L2VPN_DB_ERR_PARAM if record or fieldIds is null, fieldCount is 0, or at the first
  *         other field id, or record->data is null; else the bitwise OR of the record object's
@@ -367,7 +366,7 @@ uint32_t L2VPN_DB_L2vpnVllPwGetAllFields(const void *stored, L2vpnVllPw *record)
 uint32_t L2VPN_DB_L2vpnVllPwGlbInit(void);
 
 /**
- * Adds an amount to a counter, atomically and modulo 2^32. The store calls it.
+ * Adds an amount to a counter, atomically and modulo 2^32. Called by the store.
  * @param statId below L2VPN_DB_STAT_COUNT; larger values are ignored
  */
 void L2VPN_DB_L2vpnVllPwStat(uint32_t statId, uint32_t amount);
@@ -430,8 +429,8 @@ uint32_t L2VPN_DAL_L2vpnVllPwGetNext(L2vpnDbIter *iter, void *record, uint32_t l
 uint32_t L2VPN_DAL_L2vpnVllPwCount(uint32_t *count);
 
 /**
- * Checks the record length, then calls L2VPN_DB_L2vpnVllPwCountByKey. A null record must have the
- * right length, too.
+ * Checks the record length, then calls L2VPN_DB_L2vpnVllPwCountByKey. The length of a null record
+ * is checked, too.
  * @return L2VPN_DB_ERR_PARAM if length is not 184; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnVllPwCountByKey(uint32_t keyIndex, const void *record, uint32_t length,
@@ -440,7 +439,7 @@ uint32_t L2VPN_DAL_L2vpnVllPwCountByKey(uint32_t keyIndex, const void *record, u
 /* ---- Formatting and schema ------------------------------------------------------------------- */
 
 /**
- * Renders a record as one line of text, "name:value" items joined by the separator: vrIndex,
+ * Formats a record as one line of text, "name:value" items joined by the separator: vrIndex,
  * pwTunnelId, pwTunnelType, instanceId, l2vpnIid, flags, srcPid, svcStatus, svcErrcode, glbSvcCtx,
  * nhpSvcCtx, batchVersion. A piece that does not fit is omitted.
  * @param formatId L2VPN_AST_WHOLE_RECORD; other values print "not support"
@@ -453,7 +452,7 @@ uint32_t L2VPN_AST_L2vpnVllPwFormat(uint32_t formatId, const void *record, char 
                                     uint32_t bufferLength, const char *separator);
 
 /**
- * Renders like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
+ * Formats like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
  * @return the number of characters without the terminator
  */
 uint32_t L2VPN_AST_L2vpnVllPwFormatTable(const L2vpnVllPw *record, char *buffer,

@@ -187,11 +187,10 @@ uint32_t L2VPN_DB_L2vpnVplsAcCountByKey(uint32_t keyIndex, const L2vpnVplsAc *re
                                         uint32_t *count);
 
 /**
- * Opens an iterator over one full primary key. If the table's fast iterator is free, returns that:
- * its handle is the address of the control block, and it costs one read and no iterator in the
- * store. Otherwise opens an iterator of the store. Only the caller that received the handle may use
- * it.
- * @param record holds the primary-key fields; null gives 0
+ * Opens an iterator over one full primary key. Returns the table's fast iterator if it is free: its
+ * handle is the address of the control block, and it costs one read and no iterator in the store.
+ * Otherwise opens a store iterator. Only the caller that received the handle may use it.
+ * @param record holds the primary-key fields; returns 0 if null
  * @return a handle, to be released with ReleaseIter; 0 on failure
  */
 __attribute__((warn_unused_result))
@@ -201,8 +200,8 @@ L2vpnDbIter *L2VPN_DB_L2vpnVplsAcCreateFastPriIter(const L2vpnVplsAc *record);
  * Delivers an iterator's next record.
  * @param iter from one of this table's Create...Iter functions
  * @param record out, unchanged unless the result is 0
- * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE after the one read of the
- *         fast iterator; else the store's result, which includes its end code
+ * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE after the single read of
+ *         the fast iterator; else the store's result, such as its end code
  */
 uint32_t L2VPN_DB_L2vpnVplsAcGetNext(L2vpnDbIter *iter, L2vpnVplsAc *record);
 
@@ -215,7 +214,7 @@ uint32_t L2VPN_DB_L2vpnVplsAcReleaseIter(L2vpnDbIter *iter);
 /* ---- Key 0: primary_key (ifIndex) ------------------------------------------------------------ */
 
 /**
- * Opens an iterator of the store over the records with the same ifIndex as record.
+ * Opens a store iterator over the records with the same ifIndex as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -241,7 +240,7 @@ void L2VPN_DB_L2vpnVplsAcSetPrimaryKey(const L2vpnVplsAc *record, L2vpnDbKeyData
 /* ---- Key 1: instance_key (vrIndex, instanceId) ----------------------------------------------- */
 
 /**
- * Opens an iterator of the store over the records with the same vrIndex and instanceId as record.
+ * Opens a store iterator over the records with the same vrIndex and instanceId as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -268,7 +267,7 @@ void L2VPN_DB_L2vpnVplsAcSetInstanceKey(const L2vpnVplsAc *record, L2vpnDbKeyDat
 /* ---- Key 2: share_if_key (vrIndex, instanceId, mainIfIndex, sharePeVlan, shareType) ---------- */
 
 /**
- * Opens an iterator of the store over the records with the same vrIndex, instanceId, mainIfIndex,
+ * Opens a store iterator over the records with the same vrIndex, instanceId, mainIfIndex,
  * sharePeVlan and shareType as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
@@ -297,8 +296,8 @@ void L2VPN_DB_L2vpnVplsAcSetShareIfKey(const L2vpnVplsAc *record, L2vpnDbKeyData
 /* ---- Key 3: encap_key (vrIndex, instanceId, encapType) --------------------------------------- */
 
 /**
- * Opens an iterator of the store over the records with the same vrIndex, instanceId and encapType
- * as record.
+ * Opens a store iterator over the records with the same vrIndex, instanceId and encapType as
+ * record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -325,7 +324,7 @@ void L2VPN_DB_L2vpnVplsAcSetEncapKey(const L2vpnVplsAc *record, L2vpnDbKeyData *
 /* ---- Key 4: mainIf_ker (vrIndex, mainIfIndex) ------------------------------------------------ */
 
 /**
- * Opens an iterator of the store over the records with the same vrIndex and mainIfIndex as record.
+ * Opens a store iterator over the records with the same vrIndex and mainIfIndex as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -352,7 +351,7 @@ void L2VPN_DB_L2vpnVplsAcSetMainifKerKey(const L2vpnVplsAc *record, L2vpnDbKeyDa
 /* ---- Key 5: stp_ker (mainIfIndex, peVlan) ---------------------------------------------------- */
 
 /**
- * Opens an iterator of the store over the records with the same mainIfIndex and peVlan as record.
+ * Opens a store iterator over the records with the same mainIfIndex and peVlan as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -379,7 +378,7 @@ void L2VPN_DB_L2vpnVplsAcSetStpKerKey(const L2vpnVplsAc *record, L2vpnDbKeyData 
 /* ---- Key 6: smooth_hash_key (vrIndex, srcPid) ------------------------------------------------ */
 
 /**
- * Opens an iterator of the store over the records with the same vrIndex and srcPid as record.
+ * Opens a store iterator over the records with the same vrIndex and srcPid as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -406,7 +405,7 @@ void L2VPN_DB_L2vpnVplsAcSetSmoothHashKey(const L2vpnVplsAc *record, L2vpnDbKeyD
 /* ---- Key 7: if_inst (ifIndex, instanceId) ---------------------------------------------------- */
 
 /**
- * Opens an iterator of the store over the records with the same ifIndex and instanceId as record.
+ * Opens a store iterator over the records with the same ifIndex and instanceId as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -445,7 +444,7 @@ uint32_t L2VPN_DB_L2vpnVplsAcMapKeyId(uint32_t keyIndex);
 uint32_t L2VPN_DB_L2vpnVplsAcMapUpdateFieldId(uint32_t fieldId);
 
 /**
- * Setter: the store calls it during an update. Sets batchVersion in the record object, once per
+ * Setter, called by the store during an update. Sets batchVersion in the record object, once per
  * occurrence in the list.
  * @return 0; L2VPN_DB_ERR_PARAM if record or fieldIds is null, fieldCount is 0, or at the first
  *         other field id, or record->data is null; else the bitwise OR of the record object's
@@ -475,7 +474,7 @@ uint32_t L2VPN_DB_L2vpnVplsAcGetAllFields(const void *stored, L2vpnVplsAc *recor
 uint32_t L2VPN_DB_L2vpnVplsAcGlbInit(void);
 
 /**
- * Adds an amount to a counter, atomically and modulo 2^32. The store calls it.
+ * Adds an amount to a counter, atomically and modulo 2^32. Called by the store.
  * @param statId below L2VPN_DB_STAT_COUNT; larger values are ignored
  */
 void L2VPN_DB_L2vpnVplsAcStat(uint32_t statId, uint32_t amount);
@@ -538,8 +537,8 @@ uint32_t L2VPN_DAL_L2vpnVplsAcGetNext(L2vpnDbIter *iter, void *record, uint32_t 
 uint32_t L2VPN_DAL_L2vpnVplsAcCount(uint32_t *count);
 
 /**
- * Checks the record length, then calls L2VPN_DB_L2vpnVplsAcCountByKey. A null record must have the
- * right length, too.
+ * Checks the record length, then calls L2VPN_DB_L2vpnVplsAcCountByKey. The length of a null record
+ * is checked, too.
  * @return L2VPN_DB_ERR_PARAM if length is not 192; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnVplsAcCountByKey(uint32_t keyIndex, const void *record, uint32_t length,
@@ -548,7 +547,7 @@ uint32_t L2VPN_DAL_L2vpnVplsAcCountByKey(uint32_t keyIndex, const void *record, 
 /* ---- Formatting and schema ------------------------------------------------------------------- */
 
 /**
- * Renders a record as one line of text, "name:value" items joined by the separator: ifIndex,
+ * Formats a record as one line of text, "name:value" items joined by the separator: ifIndex,
  * vrIndex, instanceId, peVlan, encapType, mainIfIndex, sharePeVlan, shareType, flags, srcPid,
  * svcStatus, svcErrcode, glbSvcCtx, svcCtx, batchVersion. A piece that does not fit is omitted.
  * @param formatId L2VPN_AST_WHOLE_RECORD; other values print "not support"
@@ -561,7 +560,7 @@ uint32_t L2VPN_AST_L2vpnVplsAcFormat(uint32_t formatId, const void *record, char
                                      uint32_t bufferLength, const char *separator);
 
 /**
- * Renders like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
+ * Formats like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
  * @return the number of characters without the terminator
  */
 uint32_t L2VPN_AST_L2vpnVplsAcFormatTable(const L2vpnVplsAc *record, char *buffer,

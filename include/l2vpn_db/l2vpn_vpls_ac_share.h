@@ -173,11 +173,10 @@ uint32_t L2VPN_DB_L2vpnVplsAcShareCountByKey(uint32_t keyIndex, const L2vpnVplsA
                                              uint32_t *count);
 
 /**
- * Opens an iterator over one full primary key. If the table's fast iterator is free, returns that:
- * its handle is the address of the control block, and it costs one read and no iterator in the
- * store. Otherwise opens an iterator of the store. Only the caller that received the handle may use
- * it.
- * @param record holds the primary-key fields; null gives 0
+ * Opens an iterator over one full primary key. Returns the table's fast iterator if it is free: its
+ * handle is the address of the control block, and it costs one read and no iterator in the store.
+ * Otherwise opens a store iterator. Only the caller that received the handle may use it.
+ * @param record holds the primary-key fields; returns 0 if null
  * @return a handle, to be released with ReleaseIter; 0 on failure
  */
 __attribute__((warn_unused_result))
@@ -187,8 +186,8 @@ L2vpnDbIter *L2VPN_DB_L2vpnVplsAcShareCreateFastPriIter(const L2vpnVplsAcShare *
  * Delivers an iterator's next record.
  * @param iter from one of this table's Create...Iter functions
  * @param record out, unchanged unless the result is 0
- * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE after the one read of the
- *         fast iterator; else the store's result, which includes its end code
+ * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE after the single read of
+ *         the fast iterator; else the store's result, such as its end code
  */
 uint32_t L2VPN_DB_L2vpnVplsAcShareGetNext(L2vpnDbIter *iter, L2vpnVplsAcShare *record);
 
@@ -201,8 +200,8 @@ uint32_t L2VPN_DB_L2vpnVplsAcShareReleaseIter(L2vpnDbIter *iter);
 /* ---- Key 0: primary_key (ifIndex, vrIndex, instanceId, peVlan, shareType) -------------------- */
 
 /**
- * Opens an iterator of the store over the records with the same ifIndex, vrIndex, instanceId,
- * peVlan and shareType as record.
+ * Opens a store iterator over the records with the same ifIndex, vrIndex, instanceId, peVlan and
+ * shareType as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -230,7 +229,7 @@ void L2VPN_DB_L2vpnVplsAcShareSetPrimaryKey(const L2vpnVplsAcShare *record,
 /* ---- Key 1: ifindex_key (ifIndex) ------------------------------------------------------------ */
 
 /**
- * Opens an iterator of the store over the records with the same ifIndex as record.
+ * Opens a store iterator over the records with the same ifIndex as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -257,7 +256,7 @@ void L2VPN_DB_L2vpnVplsAcShareSetIfindexKey(const L2vpnVplsAcShare *record,
 /* ---- Key 2: instance_key (vrIndex, instanceId) ----------------------------------------------- */
 
 /**
- * Opens an iterator of the store over the records with the same vrIndex and instanceId as record.
+ * Opens a store iterator over the records with the same vrIndex and instanceId as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -285,7 +284,7 @@ void L2VPN_DB_L2vpnVplsAcShareSetInstanceKey(const L2vpnVplsAcShare *record,
 /* ---- Key 3: stp_key (ifIndex, peVlan) -------------------------------------------------------- */
 
 /**
- * Opens an iterator of the store over the records with the same ifIndex and peVlan as record.
+ * Opens a store iterator over the records with the same ifIndex and peVlan as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -312,7 +311,7 @@ void L2VPN_DB_L2vpnVplsAcShareSetStpKey(const L2vpnVplsAcShare *record, L2vpnDbK
 /* ---- Key 4: ifinstance_key (ifIndex, instanceId) --------------------------------------------- */
 
 /**
- * Opens an iterator of the store over the records with the same ifIndex and instanceId as record.
+ * Opens a store iterator over the records with the same ifIndex and instanceId as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -353,7 +352,7 @@ uint32_t L2VPN_DB_L2vpnVplsAcShareMapKeyId(uint32_t keyIndex);
 uint32_t L2VPN_DB_L2vpnVplsAcShareMapUpdateFieldId(uint32_t fieldId);
 
 /**
- * Setter: the store calls it during an update. Sets batchVersion in the record object, once per
+ * Setter, called by the store during an update. Sets batchVersion in the record object, once per
  * occurrence in the list.
  * @return 0; L2VPN_DB_ERR_PARAM if record or fieldIds is null, fieldCount is 0, or at the first
  *         other field id, or record->data is null; else the bitwise OR of the record object's
@@ -383,7 +382,7 @@ uint32_t L2VPN_DB_L2vpnVplsAcShareGetAllFields(const void *stored, L2vpnVplsAcSh
 uint32_t L2VPN_DB_L2vpnVplsAcShareGlbInit(void);
 
 /**
- * Adds an amount to a counter, atomically and modulo 2^32. The store calls it.
+ * Adds an amount to a counter, atomically and modulo 2^32. Called by the store.
  * @param statId below L2VPN_DB_STAT_COUNT; larger values are ignored
  */
 void L2VPN_DB_L2vpnVplsAcShareStat(uint32_t statId, uint32_t amount);
@@ -446,8 +445,8 @@ uint32_t L2VPN_DAL_L2vpnVplsAcShareGetNext(L2vpnDbIter *iter, void *record, uint
 uint32_t L2VPN_DAL_L2vpnVplsAcShareCount(uint32_t *count);
 
 /**
- * Checks the record length, then calls L2VPN_DB_L2vpnVplsAcShareCountByKey. A null record must have
- * the right length, too.
+ * Checks the record length, then calls L2VPN_DB_L2vpnVplsAcShareCountByKey. The length of a null
+ * record is checked, too.
  * @return L2VPN_DB_ERR_PARAM if length is not 176; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnVplsAcShareCountByKey(uint32_t keyIndex, const void *record,
@@ -456,7 +455,7 @@ uint32_t L2VPN_DAL_L2vpnVplsAcShareCountByKey(uint32_t keyIndex, const void *rec
 /* ---- Formatting and schema ------------------------------------------------------------------- */
 
 /**
- * Renders a record as one line of text, "name:value" items joined by the separator: ifIndex,
+ * Formats a record as one line of text, "name:value" items joined by the separator: ifIndex,
  * vrIndex, instanceId, peVlan, shareType, flags, svcStatus, svcErrcode, glbSvcCtx, svcCtx,
  * batchVersion. A piece that does not fit is omitted.
  * @param formatId L2VPN_AST_WHOLE_RECORD; other values print "not support"
@@ -469,7 +468,7 @@ uint32_t L2VPN_AST_L2vpnVplsAcShareFormat(uint32_t formatId, const void *record,
                                           uint32_t bufferLength, const char *separator);
 
 /**
- * Renders like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
+ * Formats like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
  * @return the number of characters without the terminator
  */
 uint32_t L2VPN_AST_L2vpnVplsAcShareFormatTable(const L2vpnVplsAcShare *record, char *buffer,

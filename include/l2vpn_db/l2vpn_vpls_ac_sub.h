@@ -190,11 +190,10 @@ uint32_t L2VPN_DB_L2vpnVplsAcSubCountByKey(uint32_t keyIndex, const L2vpnVplsAcS
                                            uint32_t *count);
 
 /**
- * Opens an iterator over one full primary key. If the table's fast iterator is free, returns that:
- * its handle is the address of the control block, and it costs one read and no iterator in the
- * store. Otherwise opens an iterator of the store. Only the caller that received the handle may use
- * it.
- * @param record holds the primary-key fields; null gives 0
+ * Opens an iterator over one full primary key. Returns the table's fast iterator if it is free: its
+ * handle is the address of the control block, and it costs one read and no iterator in the store.
+ * Otherwise opens a store iterator. Only the caller that received the handle may use it.
+ * @param record holds the primary-key fields; returns 0 if null
  * @return a handle, to be released with ReleaseIter; 0 on failure
  */
 __attribute__((warn_unused_result))
@@ -204,8 +203,8 @@ L2vpnDbIter *L2VPN_DB_L2vpnVplsAcSubCreateFastPriIter(const L2vpnVplsAcSub *reco
  * Delivers an iterator's next record.
  * @param iter from one of this table's Create...Iter functions
  * @param record out, unchanged unless the result is 0
- * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE after the one read of the
- *         fast iterator; else the store's result, which includes its end code
+ * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE after the single read of
+ *         the fast iterator; else the store's result, such as its end code
  */
 uint32_t L2VPN_DB_L2vpnVplsAcSubGetNext(L2vpnDbIter *iter, L2vpnVplsAcSub *record);
 
@@ -218,8 +217,7 @@ uint32_t L2VPN_DB_L2vpnVplsAcSubReleaseIter(L2vpnDbIter *iter);
 /* ---- Key 0: primary_key (ifIndex, peVlan, ceVlan) -------------------------------------------- */
 
 /**
- * Opens an iterator of the store over the records with the same ifIndex, peVlan and ceVlan as
- * record.
+ * Opens a store iterator over the records with the same ifIndex, peVlan and ceVlan as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -246,7 +244,7 @@ void L2VPN_DB_L2vpnVplsAcSubSetPrimaryKey(const L2vpnVplsAcSub *record, L2vpnDbK
 /* ---- Key 1: ifindex_key (ifIndex) ------------------------------------------------------------ */
 
 /**
- * Opens an iterator of the store over the records with the same ifIndex as record.
+ * Opens a store iterator over the records with the same ifIndex as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -272,7 +270,7 @@ void L2VPN_DB_L2vpnVplsAcSubSetIfindexKey(const L2vpnVplsAcSub *record, L2vpnDbK
 /* ---- Key 2: instance_key (vrIndex, instanceId) ----------------------------------------------- */
 
 /**
- * Opens an iterator of the store over the records with the same vrIndex and instanceId as record.
+ * Opens a store iterator over the records with the same vrIndex and instanceId as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -299,8 +297,8 @@ void L2VPN_DB_L2vpnVplsAcSubSetInstanceKey(const L2vpnVplsAcSub *record, L2vpnDb
 /* ---- Key 3: inst_src_if_key (srcIfIndex, vrIndex, instanceId) -------------------------------- */
 
 /**
- * Opens an iterator of the store over the records with the same srcIfIndex, vrIndex and instanceId
- * as record.
+ * Opens a store iterator over the records with the same srcIfIndex, vrIndex and instanceId as
+ * record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -327,7 +325,7 @@ void L2VPN_DB_L2vpnVplsAcSubSetInstSrcIfKey(const L2vpnVplsAcSub *record, L2vpnD
 /* ---- Key 4: inst_src_if_pevlan_key (srcIfIndex, vrIndex, instanceId, sharePeVlan, shareType) - */
 
 /**
- * Opens an iterator of the store over the records with the same srcIfIndex, vrIndex, instanceId,
+ * Opens a store iterator over the records with the same srcIfIndex, vrIndex, instanceId,
  * sharePeVlan and shareType as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
@@ -358,8 +356,8 @@ void L2VPN_DB_L2vpnVplsAcSubSetInstSrcIfPevlanKey(const L2vpnVplsAcSub *record,
 /* ---- Key 5: encap_key (vrIndex, instanceId, encapType) --------------------------------------- */
 
 /**
- * Opens an iterator of the store over the records with the same vrIndex, instanceId and encapType
- * as record.
+ * Opens a store iterator over the records with the same vrIndex, instanceId and encapType as
+ * record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -386,8 +384,8 @@ void L2VPN_DB_L2vpnVplsAcSubSetEncapKey(const L2vpnVplsAcSub *record, L2vpnDbKey
 /* ---- Key 6: ifindex_srcIfIndex_pevlan_inst_key (ifIndex, srcIfIndex, peVlan, instanceId) ----- */
 
 /**
- * Opens an iterator of the store over the records with the same ifIndex, srcIfIndex, peVlan and
- * instanceId as record.
+ * Opens a store iterator over the records with the same ifIndex, srcIfIndex, peVlan and instanceId
+ * as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -417,8 +415,8 @@ void L2VPN_DB_L2vpnVplsAcSubSetIfindexSrcifindexPevlanInstKey(const L2vpnVplsAcS
 /* ---- Key 7: if_vlan_inst_key (ifIndex, peVlan, ceVlan, instanceId) --------------------------- */
 
 /**
- * Opens an iterator of the store over the records with the same ifIndex, peVlan, ceVlan and
- * instanceId as record.
+ * Opens a store iterator over the records with the same ifIndex, peVlan, ceVlan and instanceId as
+ * record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -446,7 +444,7 @@ void L2VPN_DB_L2vpnVplsAcSubSetIfVlanInstKey(const L2vpnVplsAcSub *record, L2vpn
 /* ---- Key 8: src_if_key (srcIfIndex, vrIndex) ------------------------------------------------- */
 
 /**
- * Opens an iterator of the store over the records with the same srcIfIndex and vrIndex as record.
+ * Opens a store iterator over the records with the same srcIfIndex and vrIndex as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -473,7 +471,7 @@ void L2VPN_DB_L2vpnVplsAcSubSetSrcIfKey(const L2vpnVplsAcSub *record, L2vpnDbKey
 /* ---- Key 9: stp_key (ifIndex, peVlan) -------------------------------------------------------- */
 
 /**
- * Opens an iterator of the store over the records with the same ifIndex and peVlan as record.
+ * Opens a store iterator over the records with the same ifIndex and peVlan as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -512,7 +510,7 @@ uint32_t L2VPN_DB_L2vpnVplsAcSubMapKeyId(uint32_t keyIndex);
 uint32_t L2VPN_DB_L2vpnVplsAcSubMapUpdateFieldId(uint32_t fieldId);
 
 /**
- * Setter: the store calls it during an update. Sets batchVersion in the record object, once per
+ * Setter, called by the store during an update. Sets batchVersion in the record object, once per
  * occurrence in the list.
  * @return 0; L2VPN_DB_ERR_PARAM if record or fieldIds is null, fieldCount is 0, or at the first
  *         other field id, or record->data is null; else the bitwise OR of the record object's
@@ -542,7 +540,7 @@ uint32_t L2VPN_DB_L2vpnVplsAcSubGetAllFields(const void *stored, L2vpnVplsAcSub 
 uint32_t L2VPN_DB_L2vpnVplsAcSubGlbInit(void);
 
 /**
- * Adds an amount to a counter, atomically and modulo 2^32. The store calls it.
+ * Adds an amount to a counter, atomically and modulo 2^32. Called by the store.
  * @param statId below L2VPN_DB_STAT_COUNT; larger values are ignored
  */
 void L2VPN_DB_L2vpnVplsAcSubStat(uint32_t statId, uint32_t amount);
@@ -605,8 +603,8 @@ uint32_t L2VPN_DAL_L2vpnVplsAcSubGetNext(L2vpnDbIter *iter, void *record, uint32
 uint32_t L2VPN_DAL_L2vpnVplsAcSubCount(uint32_t *count);
 
 /**
- * Checks the record length, then calls L2VPN_DB_L2vpnVplsAcSubCountByKey. A null record must have
- * the right length, too.
+ * Checks the record length, then calls L2VPN_DB_L2vpnVplsAcSubCountByKey. The length of a null
+ * record is checked, too.
  * @return L2VPN_DB_ERR_PARAM if length is not 192; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnVplsAcSubCountByKey(uint32_t keyIndex, const void *record, uint32_t length,
@@ -615,7 +613,7 @@ uint32_t L2VPN_DAL_L2vpnVplsAcSubCountByKey(uint32_t keyIndex, const void *recor
 /* ---- Formatting and schema ------------------------------------------------------------------- */
 
 /**
- * Renders a record as one line of text, "name:value" items joined by the separator: ifIndex,
+ * Formats a record as one line of text, "name:value" items joined by the separator: ifIndex,
  * peVlan, ceVlan, vrIndex, instanceId, encapType, flags, srcIfIndex, sharePeVlan, shareType,
  * svcStatus, svcErrcode, glbSvcCtx, svcCtx, batchVersion. A piece that does not fit is omitted.
  * @param formatId L2VPN_AST_WHOLE_RECORD; other values print "not support"
@@ -628,7 +626,7 @@ uint32_t L2VPN_AST_L2vpnVplsAcSubFormat(uint32_t formatId, const void *record, c
                                         uint32_t bufferLength, const char *separator);
 
 /**
- * Renders like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
+ * Formats like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
  * @return the number of characters without the terminator
  */
 uint32_t L2VPN_AST_L2vpnVplsAcSubFormatTable(const L2vpnVplsAcSub *record, char *buffer,

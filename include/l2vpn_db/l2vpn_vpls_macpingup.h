@@ -148,11 +148,10 @@ uint32_t L2VPN_DB_L2vpnVplsMacpingupCountByKey(uint32_t keyIndex, const L2vpnVpl
                                                uint32_t *count);
 
 /**
- * Opens an iterator over one full primary key. If the table's fast iterator is free, returns that:
- * its handle is the address of the control block, and it costs one read and no iterator in the
- * store. Otherwise opens an iterator of the store. Only the caller that received the handle may use
- * it.
- * @param record holds the primary-key fields; null gives 0
+ * Opens an iterator over one full primary key. Returns the table's fast iterator if it is free: its
+ * handle is the address of the control block, and it costs one read and no iterator in the store.
+ * Otherwise opens a store iterator. Only the caller that received the handle may use it.
+ * @param record holds the primary-key fields; returns 0 if null
  * @return a handle, to be released with ReleaseIter; 0 on failure
  */
 __attribute__((warn_unused_result))
@@ -162,8 +161,8 @@ L2vpnDbIter *L2VPN_DB_L2vpnVplsMacpingupCreateFastPriIter(const L2vpnVplsMacping
  * Delivers an iterator's next record.
  * @param iter from one of this table's Create...Iter functions
  * @param record out, unchanged unless the result is 0
- * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE after the one read of the
- *         fast iterator; else the store's result, which includes its end code
+ * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE after the single read of
+ *         the fast iterator; else the store's result, such as its end code
  */
 uint32_t L2VPN_DB_L2vpnVplsMacpingupGetNext(L2vpnDbIter *iter, L2vpnVplsMacpingup *record);
 
@@ -176,8 +175,8 @@ uint32_t L2VPN_DB_L2vpnVplsMacpingupReleaseIter(L2vpnDbIter *iter);
 /* ---- Key 0: primary_key (vrId, vsiInstId, userVlanId, macAddr) ------------------------------- */
 
 /**
- * Opens an iterator of the store over the records with the same vrId, vsiInstId, userVlanId and
- * macAddr as record.
+ * Opens a store iterator over the records with the same vrId, vsiInstId, userVlanId and macAddr as
+ * record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -217,7 +216,7 @@ uint32_t L2VPN_DB_L2vpnVplsMacpingupMapKeyId(uint32_t keyIndex);
 uint32_t L2VPN_DB_L2vpnVplsMacpingupMapUpdateFieldId(uint32_t fieldId);
 
 /**
- * Setter: the store calls it during an update. Ignores its arguments.
+ * Setter, called by the store during an update. Ignores its arguments.
  * @return L2VPN_DB_ERR_PARAM: no field of this table can be updated
  */
 uint32_t L2VPN_DB_L2vpnVplsMacpingupSetFields(const L2vpnDbRecData *record, L2vpnDbRecObj *object,
@@ -244,7 +243,7 @@ uint32_t L2VPN_DB_L2vpnVplsMacpingupGetAllFields(const void *stored, L2vpnVplsMa
 uint32_t L2VPN_DB_L2vpnVplsMacpingupGlbInit(void);
 
 /**
- * Adds an amount to a counter, atomically and modulo 2^32. The store calls it.
+ * Adds an amount to a counter, atomically and modulo 2^32. Called by the store.
  * @param statId below L2VPN_DB_STAT_COUNT; larger values are ignored
  */
 void L2VPN_DB_L2vpnVplsMacpingupStat(uint32_t statId, uint32_t amount);
@@ -309,8 +308,8 @@ uint32_t L2VPN_DAL_L2vpnVplsMacpingupGetNext(L2vpnDbIter *iter, void *record, ui
 uint32_t L2VPN_DAL_L2vpnVplsMacpingupCount(uint32_t *count);
 
 /**
- * Checks the record length, then calls L2VPN_DB_L2vpnVplsMacpingupCountByKey. A null record must
- * have the right length, too.
+ * Checks the record length, then calls L2VPN_DB_L2vpnVplsMacpingupCountByKey. The length of a null
+ * record is checked, too.
  * @return L2VPN_DB_ERR_PARAM if length is not 40; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnVplsMacpingupCountByKey(uint32_t keyIndex, const void *record,
@@ -319,7 +318,7 @@ uint32_t L2VPN_DAL_L2vpnVplsMacpingupCountByKey(uint32_t keyIndex, const void *r
 /* ---- Formatting and schema ------------------------------------------------------------------- */
 
 /**
- * Renders a record as one line of text, "name:value" items joined by the separator: vrId,
+ * Formats a record as one line of text, "name:value" items joined by the separator: vrId,
  * vsiInstId, userVlanId, macAddr. A MAC field shows the low 32 bits of its address in memory, not
  * its contents. A piece that does not fit is omitted.
  * @param formatId L2VPN_AST_WHOLE_RECORD; other values print "not support"
@@ -332,7 +331,7 @@ uint32_t L2VPN_AST_L2vpnVplsMacpingupFormat(uint32_t formatId, const void *recor
                                             uint32_t bufferLength, const char *separator);
 
 /**
- * Renders like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
+ * Formats like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
  * @return the number of characters without the terminator
  */
 uint32_t L2VPN_AST_L2vpnVplsMacpingupFormatTable(const L2vpnVplsMacpingup *record, char *buffer,

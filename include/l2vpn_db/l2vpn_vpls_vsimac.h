@@ -181,11 +181,10 @@ uint32_t L2VPN_DB_L2vpnVplsVsimacCountByKey(uint32_t keyIndex, const L2vpnVplsVs
                                             uint32_t *count);
 
 /**
- * Opens an iterator over one full primary key. If the table's fast iterator is free, returns that:
- * its handle is the address of the control block, and it costs one read and no iterator in the
- * store. Otherwise opens an iterator of the store. Only the caller that received the handle may use
- * it.
- * @param record holds the primary-key fields; null gives 0
+ * Opens an iterator over one full primary key. Returns the table's fast iterator if it is free: its
+ * handle is the address of the control block, and it costs one read and no iterator in the store.
+ * Otherwise opens a store iterator. Only the caller that received the handle may use it.
+ * @param record holds the primary-key fields; returns 0 if null
  * @return a handle, to be released with ReleaseIter; 0 on failure
  */
 __attribute__((warn_unused_result))
@@ -195,8 +194,8 @@ L2vpnDbIter *L2VPN_DB_L2vpnVplsVsimacCreateFastPriIter(const L2vpnVplsVsimac *re
  * Delivers an iterator's next record.
  * @param iter from one of this table's Create...Iter functions
  * @param record out, unchanged unless the result is 0
- * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE after the one read of the
- *         fast iterator; else the store's result, which includes its end code
+ * @return 0; L2VPN_DB_ERR_PARAM if an argument is null; L2VPN_DB_NO_MORE after the single read of
+ *         the fast iterator; else the store's result, such as its end code
  */
 uint32_t L2VPN_DB_L2vpnVplsVsimacGetNext(L2vpnDbIter *iter, L2vpnVplsVsimac *record);
 
@@ -209,8 +208,8 @@ uint32_t L2VPN_DB_L2vpnVplsVsimacReleaseIter(L2vpnDbIter *iter);
 /* ---- Key 0: primary_key (vrIndex, macAddr, vlanId, instanceId) ------------------------------- */
 
 /**
- * Opens an iterator of the store over the records with the same vrIndex, macAddr, vlanId and
- * instanceId as record.
+ * Opens a store iterator over the records with the same vrIndex, macAddr, vlanId and instanceId as
+ * record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -237,7 +236,7 @@ void L2VPN_DB_L2vpnVplsVsimacSetPrimaryKey(const L2vpnVplsVsimac *record, L2vpnD
 /* ---- Key 1: vr_inst_key (vrIndex, instanceId) ------------------------------------------------ */
 
 /**
- * Opens an iterator of the store over the records with the same vrIndex and instanceId as record.
+ * Opens a store iterator over the records with the same vrIndex and instanceId as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -264,7 +263,7 @@ void L2VPN_DB_L2vpnVplsVsimacSetVrInstKey(const L2vpnVplsVsimac *record, L2vpnDb
 /* ---- Key 2: instance_key (instanceId) -------------------------------------------------------- */
 
 /**
- * Opens an iterator of the store over the records with the same instanceId as record.
+ * Opens a store iterator over the records with the same instanceId as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -291,7 +290,7 @@ void L2VPN_DB_L2vpnVplsVsimacSetInstanceKey(const L2vpnVplsVsimac *record, L2vpn
 /* ---- Key 3: outIfIndex_key (outIfIndex) ------------------------------------------------------ */
 
 /**
- * Opens an iterator of the store over the records with the same outIfIndex as record.
+ * Opens a store iterator over the records with the same outIfIndex as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -318,7 +317,7 @@ void L2VPN_DB_L2vpnVplsVsimacSetOutifindexKey(const L2vpnVplsVsimac *record,
 /* ---- Key 4: vlanifId_key (vlanifId) ---------------------------------------------------------- */
 
 /**
- * Opens an iterator of the store over the records with the same vlanifId as record.
+ * Opens a store iterator over the records with the same vlanifId as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -345,7 +344,7 @@ void L2VPN_DB_L2vpnVplsVsimacSetVlanifidKey(const L2vpnVplsVsimac *record, L2vpn
 /* ---- Key 5: vlanifIndex_key (vlanifIndex) ---------------------------------------------------- */
 
 /**
- * Opens an iterator of the store over the records with the same vlanifIndex as record.
+ * Opens a store iterator over the records with the same vlanifIndex as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -373,8 +372,8 @@ void L2VPN_DB_L2vpnVplsVsimacSetVlanifindexKey(const L2vpnVplsVsimac *record,
 /* ---- Key 6: outif_vlanif_vlanifid_inst (outIfIndex, vlanifIndex, vlanifId, instanceId) ------- */
 
 /**
- * Opens an iterator of the store over the records with the same outIfIndex, vlanifIndex, vlanifId
- * and instanceId as record.
+ * Opens a store iterator over the records with the same outIfIndex, vlanifIndex, vlanifId and
+ * instanceId as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -404,8 +403,8 @@ void L2VPN_DB_L2vpnVplsVsimacSetOutifVlanifVlanifidInstKey(const L2vpnVplsVsimac
 /* ---- Key 7: outif_pevid_cevid_inst (outIfIndex, peVid, ceVid, instanceId) -------------------- */
 
 /**
- * Opens an iterator of the store over the records with the same outIfIndex, peVid, ceVid and
- * instanceId as record.
+ * Opens a store iterator over the records with the same outIfIndex, peVid, ceVid and instanceId as
+ * record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -434,8 +433,8 @@ void L2VPN_DB_L2vpnVplsVsimacSetOutifPevidCevidInstKey(const L2vpnVplsVsimac *re
 /* ---- Key 8: share_mode_key (mainIfIndex, vrIndex, instanceId, shareVlan, shareType) ---------- */
 
 /**
- * Opens an iterator of the store over the records with the same mainIfIndex, vrIndex, instanceId,
- * shareVlan and shareType as record.
+ * Opens a store iterator over the records with the same mainIfIndex, vrIndex, instanceId, shareVlan
+ * and shareType as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -464,8 +463,7 @@ void L2VPN_DB_L2vpnVplsVsimacSetShareModeKey(const L2vpnVplsVsimac *record,
 /* ---- Key 9: if_inst (outIfIndex, instanceId) ------------------------------------------------- */
 
 /**
- * Opens an iterator of the store over the records with the same outIfIndex and instanceId as
- * record.
+ * Opens a store iterator over the records with the same outIfIndex and instanceId as record.
  * @return a handle, to be released with ReleaseIter; 0 if record is null or the store cannot open
  *         one
  */
@@ -504,7 +502,7 @@ uint32_t L2VPN_DB_L2vpnVplsVsimacMapKeyId(uint32_t keyIndex);
 uint32_t L2VPN_DB_L2vpnVplsVsimacMapUpdateFieldId(uint32_t fieldId);
 
 /**
- * Setter: the store calls it during an update. Sets batchVersion in the record object, once per
+ * Setter, called by the store during an update. Sets batchVersion in the record object, once per
  * occurrence in the list.
  * @return 0; L2VPN_DB_ERR_PARAM if record or fieldIds is null, fieldCount is 0, or at the first
  *         other field id, or record->data is null; else the bitwise OR of the record object's
@@ -534,7 +532,7 @@ uint32_t L2VPN_DB_L2vpnVplsVsimacGetAllFields(const void *stored, L2vpnVplsVsima
 uint32_t L2VPN_DB_L2vpnVplsVsimacGlbInit(void);
 
 /**
- * Adds an amount to a counter, atomically and modulo 2^32. The store calls it.
+ * Adds an amount to a counter, atomically and modulo 2^32. Called by the store.
  * @param statId below L2VPN_DB_STAT_COUNT; larger values are ignored
  */
 void L2VPN_DB_L2vpnVplsVsimacStat(uint32_t statId, uint32_t amount);
@@ -597,8 +595,8 @@ uint32_t L2VPN_DAL_L2vpnVplsVsimacGetNext(L2vpnDbIter *iter, void *record, uint3
 uint32_t L2VPN_DAL_L2vpnVplsVsimacCount(uint32_t *count);
 
 /**
- * Checks the record length, then calls L2VPN_DB_L2vpnVplsVsimacCountByKey. A null record must have
- * the right length, too.
+ * Checks the record length, then calls L2VPN_DB_L2vpnVplsVsimacCountByKey. The length of a null
+ * record is checked, too.
  * @return L2VPN_DB_ERR_PARAM if length is not 136; else the result of that call
  */
 uint32_t L2VPN_DAL_L2vpnVplsVsimacCountByKey(uint32_t keyIndex, const void *record,
@@ -607,7 +605,7 @@ uint32_t L2VPN_DAL_L2vpnVplsVsimacCountByKey(uint32_t keyIndex, const void *reco
 /* ---- Formatting and schema ------------------------------------------------------------------- */
 
 /**
- * Renders a record as one line of text, "name:value" items joined by the separator: vrIndex,
+ * Formats a record as one line of text, "name:value" items joined by the separator: vrIndex,
  * macAddr, vlanId, instanceId, vlanifId, outIfIndex, peVid, ceVid, vlanifIndex, mainIfIndex,
  * shareType, shareVlan, flags, svcStatus, svcErrcode, svcCtx, batchVersion. A MAC field shows the
  * low 32 bits of its address in memory, not its contents. A piece that does not fit is omitted.
@@ -621,7 +619,7 @@ uint32_t L2VPN_AST_L2vpnVplsVsimacFormat(uint32_t formatId, const void *record, 
                                          uint32_t bufferLength, const char *separator);
 
 /**
- * Renders like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
+ * Formats like Format with L2VPN_AST_WHOLE_RECORD. No argument is checked.
  * @return the number of characters without the terminator
  */
 uint32_t L2VPN_AST_L2vpnVplsVsimacFormatTable(const L2vpnVplsVsimac *record, char *buffer,

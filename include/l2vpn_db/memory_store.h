@@ -1,61 +1,59 @@
 /* SPDX-License-Identifier: MIT */
 /**
  * @file memory_store.h
- * The in-memory table store of the embedded platform, libl2vpn_platform.so: its promises beyond
+ * The in-memory table store of the embedded platform, libl2vpn_platform.so: its guarantees beyond
  * platform.h, its result codes, the events that it counts and the services that it uses.
  *
- * The store keeps the records of a table until the process ends. It finds the table by the
+ * The store keeps the records of a table until the process exits. It finds the table by the
  * descriptor's name, which must not be overwritten; descriptors with equal names share a table.
  *
  * Records
  *  1. A table holds at most one record with a given primary key. Write inserts the record or
  *     replaces the one with its primary key; all secondary keys change with it at once.
- *  2. Read takes any key of the table. By a secondary key it reads the record that an iterator
+ *  2. Read takes any key of the table. With a secondary key, it reads the record that an iterator
  *     over that key would deliver first.
  *  3. Update and Delete take a primary key. If the record exists, Update calls the request's setter
  *     once, on the calling thread, with the record request, a record object that holds the record,
  *     the field ids and their count. The record request must carry a record; the store checks
  *     neither its length nor the field ids. If the setter returns 0, the change is kept, otherwise
- *     it is dropped; Update returns the setter's result. A setter that changes the primary key
- *     changes nothing (L2VPN_STORE_KEY_CHANGED).
- *  4. Each call takes effect as a whole or not at all: other threads never see a part of it, and
- *     a call that returns a code other than 0 has changed nothing. (One exception: a Read that
- *     finds no record because another thread is deleting it may have written to the caller's
- *     buffer.)
+ *     it is discarded; Update returns the setter's result. If the setter changes the primary key,
+ *     the change is discarded, too (L2VPN_STORE_KEY_CHANGED).
+ *  4. Each call is atomic: other threads never see a part of it, and a call that returns a code
+ *     other than 0 has changed nothing. (One exception: a Read that finds no record because
+ *     another thread is deleting it may have written to the caller's buffer.)
  *
  * Iterators
  *  5. An iterator delivers, exactly once and whole, every record that is in the table under the
  *     iterator's key from the iterator's creation until it is reached, with its contents at that
- *     time. It does not deliver records that are deleted, or leave the key, before they are
+ *     time. It does not deliver records that are deleted, or whose key changes, before they are
  *     reached, nor records that are added later, even if a deleted record returns. The order is
- *     unspecified, but stays the same while nothing changes.
- *  6. An iterator over a key without records is valid and ends at once. Handle 0 means that the
- *     request was wrong or that there was no memory; the log and the statistics tell which.
- *  7. Once an iterator has ended, it stays at its end, even if records are written. It lives until
- *     it is released. A handle that is 0, released, of another table or of no iterator is refused,
- *     on any thread. Two threads may use one iterator; each record reaches one of them.
+ *     unspecified, but stable while nothing changes.
+ *  6. An iterator over a key without records is valid and ends immediately. Handle 0 means that
+ *     the request was invalid or an allocation failed; the log and the statistics show which.
+ *  7. An iterator that has ended stays ended, even if records are written. It lives until it is
+ *     released. A handle that is 0, released, of another table or not an iterator's is rejected, on
+ *     any thread. Two threads may share an iterator; each record is delivered to one of them.
  *
  * Threads
- *  8. Any number of threads may use one table or several. Reads and counts do not wait for one
- *     another.
+ *  8. Any number of threads may use one table or several. Reads and counts never block each other.
  *  9. A setter and the memory service run inside the store. They may call functions that do not
- *     lead back into it: the record-object functions for their object, memcpy_s, sprintf_s,
+ *     re-enter it: the record-object functions for their object, memcpy_s, sprintf_s,
  *     ZAV_AtomicAdd, the library's conversions, key builders and formatters. A call of a store
  *     operation, on any table, returns L2VPN_STORE_REENTERED (or handle 0), has no effect and is
- *     not counted. The log service and the statistics functions are called outside of the store's
- *     locks and may call anything.
+ *     not counted. The log service and the statistics functions are called without any lock of the
+ *     store and may call anything.
  *
  * Memory
  * 10. The store never frees the memory of records and indexes. A table reuses the memory of deleted
  *     records before it allocates more.
  *
  * Statistics
- * 11. Each call on a table that the store knows counts one event, through the descriptor's
- *     statistics function, after it has taken effect. One thread at a time, the first that uses the
- *     table, reports its events at once; when it has ended, another thread takes over. A thread
- *     that uses the table beside it holds its events back, L2VPN_STORE_EVENT_LOT of them at most;
- *     it reports them when there are that many, when it turns to another table, and when it ends.
- *     In a program with one thread, every event is reported at once.
+ * 11. Each call on a table of the store counts one event, through the descriptor's statistics
+ *     function, after it has taken effect. One thread at a time, the first to use the table, owns
+ *     its statistics and reports each event immediately; when it exits, another thread takes over.
+ *     Other threads that use the table batch their events: a batch is reported when it holds
+ *     L2VPN_STORE_EVENT_LOT events, when the thread uses another table, and when it exits. In a
+ *     single-threaded program, every event is reported immediately.
  */
 #ifndef L2VPN_DB_MEMORY_STORE_H
 #define L2VPN_DB_MEMORY_STORE_H
@@ -76,7 +74,7 @@ extern "C" {
 #define L2VPN_STORE_NOT_FOUND UINT32_C(0x10000)
 /** The iterator has delivered all its records. */
 #define L2VPN_STORE_END UINT32_C(0x10001)
-/** The descriptor is null, or names no table of the store. */
+/** The descriptor is null or names no table of the store. */
 #define L2VPN_STORE_UNKNOWN_TABLE UINT32_C(0x10002)
 /** A required pointer is null; in Update, also the record of the record request. */
 #define L2VPN_STORE_NULL_POINTER UINT32_C(0x10003)
@@ -104,9 +102,9 @@ extern "C" {
 #define L2VPN_STORE_NO_MEMORY UINT32_C(0x1000E)
 
 /**
- * The meaning of a result code of l2vpn_db.h or of the store, as a short English text without a
- * full stop. The string is constant and never null: other codes, such as a setter's, are "unknown
- * result code". May be called by any thread.
+ * Describes a result code of l2vpn_db.h or of the store in a short English phrase. The string is
+ * constant and never null; for other codes, such as a setter's, it is "unknown result code". May be
+ * called by any thread.
  */
 static inline const char *l2vpn_store_result_text(uint32_t code) {
     switch (code) {
@@ -155,13 +153,13 @@ static inline const char *l2vpn_store_result_text(uint32_t code) {
 
 /* ---- Statistics --------------------------------------------------------------------------- */
 
-/** The greatest number of events that a thread holds back. */
+/** Maximum number of events in a thread's batch. */
 #define L2VPN_STORE_EVENT_LOT UINT32_C(64)
 
 /** Identifiers of a table's statistics counters. Each counts calls, modulo 2^32. */
 typedef enum L2vpnStoreStat {
     L2VPN_STORE_STAT_INSERTED = 0,         /**< Write: a new record. */
-    L2VPN_STORE_STAT_REPLACED = 1,         /**< Write: a record in place of another. */
+    L2VPN_STORE_STAT_REPLACED = 1,         /**< Write: an existing record replaced. */
     L2VPN_STORE_STAT_READ = 2,             /**< Read by primary key: found. */
     L2VPN_STORE_STAT_READ_MISSED = 3,      /**< Read by primary key: no such record. */
     L2VPN_STORE_STAT_KEY_READ = 4,         /**< Read by secondary key: found. */
@@ -169,7 +167,7 @@ typedef enum L2vpnStoreStat {
     L2VPN_STORE_STAT_DELETED = 6,          /**< Delete: done. */
     L2VPN_STORE_STAT_DELETE_MISSED = 7,    /**< Delete: no such record. */
     L2VPN_STORE_STAT_UPDATED = 8,          /**< Update: kept. */
-    L2VPN_STORE_STAT_UPDATE_REFUSED = 9,   /**< Update: dropped because of the setter. */
+    L2VPN_STORE_STAT_UPDATE_REFUSED = 9,   /**< Update: discarded because of the setter. */
     L2VPN_STORE_STAT_UPDATE_MISSED = 10,   /**< Update: no such record. */
     L2VPN_STORE_STAT_ITER_OPENED = 11,     /**< Iterator over the whole table opened. */
     L2VPN_STORE_STAT_KEY_ITER_OPENED = 12, /**< Iterator over a key opened. */
@@ -178,8 +176,8 @@ typedef enum L2vpnStoreStat {
     L2VPN_STORE_STAT_ITER_ENDED = 15,      /**< Iterator: L2VPN_STORE_END returned. */
     L2VPN_STORE_STAT_COUNTED = 16,         /**< Records of the table counted. */
     L2VPN_STORE_STAT_KEY_COUNTED = 17,     /**< Records with a key counted. */
-    L2VPN_STORE_STAT_BAD_REQUEST = 18,     /**< Refused: a null pointer, a wrong record length. */
-    L2VPN_STORE_STAT_BAD_KEY = 19,         /**< Refused: a wrong key request. */
+    L2VPN_STORE_STAT_BAD_REQUEST = 18,     /**< Rejected: a null pointer, a wrong record length. */
+    L2VPN_STORE_STAT_BAD_KEY = 19,         /**< Rejected: an invalid key request. */
     L2VPN_STORE_STAT_BAD_ITERATOR = 20,    /**< L2VPN_STORE_BAD_ITERATOR. */
     L2VPN_STORE_STAT_NO_MEMORY = 21        /**< L2VPN_STORE_NO_MEMORY. */
 } L2vpnStoreStat;
@@ -188,13 +186,13 @@ typedef enum L2vpnStoreStat {
 
 /**
  * Word 0 of the memory service: returns memory aligned for any type, or null, like malloc. Both
- * words must be registered, before the first table is used; otherwise the store uses malloc and
+ * words must be registered before the first table is used; otherwise the store uses malloc and
  * free.
  */
 typedef void *(*L2vpnStoreAllocateFn)(size_t size);
-/** Word 1 of the memory service: releases memory that word 0 has allocated. */
+/** Word 1 of the memory service: frees memory that word 0 has allocated. */
 typedef void (*L2vpnStoreReleaseFn)(void *memory);
-/** The word of the log service: takes a line of text, which is valid until the function returns. */
+/** The word of the log service: logs a line of text, which is valid until the function returns. */
 typedef void (*L2vpnStoreLogFn)(const char *text);
 
 /** Makes a memory service of two functions, for L2VPN_DB_MemIntfReg. */

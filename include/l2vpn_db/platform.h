@@ -15,7 +15,7 @@
  *     db_set_l2vpn_<t>_all_fields       L2vpnDbSetAllFieldsFn
  *     db_set_l2vpn_<t>_batchVersion     uint32_t (L2vpnDbRecObj *, uint32_t), if it has the field
  *
- * The library calls only the last one; the others reach the store through the table descriptor.
+ * The library calls only the last one; the store calls the others through the table descriptor.
  *
  * Rules for every store operation: the first argument is the module interface block, the second
  * identifies the table by its address and name. The library owns requests and the buffers that they
@@ -68,7 +68,7 @@ L2vpnDbIter *DAL_VELD_CreateIteratorByKey(L2vpnDbModuleIntf *module, L2vpnDbTblI
 uint32_t DAL_VELD_GetNextEntry(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table, L2vpnDbIter *iter,
                                L2vpnDbRecData *record);
 
-/** Releases an iterator. Must refuse any value that is not an open iterator, 0 included. */
+/** Releases an iterator. Must reject any value that is not an open iterator, including 0. */
 uint32_t DAL_VELD_ReleaseIterator(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
                                   L2vpnDbIter *iter);
 

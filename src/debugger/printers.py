@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
-# Shows in gdb what the library works with: caller records, stored records, key requests, control
-# blocks, descriptors and iterator handles. The build puts the tables' facts, TABLES, before this
-# text and the whole where gdb loads it together with the library.
+# gdb printers for caller records, stored records, key requests, control blocks, descriptors and
+# iterator handles. The build prepends the table facts, TABLES, and puts the file where gdb loads it
+# with the library.
 import difflib
 import re
 
@@ -37,7 +37,7 @@ class Table:
 
 
 def hexadecimal(data: bytes) -> str:
-    """Bytes, but for the zeros at their end."""
+    """Bytes in hexadecimal, trailing zeros as a count."""
     shown = data.rstrip(b"\0")
     zeros = len(data) - len(shown)
     rest = f"{zeros} zero byte{'s' if zeros > 1 else ''}" if zeros else ""
@@ -49,7 +49,7 @@ def array(data: bytes) -> str:
     return f"{{{hexadecimal(data[:half])}, {hexadecimal(data[half:])}}}"
 
 
-DISPLAYS = {  # by generator/field_types.py
+DISPLAYS = {  # the displays of generator/field_types.py
     "number": lambda data: str(int.from_bytes(data, "little")),
     "ipv4": lambda data: ".".join(str(byte) for byte in reversed(data)),
     "mac": lambda data: data.hex(":"),
@@ -66,14 +66,14 @@ def memory(address, length: int) -> bytes:
 
 
 def table_of_block(address: int):
-    """The table whose control block the address lies in, or None, and how far in."""
+    """The table whose control block contains the address, or None, and the offset in the block."""
     symbol = gdb.execute(f"info symbol {address}", to_string=True)
     match = re.match(r"g_l2vpn(\w+)GlbCb(?: \+ (\d+))? in section", symbol)
     return (BY_RECORD[match[1]], int(match[2] or 0)) if match and match[1] in BY_RECORD else (None, 0)
 
 
 def key_request_text(request, table=None) -> str:
-    """A key request, with its members if the table is known; what does not fit is said."""
+    """A key request, with its members if the table is known, and its mismatches with the table."""
     if int(request["keyId"]) == 0 or int(request["key"]) == 0:
         return "no key"
     if table is None:  # the fast iterator's request refers to its own control block
@@ -89,7 +89,7 @@ def key_request_text(request, table=None) -> str:
     if table is None:
         text = f"key {index}"
     elif index >= len(table.keys):
-        text = f"key {index}, which {table.name} has not"
+        text = f"key {index}, which {table.name} does not have"
     elif length != (wanted := sum(member.width for member in table.keys[index][1])):
         text = f"{table.keys[index][0]} of {table.name}, which has {wanted} bytes"
     else:
@@ -127,7 +127,7 @@ class RecordPrinter:
     def child(self, field, data):
         if field.display != "number":
             return field.text(data)
-        # Its own type may be that of a character.
+        # gdb would print a uint8_t as a character.
         number = gdb.selected_inferior().architecture().integer_type(8 * field.width, False)
         return self.value[field.name].cast(number)
 
@@ -163,7 +163,7 @@ class ControlBlockPrinter:
 
 
 def counter_names() -> dict:
-    """What the counters mean is the store's; the embedded one's names are in its debug information."""
+    """The store defines the counters; the names of the embedded one's are in its debug information."""
     try:
         store = gdb.solib_name(int(gdb.parse_and_eval("(unsigned long)&DAL_VELD_Write")))
         names = gdb.lookup_type("L2vpnStoreStat").strip_typedefs().fields()
@@ -191,7 +191,7 @@ class IteratorPrinter:
         if self.handle == 0:
             return "0x0, no iterator"
         table, offset = table_of_block(self.handle)
-        whose = "an iterator of the store" if table is None or offset else f"the fast iterator of {table.name}"
+        whose = "a store iterator" if table is None or offset else f"the fast iterator of {table.name}"
         return f"0x{self.handle:x}, {whose}"
 
 
@@ -239,7 +239,7 @@ def request(value, name: str):
 class Stored(gdb.Function):
     """$l2vpn_stored(TABLE, WHERE): a stored record, unpacked into a caller record.
 TABLE is a name, "l2vpn_...", or a descriptor; WHERE points to the packed bytes or is a record
-request. The members can be picked: print $l2vpn_stored("l2vpn_vpls_pw", bytes).peerIp"""
+request. Members can be selected: print $l2vpn_stored("l2vpn_vpls_pw", bytes).peerIp"""
 
     def __init__(self):
         super().__init__("l2vpn_stored")
@@ -247,7 +247,7 @@ request. The members can be picked: print $l2vpn_stored("l2vpn_vpls_pw", bytes).
     def invoke(self, table, where):
         table = named_table(table)
         if table.stored_size is None:
-            raise gdb.GdbError(f"{table.name} has no stored records: it can be described and formatted only")
+            raise gdb.GdbError(f"{table.name} has no stored records: it can only be described and formatted")
         found = request(where, "L2vpnDbRecData")
         if found is not None:
             if int(found["length"]) != table.stored_size:
@@ -257,8 +257,8 @@ request. The members can be picked: print $l2vpn_stored("l2vpn_vpls_pw", bytes).
         try:
             kind = gdb.lookup_type(table.record)
         except gdb.error:
-            raise gdb.GdbError(f"found no debug information on {table.record}; "
-                               "load some that has it, for example with symbol-file") from None
+            raise gdb.GdbError(f"found no debug information for {table.record}; "
+                               "load it, for example with symbol-file") from None
         if kind.sizeof != table.record_size:
             raise gdb.GdbError(f"found a {table.record} of {kind.sizeof} bytes, expected {table.record_size}: "
                                "the program was built for another version")

@@ -71,7 +71,7 @@ class Debugger(unittest.TestCase):
                 'found "l2vpn_vpls_pv", expected a table; did you mean "l2vpn_vpls_pw"?',
             'output $l2vpn_stored("x", stored)': 'found "x", expected a table',
             'output $l2vpn_stored("l2vpn_bfdlnk", stored)':
-                "l2vpn_bfdlnk has no stored records: it can be described and formatted only",
+                "l2vpn_bfdlnk has no stored records: it can only be described and formatted",
 
             "output key": "key 0: 9 bytes 01000000591b000003",
             "output no_key": "no key",
@@ -84,12 +84,12 @@ class Debugger(unittest.TestCase):
                 '"primary_key of l2vpn_vpls_pw, which has 9 bytes: 8 bytes 01000000591b0000, '
                 'but length 9 in word 0x00010009"',
             "output $l2vpn_key(table, flawed)":
-                '"key 7, which l2vpn_vpls_pw has not: 9 bytes 01000000591b000003, '
+                '"key 7, which l2vpn_vpls_pw does not have: 9 bytes 01000000591b000003, '
                 'but flags 5, but length 8 in word 0x07050008"',
             "output $l2vpn_key(table, stored)": "found a char *, expected a L2vpnDbKeyData or a pointer to one",
 
             "output none": "0x0, no iterator",
-            "output of_the_store": f"{handle}, an iterator of the store",
+            "output of_the_store": f"{handle}, a store iterator",
             "output fast": f"{block}, the fast iterator of l2vpn_vpls_pw",
             "output *table": "descriptor of l2vpn_vpls_pw",
             "output *block": f"control block of l2vpn_vpls_pw = {{fast iterator = in use, GetNext called 1 times "
@@ -116,8 +116,8 @@ class Debugger(unittest.TestCase):
     def test_without_debug_information(self):
         *_, answer = self.ask(OTHER_VERSION, "look", "next", "nosharedlibrary",
                               'output $l2vpn_stored("l2vpn_vpls_inst", bytes)')
-        self.assertEqual(answer, "found no debug information on L2vpnVplsInst; "
-                                 "load some that has it, for example with symbol-file")
+        self.assertEqual(answer, "found no debug information for L2vpnVplsInst; "
+                                 "load it, for example with symbol-file")
 
 
 if __name__ == "__main__":

@@ -39,7 +39,7 @@ class Site(unittest.TestCase):
 
     def test_comments_arrive_whole(self):
         page = api.pages(INCLUDE)["l2vpn_vpls_pw"]
-        self.assertIn("   Opens an iterator of the store over the records with the same vrIndex and instanceId as record."
+        self.assertIn("   Opens a store iterator over the records with the same vrIndex and instanceId as record."
                       "\n\n\n   :return: a handle, to be released with ReleaseIter; 0 if record is null or the store "
                       "cannot open one\n", page)
         self.assertIn("   .. c:member:: uint8_t glbSvcCtx[2][28]\n\n"

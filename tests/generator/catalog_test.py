@@ -179,7 +179,7 @@ class Rejection(unittest.TestCase):
         self.invalid('"rsv1"', '"vlanId"', 11, "second field", "line 10")
 
     def test_invalid_field_names(self):
-        self.invalid('"last"', '"default"', 16, "a word of C or C++")
+        self.invalid('"last"', '"default"', 16, "a C or C++ keyword")
         self.invalid('"last"', '"Last"', 16, "lower camel case")
 
     def test_malformed_row(self):
@@ -228,7 +228,7 @@ class Rejection(unittest.TestCase):
 
     def test_field_names_that_are_compiler_macros(self):
         for word in ("linux", "unix", "typeof", "errno"):
-            self.invalid('"last"', f'"{word}"', 16, "a word of C or C++")
+            self.invalid('"last"', f'"{word}"', 16, "a C or C++ keyword")
 
     def test_no_printed_field(self):
         self.rejects(TABLE.replace(', "print"', ""), 6, "fields", "none to be printed")
@@ -290,7 +290,7 @@ class Rejection(unittest.TestCase):
             1, 'schema/catalog/x.toml:1: file: found "Is a directory", expected a file that can be read\n'))
 
     def test_glossary_entries_without_a_field(self):
-        for name, *words in (("vlanid", 'did you mean "vlanId"'), ("rsv1", "not reserved"), ("frob",)):
+        for name, *words in (("vlanid", 'did you mean "vlanId"'), ("rsv1", "unreserved"), ("frob",)):
             found = self.rejects(TABLE, 2, f'name: found "{name}"', *words, glossary=f'last = "x"\n{name} = "y"\n')
             self.assertEqual(len(found), 1, found)
 
@@ -432,7 +432,7 @@ keys = [
         project = Project(self, {"l2vpn_test": self.TABLE, "l2vpn_other": TABLE})
         (project.root / "VERSION").write_text("0.1.0\n", encoding="utf-8")
         for output in ("wrote schema/released/0.1.0.toml: 2 schemas\n",
-                       "no schema differs from what has been released\n"):
+                       "no schema differs from its released version\n"):
             result = project.run("release")
             self.assertEqual((result.returncode, result.stdout, result.stderr), (0, output, ""))
 
@@ -478,7 +478,7 @@ keys = [
     def test_a_longer_record_requires_a_major_version(self):
         project = self.accepted(*self.FIELD, *self.VERSION_2)
         self.release(project, "0.2.0", 'l2vpn_test.toml:12: field "more": found it in version 0.2.0, expected it in '
-                     "version 1.0.0: " + self.USERS + "hand over records of 20 bytes")
+                     "version 1.0.0: " + self.USERS + "pass records of 20 bytes")
         self.assertFalse((project.root / "schema/released/0.2.0.toml").exists())
         self.release(project, "1.0.0")
 

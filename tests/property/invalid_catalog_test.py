@@ -178,7 +178,7 @@ def reserved_word_as_field_name(fault):
     wrong = fault.choose(("default", "int", "class", "register", "not", "and", "this", "typeof", "unix", "linux",
                            "alignas", "constexpr", "concept", "requires", "true", "asm", "errno"))
     fault.rename(field.name, wrong)
-    fault.at(("fields", at), f'field "{wrong}": found a word of C or C++')
+    fault.at(("fields", at), f'field "{wrong}": found a C or C++ keyword')
 
 
 def field_name_twice(fault):
@@ -186,7 +186,7 @@ def field_name_twice(fault):
     at, _, row = fault.choose((at, field, row) for at, (field, row) in enumerate(
         zip(fault.table.fields, fault.entries["fields"])) if at > first and is_free(fault)(field))
     row[3] = quoted(earlier.name)
-    fault.at(("fields", at), f'field "{earlier.name}": found a second field of that name (first in line ')
+    fault.at(("fields", at), f'field "{earlier.name}": found a second field with that name (first in line ')
 
 
 def unprintable_field_printed(fault):
@@ -387,7 +387,7 @@ def wrong_version(fault):
 def wrong_about(fault):
     fault.entries["about"] = fault.choose(('""', '"  "', '"a */ b"', '"a /* b"', '"two\\nlines"', '"""x\ny"""', "7",
                                              '["x"]', '"\\u0007"', '"tab\\t"', '"\\u202e"'))
-    fault.at("about", "about: found ", "expected one line that says what the table holds")
+    fault.at("about", "about: found ", "expected one line that describes the table")
 
 
 def stored_size_without_typed_access(fault):
@@ -419,7 +419,7 @@ def quirk_without_typed_access(fault):
         raise NotApplicable
     quirk = fault.choose(("no_null_tests", "svc_fields_split"))
     fault.entries["quirks"] = [*fault.entries.get("quirks", []), quoted(quirk)]
-    fault.at("quirks", f'quirk: found "{quirk}", expected it in tables with access = "typed" only')
+    fault.at("quirks", f'quirk: found "{quirk}", expected it only in tables with access = "typed"')
 
 
 def split_without_service_fields(fault):
@@ -502,7 +502,7 @@ def invalid_utf8(fault):
 def file_name(fault):
     fault.name = fault.choose(("vpls_x", "l2vpn", "l2vpn_", "L2vpn_x", "l2vpn_X", "l2vpn__x", "l2vpn_x_", "l2vpn_x y",
                                  "l2vpn_ü", "l2vpn-x"))
-    fault.at(1, f'table name: found "{fault.name}", expected the file to be named l2vpn_<words in lower snake case>')
+    fault.at(1, f'table name: found "{fault.name}", expected a file named l2vpn_<words in lower snake case>')
 
 
 def table_name_of_the_shared_header(fault):
@@ -521,7 +521,7 @@ def table_name_collision(fault):
         first, second = sorted((other, fault.name))
         other, fault.name = first, second
     fault.others[other] = text
-    fault.at(1, f"table name: found {shared}, which schema/catalog/{other}.toml gives too, expected names of its own")
+    fault.at(1, f"table name: found {shared}, also defined by schema/catalog/{other}.toml, expected unique names")
 
 
 # ---- The glossary --------------------------------------------------------------------------------
@@ -541,7 +541,7 @@ def glossary_line(fault, entry: str) -> None:
 def glossary_without_field(fault):
     name = fault.choose(("frobnicator", "RSV", "resv99", "VrIndex"))
     glossary_line(fault, f'{name} = "words"')
-    fault.words = (f'name: found "{name}", expected a field of a table that is not reserved',)
+    fault.words = (f'name: found "{name}", expected an unreserved field of a table',)
 
 
 def glossary_text(fault):
