@@ -186,7 +186,7 @@ std::string field_text(const Field &field, const std::byte *record, Style style)
     case Display::bytes:
         break;
     }
-    return style == Style::raw ? listed(bytes) : fmt::format("{:02x}", fmt::join(bytes, ":"));
+    return style == Style::raw ? listed(bytes) : hexadecimal(bytes, ":");
 }
 
 std::string field_json(const Field &field, const std::byte *record, Style style) {

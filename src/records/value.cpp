@@ -43,6 +43,18 @@ std::string describe(const Value &value) {
     return value.text;
 }
 
+std::string hexadecimal(std::span<const std::byte> bytes, std::string_view separator) {
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::string text;
+    text.reserve((2 + separator.size()) * bytes.size());
+    for (const std::byte byte : bytes) {
+        text += text.empty() ? "" : separator;
+        text += digits[std::to_integer<std::size_t>(byte >> 4)];
+        text += digits[std::to_integer<std::size_t>(byte & std::byte{15})];
+    }
+    return text;
+}
+
 std::string in_quotes(std::string_view text) {
     constexpr std::size_t longest = 100;
     if (text.size() > longest) {

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -25,6 +26,9 @@ std::string describe(const Value &value);
 
 /// The text in double quotes, with control characters escaped; long text is cut.
 std::string in_quotes(std::string_view text);
+
+/// Two digits a byte.
+std::string hexadecimal(std::span<const std::byte> bytes, std::string_view separator = "");
 
 /// "1 record", "2 records".
 std::string counted(std::size_t count, std::string_view noun);

@@ -88,14 +88,6 @@ const Parameter load{"--load", &Arguments::load, Kind::file, false,
 const Parameter as_json{"--json", &Arguments::json, Kind::none, false, "JSON, one object per line"};
 const Parameter raw{"--raw", &Arguments::raw, Kind::none, false, "addresses and bytes as numbers"};
 
-std::vector<std::string> command_names() {
-    std::vector<std::string> names;
-    for (const Command &command : commands()) {
-        names.emplace_back(command.name);
-    }
-    return names;
-}
-
 /// A validator: returns an error message, or "" for a number.
 std::string not_a_number(const std::string &text) {
     std::uint64_t number = 0;
@@ -227,11 +219,7 @@ private:
         const auto parsed = app_.get_subcommands();
         return parsed.empty() ? app_ : *parsed.front();
     }
-    const Command *command() {
-        const auto found = std::ranges::find(commands(), last_app().get_name(),
-                                             [](const Command &each) { return each.name; });
-        return found == commands().end() ? nullptr : &*found;
-    }
+    const Command *command() { return command_named(last_app().get_name()); }
     void check_exclusive(const Command &command) const {
         static const std::vector<std::vector<const Parameter *>> exclusive = {
             {&as_json, &csv, &line}, {&line, &fields},         {&line, &all},
@@ -325,6 +313,17 @@ const std::vector<Command> &commands() {
     return list;
 }
 
+std::vector<std::string> command_names() {
+    std::vector<std::string> names;
+    std::ranges::transform(commands(), std::back_inserter(names), &Command::name);
+    return names;
+}
+
+const Command *command_named(std::string_view name) {
+    const auto found = std::ranges::find(commands(), name, &Command::name);
+    return found == commands().end() ? nullptr : &*found;
+}
+
 const std::vector<const Parameter *> &common_parameters() {
     static const std::vector<const Parameter *> list = {&load, &as_json, &raw};
     return list;
@@ -342,7 +341,7 @@ std::vector<const Parameter *> options_of(const Command *command) {
 Exit run_help(const Arguments &arguments) {
     std::vector<std::string> words{"--help"};
     if (!arguments.topic.empty()) {
-        if (std::ranges::count(command_names(), arguments.topic) == 0) {
+        if (command_named(arguments.topic) == nullptr) {
             throw Failure(exit_bad_input, unexpected(arguments.topic, nullptr));
         }
         words.push_back(arguments.topic);
@@ -358,7 +357,7 @@ Exit run_command(const std::vector<std::string> &words, const Arguments &given) 
         return exit_done;
     }
     if (command == nullptr && !given.in_shell) {
-        command = &*std::ranges::find(commands(), &run_shell, &Command::run);
+        command = command_named("shell");
     }
     for (const std::string &file : parser.arguments.load) {
         load_before(file);

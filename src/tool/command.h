@@ -65,6 +65,9 @@ struct Command {
 
 /// In the order of the help text.
 const std::vector<Command> &commands();
+std::vector<std::string> command_names();
+/// Null if there is no such command.
+const Command *command_named(std::string_view name);
 
 /// The options that every command takes.
 const std::vector<const Parameter *> &common_parameters();

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 #include "records/value.h"
 #include "tool/command.h"
@@ -65,10 +64,6 @@ Line line_of(std::string_view text, bool offset_seen) {
 }
 
 } // namespace
-
-std::string hexadecimal(std::span<const std::byte> bytes, std::string_view separator) {
-    return fmt::format("{:02x}", fmt::join(bytes, separator));
-}
 
 records::Bytes parse_hex(std::string_view text, const std::string &name) {
     constexpr std::size_t octal_offset = 7; // digits of an offset of od

@@ -1,17 +1,13 @@
 // SPDX-License-Identifier: MIT
-// Bytes as hexadecimal text, and back from the dumps of common tools.
+// Bytes from the hexadecimal dumps of common tools.
 #pragma once
 
-#include <cstddef>
-#include <span>
 #include <string>
 #include <string_view>
 
 #include "records/table_schema.h"
 
 namespace l2vpn::tool {
-
-std::string hexadecimal(std::span<const std::byte> bytes, std::string_view separator = "");
 
 /// Parses pairs of digits, alone or as xxd, hexdump -C, od -t x1 and gdb's x/xb print them.
 /// Offsets and ASCII columns are skipped; a * repeats the line above it.

@@ -10,7 +10,6 @@
 #include "records/field_value.h"
 #include "records/value.h"
 #include "tool/command.h"
-#include "tool/hex_dump.h"
 #include "tool/operands.h"
 #include "tool/result_table.h"
 #include "tool/terminal.h"
@@ -64,7 +63,8 @@ Exit run_key(const Arguments &arguments) {
     ResultTable members("members", list, {{"name", "member"}, {"at"}, {"bytes"}, {"value"}});
     std::size_t at = 0;
     for (const Field &member : key.members) {
-        members.add({member.name, at, hexadecimal(std::span(buffer).subspan(at, member.width)),
+        members.add({member.name, at,
+                     records::hexadecimal(std::span(buffer).subspan(at, member.width)),
                      field_text(member, record.data(), arguments.style())});
         at += member.width;
     }
@@ -82,7 +82,7 @@ Exit run_key(const Arguments &arguments) {
     if (arguments.json) {
         Json shown{{"table", table.name},         {"name", key.name},
                    {"index", key.index},          {"word", word},
-                   {"length", request.keyLength}, {"bytes", hexadecimal(buffer)},
+                   {"length", request.keyLength}, {"bytes", records::hexadecimal(buffer)},
                    {"members", members.json()}};
         if (arguments.explain) {
             shown["matches"] = closest.matches;

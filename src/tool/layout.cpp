@@ -33,73 +33,54 @@ struct Picture {
     std::vector<std::size_t> offsets; ///< of the rows
 };
 
-/// Divides fields into rows. Whole rows of one field become one.
-class Drawer {
-public:
-    explicit Drawer(std::string title) { picture_.title = std::move(title); }
-
-    void add(std::size_t field, std::string name, std::size_t end) {
-        if (end - at_ > row_bytes) {
-            name += fmt::format(" ({} bytes)", end - at_);
+/// Divides extents into rows. Whole rows of one field become one.
+Picture picture_of(const Table &table, std::string title, const std::vector<Extent> &extents) {
+    Picture picture{std::move(title), {}, {}};
+    for (const auto &[begin, width, field] : extents) {
+        const std::size_t end = begin + width;
+        std::string label = field == nullptr ? "" : field->name;
+        if (width > row_bytes) {
+            label += fmt::format(" ({} bytes)", width);
         }
-        while (at_ < end) {
-            const std::size_t from = at_ % row_bytes;
+        for (std::size_t at = begin, taken = 0; at < end; at += taken) {
+            const std::size_t from = at % row_bytes, rows = (end - at) / row_bytes;
             if (from == 0) {
-                picture_.offsets.push_back(at_);
+                picture.offsets.push_back(at);
             }
-            const std::size_t rows = (end - at_) / row_bytes;
             const bool merged = from == 0 && rows > 1;
-            const std::size_t taken =
-                merged ? rows * row_bytes : std::min(end - at_, row_bytes - from);
-            picture_.pieces.push_back({picture_.offsets.size() - 1, from,
-                                       merged ? row_bytes : from + taken, field,
-                                       merged ? name + " ⋮" : name});
-            name = merged || !name.empty() ? "" : name;
-            at_ += taken;
+            taken = merged ? rows * row_bytes : std::min(end - at, row_bytes - from);
+            picture.pieces.push_back(
+                {picture.offsets.size() - 1, from, merged ? row_bytes : from + taken,
+                 field == nullptr ? no_field
+                                  : static_cast<std::size_t>(field - table.fields.data()),
+                 merged ? label + " ⋮" : label});
+            label.clear();
         }
     }
-    std::size_t at() const { return at_; }
-
-    Picture picture() { return std::move(picture_); }
-
-private:
-    Picture picture_;
-    std::size_t at_ = 0;
-};
-
-Picture record_picture(const Table &table, std::string title, std::size_t size,
-                       std::size_t Field::*offset) {
-    Drawer drawer(std::move(title));
-    for (const auto &[begin, width, field] : extents_of(table, size, offset)) {
-        if (field == nullptr) {
-            drawer.add(no_field, "", begin + width);
-        } else {
-            drawer.add(static_cast<std::size_t>(field - table.fields.data()), field->name,
-                       begin + width);
-        }
-    }
-    return drawer.picture();
+    return picture;
 }
 
 Picture key_picture(const Table &table, const Key &key) {
-    Drawer drawer(fmt::format("key {}, {}, {:#010x}", key.index, key.name, key.word()));
+    std::vector<Extent> members;
+    std::size_t at = 0;
     for (const Field &member : key.members) {
-        const auto place = static_cast<std::size_t>(table.field(member.name) - table.fields.data());
-        drawer.add(place, member.name, drawer.at() + member.width);
+        members.push_back({at, member.width, table.field(member.name)});
+        at += member.width;
     }
-    return drawer.picture();
+    return picture_of(table, fmt::format("key {}, {}, {:#010x}", key.index, key.name, key.word()),
+                      members);
 }
 
 /// Groups of pictures: the caller record, the stored record, the keys.
 std::vector<std::vector<Picture>> pictures_of(const Table &table) {
+    const auto record = [&](const char *name, std::size_t size, std::size_t Field::*offset) {
+        return picture_of(table, fmt::format("{} record, {} bytes", name, size),
+                          extents_of(table, size, offset));
+    };
     std::vector<std::vector<Picture>> groups;
-    groups.push_back(
-        {record_picture(table, fmt::format("caller record, {} bytes", table.record_size),
-                        table.record_size, &Field::offset)});
+    groups.push_back({record("caller", table.record_size, &Field::offset)});
     if (table.access) {
-        groups.push_back(
-            {record_picture(table, fmt::format("stored record, {} bytes", table.stored_size),
-                            table.stored_size, &Field::stored_offset)});
+        groups.push_back({record("stored", table.stored_size, &Field::stored_offset)});
     }
     auto &keys = groups.emplace_back();
     std::ranges::transform(table.keys, std::back_inserter(keys),

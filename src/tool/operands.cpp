@@ -19,9 +19,14 @@ namespace {
 using records::in_quotes;
 using records::place_of;
 
-[[noreturn]] void unknown(const std::string &place, std::string_view what, const std::string &name,
-                          const std::vector<std::string> &known) {
-    throw Failure(exit_bad_input, records::unknown_name(0, place, what, name, known).text());
+/// The named item, which a search has found among the known names; null if it has not.
+template <class Named>
+const Named &known(const Named *found, const std::string &place, std::string_view what,
+                   const std::string &name, const std::vector<std::string> &names) {
+    if (found == nullptr) {
+        throw Failure(exit_bad_input, records::unknown_name(0, place, what, name, names).text());
+    }
+    return *found;
 }
 
 /// Collects the record of a command line and its errors.
@@ -56,27 +61,16 @@ bool has_member(const Key &key, const std::string &name) {
 }
 
 const Table &table_named(const std::string &name) {
-    const Table *const table = records::find_table(name);
-    if (table == nullptr) {
-        unknown("", "table", name, records::table_names());
-    }
-    return *table;
+    return known(records::find_table(name), "", "table", name, records::table_names());
 }
 
 const Field &field_named(const Table &table, const std::string &name) {
-    const Field *const field = table.field(name);
-    if (field == nullptr) {
-        unknown(place_of(table.name), "field", name, records::field_names(table.fields));
-    }
-    return *field;
+    return known(table.field(name), place_of(table.name), "field", name,
+                 records::field_names(table.fields));
 }
 
 const Key &key_named(const Table &table, const std::string &name) {
-    const Key *const key = table.key(name);
-    if (key == nullptr) {
-        unknown(place_of(table.name), "key", name, records::key_names(table));
-    }
-    return *key;
+    return known(table.key(name), place_of(table.name), "key", name, records::key_names(table));
 }
 
 const Table &stored_table_named(const std::string &name) {

@@ -36,12 +36,13 @@ void print_bytes(const Table &table, const Arguments &arguments, std::span<const
                        {{"at"}, {"bytes"}, {"field"}, {"value"}});
     for (const auto &[begin, width, field] : extents_of(table, bytes.size(), offset)) {
         for (std::size_t at = 0; at < width; at += in_row) {
-            result.add({begin + at,
-                        hexadecimal(bytes.subspan(begin + at, std::min(in_row, width - at)), " "),
-                        field == nullptr ? "(padding)" : field->name,
-                        field == nullptr || width > in_row
-                            ? ""
-                            : field_text(*field, record.data(), arguments.style())});
+            result.add(
+                {begin + at,
+                 records::hexadecimal(bytes.subspan(begin + at, std::min(in_row, width - at)), " "),
+                 field == nullptr ? "(padding)" : field->name,
+                 field == nullptr || width > in_row
+                     ? ""
+                     : field_text(*field, record.data(), arguments.style())});
         }
     }
     result.print(arguments);
@@ -97,17 +98,17 @@ Exit run_pack(const Arguments &arguments) {
     const bool stored = table.access.has_value();
     const Bytes stored_record = stored ? packed(table, record) : Bytes{};
     if (arguments.layout == "caller") {
-        fmt::print("{}\n", hexadecimal(record));
+        fmt::print("{}\n", records::hexadecimal(record));
     } else if (arguments.layout == "stored") {
         stored_table_named(table.name);
-        fmt::print("{}\n", hexadecimal(stored_record));
+        fmt::print("{}\n", records::hexadecimal(stored_record));
     } else if (!arguments.layout.empty()) {
         throw Failure(exit_bad_input, fmt::format("--layout: found {}, expected caller or stored",
                                                   records::in_quotes(arguments.layout)));
     } else if (arguments.json) {
         const Json pack = {{"table", table.name},
-                           {"caller", hexadecimal(record)},
-                           {"stored", stored ? Json(hexadecimal(stored_record)) : Json()}};
+                           {"caller", records::hexadecimal(record)},
+                           {"stored", stored ? Json(records::hexadecimal(stored_record)) : Json()}};
         fmt::print("{}", json_line("pack", pack));
     } else {
         fmt::print("{}\n", bold(fmt::format("caller record, {} bytes", record.size())));

@@ -114,9 +114,7 @@ Context context_of(const Words &words) {
                 option == nullptr || std::holds_alternative<bool Arguments::*>(option->target);
             context.awaiting = flag ? nullptr : option;
         } else if (context.command == nullptr) {
-            const auto found =
-                std::ranges::find(commands(), word, [](const Command &each) { return each.name; });
-            context.command = found == commands().end() ? nullptr : &*found;
+            context.command = command_named(word);
         } else {
             ++context.placed;
             const records::Table *const table = records::find_table(word);
@@ -197,11 +195,8 @@ Words known_words(Parameter::Kind kind, const Context &context, const std::strin
         return files_like(word);
     case Parameter::Kind::layout:
         return {"caller", "stored"};
-    case Parameter::Kind::command: {
-        Words names;
-        std::ranges::transform(commands(), std::back_inserter(names), &Command::name);
-        return names;
-    }
+    case Parameter::Kind::command:
+        return command_names();
     case Parameter::Kind::none:
         break;
     }
