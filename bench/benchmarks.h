@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The benchmarks of l2vpn_bench. Each runs in processes of its own.
+// The benchmarks of l2vpn_bench. Each runs in its own processes.
 #pragma once
 
 #include <cstddef>

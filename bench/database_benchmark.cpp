@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The same work in LMDB, SQLite and Redis: reading by primary key, inserting under six keys. A call
-// of the store takes effect at once, so that each read and insertion is one transaction; batches in
+// of the store takes effect immediately, so each read and insertion is one transaction; batches in
 // one transaction or pipeline are measured as well.
 #include <algorithm>
 #include <memory>

@@ -217,7 +217,7 @@ def sections(document: dict) -> list[Section]:
         Section("Goals", f"{met} of {len(judged)} are met.{quick} The dashed line is the goal, left of it is better; "
                 "the scale is logarithmic. The thin line spans the middle half of the slices.",
                 f'<div class="card bars">{"".join(map(bar, judged))}</div>'),
-        Section("Growing tables", "One record at a time, by primary key; each call takes effect at once and atomically. "
+        Section("Growing tables", "One record at a time, by primary key; each call takes effect immediately and atomically. "
                 "Both scales are logarithmic.", f'<div class="charts">{charts}</div>'),
         Section("Instructions per operation", "Executed by the library and by the embedded store; counted, not timed. "
                 "The store's figures for 64-bit ARM are from a smaller table.", operations(document["counted"])),

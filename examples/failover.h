@@ -14,7 +14,7 @@
 
 namespace l2vpn::demo {
 
-/// An empty record but for the members of a key over virtual router and instance.
+/// A record, empty except for the members of a key over virtual router and instance.
 template <class Record>
 Record of_instance(std::uint32_t vr, std::uint32_t instance) {
     Record record{};

@@ -421,10 +421,10 @@ class Reader(Diagnostics):
             self.report(key.line, what, "no word besides key", "a name that functions can be named after")
         elif key.infix in infixes:
             self.report(key.line, what, f'the function infix "{key.infix}" of key "{infixes[key.infix]}"',
-                        "an infix of its own")
+                        "a unique infix")
         elif key.infix == "FastPri":
             self.report(key.line, what, 'the function infix "FastPri" of the fast primary iterator',
-                        "an infix of its own")
+                        "a unique infix")
         lines.setdefault(key.name, key.line)
         infixes.setdefault(key.infix, key.name)
 

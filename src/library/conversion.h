@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Caller record to stored record and back.
+// Conversions between caller records and stored records.
 #pragma once
 
 #include "library/segments.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Iteration. A full primary key matches at most one record, so the fast iterator needs no iterator
 // in the store: the control block holds the key, its address is the handle, and the first GetNext
-// is a read. Each table has one such slot; while it is in use, the store's iterators serve.
+// is a read. Each table has one such slot; while it is in use, store iterators are used instead.
 #pragma once
 
 #include "library/control_block.h"

@@ -11,7 +11,7 @@
 
 namespace [[gnu::visibility("hidden")]] l2vpn {
 
-/// A print that does not fit appends nothing; the next one starts at the same position.
+/// Text that does not fit is dropped as a whole; the next print starts at the same position.
 class OutputBuffer {
 public:
     OutputBuffer(char *buffer, std::uint32_t size) : buffer_(buffer), size_(size) {}

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Key k of a record: its identifier word, its value packed in key order, and the request for both.
+// Builds a key of a record: its identifier word, its value packed in key order, and the request.
 #pragma once
 
 #include "library/segments.h"
@@ -7,7 +7,7 @@
 
 namespace [[gnu::visibility("hidden")]] l2vpn {
 
-/// The members of key K, those of one kind only, so that every memcpy_s can come last.
+/// The members of key K that are plain, or those that are not, so that memcpy_s can come last.
 template <class T, std::size_t K, bool Plain>
 constexpr auto key_segments() {
     Segments<T::keys[K].count> segments;

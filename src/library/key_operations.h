@@ -11,7 +11,7 @@ std::uint32_t remove(const void *record, const TableInfo &table);
 /// @param result  written by the store, not checked here
 std::uint32_t count(std::uint32_t *result, const TableInfo &table);
 
-/// Opens an iterator of the store.
+/// Opens a store iterator.
 L2vpnDbIter *create_key_iter(const void *record, const KeyInfo &key);
 
 std::uint32_t count_by(const void *record, std::uint32_t *count, const KeyInfo &key);

@@ -49,7 +49,7 @@ inline void spin_unlock(std::uint32_t &lock) {
 #error "64-bit ARM and x86-64 are supported: is a zero-filled pthread_spinlock_t unlocked here?"
 #endif
 
-/// Holds the lock for a scope.
+/// Holds the lock while in scope.
 class SpinGuard {
 public:
     explicit SpinGuard(std::uint32_t &lock) : lock_(lock) { spin_lock(lock_); }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The object behind a table's exported descriptor: the descriptor, directly followed by its
+// The object that a table exports as its descriptor: the descriptor, directly followed by its
 // update-field map and its key map.
 #pragma once
 

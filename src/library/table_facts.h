@@ -6,7 +6,7 @@
 //     name                   the schema name
 //     fields[]               Field, in record order
 //     keys[], key_members[]  Key, the primary key first; indexes into fields[], key after key
-//     trailing_separator     the formatter ends the last item with the separator too
+//     trailing_separator     the formatter also appends the separator to the last item
 //
 // and, if it has typed access,
 //

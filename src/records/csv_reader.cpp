@@ -11,7 +11,7 @@
 namespace l2vpn::records {
 namespace {
 
-/// A longer cell has lost its closing quotation mark.
+/// A longer cell probably lacks its closing quotation mark.
 constexpr std::size_t max_cell = 65536;
 
 class RowReader {

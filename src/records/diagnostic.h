@@ -14,7 +14,7 @@ struct Diagnostic {
     std::size_t line;    ///< 0 if the input has no lines
     std::string place;   ///< "table \"l2vpn_vpls_pw\", field \"mtu\""; may be empty
     std::string problem; ///< "found 70000, expected a number from 0 to 65535"
-    std::string kind;    ///< the problem without what was found
+    std::string kind;    ///< the problem without the value found
 
     /// "<place>: <problem>"
     std::string text() const;

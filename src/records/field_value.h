@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// One field's value: from an input into the record, and from the record to people.
+// The value of a field: parsing input into the record, and formatting it.
 #pragma once
 
 #include <cstddef>
@@ -11,24 +11,24 @@
 
 namespace l2vpn::records {
 
-/// How values are written: addresses as people write them, or everything as numbers.
+/// Output style: addresses in their usual notation, or everything as numbers.
 enum class Style : std::uint8_t { display, raw };
 
-/// Sets the field of the record; false, with the record unchanged, if the value does not fit.
-/// A number's text is for IPv4 addresses only, as in JSON.
+/// Sets the field of the record. Returns false, with the record unchanged, if the value is invalid.
+/// Text is valid for a number only if it is an IPv4 address, as in JSON.
 bool set_field(const Field &field, const Value &value, std::byte *record);
 
-/// A word of a command line or a cell of CSV, where nothing tells a number from a text but what the
-/// field takes: numbers also in hexadecimal, lists as "1,0", and 0 for bytes that are all 0.
+/// Parses a word of a command line or a cell of CSV. The field's type decides between number and
+/// text: numbers also in hexadecimal, lists as "1,0", and 0 for bytes that are all 0.
 Value parse_word(const Field &field, std::string_view word);
 
-/// What the field takes: "a number from 0 to 255".
+/// A description of valid values: "a number from 0 to 255".
 std::string expected_value(const Field &field);
 
-/// The field of the record, as parse_word takes it.
+/// The field of the record, in the syntax of parse_word().
 std::string field_text(const Field &field, const std::byte *record, Style style = Style::display);
 
-/// The same as JSON, as set_field takes it.
+/// The field of the record as JSON, in the form that set_field() accepts.
 std::string field_json(const Field &field, const std::byte *record, Style style);
 
 /// The record's primary key for messages: "vrIndex 1, instanceId 100".

@@ -58,7 +58,7 @@ InputFile::InputFile(const std::string &path)
     peek(); // a directory can be opened, but not read
 }
 
-/// Reads what is available: the writer of a pipe may be slow.
+/// Reads the bytes available: the writer of a pipe may be slow.
 std::size_t InputFile::read_to(std::size_t offset) {
     ssize_t length = 0;
     do {

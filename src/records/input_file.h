@@ -37,8 +37,8 @@ public:
     int peek() {
         return at_ < piece_.size() || fill() ? static_cast<unsigned char>(piece_[at_]) : end;
     }
-    /// Consumes the next character, which is not the end. A newline belongs to the line that it
-    /// ends, so that a reader one character ahead is still on its line.
+    /// Consumes the next character; must not be called at the end. A newline belongs to the line
+    /// that it ends, so a reader one character ahead is still on its line.
     void skip() {
         line_ += after_newline_ ? 1 : 0;
         after_newline_ = piece_[at_++] == '\n';

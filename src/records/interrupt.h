@@ -6,7 +6,7 @@
 
 namespace l2vpn::records {
 
-/// Not a std::exception, because no handler of errors should catch it.
+/// Not a std::exception, so that error handlers do not catch it.
 struct Interrupted {
     int signal;
 };
@@ -14,7 +14,7 @@ struct Interrupted {
 /// The pending signal, or 0.
 extern std::atomic<int> interrupt;
 
-/// Leaves SIGINT, SIGTERM and SIGHUP, unless they are ignored, to check_interrupt().
+/// Makes check_interrupt() handle SIGINT, SIGTERM and SIGHUP, unless they are ignored.
 void catch_interrupts();
 
 /// @throws Interrupted once per signal

@@ -32,7 +32,7 @@ public:
         source_->skip();
         return *this;
     }
-    /// The right one is the end.
+    /// `right` must be the end iterator.
     friend bool operator==(const SourceIterator &left, const SourceIterator &) {
         return left.source_->peek() == InputFile::end;
     }
@@ -244,7 +244,7 @@ bool is_json_line(std::string_view text) {
     if (nlohmann::json::sax_parse(text.begin(), text.end(), &check)) {
         return true;
     }
-    // A value that continues on the next line is wrong at its end only.
+    // A value that continues on the next line has a syntax error only at the end of this one.
     return text.front() == '{' && text[last] == '}' && check.error_at <= last + 1;
 }
 

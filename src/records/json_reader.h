@@ -8,8 +8,8 @@
 
 namespace l2vpn::records {
 
-/// Whether the line is JSON Lines, perhaps with an error, rather than the beginning of an object of
-/// several lines.
+/// Whether the line is JSON Lines, possibly with an error, rather than the beginning of an object
+/// that spans several lines.
 /// @param text  not blank
 bool is_json_line(std::string_view text);
 

@@ -14,8 +14,8 @@ namespace l2vpn::records {
 
 struct LoadOptions {
     std::string csv_table = {}; ///< the table of CSV; if empty, the name of the file
-    bool merge = false;         ///< fields that the file does not give keep their stored values
-    bool keep_going = false;    ///< leave out wrong records, not the whole file
+    bool merge = false;         ///< fields that the file omits keep their stored values
+    bool keep_going = false;    ///< skip invalid records, not the whole file
     /// Called for each record.
     std::function<void(std::size_t stored, const InputFile &file)> progress = {};
 };

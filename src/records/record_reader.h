@@ -4,8 +4,8 @@
 //   JSON        {"<table>": [{"<field>": value, ...}, ...], ...}
 //   JSON Lines  such an object on every line
 //   CSV         a line of field names, and a line per record; the caller or the name of the file
-//               gives the table: l2vpn_vpls_pw.csv
-// Every record gives all members of its primary key. In JSON, a value is
+//               names the table: l2vpn_vpls_pw.csv
+// Every record contains all members of its primary key. In JSON, a value is
 //   a number                  for a field of 1, 2, 4 or 8 bytes; 4 bytes also as "192.0.2.1"
 //   a list of two numbers     for an array of two bytes
 //   text, "00:1b:44:11:3a:b7" for a MAC address or other opaque bytes, or a list of their numbers
@@ -27,7 +27,7 @@ constexpr std::uint64_t record_version = 1;
 
 /// A record of an input file.
 struct InputRecord {
-    const Table *table;             ///< one with access
+    const Table *table;             ///< a table with typed access
     std::size_t line;               ///< its first line
     Bytes bytes;                    ///< fields that are not given are 0
     std::vector<std::size_t> given; ///< per field, the line of its name; 0 if not given
@@ -75,7 +75,7 @@ private:
 Diagnostic missing_member(std::size_t line, const Table &table, const Key &key,
                           const Field &member);
 
-/// The table; null, with a diagnostic, if it does not exist or has no access.
+/// The table; null, with a diagnostic, if it does not exist or has no typed access.
 const Table *stored_table(const std::string &name, std::size_t line, RecordSink &sink);
 
 } // namespace l2vpn::records

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Every table's functions behind untyped pointers. The list is generated from the catalog and holds
+// Every table's functions with untyped pointers. The list is generated from the catalog and holds
 // addresses only; all else is read from the schema descriptors.
 #pragma once
 

@@ -41,7 +41,7 @@ struct Key {
 struct Table {
     std::string name;
     std::size_t record_size;
-    std::size_t stored_size;   ///< of the fields without gaps
+    std::size_t stored_size;   ///< of the packed fields
     std::vector<Field> fields; ///< in record order
     std::vector<Key> keys;     ///< in key index order, the primary key first
     L2vpnAstFormatFn format;
@@ -57,15 +57,15 @@ struct Table {
 /// All tables with a schema descriptor, in alphabetical order.
 const std::vector<Table> &tables();
 
-/// None if there is no such table.
+/// Returns null if there is no such table.
 const Table *find_table(std::string_view name);
 
-/// What a hint may name.
+/// Candidates for suggestions.
 std::vector<std::string> table_names();
 std::vector<std::string> field_names(const std::vector<Field> &fields);
 std::vector<std::string> key_names(const Table &table);
 
-/// The key's members without gaps, as they stand in a key buffer.
+/// The key's members, packed as in a key buffer.
 Bytes key_of(const Key &key, const Bytes &record);
 
 /// Numbers of 1 to 8 bytes.

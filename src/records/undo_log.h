@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Writes to tables, undone together.
+// Undo log: a group of writes to tables that can be rolled back.
 #pragma once
 
 #include <cstddef>
@@ -13,19 +13,19 @@
 
 namespace l2vpn::records {
 
-/// Undoing allocates nothing. The log is a buffer of fixed size and a temporary file. Undone in
-/// reverse order, each write finds the room in the store that its record had before.
+/// Undoing allocates nothing. The log is a buffer of fixed size and a temporary file. Because
+/// writes are undone in reverse order, the store has room for each restored record.
 class UndoLog {
 public:
-    /// Inserts or replaces a record of a table that has access and outlives the log.
+    /// Inserts or replaces a record of a table with typed access, which must outlive the log.
     /// @param replaced  out, whether there was one
     /// @return the store's result
     /// @throws FileError if the temporary file cannot be written; the record is not written then
     std::uint32_t write(const Table &table, const Bytes &record, bool &replaced);
 
     /// Undoes all writes, the last one first.
-    /// @return how many records could not be restored: the store refused them, or the temporary
-    ///         file could not be read
+    /// @return the number of records that could not be restored: the store rejected them, or the
+    ///         temporary file could not be read
     std::size_t undo() noexcept;
 
 private:

@@ -142,7 +142,7 @@ void add(CLI::App &app, const Parameter &parameter, Arguments &arguments) {
         parameter.target);
 }
 
-/// The error for a word that the parser has not used.
+/// The error for a word that the parser has not consumed.
 /// @param command  null if the line names none
 std::string unexpected(const std::string &word, const Command *command) {
     const bool option = word.starts_with('-');
@@ -186,7 +186,7 @@ public:
         }
     }
 
-    /// Answers --help and --version itself.
+    /// Handles --help and --version.
     /// @return the command that the line names; null if it names none
     const Command *parse(const std::vector<std::string> &words) {
         try {
@@ -387,7 +387,8 @@ Exit guarded(std::string_view place, bool json, const std::function<Exit()> &run
     }
 }
 
-/// Loads the files of a line that is being typed, whose values complete it, unless that is slow.
+/// Loads the files named on a line that is being typed, unless they are large: their values are
+/// completions.
 static void load_for_completion(const std::string &typed) {
     constexpr std::uintmax_t most_bytes = 4 << 20;
     const std::vector<std::string> words = words_of(typed);

@@ -17,7 +17,7 @@ namespace l2vpn::tool {
 /// Exit codes.
 enum Exit : std::uint8_t {
     exit_done = 0,      ///< success
-    exit_no = 1,        ///< success with a negative answer: no such record, files differ
+    exit_no = 1,        ///< negative result: no such record, files differ
     exit_bad_input = 2, ///< invalid command line or input
     exit_failed = 3,    ///< rejected by the store, or a file cannot be read or written
 };
@@ -37,7 +37,7 @@ struct Arguments {
     std::uint64_t batch_version = 0, instances = 100, seed = 1, records = 100000;
     bool all = false, csv = false, explain = false, json = false, keep_going = false, line = false,
          merge = false, raw = false, store = false;
-    bool in_shell = false; ///< the line is one of a shell's
+    bool in_shell = false; ///< the line was entered in a shell
 
     records::Style style() const { return raw ? records::Style::raw : records::Style::display; }
 };

@@ -4,7 +4,7 @@ _l2vpn_db() {
     local line=${COMP_LINE:0:COMP_POINT}
     local word=${line##*[[:space:]]} breaks=${COMP_WORDBREAKS//[^=:]/}
     mapfile -t COMPREPLY < <("$1" --complete "${line#*[[:space:]]}" 2>/dev/null)
-    # l2vpn-db completes after the last comma, bash after the last = or :, if they break words.
+    # l2vpn-db completes after the last comma, bash after the last = or : if COMP_WORDBREAKS has it.
     COMPREPLY=("${COMPREPLY[@]/#/${word%"${word##*,}"}}")
     [[ -z $breaks ]] || COMPREPLY=("${COMPREPLY[@]#"${word%"${word##*["$breaks"]}"}"}")
     [[ ${COMPREPLY[0]-} != *[=/] ]] || compopt -o nospace

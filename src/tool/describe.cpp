@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Tables: their fields and keys, numbers of records and event counters.
+// Commands that describe tables: fields and keys, record counts, event counters.
 #include <array>
 
 #include <fmt/format.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Keys as the library's key builders make them, and why a key finds nothing.
+// Keys as the library's key builders build them, and the records that a key misses by the least.
 #include <algorithm>
 #include <array>
 #include <map>

@@ -85,7 +85,7 @@ std::string history_file() {
 } // namespace
 
 LineEditor::LineEditor(Completer completer) {
-    // Without a UTF-8 locale, libedit drops all bytes beyond ASCII.
+    // Without a UTF-8 locale, libedit drops all non-ASCII bytes.
     // NOLINTBEGIN(concurrency-mt-unsafe): there is one thread
     if (std::setlocale(LC_CTYPE, "") == nullptr || MB_CUR_MAX == 1) {
         (void)std::setlocale(LC_CTYPE, "C.UTF-8");

@@ -21,7 +21,7 @@ public:
     /// Saves the history.
     ~LineEditor();
 
-    /// Reads a line; none at the end of input.
+    /// Reads a line. Returns nullopt at the end of input.
     /// @throws records::Interrupted
     std::optional<std::string> read(const std::string &prompt);
 };

@@ -7,8 +7,8 @@
 #include "records/interrupt.h"
 #include "tool/command.h"
 
-/// Keeps a file that is opened later from becoming a standard stream that the caller has closed.
-/// Input and output on the stream still fail.
+/// Opens /dev/null for standard streams that the caller has closed, so that no file opened later
+/// gets their descriptors. The access mode is the wrong one: input and output still fail.
 static void occupy_closed_streams() {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (fcntl(stream, F_GETFD) < 0) {

@@ -230,7 +230,7 @@ void walk(const Table &table, const Key &key, const Bytes *record, const Visitor
         records::check_interrupt();
         visit(next);
     }
-    // The fast iterator ends with codes of its own.
+    // The fast iterator ends with its own codes.
     if (result != L2VPN_STORE_END && result != L2VPN_DB_NO_MORE &&
         result != L2VPN_STORE_NOT_FOUND) {
         check(result, table.name + ": next record");

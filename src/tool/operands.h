@@ -23,12 +23,12 @@ const Table &table_named(const std::string &name);
 const Field &field_named(const Table &table, const std::string &name);
 const Key &key_named(const Table &table, const std::string &name);
 
-/// The same, of a table with access.
+/// The same for a table with typed access.
 const Table &stored_table_named(const std::string &name);
 
 /// The tables of these names; all tables without names.
 std::vector<const Table *> tables_named(const std::vector<std::string> &names);
-/// The same, of tables with access.
+/// The same for tables with typed access.
 std::vector<const Table *> stored_tables_named(const std::vector<std::string> &names);
 
 /// A field's bytes in a record, or the padding between fields.

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Tests the gdb pretty-printers, which gdb loads automatically from beside the library.
+"""Tests the gdb pretty-printers, which gdb loads automatically with the library.
 
 usage: debugger_test.py FOLDER PROGRAM OTHER_VERSION
 """

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Compiles every public header by itself, included twice, with one compiler and standard."""
+"""Compiles every public header on its own, included twice, with one compiler and standard."""
 
 import argparse
 import pathlib
@@ -28,7 +28,7 @@ def main():
         # ISO C forbids an empty translation unit.
         result = subprocess.run(command, input=include * 2 + "extern int used;\n", text=True)
         if result.returncode != 0:
-            print(f"{header} does not compile by itself: {' '.join(command)}")
+            print(f"{header} does not compile on its own: {' '.join(command)}")
             failures += 1
     print(f"{len(headers)} headers, {failures} failures")
     sys.exit(failures != 0)

@@ -18,7 +18,7 @@
 namespace l2vpn::interleavings {
 
 enum class MemoryModel : std::uint8_t {
-    sequential,        ///< sequential consistency: a store is visible at once
+    sequential,        ///< sequential consistency: a store is visible immediately
     total_store_order, ///< x86-64: FIFO store buffers, drained by locked instructions
 };
 

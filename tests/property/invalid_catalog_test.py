@@ -272,7 +272,7 @@ def duplicate_key_infix(fault):
     if model.infix(1, wrong) != model.infix(1, other) or wrong in ("key", *(key.name for key in fault.table.keys)):
         raise NotApplicable
     row[0] = quoted(wrong)
-    fault.at(("keys", at), f'key "{wrong}": found the function infix ', "expected an infix of its own")
+    fault.at(("keys", at), f'key "{wrong}": found the function infix ', "expected a unique infix")
 
 
 def key_infix_of_a_function(fault):
@@ -281,7 +281,7 @@ def key_infix_of_a_function(fault):
     if wrong == fault.table.keys[0].name:
         raise NotApplicable
     row[0] = quoted(wrong)
-    fault.at(("keys", at), f'key "{wrong}": found the function infix ', "expected an infix of its own")
+    fault.at(("keys", at), f'key "{wrong}": found the function infix ', "expected a unique infix")
 
 
 def key_name_of_the_primary_key(fault):

@@ -62,8 +62,8 @@ inline void copy(char *to, const char *from, std::size_t count) {
 
 } // namespace
 
-// EINVAL: a null pointer. ERANGE: the count exceeds the destination. EFAULT: the ranges overlap. A
-// refused copy leaves the destination unchanged, because its size may be wrong, too.
+// EINVAL: a null pointer. ERANGE: the count exceeds the destination. EFAULT: the ranges overlap. On
+// error, the destination is unchanged, because its size may be wrong, too.
 int memcpy_s(void *destination, std::size_t destinationSize, const void *source,
              std::size_t count) {
     if (destination == nullptr || source == nullptr) [[unlikely]] {

@@ -16,7 +16,7 @@ public:
     [[nodiscard]] void *allocate(const Allocator &allocator, std::size_t size);
 
     /// Reserves `size` bytes for the next allocations, each of which is rounded up to cache lines.
-    /// Returns false if allocation fails, and changes nothing then.
+    /// Returns false, with nothing changed, if allocation fails.
     [[nodiscard]] bool reserve(const Allocator &allocator, std::size_t size) {
         return size <= left_ || grow(allocator, size);
     }

@@ -14,7 +14,7 @@ constexpr std::uint64_t field(std::uint64_t handle, unsigned from, unsigned bits
     return handle >> from & ((std::uint64_t{1} << bits) - 1);
 }
 
-constexpr std::uint32_t first_chunk_size = 16; // each chunk is twice as long as the last
+constexpr std::uint32_t first_chunk_size = 16; // each chunk is twice as long as the previous one
 
 constexpr std::uint32_t chunk_of(std::uint32_t slot) {
     return static_cast<std::uint32_t>(std::bit_width(slot / first_chunk_size + 1) - 1);

@@ -37,13 +37,13 @@ struct EventBatch {
     }
 };
 
-/// Set once the thread's EventThread is destroyed; later events are reported at once.
+/// Set once the thread's EventThread is destroyed; later events are reported immediately.
 constinit thread_local bool ended = false;
 
 } // namespace
 
-/// A thread's number and batch. A statistics function may call the store, which counts here again:
-/// the state is consistent before each call of one.
+/// A thread's number and batch. A statistics function may call the store and thus re-enter this
+/// class, so the state is consistent before each such call.
 class EventThread {
 public:
     EventThread() {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Counts a table's events through the statistics function of its descriptor. Threads that all add
 // to one counter at every call would contend for its cache line, which takes longer than a read. So
-// one thread at a time, the table's owner, reports each event at once; the others report batches.
+// one thread at a time, the table's owner, reports each event immediately; the others in batches.
 #pragma once
 
 #include "l2vpn_db/l2vpn_db.h"

@@ -25,7 +25,7 @@ void HashIndex::insert(Hash hash, RecordId id) {
 void HashIndex::erase(Hash hash, RecordId id) {
     Bucket &bucket = bucket_of(hash);
     auto hole = static_cast<std::uint32_t>(&slot_of(hash, id) - bucket.slots);
-    // Entries after the hole move back into it, but never in front of their home slot.
+    // Entries after the hole move back into it, but never before their home slot.
     for (std::uint32_t at = next(hole);; at = next(at)) {
         const Slot slot = bucket.slots[at];
         if (slot == 0)
@@ -67,8 +67,8 @@ bool HashIndex::create_directory(const Allocator &allocator, Arena &arena) {
     return true;
 }
 
-// Entries whose next hash bit is 1 move to the new bucket. The others are inserted anew, because
-// the holes would end searches.
+// Entries whose next hash bit is 1 move to the new bucket. The others are reinserted, because the
+// holes would end searches.
 bool HashIndex::split(const Allocator &allocator, Arena &arena, Hash hash) {
     Bucket &old = bucket_of(hash);
     if (old.depth == directory_->depth && !double_directory(allocator, arena))

@@ -2,7 +2,7 @@
 // Extendible hash table from the hash of a key value to a record. The upper bits of the hash select
 // a bucket in a directory, the lower bits a home slot in the bucket; collisions probe linearly. A
 // full bucket is split in two, so that growth moves a few hundred entries at a time. Directories
-// that have been replaced are never freed, because a reader may still be in one.
+// that have been replaced are never freed, because a reader may still access one.
 #pragma once
 
 #include "platform/store/arena.h"

@@ -48,7 +48,7 @@ public:
         pending_.hash = key_.hash(record);
         return pending_.chain = find(records, pending_.hash, record).id;
     }
-    /// The same for a record that is to replace a stored one, if its key value differs. Returns
+    /// Stages a record that is to replace a stored one, if its key value differs. Returns
     /// changes().
     bool stage_change(const RecordPool &records, const char *record, const Word *stored) {
         pending_.changes = !key_.matches(record, stored);
@@ -71,8 +71,8 @@ public:
     /// Positions a cursor before the records with the key value and adds it to the open ones.
     void open(Cursor &cursor, const RecordPool &records, PackedKey value);
     void close(Cursor &cursor);
-    /// Moves a cursor to the next record of the chain. Returns the one passed, no_record at the
-    /// end.
+    /// Moves a cursor to the next record of the chain. Returns the record at its old position,
+    /// no_record at the end.
     RecordId advance(Cursor &cursor, const RecordPool &records) const;
 
 private:

@@ -24,7 +24,7 @@ KeyDefinition define_key(const TableLayout &table, std::size_t index, KeySegment
     KeySegment *end = rest;
     std::size_t at = 0;
     const auto add = [&](std::size_t record, std::size_t bytes) {
-        // A member that is also the next one in the record extends the last segment.
+        // A member that follows the previous one in the record, too, extends the last segment.
         if (last != nullptr && last->record + last->bytes == record &&
             last->bytes + bytes <= max_segment_bytes) {
             last->bytes = static_cast<std::uint16_t>(last->bytes + bytes);

@@ -11,7 +11,7 @@ namespace l2vpn::platform {
 
 using Hash = std::uint32_t;
 
-/// The value of a key as a request carries it: its members in key order, without gaps.
+/// The value of a key as in a request: its members, packed in key order.
 struct PackedKey {
     const char *bytes;
 };
@@ -31,7 +31,7 @@ struct KeySegment {
     std::uint16_t bytes;
 
     [[nodiscard]] SegmentValue of(PackedKey from) const { return at(from.bytes + key); }
-    /// From a record that the store does not hold.
+    /// From a record outside the store.
     [[nodiscard]] SegmentValue of(const char *from) const { return at(from + record); }
     /// From a slot of the record pool, which continues after the record: whole words may be read.
     [[nodiscard]] SegmentValue of(const Word *from) const {
@@ -109,7 +109,8 @@ private:
 /// An upper bound of the number of segments of a key.
 std::size_t max_segments(const KeyLayout &key);
 
-/// Defines key `index` of a table. Segments after the first are written to `rest`, which must stay.
+/// Defines key `index` of a table. Writes segments after the first to `rest`, which must outlive
+/// the definition.
 KeyDefinition define_key(const TableLayout &table, std::size_t index, KeySegment *rest);
 
 } // namespace l2vpn::platform

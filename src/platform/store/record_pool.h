@@ -24,8 +24,8 @@ public:
         : limit_(limit), record_words_(words_for(stored_length)),
           stride_(record_words_ + words_for(secondary_keys * sizeof(ChainLink)) + 1) {}
 
-    // Optimistic readers may call these two. They return null for a slot that no record has ever
-    // had, which is seen inside a write section.
+    // Optimistic readers may call these two. They return null for a slot that does not exist, which
+    // a reader sees only inside a write section.
 
     [[nodiscard]] const Word *try_words(RecordId id) const {
         ChunkDirectory *const directory = __atomic_load_n(&directory_, __ATOMIC_ACQUIRE);

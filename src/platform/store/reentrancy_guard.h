@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Setters and the memory service run inside the store, under a lock. A store operation that they
-// call is refused: it would wait for its own thread.
+// Setters and the memory service run inside the store, under a lock. Store operations that they
+// call are rejected, because they would deadlock.
 #pragma once
 
 namespace l2vpn::platform {

@@ -10,7 +10,7 @@ namespace l2vpn::platform {
 namespace {
 
 constinit Table *tables = nullptr; ///< linked through `older`
-constinit std::mutex mutex;        ///< guards `tables` and the adding of cache entries
+constinit std::mutex mutex;        ///< guards `tables` and insertions into the cache
 
 const TableLayout *find_layout(std::string_view name) {
     const auto found = std::lower_bound(
@@ -32,8 +32,8 @@ DescriptorCache::Entry *probe(const L2vpnDbTblIntf *descriptor) {
     return nullptr;
 }
 
-/// Returns the descriptor's table and caches it. A descriptor that has another name by now, or
-/// finds the cache full, is looked up by name each time.
+/// Returns the descriptor's table and caches it. A descriptor whose name has changed, or that does
+/// not fit into the cache, is looked up by name each time.
 Table *register_table(const Allocator &allocator, const L2vpnDbTblIntf *descriptor,
                       const TableLayout &layout) {
     const std::lock_guard lock(mutex);

@@ -6,7 +6,7 @@
 
 namespace l2vpn::platform {
 
-/// Maps descriptors to tables: open addressing, entries are only added. An entry notes the
+/// Maps descriptors to tables: open addressing, entries are never removed. An entry holds the
 /// descriptor's name, because the address may be reused for another descriptor.
 struct DescriptorCache {
     struct alignas(32) Entry {
@@ -27,7 +27,7 @@ struct DescriptorCache {
 Table *find_or_create_table(L2vpnDbModuleIntf *module, const L2vpnDbTblIntf *descriptor,
                             std::uint32_t &code);
 
-/// Returns the descriptor's table, which the first use creates. Returns null and sets `code` if the
+/// Returns the descriptor's table, created on first use. Returns null and sets `code` if the
 /// descriptor is null or names no table, or if allocation fails.
 inline Table *find_table(L2vpnDbModuleIntf *module, const L2vpnDbTblIntf *descriptor,
                          std::uint32_t &code) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Checks of the requests that a call carries, made before the table is locked.
+// Checks of a call's requests, made before the table is locked.
 #pragma once
 
 #include "l2vpn_db/memory_store.h"
@@ -13,14 +13,14 @@ struct CheckedKey {
     PackedKey value;
 };
 
-/// Returns 0, or the code that refuses the record request.
+/// Returns 0, or the error code for an invalid record request.
 inline std::uint32_t check_record(std::uint32_t stored_length, const L2vpnDbRecData *request) {
     if (request == nullptr || request->data == nullptr)
         return L2VPN_STORE_NULL_POINTER;
     return request->length == stored_length ? L2VPN_DB_OK : L2VPN_STORE_BAD_LENGTH;
 }
 
-/// Returns 0 and sets `key`, or returns the code that refuses the key request.
+/// Returns 0 and sets `key`, or returns the error code for an invalid key request.
 inline std::uint32_t check_key(std::span<Index> indexes, const L2vpnDbKeyData *request,
                                CheckedKey &key) {
     if (request == nullptr || request->keyId == nullptr || request->key == nullptr)

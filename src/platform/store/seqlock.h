@@ -92,7 +92,7 @@ private:
     }
 
     std::mutex mutex_;
-    /// On a cache line of its own, because every reader polls it.
+    /// On its own cache line, because every reader polls it.
     alignas(64) std::atomic<std::uint64_t> version_{0};
 };
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Loads, stores and copies of data that another thread may access meanwhile. A seqlock reader that
-// raced discards what it read.
+// Loads, stores and copies of data that another thread may access concurrently. A seqlock reader
+// that raced discards its result.
 #pragma once
 
 #include <algorithm>

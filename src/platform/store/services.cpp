@@ -12,7 +12,7 @@ namespace l2vpn::platform {
 
 namespace {
 
-// Another thread may register a service meanwhile, so each word is loaded once.
+// Another thread may register a service concurrently, so each word is loaded once.
 
 template <class Function>
 Function function(std::uintptr_t word) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The memory and log services that the module interface block carries, and their defaults.
+// The memory and log services registered in the module interface block, and their defaults.
 #pragma once
 
 #include <cstddef>

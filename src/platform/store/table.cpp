@@ -188,7 +188,7 @@ Status Table::next(L2vpnDbIter *handle, void *record) {
     return ok(L2VPN_STORE_STAT_DELIVERED);
 }
 
-/// Moves a cursor over the whole table. Returns the record passed, no_record at the end.
+/// Moves a cursor over the whole table. Returns the next record, no_record at the end.
 RecordId Table::advance(Cursor &cursor) const {
     for (; cursor.next != cursor.last; ++cursor.next) {
         const Word sequence = records_.insert_sequence(cursor.next);

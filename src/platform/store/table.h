@@ -28,7 +28,7 @@ public:
     /// The table that was created before this one.
     Table *older = nullptr;
 
-    // Any thread may call these. The caller has checked keys and records: request_checks.h.
+    // Any thread may call these. The caller must have checked keys and records (request_checks.h).
 
     Status write(const Allocator &allocator, const char *record);
     Status read(const CheckedKey &key, void *record);
