@@ -12,8 +12,9 @@ namespace {
 Status refused(std::uint32_t code) {
     if (code == L2VPN_STORE_NO_MEMORY)
         return out_of_memory;
-    const bool bad_key = code >= L2VPN_STORE_BAD_KEY_AREA && code <= L2VPN_STORE_NOT_PRIMARY;
-    return {code, bad_key ? L2VPN_STORE_STAT_BAD_KEY : L2VPN_STORE_STAT_BAD_REQUEST};
+    // The checks return no codes greater than those of key requests.
+    return {code, code >= L2VPN_STORE_BAD_KEY_AREA ? L2VPN_STORE_STAT_BAD_KEY
+                                                   : L2VPN_STORE_STAT_BAD_REQUEST};
 }
 
 /// Logs refused calls and failed allocations, but no missing records, ends of iterations and codes
