@@ -47,7 +47,7 @@ Exit done(const Arguments &arguments, const char *what, const Table &table, cons
 Exit run_dump(const Arguments &arguments) {
     if (arguments.csv && arguments.tables.size() != 1) {
         throw Failure(exit_bad_input,
-                      fmt::format("--csv: found {}, expected one, as each has fields of its own",
+                      fmt::format("--csv: found {}, expected one, because their fields differ",
                                   records::counted(arguments.tables.size(), "table")));
     }
     const auto tables = stored_tables_named(arguments.tables);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The store's classes by themselves, in states that a whole store reaches rarely.
+// The store's classes in isolation, in states that a whole store reaches rarely.
 #include <gtest/gtest.h>
 
 #include <barrier>
@@ -16,7 +16,7 @@
 
 namespace {
 
-bool refuse_aligned = false;
+bool reject_aligned = false;
 std::uint32_t allocations_left = UINT32_MAX;
 std::vector<std::unique_ptr<char[]>> blocks; // an arena frees nothing
 
@@ -35,7 +35,7 @@ void release(void *) {}
 /// Replaces the C library's function, which cannot be made to fail.
 extern "C" void *aligned_alloc(std::size_t alignment, std::size_t size) noexcept {
     void *block = nullptr;
-    return refuse_aligned || posix_memalign(&block, alignment, size) != 0 ? nullptr : block;
+    return reject_aligned || posix_memalign(&block, alignment, size) != 0 ? nullptr : block;
 }
 
 namespace l2vpn::platform {
@@ -52,7 +52,7 @@ protected:
     StoreParts() { allocations_left = UINT32_MAX; }
     ~StoreParts() override {
         blocks.clear();
-        refuse_aligned = false;
+        reject_aligned = false;
     }
     StoreParts(const StoreParts &) = delete;
     StoreParts &operator=(const StoreParts &) = delete;
@@ -109,18 +109,18 @@ TEST_F(StoreParts, LargeArenaUsesHugePages) {
     void *const piece = arena_.allocate(own, std::size_t{2} << 20);
     ASSERT_NE(piece, nullptr);
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(piece) % (std::size_t{2} << 20), 0U);
-    refuse_aligned = true;
+    reject_aligned = true;
     EXPECT_EQ(arena_.allocate(own, std::size_t{2} << 20), nullptr);
-    refuse_aligned = false;
+    reject_aligned = false;
     EXPECT_NE(arena_.allocate(own, std::size_t{2} << 20), nullptr);
     // An allocation larger than a huge page comes from malloc.
-    refuse_aligned = true;
+    reject_aligned = true;
     EXPECT_NE(arena_.allocate(own, std::size_t{3} << 20), nullptr);
 }
 
 TEST_F(StoreParts, LargeArenaUsesARegisteredService) {
     fill(arena_, allocator_, std::size_t{12} << 20);
-    refuse_aligned = true;
+    reject_aligned = true;
     EXPECT_NE(arena_.allocate(allocator_, std::size_t{1} << 20), nullptr);
     allocations_left = 0;
     EXPECT_EQ(arena_.allocate(allocator_, std::size_t{2} << 20), nullptr);

@@ -49,7 +49,7 @@ TEST(BoundedCopy, CopiesEveryLengthExactly) {
     }
 }
 
-TEST(BoundedCopy, RefusesWithACodePerReasonAndCopiesNothing) {
+TEST(BoundedCopy, RejectsWithACodePerReasonAndCopiesNothing) {
     Text to = untouched;
     const int null = memcpy_s(nullptr, 8, "abc", 3);
     const int too_much = memcpy_s(to.data(), 2, "abc", 3);
@@ -128,7 +128,7 @@ TEST(BoundedPrint, LeavesAnEmptyStringIfTheTextDoesNotFit) {
     EXPECT_STREQ(to.data(), "");
 }
 
-TEST(BoundedPrint, RefusesNullArgumentsAndEmptyBuffers) {
+TEST(BoundedPrint, RejectsNullArgumentsAndEmptyBuffers) {
     Text to = untouched;
     const char *volatile format = nullptr;
     EXPECT_LT(sprintf_s(nullptr, 8, "a"), 0);
@@ -300,7 +300,7 @@ TEST(BoundedPrintAsInC, MixedConversions) {
     EXPECT_PRINTS_AS_IN_C("%lu%u%lx%x%d%s%u", ULONG_MAX, 1U, ULONG_MAX, 2U, -1, "s", UINT32_MAX);
 }
 
-// Formats that the compiler would refuse as literals.
+// Formats that the compiler would reject as literals.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 #pragma GCC diagnostic ignored "-Wformat-security"

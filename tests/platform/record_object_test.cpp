@@ -30,7 +30,7 @@ TEST_P(RecordObject, AcceptsStoredRecordsOfItsTableOnly) {
     intf_.releaseObject(nullptr, object);
 }
 
-TEST_P(RecordObject, OfAnotherTableIsRefused) {
+TEST_P(RecordObject, OfAnotherTableIsRejected) {
     const TypedTable &other = typed_tables[&table_ == &typed_tables[0] ? 1 : 0];
     L2vpnDbRecObj *const object = other.descriptor->createObject(nullptr);
     ASSERT_NE(object, nullptr);

@@ -65,7 +65,7 @@ TEST_P(StoreIterators, DeliverEveryRecordOnceInAStableOrder) {
     });
 }
 
-TEST_P(StoreIterators, OverNoRecordsEndAtOnce) {
+TEST_P(StoreIterators, OverNoRecordsEndImmediately) {
     for_each_iteration(record(1), [&](const Key *, auto opened) {
         L2vpnDbIter *const iterator = opened();
         EXPECT_EQ(counting(L2VPN_STORE_STAT_ITER_ENDED, [&] { return next(iterator); }),
@@ -74,7 +74,7 @@ TEST_P(StoreIterators, OverNoRecordsEndAtOnce) {
     });
 }
 
-TEST_P(StoreIterators, StayAtTheirEnd) {
+TEST_P(StoreIterators, StayEnded) {
     const Bytes held = record(1);
     const Bytes added = record(2);
     ASSERT_EQ(write(held), 0U);
@@ -171,7 +171,7 @@ TEST_P(StoreIterators, DeliverCurrentContents) {
     EXPECT_EQ(rest_of(iterator), std::vector<Bytes>{packed(after)});
 }
 
-TEST_P(StoreIterators, ForeignHandlesAreRefused) {
+TEST_P(StoreIterators, ForeignHandlesAreRejected) {
     ASSERT_EQ(write(record(1)), 0U);
     L2vpnDbIter *const released = open();
     EXPECT_EQ(release(released), 0U);
@@ -198,8 +198,8 @@ TEST_P(StoreIterators, ForeignHandlesAreRefused) {
     EXPECT_EQ(DAL_VELD_ReleaseIterator(module_, other.descriptor, foreign), 0U);
 }
 
-// Every modified handle is refused, unless it equals another open one.
-TEST_P(StoreIterators, ForgedHandlesAreRefused) {
+// Every modified handle is rejected, unless it equals another open one.
+TEST_P(StoreIterators, ForgedHandlesAreRejected) {
     L2vpnDbIter *const released = open();
     EXPECT_EQ(release(released), 0U);
     std::vector<L2vpnDbIter *> live;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The log: one line for each refused call.
+// The log: one line for each rejected call.
 #include "tests/platform/log_service.h"
 #include "tests/platform/memory_service.h"
 #include "tests/platform/store_test.h"
@@ -15,7 +15,7 @@ protected:
     }
     void TearDown() override {
         StoreTest::TearDown();
-        EXPECT_EQ(take_log(), std::vector<std::string>{}) << "no call was refused";
+        EXPECT_EQ(take_log(), std::vector<std::string>{}) << "no call was rejected";
     }
 
     static void expect_line(const std::string &name, std::uint32_t code) {
@@ -36,12 +36,12 @@ protected:
 };
 L2VPN_TEST_TYPED_TABLES(StoreLog, any_table);
 
-std::uint32_t refuse(const L2vpnDbRecData *, L2vpnDbRecObj *, const std::uint32_t *,
+std::uint32_t reject(const L2vpnDbRecData *, L2vpnDbRecObj *, const std::uint32_t *,
                      std::uint32_t) {
     return 7;
 }
 
-std::uint32_t refuse_with_a_store_code(const L2vpnDbRecData *, L2vpnDbRecObj *,
+std::uint32_t reject_with_a_store_code(const L2vpnDbRecData *, L2vpnDbRecObj *,
                                        const std::uint32_t *, std::uint32_t) {
     return L2VPN_STORE_BAD_KEY_AREA;
 }
@@ -52,14 +52,14 @@ TEST_P(StoreLog, HasNoLineForValidCalls) {
     EXPECT_EQ(write(record(1)), 0U);
     EXPECT_EQ(write(record(1)), 0U);
     EXPECT_EQ(rest_of(open()).size(), 1U);
-    const L2vpnDbUpdData update{nullptr, 0, 0, refuse};
+    const L2vpnDbUpdData update{nullptr, 0, 0, reject};
     EXPECT_EQ(DAL_VELD_Update(module_, intf_, &key_.request, &request_, &update), 7U);
-    const L2vpnDbUpdData misleading{nullptr, 0, 0, refuse_with_a_store_code};
+    const L2vpnDbUpdData misleading{nullptr, 0, 0, reject_with_a_store_code};
     EXPECT_EQ(DAL_VELD_Update(module_, intf_, &key_.request, &request_, &misleading),
               L2VPN_STORE_BAD_KEY_AREA);
 }
 
-TEST_P(StoreLog, HasOneLinePerRefusedCall) {
+TEST_P(StoreLog, HasOneLinePerRejectedCall) {
     L2vpnDbKeyData bad_key = key_.request;
     bad_key.keyIdLength = 0;
     L2vpnDbRecData bad_record = request_;
@@ -89,7 +89,7 @@ TEST_P(StoreLog, HasOneLinePerRefusedCall) {
 TEST_P(StoreLog, ReportsFailedAllocations) {
     register_memory_service();
     ASSERT_EQ(write(record(1)), 0U);
-    const L2vpnDbUpdData update{nullptr, 0, 0, refuse};
+    const L2vpnDbUpdData update{nullptr, 0, 0, reject};
     fail_allocations_after(0);
     EXPECT_EQ(DAL_VELD_Update(module_, intf_, &key_.request, &request_, &update),
               L2VPN_STORE_NO_MEMORY);
@@ -121,20 +121,20 @@ void count_line(const char *) {
 }
 
 TEST_P(StoreLog, GoesToTheServiceRegisteredLast) {
-    const auto refused = [&] {
+    const auto rejected = [&] {
         EXPECT_EQ(DAL_VELD_Count(module_, intf_, nullptr), L2VPN_STORE_NULL_POINTER);
     };
     register_log_service(); // a second time
-    refused();
+    rejected();
     expect_line(L2VPN_STORE_NULL_POINTER);
     other_lines = 0;
     const L2vpnDbLogIntf other = l2vpn_store_log_service(count_line);
     L2VPN_DB_LogIntfReg(&other);
-    refused();
+    rejected();
     EXPECT_EQ(other_lines, 1U);
     EXPECT_EQ(take_log(), std::vector<std::string>{});
     register_log_service();
-    refused();
+    rejected();
     EXPECT_EQ(other_lines, 1U);
     expect_line(L2VPN_STORE_NULL_POINTER);
 }

@@ -65,38 +65,38 @@ TEST_P(FreshStoreMemory, FirstUseMayFail) {
     const L2vpnDbUpdData update{nullptr, 0, 0, table_.set_fields};
     std::uint32_t count = 77;
     std::uint32_t failures = 0;
-    const auto refused = [&](std::uint32_t code) {
+    const auto rejected = [&](std::uint32_t code) {
         EXPECT_EQ(code, L2VPN_STORE_NO_MEMORY);
         Counters expected{};
         expected[L2VPN_STORE_STAT_NO_MEMORY] = ++failures;
         EXPECT_EQ(counters(), expected);
     };
-    const auto refused_handle = [&](const L2vpnDbIter *handle) {
-        refused(handle == nullptr ? L2VPN_STORE_NO_MEMORY : 0);
+    const auto rejected_handle = [&](const L2vpnDbIter *handle) {
+        rejected(handle == nullptr ? L2VPN_STORE_NO_MEMORY : 0);
     };
     const std::uint32_t attempts = 20;
     for (std::uint32_t i = 0; i < attempts; ++i) {
         const std::size_t held = bytes_held();
         fail_allocations_after(0);
-        refused(DAL_VELD_Write(module_, intf_, &request));
+        rejected(DAL_VELD_Write(module_, intf_, &request));
         fail_allocations_after(0);
-        refused(DAL_VELD_Read(module_, intf_, &key.request, &request));
+        rejected(DAL_VELD_Read(module_, intf_, &key.request, &request));
         fail_allocations_after(0);
-        refused(DAL_VELD_Update(module_, intf_, &key.request, &request, &update));
+        rejected(DAL_VELD_Update(module_, intf_, &key.request, &request, &update));
         fail_allocations_after(0);
-        refused(DAL_VELD_Delete(module_, intf_, &key.request));
+        rejected(DAL_VELD_Delete(module_, intf_, &key.request));
         fail_allocations_after(0);
-        refused(DAL_VELD_Count(module_, intf_, &count));
+        rejected(DAL_VELD_Count(module_, intf_, &count));
         fail_allocations_after(0);
-        refused(DAL_VELD_CountByKey(module_, intf_, &key.request, &count));
+        rejected(DAL_VELD_CountByKey(module_, intf_, &key.request, &count));
         fail_allocations_after(0);
-        refused_handle(DAL_VELD_CreateIterator(module_, intf_));
+        rejected_handle(DAL_VELD_CreateIterator(module_, intf_));
         fail_allocations_after(0);
-        refused_handle(DAL_VELD_CreateIteratorByKey(module_, intf_, &key.request));
+        rejected_handle(DAL_VELD_CreateIteratorByKey(module_, intf_, &key.request));
         fail_allocations_after(0);
-        refused(DAL_VELD_GetNextEntry(module_, intf_, nullptr, &request));
+        rejected(DAL_VELD_GetNextEntry(module_, intf_, nullptr, &request));
         fail_allocations_after(0);
-        refused(DAL_VELD_ReleaseIterator(module_, intf_, nullptr));
+        rejected(DAL_VELD_ReleaseIterator(module_, intf_, nullptr));
         EXPECT_EQ(bytes_held(), held);
     }
     EXPECT_EQ(count, 77U);
@@ -111,7 +111,7 @@ std::uint32_t keep(const L2vpnDbRecData *, L2vpnDbRecObj *, const std::uint32_t 
 }
 
 /// The life of a table from its first call on, with everything that allocates: records, indexes,
-/// iterators of both kinds, record objects. A refused call is repeated and must succeed then.
+/// iterators of both kinds, record objects. A rejected call is repeated and must succeed then.
 class FreshStoreMemoryLife : public FreshStoreMemory {
 protected:
     static constexpr std::uint32_t records = 150;
@@ -120,7 +120,7 @@ protected:
     void expect_success(Call call) {
         std::uint32_t code = call();
         if (code == L2VPN_STORE_NO_MEMORY) {
-            ++refused_;
+            ++rejected_;
             code = call();
         }
         EXPECT_EQ(code, 0U);
@@ -136,7 +136,7 @@ protected:
         return created;
     }
 
-    /// Returns how many calls were refused.
+    /// Returns how many calls were rejected.
     std::uint32_t live() {
         const TestRecords pool(facts_, records, TestRecords::Spread::distinct);
         for (std::uint32_t i = 0; i < records; ++i) {
@@ -175,7 +175,7 @@ protected:
             EXPECT_EQ(read(facts_.keys[0], unpacked(stored)), stored);
         }
         EXPECT_EQ(count(), records);
-        return refused_;
+        return rejected_;
     }
 
     /// Returns the function's result in a new process, in which the table is unused.
@@ -193,7 +193,7 @@ protected:
     }
 
 private:
-    std::uint32_t refused_ = 0;
+    std::uint32_t rejected_ = 0;
 };
 L2VPN_TEST_TYPED_TABLES(FreshStoreMemoryLife, has_pool);
 
@@ -219,15 +219,15 @@ TEST_P(FreshStoreMemoryLife, AnyOneAllocationMayFail) {
 }
 
 // Cursors are allocated in chunks of growing size.
-TEST_P(StoreMemory, IteratorsAreRefusedIfAllocationFails) {
+TEST_P(StoreMemory, IteratorsAreRejectedIfAllocationFails) {
     std::vector<L2vpnDbIter *> iterators;
-    std::uint32_t refusals = 0;
-    while (refusals < 3) {
+    std::uint32_t rejections = 0;
+    while (rejections < 3) {
         fail_allocations_after(0);
         L2vpnDbIter *iterator = DAL_VELD_CreateIterator(module_, intf_);
         stop_failing_allocations();
         if (iterator == nullptr) {
-            ++refusals;
+            ++rejections;
             iterator = open();
         }
         iterators.push_back(iterator);
@@ -402,13 +402,13 @@ TEST(StoreMemoryService, IsOptionalAndMallocMayFail) {
         GTEST_SKIP() << "the sanitizer replaces malloc";
     fail_direct_allocations(false);
     std::uint32_t written = 0;
-    std::uint32_t refused = 0;
+    std::uint32_t rejected = 0;
     for_plenty_of_records(table, [&](const L2vpnDbKeyData &key, L2vpnDbRecData &record) {
         fail_direct_allocations(true);
         const std::uint32_t code = DAL_VELD_Write(module(), table.descriptor, &record);
         fail_direct_allocations(false);
         if (code != 0) {
-            ++refused;
+            ++rejected;
             ASSERT_EQ(code, L2VPN_STORE_NO_MEMORY);
             ASSERT_EQ(DAL_VELD_Read(module(), table.descriptor, &key, &record),
                       L2VPN_STORE_NOT_FOUND);
@@ -416,7 +416,7 @@ TEST(StoreMemoryService, IsOptionalAndMallocMayFail) {
         }
         ++written;
     });
-    EXPECT_GE(refused, 20U);
+    EXPECT_GE(rejected, 20U);
     EXPECT_EQ(DAL_VELD_Count(module(), table.descriptor, &count), 0U);
     EXPECT_EQ(count, written);
     remove_plenty_of_records(table);

@@ -37,8 +37,8 @@ protected:
         take_log();
     }
 
-    /// Calls every operation on a table; each must be refused and leave its arguments unchanged.
-    static void expect_all_refused(const TypedTable &table) {
+    /// Calls every operation on a table; each must be rejected and leave its arguments unchanged.
+    static void expect_all_rejected(const TypedTable &table) {
         const Facts &about = facts(table.name);
         const Bytes caller = sample_record(about.record_size, 9);
         const KeyRequest key(about.keys[0], caller);
@@ -48,17 +48,17 @@ protected:
         const L2vpnDbUpdData update{nullptr, 0, 0, hooked_setter};
         std::uint32_t count = 77;
         L2vpnDbTblIntf *const intf = table.descriptor;
-        const auto refused = [](std::uint32_t code) { EXPECT_EQ(code, L2VPN_STORE_REENTERED); };
-        refused(DAL_VELD_Write(module(), intf, &record));
-        refused(DAL_VELD_Read(module(), intf, &key.request, &record));
-        refused(DAL_VELD_Update(module(), intf, &key.request, &record, &update));
-        refused(DAL_VELD_Delete(module(), intf, &key.request));
+        const auto rejected = [](std::uint32_t code) { EXPECT_EQ(code, L2VPN_STORE_REENTERED); };
+        rejected(DAL_VELD_Write(module(), intf, &record));
+        rejected(DAL_VELD_Read(module(), intf, &key.request, &record));
+        rejected(DAL_VELD_Update(module(), intf, &key.request, &record, &update));
+        rejected(DAL_VELD_Delete(module(), intf, &key.request));
         EXPECT_EQ(DAL_VELD_CreateIterator(module(), intf), nullptr);
         EXPECT_EQ(DAL_VELD_CreateIteratorByKey(module(), intf, &key.request), nullptr);
-        refused(DAL_VELD_GetNextEntry(module(), intf, nullptr, &record));
-        refused(DAL_VELD_ReleaseIterator(module(), intf, nullptr));
-        refused(DAL_VELD_Count(module(), intf, &count));
-        refused(DAL_VELD_CountByKey(module(), intf, &key.request, &count));
+        rejected(DAL_VELD_GetNextEntry(module(), intf, nullptr, &record));
+        rejected(DAL_VELD_ReleaseIterator(module(), intf, nullptr));
+        rejected(DAL_VELD_Count(module(), intf, &count));
+        rejected(DAL_VELD_CountByKey(module(), intf, &key.request, &count));
         EXPECT_EQ(stored, untouched);
         EXPECT_EQ(count, 77U);
     }
@@ -79,10 +79,10 @@ protected:
         EXPECT_EQ(table_.get_all_fields(stored.data(), caller.data()), 0U);
     }
 
-    void expect_all_tables_refused() const {
+    void expect_all_tables_rejected() const {
         const Counters before = counters();
-        expect_all_refused(table_);
-        expect_all_refused(other_);
+        expect_all_rejected(table_);
+        expect_all_rejected(other_);
         EXPECT_EQ(counters(), before);
         EXPECT_EQ(take_log(), std::vector<std::string>{});
     }
@@ -95,7 +95,7 @@ L2VPN_TEST_TYPED_TABLES(StoreReentry, any_table);
 class FreshStoreReentry : public StoreReentry {};
 L2VPN_TEST_TYPED_TABLES(FreshStoreReentry, any_table);
 
-TEST_P(StoreReentry, FromASetterIsRefused) {
+TEST_P(StoreReentry, FromASetterIsRejected) {
     ASSERT_EQ(write(record(1)), 0U);
     std::uint32_t others = 0;
     ASSERT_EQ(other_.count(&others), 0U);
@@ -104,7 +104,7 @@ TEST_P(StoreReentry, FromASetterIsRefused) {
     const L2vpnDbUpdData update{nullptr, 0, 0, hooked_setter};
     bool called = false;
     in_callback = [&] {
-        expect_all_tables_refused();
+        expect_all_tables_rejected();
         expect_others_work(nullptr);
         called = true;
     };
@@ -120,7 +120,7 @@ TEST_P(StoreReentry, FromASetterIsRefused) {
     EXPECT_EQ(others_after, others);
 }
 
-TEST_P(FreshStoreReentry, FromTheMemoryServiceIsRefused) {
+TEST_P(FreshStoreReentry, FromTheMemoryServiceIsRejected) {
     if (is_used(table_)) {
         GTEST_SKIP() << "the table may have memory in reserve";
     }
@@ -129,7 +129,7 @@ TEST_P(FreshStoreReentry, FromTheMemoryServiceIsRefused) {
     const auto call_until_called = [&](auto call) {
         bool called = false;
         in_callback = [&] {
-            expect_all_tables_refused();
+            expect_all_tables_rejected();
             called = true;
         };
         for (std::uint32_t i = 0; !called; ++i) {
@@ -158,7 +158,7 @@ TEST_P(StoreReentry, GuardIsPerThread) {
     const KeyRequest key(facts_.keys[0], record(1));
     const L2vpnDbRecData request = unread_record();
     const L2vpnDbUpdData update{nullptr, 0, 0, hooked_setter};
-    // Other threads are not refused, and their reads do not wait for the setter.
+    // Other threads are not rejected, and their reads do not wait for the setter.
     in_callback = [&] {
         std::jthread([&] {
             std::uint32_t count = 0;

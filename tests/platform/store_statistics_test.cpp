@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The time at which events of several threads reach the table's counters: the owner of a table
-// reports at once, other threads in batches.
+// reports immediately, other threads in batches.
 #include <atomic>
 #include <memory>
 #include <thread>
@@ -55,7 +55,7 @@ TEST_P(StoreStatistics, OwnershipStaysWithALivingThread) {
     EXPECT_EQ(count(), 0U);
 }
 
-TEST_P(StoreStatistics, TheOwnerAlwaysReportsAtOnce) {
+TEST_P(StoreStatistics, TheOwnerReportsImmediately) {
     std::uint32_t before = counted(table_);
     std::jthread([&] { use(table_, 5); }).join();
     before += 5;

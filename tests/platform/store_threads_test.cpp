@@ -198,7 +198,7 @@ TEST_P(StoreThreads, RandomCallsOnSeveralTables) {
     play_random_calls({&table_, others.front()}, TestRecords::Spread::even);
 }
 
-TEST_P(StoreThreads, MisusedHandlesAreRefused) {
+TEST_P(StoreThreads, MisusedHandlesAreRejected) {
     for (std::uint32_t i = 0; i < 20; ++i)
         ASSERT_EQ(write(record(i + 1)), 0U);
     const TypedTable &other = typed_tables[&table_ == &typed_tables[0] ? 1 : 0];

@@ -73,7 +73,7 @@ TEST_P(StoreUpdate, LengthAndFieldIdsAreNotChecked) {
     EXPECT_EQ(setter.id_count, 0U);
 }
 
-TEST_P(StoreUpdate, NullRecordIsRefusedWithoutASetterCall) {
+TEST_P(StoreUpdate, NullRecordIsRejectedWithoutASetterCall) {
     const Bytes caller = record(1);
     ASSERT_EQ(write(caller), 0U);
     for (const std::uint32_t length : {0U, facts_.record_size})

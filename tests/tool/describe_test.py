@@ -225,9 +225,9 @@ class Bytes(ToolTest):
                 "": "unpack: found 0 bytes, expected a caller record of 48 or a stored record of 44",
                 "\0\1": 'dump: found "\\u0000\\u0001", expected pairs of hexadecimal digits'}.items():
             self.write("dump", text)
-            self.assertEqual(self.refused("unpack", "l2vpn_stp", "dump"), message)
-        self.assertEqual(self.refused("unpack", "l2vpn_stp", "/dev/zero"), "/dev/zero: too long for a record")
-        self.assertIn("Is a directory", self.refused("unpack", "l2vpn_stp", "/", code=FAILED))
+            self.assertEqual(self.rejected("unpack", "l2vpn_stp", "dump"), message)
+        self.assertEqual(self.rejected("unpack", "l2vpn_stp", "/dev/zero"), "/dev/zero: too long for a record")
+        self.assertIn("Is a directory", self.rejected("unpack", "l2vpn_stp", "/", code=FAILED))
 
     def test_key_explained(self):
         pw = ["l2vpn_vpls_pw", "vrIndex=1", "pwTunnelId=10001"]
@@ -249,12 +249,12 @@ class Bytes(ToolTest):
         for table in FORMAT_ONLY:
             for command in ("get", "find", "put", "delete", "key", "count", "stats", "dump", "bench"):
                 more = [] if command in ("count", "stats", "dump", "bench") else ["vrIndex=1"]
-                self.assertEqual(self.refused(command, table, *more),
+                self.assertEqual(self.rejected(command, table, *more),
                                  f'table "{table}": not stored, only described and formatted; "tables" '
                                  "lists the stored tables")
-            self.assertIn("not stored", self.refused("pack", table, "--layout", "stored"))
+            self.assertIn("not stored", self.rejected("pack", table, "--layout", "stored"))
             size = int(TABLES[table]["record_size"])
-            self.assertEqual(self.refused("unpack", table, "00"),
+            self.assertEqual(self.rejected("unpack", table, "00"),
                              f"unpack: found 1 byte, expected a caller record of {size}")
             self.run_tool("unpack", table, "00" * size, code=DONE)
 

@@ -114,9 +114,9 @@ class Show(ToolTest):
 
     def test_output_file_is_complete_or_absent(self):
         self.assertIn("/no/such/folder/x: cannot be written: No such file",
-                      self.refused("dump", "--output", "/no/such/folder/x", code=FAILED))
+                      self.rejected("dump", "--output", "/no/such/folder/x", code=FAILED))
         self.write("kept", "old")
-        self.assertIn('unknown field "mtuu"', self.refused("dump", "l2vpn_stp", "--fields", "mtuu",
+        self.assertIn('unknown field "mtuu"', self.rejected("dump", "l2vpn_stp", "--fields", "mtuu",
                                                               "--output", "kept"))
         self.assertEqual((self.folder / "kept").read_text(encoding="utf-8"), "old")
         self.assertEqual([path.name for path in self.folder.iterdir()], ["kept"])
@@ -208,7 +208,7 @@ class Changes(ToolTest):
         self.assertTrue(lines[-1].endswith(f" {len(RECORDS[table])}"))
         self.assertEqual(self.run_tool("set", *PW, "mtu=1", code=NO), (
             f"{table}: vrIndex 1, pwTunnelId 10001, pwTunnelType 1: no such record\n", ""))
-        self.assertEqual(self.refused("set", *PW[:3], "mtu=1"), f'table "{table}", key "primary_key": found no '
+        self.assertEqual(self.rejected("set", *PW[:3], "mtu=1"), f'table "{table}", key "primary_key": found no '
                          "pwTunnelType, expected all of vrIndex, pwTunnelId, pwTunnelType")
 
     def test_change_of_a_missing_record(self):
@@ -218,10 +218,10 @@ class Changes(ToolTest):
             self.assertEqual((out, err), ("l2vpn_stp: ifIndex 1: no such record\n", ""))
 
     def test_invalid_batch_versions(self):
-        self.assertEqual(self.refused("set-batch-version", "l2vpn_vpls_macpingup", 3, "vrId=1"),
+        self.assertEqual(self.rejected("set-batch-version", "l2vpn_vpls_macpingup", 3, "vrId=1"),
                          'table "l2vpn_vpls_macpingup": found no batchVersion, expected a table whose '
                          "records have one")
-        self.assertEqual(self.refused("set-batch-version", "l2vpn_stp", 2**32, "ifIndex=1"),
+        self.assertEqual(self.rejected("set-batch-version", "l2vpn_stp", 2**32, "ifIndex=1"),
                          "batch version: found 4294967296, expected a number from 0 to 4294967295")
 
 
@@ -344,9 +344,9 @@ class Load(ToolTest):
         self.reject("vrIndex,mplsExp\n1,2\n1,3\n", f"1: {missing}", name="l2vpn_vpls_exp.csv")
         self.reject('{"l2vpn_vpls_exp":[{"vrIndex":1}]}\n{"l2vpn_vpls_exp":[{"vrIndex":1,"instanceId":1}]}\n'
                     '{"l2vpn_vpls_exp":[{"vrIndex":1,"mplsExp":2}]}', f"1: {missing}", f"3: {missing}", name="x")
-        self.assertEqual(self.refused("put", "l2vpn_vpls_exp", "vrIndex=1"), missing)
+        self.assertEqual(self.rejected("put", "l2vpn_vpls_exp", "vrIndex=1"), missing)
         self.write("x", '{"l2vpn_vpls_exp":[{"vrIndex":1}]}')
-        self.assertIn(missing, self.refused("diff", "x", "x"))
+        self.assertIn(missing, self.rejected("diff", "x", "x"))
 
     def test_out_of_memory_stores_nothing(self):
         network = self.folder / "network"
@@ -358,8 +358,8 @@ class Load(ToolTest):
                 timeout=120, check=False, cwd=self.folder,
                 preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (48 << 20, 48 << 20)))
             self.assertEqual((result.returncode, result.stderr), (FAILED, f"{network}: out of memory\n"))
-            _, before, refused, after = result.stdout.splitlines()
-            self.assertEqual(refused, f"{network}: 0 records stored in 0 tables")
+            _, before, rejected, after = result.stdout.splitlines()
+            self.assertEqual(rejected, f"{network}: 0 records stored in 0 tables")
             self.assertEqual(before, after)
 
     def test_records_that_cannot_be_restored(self):
@@ -404,10 +404,10 @@ class Load(ToolTest):
         self.assertEqual((out, err), ("/no/such: 0 records stored in 0 tables\n"
                                       f"{EXAMPLE_LOADED}\n", reason + "\n"))
         self.assertEqual(self.json("load", "/no/such", code=FAILED)["load"]["messages"], [reason])
-        self.assertEqual(self.refused("tables", "-l", "/", code=FAILED),
+        self.assertEqual(self.rejected("tables", "-l", "/", code=FAILED),
                          "nothing is loaded:\n/: cannot be read: Is a directory")
         self.write("bad", "{]")
-        self.assertEqual(self.refused("tables", "-l", "bad"), "nothing is loaded:\nbad:1: syntax error "
+        self.assertEqual(self.rejected("tables", "-l", "bad"), "nothing is loaded:\nbad:1: syntax error "
                          "while parsing object key - unexpected ']'; expected string literal")
 
     def test_binary_input(self):
@@ -442,15 +442,15 @@ class Diff(ToolTest):
                          ["0 removed, 0 added, 0 changed, 3 the same"])
 
     def test_invalid_files(self):
-        self.assertEqual(self.refused("diff", EXAMPLE), "diff: found 1 file, expected 2")
+        self.assertEqual(self.rejected("diff", EXAMPLE), "diff: found 1 file, expected 2")
         self.write("bad", '{"l2vpn_stp":[{"x":1}]}')
         self.assertIn('nothing is compared:\nbad:1: table "l2vpn_stp": unknown field "x"',
-                      self.refused("diff", EXAMPLE, "bad"))
+                      self.rejected("diff", EXAMPLE, "bad"))
         self.write("bad", '{"l2vpn_stp":[{"x":1}]}\n' * 25)
-        self.assertRegex(self.refused("diff", EXAMPLE, "bad"), r'\nand 5 more; in all:\n  25 times, first in line 1: '
+        self.assertRegex(self.rejected("diff", EXAMPLE, "bad"), r'\nand 5 more; in all:\n  25 times, first in line 1: '
                          r'table "l2vpn_stp": unknown field "x"')
         self.assertIn("a script or another file is read from it",
-                      self.refused("diff", "-", "-", code=FAILED, stdin="{}"))
+                      self.rejected("diff", "-", "-", code=FAILED, stdin="{}"))
 
 
 class Generate(ToolTest):
@@ -488,7 +488,7 @@ class Generate(ToolTest):
 
     def test_range(self):
         for number in (0, 10**7 + 1):
-            self.assertEqual(self.refused("generate", "--instances", number),
+            self.assertEqual(self.rejected("generate", "--instances", number),
                              f"--instances: found {number}, expected a number from 1 to 10000000")
 
     def test_bench(self):
@@ -503,7 +503,7 @@ class Generate(ToolTest):
         self.assertEqual(self.lines("shell", stdin="bench l2vpn_stp --records 9\ncount l2vpn_stp\n")[-1],
                          "l2vpn_stp        0")
         self.assertIn("expected an empty table to measure with",
-                      self.refused("-l", EXAMPLE, "bench", "l2vpn_stp"))
+                      self.rejected("-l", EXAMPLE, "bench", "l2vpn_stp"))
 
 
 if __name__ == "__main__":

@@ -57,7 +57,7 @@ class CommandLine(ToolTest):
                 "unpack l2vpn_stp 00": "unpack: found 1 byte, expected a caller record of 48 or a stored "
                                        "record of 44",
                 "pack l2vpn_stp --layout x": '--layout: found "x", expected caller or stored',
-                "dump --csv": "--csv: found 0 tables, expected one, as each has fields of its own",
+                "dump --csv": "--csv: found 0 tables, expected one, because their fields differ",
                 "dump --csv --line l2vpn_stp": "dump: --csv and --line exclude each other",
                 "find --line --fields flags l2vpn_stp ifIndex=1":
                     "find: --line and --fields exclude each other",
@@ -66,7 +66,7 @@ class CommandLine(ToolTest):
                 "dump l2vpn_stp --fields flags,ifIndex,flags": f'{stp}, field "flags": given twice',
                 "bench l2vpn_stp --records 0": "--records: found 0, expected a number from 1 to 10000000",
         }.items():
-            self.assertEqual(self.refused(*line.split()), message, line)
+            self.assertEqual(self.rejected(*line.split()), message, line)
 
     def test_errors_as_json(self):
         out, err = self.run_tool("describe", "l2vpn_et", "--json", code=BAD_INPUT)
@@ -230,7 +230,7 @@ class Script(ToolTest):
         for line in ("load -", "unpack l2vpn_stp -"):
             _, err = self.run_tool(stdin=f"{line}\n00", code=FAILED)
             self.assertIn("standard input: cannot be read: a script or another file is read from it\n", err)
-        self.assertIn("/no/such: cannot be read", self.refused("shell", "/no/such", code=FAILED))
+        self.assertIn("/no/such: cannot be read", self.rejected("shell", "/no/such", code=FAILED))
 
     def test_load_before_a_command(self):
         self.assertEqual(self.lines(stdin=f"count l2vpn_stp --load '{EXAMPLE}'\ncount l2vpn_stp\n")[1::2],

@@ -88,7 +88,7 @@ class ToolTest(unittest.TestCase):
         self.assertEqual(len(objects), 1, arguments)
         return objects[0]
 
-    def refused(self, *arguments: object, code: int = BAD_INPUT, **more) -> str:
+    def rejected(self, *arguments: object, code: int = BAD_INPUT, **more) -> str:
         """Returns the diagnostic of a failing call. Expects nothing on standard output."""
         out, err = self.run_tool(*arguments, code=code, **more)
         self.assertEqual(out, "", arguments)

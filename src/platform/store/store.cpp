@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The exported store functions. Each checks its requests and calls the table; perform() counts the
-// event and logs a refusal.
+// event and logs rejected calls.
 #include "l2vpn_db/platform.h"
 #include "platform/store/reentrancy_guard.h"
 #include "platform/store/registry.h"
@@ -9,7 +9,7 @@ namespace l2vpn::platform {
 
 namespace {
 
-Status refused(std::uint32_t code) {
+Status rejected(std::uint32_t code) {
     if (code == L2VPN_STORE_NO_MEMORY)
         return out_of_memory;
     // The checks return no codes greater than those of key requests.
@@ -17,7 +17,7 @@ Status refused(std::uint32_t code) {
                                                    : L2VPN_STORE_STAT_BAD_REQUEST};
 }
 
-/// Logs refused calls and failed allocations, but no missing records, ends of iterations and codes
+/// Logs rejected calls and failed allocations, but not missing records, ends of iterations or codes
 /// that a setter returned.
 void report(const L2vpnDbModuleIntf *module, const char *operation,
             const L2vpnDbTblIntf *descriptor, Status status) {
@@ -25,7 +25,7 @@ void report(const L2vpnDbModuleIntf *module, const char *operation,
     if (code <= L2VPN_STORE_END || code > L2VPN_STORE_NO_MEMORY ||
         (status.event == L2VPN_STORE_STAT_UPDATE_REFUSED && code != L2VPN_STORE_KEY_CHANGED))
         return;
-    log(module, "%s %s: refused with 0x%X: %s", operation,
+    log(module, "%s %s: rejected with 0x%X: %s", operation,
         descriptor != nullptr && descriptor->name != nullptr ? descriptor->name : "?", code,
         l2vpn_store_result_text(code));
 }
@@ -41,7 +41,7 @@ inline std::uint32_t perform(const char *operation, L2vpnDbModuleIntf *module,
     if (table == nullptr) [[unlikely]] {
         if (code == L2VPN_STORE_NO_MEMORY && descriptor->stat != nullptr)
             descriptor->stat(L2VPN_STORE_STAT_NO_MEMORY, 1);
-        report(module, operation, descriptor, refused(code));
+        report(module, operation, descriptor, rejected(code));
         return code;
     }
     const Status status = work(*table);
@@ -63,7 +63,7 @@ std::uint32_t DAL_VELD_Write(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
         const std::uint32_t code = check_record(target.stored_length(), record);
         return code == L2VPN_DB_OK
                    ? target.write(Allocator(module), static_cast<const char *>(record->data))
-                   : refused(code);
+                   : rejected(code);
     });
 }
 
@@ -74,7 +74,7 @@ std::uint32_t DAL_VELD_Read(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
         std::uint32_t code = check_key(target.indexes(), key, checked);
         if (code == L2VPN_DB_OK)
             code = check_record(target.stored_length(), record);
-        return code == L2VPN_DB_OK ? target.read(checked, record->data) : refused(code);
+        return code == L2VPN_DB_OK ? target.read(checked, record->data) : rejected(code);
     });
 }
 
@@ -91,7 +91,7 @@ std::uint32_t DAL_VELD_Update(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
              table->releaseObject == nullptr || table->setAllFields == nullptr))
             code = L2VPN_STORE_NULL_POINTER;
         return code == L2VPN_DB_OK ? target.update(module, *table, checked, *record, *update)
-                                   : refused(code);
+                                   : rejected(code);
     });
 }
 
@@ -100,7 +100,7 @@ std::uint32_t DAL_VELD_Delete(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
     return perform("delete from", module, table, [&](Table &target) {
         CheckedKey checked{};
         const std::uint32_t code = check_primary_key(target.indexes(), key, checked);
-        return code == L2VPN_DB_OK ? target.remove(checked) : refused(code);
+        return code == L2VPN_DB_OK ? target.remove(checked) : rejected(code);
     });
 }
 
@@ -118,7 +118,7 @@ L2vpnDbIter *DAL_VELD_CreateIteratorByKey(L2vpnDbModuleIntf *module, L2vpnDbTblI
         CheckedKey checked{};
         const std::uint32_t code = check_key(target.indexes(), key, checked);
         return code == L2VPN_DB_OK ? target.open(Allocator(module), &checked, handle)
-                                   : refused(code);
+                                   : rejected(code);
     });
     return handle;
 }
@@ -127,7 +127,7 @@ std::uint32_t DAL_VELD_GetNextEntry(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *t
                                     L2vpnDbIter *iter, L2vpnDbRecData *record) {
     return perform("next record of", module, table, [&](Table &target) {
         const std::uint32_t code = check_record(target.stored_length(), record);
-        return code == L2VPN_DB_OK ? target.next(iter, record->data) : refused(code);
+        return code == L2VPN_DB_OK ? target.next(iter, record->data) : rejected(code);
     });
 }
 
@@ -140,7 +140,7 @@ std::uint32_t DAL_VELD_ReleaseIterator(L2vpnDbModuleIntf *module, L2vpnDbTblIntf
 std::uint32_t DAL_VELD_Count(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
                              std::uint32_t *count) {
     return perform("count of", module, table, [&](Table &target) {
-        return count != nullptr ? target.count(*count) : refused(L2VPN_STORE_NULL_POINTER);
+        return count != nullptr ? target.count(*count) : rejected(L2VPN_STORE_NULL_POINTER);
     });
 }
 
@@ -151,6 +151,6 @@ std::uint32_t DAL_VELD_CountByKey(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *tab
         std::uint32_t code = check_key(target.indexes(), key, checked);
         if (code == L2VPN_DB_OK && count == nullptr)
             code = L2VPN_STORE_NULL_POINTER;
-        return code == L2VPN_DB_OK ? target.count_by(checked, *count) : refused(code);
+        return code == L2VPN_DB_OK ? target.count_by(checked, *count) : rejected(code);
     });
 }
