@@ -45,7 +45,7 @@ public:
             throw std::bad_alloc();
         }
         if (code != L2VPN_DB_OK) {
-            const std::string problem = fmt::format("the store refused it with {:#x}", code);
+            const std::string problem = fmt::format("the store rejected it with {:#x}", code);
             return report({record.line,
                            fmt::format("{}, primary key {}", place_of(table.name),
                                        primary_key_text(table, record.bytes)),

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Plays an input as valid and invalid calls of the store and compares every result, event and log
 // line with a plain model. Invalid calls stay within the contract: pointers are null or valid, and
-// a buffer is as long as its request says unless the store must refuse the length.
+// a buffer is as long as its request says unless the store must reject the length.
 #include <array>
 #include <cstring>
 #include <map>
@@ -18,7 +18,7 @@ namespace l2vpn::test {
 namespace {
 
 using Counters = std::array<std::uint32_t, L2VPN_DB_STAT_COUNT>;
-/// The codes that a call may be refused with: one per error in the request.
+/// The codes that a call may be rejected with: one per error in the request.
 using Codes = std::set<std::uint32_t>;
 
 constexpr std::size_t whole_table = SIZE_MAX;
@@ -77,7 +77,7 @@ void expect_reentered() {
     require(DAL_VELD_Count(module, intf, &count) == L2VPN_STORE_REENTERED, "reentered");
     require(DAL_VELD_CreateIterator(module, intf) == nullptr, "reentered");
     require(DAL_VELD_Write(module, nullptr, nullptr) == L2VPN_STORE_REENTERED, "reentered");
-    require(count == 77, "count unchanged by a refused call");
+    require(count == 77, "count unchanged by a rejected call");
 }
 
 void *allocate(std::size_t size) {
@@ -142,7 +142,7 @@ std::uint32_t setter(const L2vpnDbRecData *record, L2vpnDbRecObj *object, const 
             "arguments of the setter");
     const L2vpnDbTblIntf &intf = *current->functions->descriptor;
     expect_reentered();
-    // A refused call changes nothing.
+    // A rejected call changes nothing.
     const L2vpnDbRecData longer{setting.contents.data(),
                                 static_cast<std::uint32_t>(setting.contents.size() + 1), 0};
     require(intf.setAllFields(object, &longer) == L2VPN_STORE_BAD_LENGTH, "wrong record length");
@@ -176,7 +176,7 @@ struct KeyCall {
     std::optional<Exact> value;
     L2vpnDbKeyData request{};
     bool null = false;     ///< a null pointer instead of the request
-    Codes refused;         ///< the acceptable error codes; empty if valid
+    Codes rejected;        ///< the acceptable error codes; empty if valid
     std::size_t index = 0; ///< of a valid request
     Bytes wanted;          ///< the key value of a valid request
 
@@ -187,7 +187,7 @@ struct RecordCall {
     std::optional<Exact> buffer;
     L2vpnDbRecData request{};
     bool null = false; ///< a null pointer instead of the request
-    Codes refused;     ///< the acceptable error codes; empty if valid
+    Codes rejected;    ///< the acceptable error codes; empty if valid
 
     L2vpnDbRecData *pointer() { return null ? nullptr : &request; }
 };
@@ -255,7 +255,7 @@ private:
         used_.insert(&table);
         intf_ = table.functions->descriptor;
         counted_ = &table.events;
-        table_refused_.clear();
+        table_rejected_.clear();
         expect_events();
     }
 
@@ -313,7 +313,7 @@ private:
         if (alias.name != nullptr && intf_ != nullptr &&
             std::ranges::find(typed_tables, alias.name, &TypedTable::name) != typed_tables.end())
             return use(*current); // the input names a table, but the string is overwritten later
-        table_refused_ = {L2VPN_STORE_UNKNOWN_TABLE};
+        table_rejected_ = {L2VPN_STORE_UNKNOWN_TABLE};
     }
 
     void choose_module() {
@@ -381,7 +381,7 @@ private:
         call.request = {words(*call.id), 16, 0, call.value->data(), key.length, 0};
         call.index = index;
         call.wanted = std::move(value);
-        call.refused = table_refused_;
+        call.rejected = table_rejected_;
         return call;
     }
 
@@ -421,22 +421,22 @@ private:
                 call.null = true;
         }
         if (call.null || call.request.keyId == nullptr || call.request.key == nullptr)
-            call.refused.insert(L2VPN_STORE_NULL_POINTER);
+            call.rejected.insert(L2VPN_STORE_NULL_POINTER);
         if (call.request.keyIdLength != 16)
-            call.refused.insert(L2VPN_STORE_BAD_KEY_AREA);
+            call.rejected.insert(L2VPN_STORE_BAD_KEY_AREA);
         if (word >> 24 >= facts().keys.size()) {
-            call.refused.insert(L2VPN_STORE_UNKNOWN_KEY);
+            call.rejected.insert(L2VPN_STORE_UNKNOWN_KEY);
             return call;
         }
         call.index = word >> 24;
         key = &facts().keys[call.index];
         if ((word >> 16 & 0xFFU) != (key->word >> 16 & 0xFFU))
-            call.refused.insert(L2VPN_STORE_BAD_KEY_FLAGS);
+            call.rejected.insert(L2VPN_STORE_BAD_KEY_FLAGS);
         if ((word & 0xFFFFU) != key->length || call.request.keyLength != key->length)
-            call.refused.insert(L2VPN_STORE_BAD_KEY_LENGTH);
+            call.rejected.insert(L2VPN_STORE_BAD_KEY_LENGTH);
         if (primary && call.index != 0)
-            call.refused.insert(L2VPN_STORE_NOT_PRIMARY);
-        if (call.refused.empty()) {
+            call.rejected.insert(L2VPN_STORE_NOT_PRIMARY);
+        if (call.rejected.empty()) {
             const auto value = call.value->contents();
             call.wanted.assign(value.begin(), value.end());
         }
@@ -445,7 +445,7 @@ private:
 
     RecordCall some_record_request(std::span<const std::uint8_t> contents) {
         RecordCall call;
-        call.refused = table_refused_;
+        call.rejected = table_rejected_;
         call.request.length = facts().stored_size;
         const std::uint8_t way = input_.byte();
         if (way >= 208)
@@ -458,9 +458,9 @@ private:
         if (way % 64 == 62)
             call.null = true;
         if (call.request.length != facts().stored_size)
-            call.refused.insert(L2VPN_STORE_BAD_LENGTH);
+            call.rejected.insert(L2VPN_STORE_BAD_LENGTH);
         if (call.null || call.request.data == nullptr)
-            call.refused.insert(L2VPN_STORE_NULL_POINTER);
+            call.rejected.insert(L2VPN_STORE_NULL_POINTER);
         return call;
     }
 
@@ -517,9 +517,9 @@ private:
         return result;
     }
 
-    /// Checks after each call: one event, and one log line if it was refused.
+    /// Checks after each call: one event, and one log line if it was rejected.
     void counted(std::uint32_t event, bool logged = false) {
-        if (table_refused_.empty())
+        if (table_rejected_.empty())
             ++counted_->at(event);
         if (!in_bulk_)
             expect_events();
@@ -527,8 +527,8 @@ private:
         require(log_lines == (logged && has_log ? 1U : 0U), "log lines");
     }
 
-    /// Whether the call was refused as expected, or an allocation failed.
-    bool refused(std::uint32_t code, const Codes &expected) {
+    /// Whether the call was rejected as expected, or an allocation failed.
+    bool rejected(std::uint32_t code, const Codes &expected) {
         if (failed_allocations != 0 && (expected.empty() || code == L2VPN_STORE_NO_MEMORY)) {
             require(code == L2VPN_STORE_NO_MEMORY, "a failed allocation");
             counted(L2VPN_STORE_STAT_NO_MEMORY, true);
@@ -601,12 +601,12 @@ private:
 
     void write(const Bytes &stored) {
         RecordCall record = some_record_request(stored);
-        write(stored, record.pointer(), record.refused);
+        write(stored, record.pointer(), record.rejected);
     }
 
     void write(const Bytes &stored, const L2vpnDbRecData *request, const Codes &wrong) {
         const std::uint32_t code = make([&] { return DAL_VELD_Write(module_, intf_, request); });
-        if (refused(code, wrong))
+        if (rejected(code, wrong))
             return;
         require(code == L2VPN_DB_OK, "result of Write");
         const bool held = current->records.contains(key_value(facts().keys[0], stored));
@@ -616,11 +616,11 @@ private:
 
     void read(KeyCall &key) {
         RecordCall record = some_record_request({});
-        Codes wrong = key.refused;
-        wrong.insert(record.refused.begin(), record.refused.end());
+        Codes wrong = key.rejected;
+        wrong.insert(record.rejected.begin(), record.rejected.end());
         const std::uint32_t code =
             make([&] { return DAL_VELD_Read(module_, intf_, key.pointer(), record.pointer()); });
-        if (refused(code, wrong))
+        if (rejected(code, wrong))
             return;
         const std::set<Bytes> found = having(key.index, key.wanted);
         require(code == (found.empty() ? L2VPN_STORE_NOT_FOUND : L2VPN_DB_OK), "result of Read");
@@ -644,7 +644,7 @@ private:
     void remove(KeyCall &key) {
         const std::uint32_t code =
             make([&] { return DAL_VELD_Delete(module_, intf_, key.pointer()); });
-        if (refused(code, key.refused))
+        if (rejected(code, key.rejected))
             return;
         const bool held = current->records.erase(key.wanted) != 0;
         require(code == (held ? L2VPN_DB_OK : L2VPN_STORE_NOT_FOUND), "result of Delete");
@@ -687,10 +687,10 @@ private:
                                      way >= 244 ? nullptr : setter};
         const L2vpnDbUpdData *const pointer = way >= 240 && way < 244 ? nullptr : &request;
 
-        Codes wrong = key.refused;
+        Codes wrong = key.rejected;
         if (setting.record == nullptr || no_caller || pointer == nullptr ||
             request.setFields == nullptr ||
-            (table_refused_.empty() &&
+            (table_rejected_.empty() &&
              (intf_->createObject == nullptr || intf_->releaseObject == nullptr ||
               intf_->setAllFields == nullptr)))
             wrong.insert(L2VPN_STORE_NULL_POINTER);
@@ -699,9 +699,9 @@ private:
         });
         if (setting.calls != 0)
             require(!allocated.contains(setting.object), "record object is released");
-        if (refused(code, wrong))
+        if (rejected(code, wrong))
             return require(setting.calls <= (failed_allocations != 0 ? 1U : 0U),
-                           "setter called by a refused update");
+                           "setter called by a rejected update");
         require(setting.calls == (held != current->records.end() ? 1U : 0U), "calls of the setter");
         if (held == current->records.end()) {
             require(code == L2VPN_STORE_NOT_FOUND, "result of Update without a record");
@@ -738,12 +738,12 @@ private:
     void count(bool maybe_invalid) {
         std::uint32_t found = 0;
         std::uint32_t *const pointer = maybe_invalid && input_.one_in(8) ? nullptr : &found;
-        Codes wrong = table_refused_;
+        Codes wrong = table_rejected_;
         if (pointer == nullptr)
             wrong.insert(L2VPN_STORE_NULL_POINTER);
         const std::uint32_t code = make([&] { return DAL_VELD_Count(module_, intf_, pointer); });
-        if (refused(code, wrong))
-            return require(found == 0, "count unchanged by a refused call");
+        if (rejected(code, wrong))
+            return require(found == 0, "count unchanged by a rejected call");
         require(code == L2VPN_DB_OK && found == current->records.size(), "result of Count");
         counted(L2VPN_STORE_STAT_COUNTED);
     }
@@ -751,13 +751,13 @@ private:
     void count_by(KeyCall &key) {
         std::uint32_t found = 0;
         std::uint32_t *const pointer = input_.one_in(16) ? nullptr : &found;
-        Codes wrong = key.refused;
+        Codes wrong = key.rejected;
         if (pointer == nullptr)
             wrong.insert(L2VPN_STORE_NULL_POINTER);
         const std::uint32_t code =
             make([&] { return DAL_VELD_CountByKey(module_, intf_, key.pointer(), pointer); });
-        if (refused(code, wrong))
-            return require(found == 0, "count unchanged by a refused call");
+        if (rejected(code, wrong))
+            return require(found == 0, "count unchanged by a rejected call");
         require(code == L2VPN_DB_OK && found == having(key.index, key.wanted).size(),
                 "result of CountByKey");
         counted(L2VPN_STORE_STAT_KEY_COUNTED);
@@ -773,7 +773,7 @@ private:
     }
 
     void open(KeyCall *key) {
-        const Codes &wrong = key != nullptr ? key->refused : table_refused_;
+        const Codes &wrong = key != nullptr ? key->rejected : table_rejected_;
         L2vpnDbIter *const handle = make([&] {
             return key != nullptr ? DAL_VELD_CreateIteratorByKey(module_, intf_, key->pointer())
                                   : DAL_VELD_CreateIterator(module_, intf_);
@@ -823,7 +823,7 @@ private:
 
     void next(L2vpnDbIter *handle) {
         RecordCall record = some_record_request({});
-        next(handle, record.pointer(), *record.buffer, record.refused);
+        next(handle, record.pointer(), *record.buffer, record.rejected);
     }
 
     /// Returns false if no record was delivered.
@@ -835,11 +835,12 @@ private:
         if (code != L2VPN_DB_OK)
             for (const std::uint8_t byte : buffer.contents())
                 require(byte == 0xA5, "buffer unchanged by a failed call");
-        if (code == L2VPN_STORE_BAD_ITERATOR && iterator == open_.end() && table_refused_.empty()) {
+        if (code == L2VPN_STORE_BAD_ITERATOR && iterator == open_.end() &&
+            table_rejected_.empty()) {
             counted(L2VPN_STORE_STAT_BAD_ITERATOR, true);
             return false;
         }
-        if (refused(code, wrong))
+        if (rejected(code, wrong))
             return false;
         require(iterator != open_.end(), "GetNextEntry with an invalid handle");
         if (iterator->due.empty()) {
@@ -856,13 +857,13 @@ private:
     bool advance(const Open &iterator) {
         last_.emplace(facts().stored_size, 0xA5);
         L2vpnDbRecData request{last_->data(), facts().stored_size, 0};
-        return next(iterator.handle, &request, *last_, table_refused_);
+        return next(iterator.handle, &request, *last_, table_rejected_);
     }
 
     void release(L2vpnDbIter *handle) {
         const std::uint32_t code =
             make([&] { return DAL_VELD_ReleaseIterator(module_, intf_, handle); });
-        if (refused(code, table_refused_))
+        if (rejected(code, table_rejected_))
             return;
         const auto iterator = find(handle);
         if (iterator == open_.end()) {
@@ -880,8 +881,8 @@ private:
         const L2vpnDbTblIntf &intf = *current->functions->descriptor;
         const Bytes stored = some_record();
         RecordCall record = some_record_request(stored);
-        Codes wrong = record.refused;
-        for (const std::uint32_t code : table_refused_)
+        Codes wrong = record.rejected;
+        for (const std::uint32_t code : table_rejected_)
             wrong.erase(code);
         failed_allocations = 0;
         L2vpnDbRecObj *const object = intf.createObject(module_);
@@ -932,9 +933,9 @@ private:
                 const L2vpnDbRecData request{stored.data(), facts().stored_size, 0};
                 if (fails) {
                     allocations_left = i % 4;
-                    write(stored, &request, table_refused_);
+                    write(stored, &request, table_rejected_);
                 }
-                write(stored, &request, table_refused_);
+                write(stored, &request, table_rejected_);
             }
         }
         in_bulk_ = false;
@@ -944,7 +945,7 @@ private:
     /// Iterates over a key twice. While nothing changes, the order is the same, and Read returns
     /// the first record.
     void iterate_twice() {
-        if (!table_refused_.empty())
+        if (!table_rejected_.empty())
             return;
         const std::size_t index = input_.below(facts().keys.size() + 1);
         if (index == facts().keys.size()) {
@@ -991,7 +992,7 @@ private:
     Input input_;
     L2vpnDbModuleIntf *module_ = L2VPN_DB_ModuleIntf();
     L2vpnDbTblIntf *intf_ = nullptr;
-    Codes table_refused_; ///< the error codes of the chosen descriptor
+    Codes table_rejected_; ///< the error codes of the chosen descriptor
     Counters *counted_ = nullptr;
     Counters alias_counted_{};
     std::set<Table *> used_;

@@ -192,7 +192,7 @@ TEST_P(Interleavings, FirstInitialisationReleasesAHeldLock) {
     expect_clean_end(found);
 }
 
-TEST_P(Interleavings, InitialisationBesideOneUserIsSafe) {
+TEST_P(Interleavings, InitialisationDuringOneUseIsSafe) {
     const Findings found = explored({iterate_twice, initialise, initialise});
     EXPECT_EQ(found.owners, 1U);
     EXPECT_EQ(found.holders, 1U);

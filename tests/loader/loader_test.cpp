@@ -120,7 +120,7 @@ std::uint32_t write_record(const Opened &db) {
 }
 
 // All imports are bound at load time: a missing one cannot surface later.
-TEST(Loader, RefusesTheLibraryWithoutPlatform) {
+TEST(Loader, RejectsTheLibraryWithoutPlatform) {
     for (const int mode : {RTLD_NOW, RTLD_LAZY}) {
         const std::string name = missing(Opened(library, mode));
         EXPECT_TRUE(std::regex_match(
@@ -129,7 +129,7 @@ TEST(Loader, RefusesTheLibraryWithoutPlatform) {
     }
 }
 
-TEST(Loader, RefusesTheLibraryWhileThePlatformIsNotVisible) {
+TEST(Loader, RejectsTheLibraryWhileThePlatformIsNotVisible) {
     const Opened hidden(platform, RTLD_NOW | RTLD_LOCAL);
     ASSERT_TRUE(hidden) << hidden.error;
     EXPECT_NE(missing(Opened(library, RTLD_NOW)), "");

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Makes the store refuse calls: this program's DAL_VELD_Write and DAL_VELD_Delete interpose the
+// Makes the store reject calls: this program's DAL_VELD_Write and DAL_VELD_Delete interpose the
 // platform's.
 #pragma once
 
@@ -19,8 +19,8 @@ struct FailingStore {
     FailingStore &operator=(const FailingStore &) = delete;
     ~FailingStore() { write = remove = nullptr; }
 
-    /// Forwards the first `calls` calls and refuses the others.
-    static Fault refuse_after(unsigned calls, std::uint32_t code) {
+    /// Forwards the first `calls` calls and rejects the others.
+    static Fault reject_after(unsigned calls, std::uint32_t code) {
         return
             [calls, code](std::string_view) mutable { return calls-- > 0 ? 0 : (calls = 0, code); };
     }

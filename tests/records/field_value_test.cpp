@@ -72,7 +72,7 @@ TEST(FieldValue, JsonIsReadAgain) {
     });
 }
 
-void expect_refused(const Table &table, const Field &field, const std::string &word) {
+void expect_rejected(const Table &table, const Field &field, const std::string &word) {
     Bytes record = random_record(table, 2);
     const Bytes before = record;
     EXPECT_FALSE(set_field(field, parse_word(field, word), record.data()))
@@ -80,19 +80,19 @@ void expect_refused(const Table &table, const Field &field, const std::string &w
     EXPECT_EQ(record, before);
 }
 
-TEST(FieldValue, MalformedWordsAreRefused) {
+TEST(FieldValue, MalformedWordsAreRejected) {
     for (const Table &table : tables()) {
         for (const Field &field : table.fields) {
             for (const char *word : {"", "-1", " 1", "1 ", "+1", "0x", "0xg", "1e3", "1.5", "256,0",
                                      "1,", ",1", "1,,2", "00:1b:", "18446744073709551616",
                                      "999999999999999999999999", "10.0.0", "10.0.0.256", "x"}) {
-                expect_refused(table, field, word);
+                expect_rejected(table, field, word);
             }
         }
     }
 }
 
-TEST(FieldValue, BytesOfAnotherWidthAreRefused) {
+TEST(FieldValue, BytesOfAnotherWidthAreRejected) {
     for (const Table &table : tables()) {
         for (const Field &field : table.fields) {
             for (const std::size_t width : {field.width - 1, field.width + 1}) {
@@ -102,8 +102,8 @@ TEST(FieldValue, BytesOfAnotherWidthAreRefused) {
                     list += i == 0 ? "1" : ",1";
                 }
                 if (width > 1) {
-                    expect_refused(table, field, text);
-                    expect_refused(table, field, list);
+                    expect_rejected(table, field, text);
+                    expect_rejected(table, field, list);
                 }
             }
         }

@@ -187,10 +187,10 @@ protected:
     FailingStore failing;
 };
 
-TEST_F(FailingLoad, ARefusedWriteChangesNothing) {
+TEST_F(FailingLoad, ARejectedWriteChangesNothing) {
     constexpr unsigned records = 5;
     for (unsigned passed = 0; passed < records; ++passed) {
-        // Refuses one call only, because undoing writes, too.
+        // Rejects only one call, because undoing writes, too.
         FailingStore::write = [left = passed](std::string_view) mutable {
             return left-- == 0 ? std::uint32_t{L2VPN_STORE_BAD_LENGTH} : 0;
         };
@@ -205,13 +205,13 @@ TEST_F(FailingLoad, ARefusedWriteChangesNothing) {
     EXPECT_EQ(stored(2), std::pair(2, 0U));
 }
 
-TEST_F(FailingLoad, RefusedRecordIsNamed) {
+TEST_F(FailingLoad, RejectedRecordIsNamed) {
     FailingStore::write = [](std::string_view table) {
         return table == "l2vpn_stp" ? std::uint32_t{L2VPN_STORE_BAD_LENGTH} : 0;
     };
     EXPECT_EQ(load(three_tables).errors(),
               path +
-                  fmt::format(":5: table \"l2vpn_stp\", primary key ifIndex 6: the store refused "
+                  fmt::format(":5: table \"l2vpn_stp\", primary key ifIndex 6: the store rejected "
                               "it with {:#x}",
                               L2VPN_STORE_BAD_LENGTH));
 }

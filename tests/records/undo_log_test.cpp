@@ -107,7 +107,7 @@ TEST_F(UndoLogTest, UnreadableTemporaryFile) {
     EXPECT_EQ(stored().size(), failed);
 }
 
-TEST_F(UndoLogTest, RecordsThatTheStoreRefuses) {
+TEST_F(UndoLogTest, RecordsThatTheStoreRejects) {
     const FailingStore failing;
     for (std::uint32_t i = 0; i < 5; ++i) {
         ASSERT_EQ(undo_log.write(table, record(i, 1), replaced), L2VPN_DB_OK);
