@@ -18,6 +18,7 @@ def describe(table: Table) -> dict:
         "record_size": table.record_size,
         "stored_size": table.stored_size if table.typed else None,
         # name, display, width, offset in the caller record, offset in the stored record
-        "fields": [(item.name, item.shape.display, item.width, item.offset, item.stored_offset) for item in table.fields],
+        "fields": [(item.name, item.shape.display, item.width, item.offset, item.stored_offset)
+                   for item in table.fields],
         "keys": [(key.name, *(item.name for item in key.members)) for key in table.keys],
     }

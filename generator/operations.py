@@ -60,7 +60,8 @@ class Sections:
     def add(self, name: str, function: str, result: str, parameters: str, text: str, extra: str = "",
             family: str = "DB", slot: str = "") -> None:
         self.all[-1].operations.append(Operation(
-            family, f"L2VPN_{family}_{self.record}{name}", slot or snake(name), result, parameters, function, extra, text))
+            family, f"L2VPN_{family}_{self.record}{name}", slot or snake(name), result, parameters, function,
+            extra, text))
 
     def build(self) -> list:
         if self.table.typed:
@@ -192,7 +193,8 @@ class Sections:
             self.conversions("Svc", "Packs only the service fields; the rest of the stored record is unchanged.",
                              "Unpacks only the service fields; the rest of the caller record is unchanged.")
         self.add("GlbInit", "glb_init", U32, "void",
-                 "Initialises the control block's spin lock on the first call; later calls do nothing.\n@return 0", self.info)
+                 "Initialises the control block's spin lock on the first call; later calls do nothing.\n@return 0",
+                 self.info)
         self.add("Stat", "stat", "void", "uint32_t statId, uint32_t amount",
                  "Adds an amount to a counter, atomically and modulo 2^32. Called by the store.\n"
                  "@param statId below L2VPN_DB_STAT_COUNT; larger values are ignored", self.info)

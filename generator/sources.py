@@ -41,7 +41,8 @@ def facts(table: Table, typed_tables: list) -> str:
             "\n// Users see only the descriptor; in the object, the two maps follow it.\n"
             f'extern "C" constinit l2vpn::TableDescriptor<l2vpn::{name}> {table.name}_descriptor\n'
             f'    __asm__("g_l2vpn{record}Intf") __attribute__((visibility("default")));\n\n'
-            f"constexpr l2vpn::TableDescriptor<l2vpn::{name}> &l2vpn::{name}::descriptor() {{ return {table.name}_descriptor; }}\n")
+            f"constexpr l2vpn::TableDescriptor<l2vpn::{name}> &l2vpn::{name}::descriptor() "
+            f"{{ return {table.name}_descriptor; }}\n")
     return (f'{NOTICE}#pragma once\n\n#include "library/table_descriptor.h"\n'
             f'#include "l2vpn_db/{table.name}.h"\n\n{checks}\n'
             "namespace [[gnu::visibility(\"hidden\")]] l2vpn {\n\n"
