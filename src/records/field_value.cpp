@@ -21,10 +21,6 @@ std::uint64_t highest(std::size_t width) {
     return std::numeric_limits<std::uint64_t>::max() >> (64 - 8 * width);
 }
 
-bool is_number(const Field &field) {
-    return field.display == Display::number || field.display == Display::ipv4;
-}
-
 /// "00:1b:44": two digits a byte, exactly as many bytes as wanted.
 std::optional<std::vector<std::uint8_t>> parse_bytes(std::string_view text, std::size_t count) {
     std::vector<std::uint8_t> bytes(count);
@@ -58,18 +54,16 @@ bool is_number_up_to(const Value &value, std::uint64_t most) {
 }
 
 bool set_number(const Field &field, const Value &value, std::byte *at) {
-    if (value.kind == Value::Kind::text && field.display == Display::ipv4) {
-        const auto address = parse_address(value.text);
-        if (address) {
-            put_number(at, field.width, *address);
-        }
-        return address.has_value();
+    std::optional<std::uint64_t> number;
+    if (value.kind == Value::Kind::text && field.width == 4) {
+        number = parse_address(value.text);
+    } else if (is_number_up_to(value, highest(field.width))) {
+        number = value.number;
     }
-    if (!is_number_up_to(value, highest(field.width))) {
-        return false;
+    if (number) {
+        put_number(at, field.width, *number);
     }
-    put_number(at, field.width, value.number);
-    return true;
+    return number.has_value();
 }
 
 /// A list of as many numbers as the field has bytes.
@@ -97,23 +91,16 @@ bool set_bytes(const Field &field, const Value &value, std::byte *at) {
     return true;
 }
 
-/// A whole number, decimal or hexadecimal.
-std::optional<std::uint64_t> parse_number(std::string_view text) {
-    const bool hexadecimal = text.starts_with("0x") || text.starts_with("0X");
-    text.remove_prefix(hexadecimal ? 2 : 0);
-    std::uint64_t number = 0;
-    const auto [end, error] =
-        std::from_chars(text.data(), text.data() + text.size(), number, hexadecimal ? 16 : 10);
-    if (error != std::errc{} || end != text.data() + text.size()) {
-        return std::nullopt;
-    }
-    return number;
-}
-
+/// A whole number, decimal or hexadecimal, or else a text.
 Value number_or_text(std::string_view word) {
-    const auto number = parse_number(word);
-    return number ? Value{Value::Kind::number, 0, *number, {}, {}}
-                  : Value{Value::Kind::text, 0, 0, std::string(word), {}};
+    const bool hexadecimal = word.starts_with("0x") || word.starts_with("0X");
+    const char *const begin = word.data() + (hexadecimal ? 2 : 0), *const end =
+                                                                       word.data() + word.size();
+    Value number{Value::Kind::number, 0, 0, {}, {}};
+    const auto [rest, error] = std::from_chars(begin, end, number.number, hexadecimal ? 16 : 10);
+    return error == std::errc{} && rest == end
+               ? number
+               : Value{Value::Kind::text, 0, 0, std::string(word), {}};
 }
 
 std::string listed(std::span<const std::byte> bytes) {
@@ -126,6 +113,10 @@ std::string dotted(std::uint64_t address) {
 }
 
 } // namespace
+
+bool is_number(const Field &field) {
+    return field.display == Display::number || field.display == Display::ipv4;
+}
 
 bool set_field(const Field &field, const Value &value, std::byte *record) {
     std::byte *const at = record + field.offset;

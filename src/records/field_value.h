@@ -14,6 +14,9 @@ namespace l2vpn::records {
 /// Output style: addresses in their usual notation, or everything as numbers.
 enum class Style : std::uint8_t { display, raw };
 
+/// Whether the field holds one number, not a list or bytes.
+bool is_number(const Field &field);
+
 /// Sets the field of the record. Returns false, with the record unchanged, if the value is invalid.
 /// Text is valid for a number only if it is an IPv4 address, as in JSON.
 bool set_field(const Field &field, const Value &value, std::byte *record);

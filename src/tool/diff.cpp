@@ -45,8 +45,15 @@ class Report {
 public:
     explicit Report(const Arguments &arguments) : arguments_(arguments) {}
 
-    void removed(const Table &table, const Bytes &record) { whole("removed", '-', table, record); }
-    void added(const Table &table, const Bytes &record) { whole("added", '+', table, record); }
+    /// Reports a record that only one of the files has.
+    void whole(const char *change, char sign, const Table &table, const Bytes &record) {
+        ++counts[change];
+        if (arguments_.json) {
+            line(change, table, record, "");
+        } else {
+            fmt::print("{} {} {}\n", sign, table.name, primary_key_text(table, record));
+        }
+    }
 
     void compare(const Table &table, const Bytes &before, const Bytes &after) {
         std::vector<std::string> changes;
@@ -90,15 +97,6 @@ public:
     }
 
 private:
-    void whole(const char *change, char sign, const Table &table, const Bytes &record) {
-        ++counts[change];
-        if (arguments_.json) {
-            line(change, table, record, "");
-        } else {
-            fmt::print("{} {} {}\n", sign, table.name, primary_key_text(table, record));
-        }
-    }
-
     void line(const char *change, const Table &table, const Bytes &record,
               const std::string &more) const {
         std::string key;
@@ -131,12 +129,12 @@ Exit run_diff(const Arguments &arguments) {
         auto &newer = after.tables[&table];
         for (const auto &[key, record] : older) {
             const auto found = newer.find(key);
-            found == newer.end() ? report.removed(table, record)
+            found == newer.end() ? report.whole("removed", '-', table, record)
                                  : report.compare(table, record, found->second);
         }
         for (const auto &[key, record] : newer) {
             if (!older.contains(key)) {
-                report.added(table, record);
+                report.whole("added", '+', table, record);
             }
         }
     }

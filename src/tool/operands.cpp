@@ -164,7 +164,7 @@ Bytes record_of(const Table &table, const std::vector<std::string> &values) {
 
 Bytes record_with_key(const Table &table, const Key &key, const std::vector<std::string> &values,
                       bool only) {
-    const Bytes record = input_record(table, values, &key).bytes;
+    Bytes record = input_record(table, values, &key).bytes;
     for (const std::string &value : values) {
         if (const std::string name = name_of(value); only && !has_member(key, name)) {
             throw Failure(exit_bad_input,

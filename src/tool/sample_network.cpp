@@ -106,10 +106,6 @@ const std::vector<Rule> &rules() {
     return all;
 }
 
-bool is_number(const Field &field) {
-    return field.display == records::Display::number || field.display == records::Display::ipv4;
-}
-
 Rule rule_for(const Field &field) {
     for (const Rule &rule : rules()) {
         if (std::ranges::count(rule.fields, field.name) != 0) {

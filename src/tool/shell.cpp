@@ -272,11 +272,13 @@ std::vector<std::string> completions_of(const std::string &line) {
             known = known_words(positional[std::min(context.placed, last)]->kind, context, word);
         }
     }
-    std::erase_if(known, [&](const std::string &each) { return !each.starts_with(word); });
-    std::ranges::for_each(known, [&](std::string &each) { each.insert(0, prefix); });
-    std::ranges::sort(known);
-    known.erase(std::ranges::unique(known).begin(), known.end());
-    return known;
+    std::set<std::string> completions;
+    for (const std::string &each : known) {
+        if (each.starts_with(word)) {
+            completions.insert(prefix + each);
+        }
+    }
+    return {completions.begin(), completions.end()};
 }
 
 Exit run_shell(const Arguments &arguments) {
