@@ -219,10 +219,11 @@ TEST_F(StoreParts, CursorTableRecoversFromAFailedAllocation) {
 
 TEST(SeqlockCopy, LoadsBytes) {
     const char bytes[] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
+    EXPECT_EQ(load_bytes(bytes, 0), 0U);
     Word expected = 0;
-    for (std::size_t count = 0; count <= 8; ++count) {
+    for (std::size_t count = 1; count <= 8; ++count) {
+        expected |= Word{count} << 8 * (count - 1);
         EXPECT_EQ(load_bytes(bytes, count), expected) << count;
-        expected |= Word{count + 1} << 8 * count;
     }
 }
 
