@@ -29,6 +29,7 @@ ALL = (
     *(FieldType(f"u{8 * width}", "", width, width, "integer", "number", f"uint{8 * width}_t {{name}}")
       for width in (1, 2, 4, 8)),
     FieldType("ipv4", "an IPv4 address in a uint32_t", 4, 4, "integer", "ipv4", "uint32_t {name}"),
+    FieldType("ipv6", "an IPv6 address in 16 bytes", 16, 1, "bytes", "ipv6", "uint8_t {name}[16]"),
     FieldType("pair", "two bytes", 2, 1, "pair", "pair", "uint8_t {name}[2]"),
     FieldType("mac", "", 6, 1, "mac", "mac", "uint8_t {name}[6]"),
     FieldType("2xN", "two elements of N bytes, N > 1", 2, 1, "context", "array", "uint8_t {name}[2][{count}]", (1,)),

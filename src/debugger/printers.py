@@ -4,6 +4,7 @@
 # with the library.
 import difflib
 import re
+import socket
 
 import gdb
 import gdb.printing
@@ -52,6 +53,7 @@ def array(data: bytes) -> str:
 DISPLAYS = {  # the displays of generator/field_types.py
     "number": lambda data: str(int.from_bytes(data, "little")),
     "ipv4": lambda data: ".".join(str(byte) for byte in reversed(data)),
+    "ipv6": lambda data: socket.inet_ntop(socket.AF_INET6, data),
     "mac": lambda data: data.hex(":"),
     "pair": lambda data: f"{{{data[0]}, {data[1]}}}",
     "array": array,

@@ -8,6 +8,7 @@
 #include <limits>
 #include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 #include <arpa/inet.h>
@@ -21,73 +22,116 @@ std::uint64_t highest(std::size_t width) {
     return std::numeric_limits<std::uint64_t>::max() >> (64 - 8 * width);
 }
 
-/// "00:1b:44": two digits a byte, exactly as many bytes as wanted.
-std::optional<std::vector<std::uint8_t>> parse_bytes(std::string_view text, std::size_t count) {
-    std::vector<std::uint8_t> bytes(count);
-    if (text.size() != 3 * count - 1) {
-        return std::nullopt;
+using FieldBytes = std::span<const std::byte>;
+using FieldRoom = std::span<std::byte>;
+
+/// "00:1b:44": two digits a byte.
+bool parse_bytes(const std::string &text, FieldRoom at) {
+    std::vector<std::uint8_t> bytes(at.size());
+    if (text.size() != 3 * at.size() - 1) {
+        return false;
     }
-    for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t i = 0; i < at.size(); ++i) {
         const char *const digits = text.data() + 3 * i;
         if (i > 0 && digits[-1] != ':') {
-            return std::nullopt;
+            return false;
         }
         const auto [end, error] = std::from_chars(digits, digits + 2, bytes[i], 16);
         if (error != std::errc{} || end != digits + 2) {
-            return std::nullopt;
+            return false;
         }
     }
-    return bytes;
+    std::memcpy(at.data(), bytes.data(), at.size());
+    return true;
+}
+
+std::string bytes_text(FieldBytes bytes) {
+    return hexadecimal(bytes, ":");
+}
+
+/// Sets the address in network byte order.
+template <int family, class Address>
+bool parse_address(const std::string &text, FieldRoom at) {
+    Address address{};
+    const bool parsed =
+        text.find('\0') == text.npos && inet_pton(family, text.c_str(), &address) == 1;
+    if (parsed) {
+        std::memcpy(at.data(), &address, sizeof address);
+    }
+    return parsed;
 }
 
 /// "192.0.2.1" as a number, its first part in the highest byte.
-std::optional<std::uint32_t> parse_address(const std::string &text) {
-    in_addr address{};
-    if (text.find('\0') != text.npos || inet_pton(AF_INET, text.c_str(), &address) != 1) {
-        return std::nullopt;
+bool parse_ipv4(const std::string &text, FieldRoom at) {
+    const bool parsed = parse_address<AF_INET, in_addr>(text, at);
+    if (parsed) {
+        std::ranges::reverse(at);
     }
-    return ntohl(address.s_addr);
+    return parsed;
+}
+
+std::string ipv4_text(FieldBytes bytes) {
+    return fmt::format("{:d}", fmt::join(bytes.rbegin(), bytes.rend(), "."));
+}
+
+std::string ipv6_text(FieldBytes bytes) {
+    char text[INET6_ADDRSTRLEN];
+    return inet_ntop(AF_INET6, bytes.data(), text, sizeof text);
+}
+
+/// How a display writes values. Without a text, and in raw style, they are numbers or lists of
+/// bytes.
+struct Notation {
+    bool number; ///< else bytes
+    std::string (*text)(FieldBytes) = nullptr;
+    /// False, with the field unchanged, if the text is malformed.
+    bool (*parse)(const std::string &, FieldRoom) = nullptr;
+    const char *example = nullptr; ///< none for bytes in hexadecimal
+};
+
+Notation notation_of(const Field &field) {
+    switch (field.display) {
+    case Display::number:
+        return {true};
+    case Display::ipv4:
+        return {true, ipv4_text, parse_ipv4, "192.0.2.1"};
+    case Display::ipv6:
+        return {false, ipv6_text, parse_address<AF_INET6, in6_addr>, "2001:db8::1"};
+    case Display::pair:
+        return {false};
+    case Display::mac:
+    case Display::array:
+    case Display::bytes:
+        break;
+    }
+    return {false, bytes_text, parse_bytes};
+}
+
+bool has_text(const Field &field, Style style) {
+    return style == Style::display && notation_of(field).text != nullptr;
 }
 
 bool is_number_up_to(const Value &value, std::uint64_t most) {
     return value.kind == Value::Kind::number && value.number <= most;
 }
 
-bool set_number(const Field &field, const Value &value, std::byte *at) {
-    std::optional<std::uint64_t> number;
-    if (value.kind == Value::Kind::text && field.width == 4) {
-        number = parse_address(value.text);
-    } else if (is_number_up_to(value, highest(field.width))) {
-        number = value.number;
+bool set_number(const Value &value, FieldRoom at) {
+    const bool fits = is_number_up_to(value, highest(at.size()));
+    if (fits) {
+        put_number(at.data(), at.size(), value.number);
     }
-    if (number) {
-        put_number(at, field.width, *number);
-    }
-    return number.has_value();
+    return fits;
 }
 
 /// A list of as many numbers as the field has bytes.
-bool set_list(const Field &field, const Value &value, std::byte *at) {
+bool set_list(const Value &value, FieldRoom at) {
     const auto is_byte = [](const Value &item) { return is_number_up_to(item, UINT8_MAX); };
-    if (value.kind != Value::Kind::list || value.items.size() != field.width ||
+    if (value.kind != Value::Kind::list || value.items.size() != at.size() ||
         !std::ranges::all_of(value.items, is_byte)) {
         return false;
     }
-    for (const Value &item : value.items) {
-        put_number(at++, 1, item.number);
-    }
-    return true;
-}
-
-bool set_bytes(const Field &field, const Value &value, std::byte *at) {
-    if (value.kind != Value::Kind::text) {
-        return set_list(field, value, at);
-    }
-    const auto bytes = parse_bytes(value.text, field.width);
-    if (!bytes) {
-        return false;
-    }
-    std::memcpy(at, bytes->data(), field.width);
+    std::ranges::transform(value.items, at.begin(),
+                           [](const Value &item) { return static_cast<std::byte>(item.number); });
     return true;
 }
 
@@ -103,28 +147,19 @@ Value number_or_text(std::string_view word) {
                : Value{Value::Kind::text, 0, 0, std::string(word), {}};
 }
 
-std::string listed(std::span<const std::byte> bytes) {
-    return fmt::format("{:d}", fmt::join(bytes, ","));
-}
-
-std::string dotted(std::uint64_t address) {
-    return fmt::format("{}.{}.{}.{}", address >> 24, address >> 16 & 255, address >> 8 & 255,
-                       address & 255);
-}
-
 } // namespace
 
 bool is_number(const Field &field) {
-    return field.display == Display::number || field.display == Display::ipv4;
+    return notation_of(field).number;
 }
 
 bool set_field(const Field &field, const Value &value, std::byte *record) {
-    std::byte *const at = record + field.offset;
-    if (is_number(field)) {
-        return set_number(field, value, at);
+    const FieldRoom at(record + field.offset, field.width);
+    const Notation notation = notation_of(field);
+    if (value.kind == Value::Kind::text) {
+        return notation.parse != nullptr && notation.parse(value.text, at);
     }
-    return field.display == Display::pair ? set_list(field, value, at)
-                                          : set_bytes(field, value, at);
+    return notation.number ? set_number(value, at) : set_list(value, at);
 }
 
 Value parse_word(const Field &field, std::string_view word) {
@@ -148,12 +183,18 @@ Value parse_word(const Field &field, std::string_view word) {
 }
 
 std::string expected_value(const Field &field) {
-    if (is_number(field)) {
-        return fmt::format("a number from 0 to {}{}", highest(field.width),
-                           field.display == Display::ipv4 ? " or a text like \"192.0.2.1\"" : "");
+    const Notation notation = notation_of(field);
+    const std::string text =
+        notation.example ? fmt::format("a text like \"{}\"", notation.example) : "";
+    if (notation.number) {
+        return fmt::format("a number from 0 to {}{}{}", highest(field.width),
+                           text.empty() ? "" : " or ", text);
     }
-    if (field.display == Display::pair) {
+    if (notation.text == nullptr) {
         return "a list of two numbers from 0 to 255";
+    }
+    if (!text.empty()) {
+        return text;
     }
     constexpr std::string_view example = "00:1b:44:11:3a:b7";
     const std::string_view begin = example.substr(0, std::min(example.size(), 3 * field.width - 1));
@@ -162,33 +203,20 @@ std::string expected_value(const Field &field) {
 }
 
 std::string field_text(const Field &field, const std::byte *record, Style style) {
-    const std::byte *const at = record + field.offset;
-    const std::span bytes(at, field.width);
-    switch (field.display) {
-    case Display::number:
-        return std::to_string(get_number(at, field.width));
-    case Display::ipv4:
-        return style == Style::raw ? std::to_string(get_number(at, field.width))
-                                   : dotted(get_number(at, field.width));
-    case Display::pair:
-        return listed(bytes);
-    case Display::mac:
-    case Display::array:
-    case Display::bytes:
-        break;
+    const FieldBytes bytes(record + field.offset, field.width);
+    if (has_text(field, style)) {
+        return notation_of(field).text(bytes);
     }
-    return style == Style::raw ? listed(bytes) : hexadecimal(bytes, ":");
+    return is_number(field) ? std::to_string(get_number(bytes.data(), field.width))
+                            : fmt::format("{:d}", fmt::join(bytes, ","));
 }
 
 std::string field_json(const Field &field, const std::byte *record, Style style) {
     const std::string text = field_text(field, record, style);
-    const bool list = !is_number(field) && (field.display == Display::pair || style == Style::raw);
-    if (list) {
-        return '[' + text + ']';
+    if (has_text(field, style)) {
+        return '"' + text + '"';
     }
-    const bool number =
-        field.display == Display::number || (is_number(field) && style == Style::raw);
-    return number ? text : '"' + text + '"';
+    return is_number(field) ? text : '[' + text + ']';
 }
 
 std::string primary_key_text(const Table &table, const Bytes &record) {

@@ -14,11 +14,11 @@ namespace l2vpn::records {
 /// Output style: addresses in their usual notation, or everything as numbers.
 enum class Style : std::uint8_t { display, raw };
 
-/// Whether the field holds one number, not a list or bytes.
+/// Whether the field is an integer, however it is displayed.
 bool is_number(const Field &field);
 
 /// Sets the field of the record. Returns false, with the record unchanged, if the value is invalid.
-/// Text is valid for a number only if it is an IPv4 address, as in JSON.
+/// Text is valid only for a field that is displayed as text, for example an address.
 bool set_field(const Field &field, const Value &value, std::byte *record);
 
 /// Parses a word of a command line or a cell of CSV. The field's type decides between number and

@@ -15,6 +15,7 @@ namespace l2vpn::records {
 enum class Display : std::uint8_t {
     number, ///< an unsigned number of 1, 2, 4 or 8 bytes
     ipv4,   ///< an IPv4 address in a number of 4 bytes
+    ipv6,   ///< an IPv6 address in 16 bytes
     mac,    ///< a MAC address
     pair,   ///< two elements of one byte each
     array,  ///< two elements of opaque bytes

@@ -24,6 +24,8 @@ std::string type_of(const Field &field) {
         return "number";
     case Display::ipv4:
         return "IPv4 address";
+    case Display::ipv6:
+        return "IPv6 address";
     case Display::mac:
         return "MAC address";
     case Display::pair:

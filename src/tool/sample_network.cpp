@@ -119,7 +119,7 @@ Rule rule_for(const Field &field) {
     if (begins_with("res") || begins_with("rsv") || begins_with("rev")) {
         return {{}, zero};
     }
-    return {{}, is_number(field) ? random_flag : random_bytes};
+    return {{}, records::is_number(field) ? random_flag : random_bytes};
 }
 
 Subject subject_of(const Table &table) {

@@ -88,6 +88,7 @@ class Debugger(unittest.TestCase):
                 'but flags 5, but length 8 in word 0x07050008"',
             "output $l2vpn_key(table, stored)": "found a char *, expected a L2vpnDbKeyData or a pointer to one",
 
+            "python print(DISPLAYS['ipv6'](bytes.fromhex('20010db8' + 23 * '0' + '1')))": "2001:db8::1\n",
             "output none": "0x0, no iterator",
             "output of_the_store": f"{handle}, a store iterator",
             "output fast": f"{block}, the fast iterator of l2vpn_vpls_pw",

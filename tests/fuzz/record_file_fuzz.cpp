@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include <arpa/inet.h>
 #include <nlohmann/json.hpp>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -82,7 +83,14 @@ void clear() {
 /// The field's bytes, parsed independently of the loader.
 Record parse(const records::Field &field, const nlohmann::json &value) {
     Record bytes;
-    if (value.is_string() && field.display >= records::Display::mac) {
+    if (value.is_string() && field.display == records::Display::ipv6) {
+        bytes.resize(16);
+        require(inet_pton(AF_INET6, value.get_ref<const std::string &>().c_str(), bytes.data()) ==
+                    1,
+                "IPv6 address");
+        return bytes;
+    }
+    if (value.is_string() && field.display != records::Display::ipv4) {
         for (const char *at = value.get_ref<const std::string &>().c_str();; ++at) {
             char *end = nullptr;
             bytes.push_back(static_cast<std::byte>(std::strtoul(at, &end, 16)));

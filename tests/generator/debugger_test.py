@@ -49,7 +49,7 @@ class Debugger(unittest.TestCase):
 
 
 class Displays(unittest.TestCase):
-    """Each display of generator/field_types.py has a printer and an enumerator."""
+    """Each display of generator/field_types.py has an enumerator, a printer and a test of its values."""
 
     def test_displays(self):
         wanted = {each.display for each in field_types.ALL}
@@ -59,6 +59,8 @@ class Displays(unittest.TestCase):
         header = (expected_test.ROOT / "src/records/table_functions.h").read_text(encoding="utf-8")
         body = re.search(r"enum class Display[^{]*\{(.*?)\};", header, re.S)[1]
         self.assertEqual(set(re.findall(r"^    (\w+),", body, re.M)), wanted)
+        tests = (expected_test.ROOT / "tests/records/field_value_test.cpp").read_text(encoding="utf-8")
+        self.assertEqual(set(re.findall(r"\bDisplay::(\w+)", tests)), wanted)
 
     def test_documented(self):
         guide = (expected_test.ROOT / "docs/adding-a-table.md").read_text(encoding="utf-8")

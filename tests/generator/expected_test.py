@@ -57,7 +57,8 @@ def found(table) -> dict:
         "fields": [(str(item.id), item.name, str(item.offset), str(item.width), elements(item)) for item in fields],
         "keys": [(str(key.index), key.name, joined(item.name for item in key.members),
                   *if_typed(key.infix, key.length, f"0x{key.word:08X}")) for key in keys],
-        "displays": [(item.name, item.shape.display) for item in fields if item.shape.display in ("ipv4", "mac")],
+        "displays": [(item.name, item.shape.display) for item in fields
+                     if item.shape.display in ("ipv4", "ipv6", "mac")],
         "formats": [(joined(printed(item) for item in fields if item.printed),
                      joined(item.name for item in fields if not item.printed),
                      "yes" if "trailing_separator" in table.quirks else "no")],

@@ -139,7 +139,8 @@ def python(root: Path, path: Path):
 
 # ---- The catalog ----------------------------------------------------------------------------------
 
-TYPES = ("u8", "u16", "u32", "u64", "ipv4", "pair", "mac", "2x6", "2x16", "bytes3", "bytes6", "bytes16")
+TYPES = ("u8", "u16", "u32", "u64", "ipv4", "ipv6", "pair", "mac", "2x6", "2x16", "bytes3", "bytes6",
+         "bytes16")
 
 
 def catalog(root: Path, path: Path):

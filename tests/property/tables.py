@@ -33,6 +33,8 @@ class Field:
             self.elements, self.width = 1, INTEGERS[type_name]
         elif type_name == "mac":
             self.elements = self.width = 6
+        elif type_name == "ipv6":
+            self.elements = self.width = 16
         elif type_name == "pair":
             self.elements = self.width = 2
         elif type_name.startswith("2x"):
@@ -50,7 +52,7 @@ class Field:
 
     @property
     def printable(self) -> bool:
-        as_words = self.type.startswith(("2x", "bytes"))
+        as_words = self.type.startswith(("2x", "bytes", "ipv6"))
         return not self.reserved and self.type != "u64" and not (as_words and self.width % 4)
 
     @property
@@ -157,7 +159,7 @@ def expected_files(tables: list) -> dict:
         for field in table.fields:
             elements = "-" if field.elements == 1 else f"{field.elements}x{field.width // field.elements}"
             files["fields"].append((name, field.id, field.name, field.offset, field.width, elements))
-            if field.type in ("ipv4", "mac"):
+            if field.type in ("ipv4", "ipv6", "mac"):
                 files["displays"].append((name, field.name, field.type))
         for key in table.keys:
             files["keys"].append((name, key.index, key.name, joined(member.name for member in key.members),
@@ -197,7 +199,8 @@ def random_name(rng: random.Random, taken: set) -> str:
 
 
 def random_type(rng: random.Random) -> str:
-    kind = rng.choices(("u8", "u16", "u32", "u64", "pair", "mac", "2x", "bytes", "ipv4"), (6, 5, 8, 3, 2, 3, 2, 2, 1))[0]
+    kind = rng.choices(("u8", "u16", "u32", "u64", "pair", "mac", "2x", "bytes", "ipv4", "ipv6"),
+                       (6, 5, 8, 3, 2, 3, 2, 2, 1, 1))[0]
     if kind == "2x":
         return f"2x{rng.choice((2, 3, 4, 5, 6, 7, 9, 12, 16, 28, 33))}"
     if kind == "bytes":

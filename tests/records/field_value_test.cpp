@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Values of every field of every table: formatted values can be parsed again.
+#include <algorithm>
 #include <random>
+#include <span>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -70,6 +72,89 @@ TEST(FieldValue, JsonIsReadAgain) {
         const auto json = nlohmann::json::parse(field_json(field, record.data(), style));
         return set_field(field, json_value(json), copy.data());
     });
+}
+
+/// A field of each display at offset 1, with its value in every form.
+TEST(FieldValue, EachDisplayHasItsForms) {
+    struct Example {
+        Display display;
+        std::vector<std::uint8_t> bytes;
+        std::string text, json, raw, raw_json, expected;
+    };
+    const std::vector<Example> examples = {
+        {Display::number, {0x2c, 1}, "300", "300", "300", "300", "a number from 0 to 65535"},
+        {Display::ipv4,
+         {1, 2, 0, 192},
+         "192.0.2.1",
+         "\"192.0.2.1\"",
+         "3221225985",
+         "3221225985",
+         "a number from 0 to 4294967295 or a text like \"192.0.2.1\""},
+        {Display::ipv6,
+         {0x20, 1, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1},
+         "2001:db8::1",
+         "\"2001:db8::1\"",
+         "32,1,13,184,0,0,0,0,0,0,0,0,0,0,0,1",
+         "[32,1,13,184,0,0,0,0,0,0,0,0,0,0,0,1]",
+         "a text like \"2001:db8::1\""},
+        {Display::mac,
+         {0, 0x1b, 0x44, 0x11, 0x3a, 0xb7},
+         "00:1b:44:11:3a:b7",
+         "\"00:1b:44:11:3a:b7\"",
+         "0,27,68,17,58,183",
+         "[0,27,68,17,58,183]",
+         "a text of 6 hexadecimal bytes like \"00:1b:44:11:3a:b7\""},
+        {Display::pair,
+         {0, 65},
+         "0,65",
+         "[0,65]",
+         "0,65",
+         "[0,65]",
+         "a list of two numbers from 0 to 255"},
+        {Display::array,
+         {1, 2, 3, 0xff},
+         "01:02:03:ff",
+         "\"01:02:03:ff\"",
+         "1,2,3,255",
+         "[1,2,3,255]",
+         "a text of 4 hexadecimal bytes like \"00:1b:44:11\""},
+        {Display::bytes,
+         {0xde, 0xad, 1},
+         "de:ad:01",
+         "\"de:ad:01\"",
+         "222,173,1",
+         "[222,173,1]",
+         "a text of 3 hexadecimal bytes like \"00:1b:44\""},
+    };
+    for (const Example &example : examples) {
+        const Field field{"field", 0, 1, example.bytes.size(), 0, 1, example.display};
+        Bytes record(field.width + 2);
+        const auto expect_set = [&](const Value &value) {
+            record.assign(record.size(), std::byte{0xa5});
+            EXPECT_TRUE(set_field(field, value, record.data())) << example.text;
+            EXPECT_TRUE(std::ranges::equal(
+                example.bytes, std::span(record).subspan(1, field.width), {}, {},
+                [](std::byte byte) { return std::to_integer<std::uint8_t>(byte); }));
+            EXPECT_EQ(record.front(), std::byte{0xa5});
+            EXPECT_EQ(record.back(), std::byte{0xa5});
+        };
+        for (const std::string &word : {example.text, example.raw}) {
+            expect_set(parse_word(field, word));
+        }
+        for (const std::string &json : {example.json, example.raw_json}) {
+            expect_set(json_value(nlohmann::json::parse(json)));
+        }
+        EXPECT_EQ(field_text(field, record.data()), example.text);
+        EXPECT_EQ(field_json(field, record.data(), Style::display), example.json);
+        EXPECT_EQ(field_text(field, record.data(), Style::raw), example.raw);
+        EXPECT_EQ(field_json(field, record.data(), Style::raw), example.raw_json);
+        EXPECT_EQ(expected_value(field), example.expected);
+        const Bytes before = record;
+        for (const char *word : {"", "1.2.3", "2001:db8:::1", "::g", "00:1b:", "de:ad:01:", "x"}) {
+            EXPECT_FALSE(set_field(field, parse_word(field, word), record.data())) << word;
+        }
+        EXPECT_EQ(record, before);
+    }
 }
 
 void expect_rejected(const Table &table, const Field &field, const std::string &word) {
