@@ -205,6 +205,7 @@ TEST(FieldValue, NumbersUpToTheMaximumOfTheField) {
         const Field &field = *table.field(name);
         EXPECT_TRUE(set_field(field, parse_word(field, most), record.data())) << name;
         EXPECT_FALSE(set_field(field, parse_word(field, more), record.data())) << name;
+        EXPECT_FALSE(set_field(field, parse_word(field, "192.0.2.1"), record.data())) << name;
     }
 }
 
