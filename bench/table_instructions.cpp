@@ -7,11 +7,11 @@
 
 int main(int argument_count, char **arguments) {
     using namespace l2vpn::bench;
-    constexpr std::size_t largest_record = 1024;
+    constexpr std::size_t largest_record = 8192; // the catalog's limit
     alignas(8) std::array<char, largest_record> record{};
     alignas(8) std::array<char, largest_record> stored{};
     std::array<std::uint32_t, 4> key_id{};
-    std::array<char, 64> key{};
+    std::array<char, largest_record> key{};
     std::array<char, 4096> text{};
     L2vpnDbKeyData request{};
     const std::uint32_t end = end_of_loop(argument_count, arguments);

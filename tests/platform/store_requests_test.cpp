@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Malformed requests are rejected with the correct code and event, and change nothing.
+#include <algorithm>
 #include <functional>
 
 #include "tests/platform/store_test.h"
@@ -227,9 +228,12 @@ TEST_P(StoreRequests, UnknownTables) {
     L2vpnDbTblIntf nameless = *intf_;
     nameless.name = nullptr;
     L2vpnDbTblIntf unknown = *intf_;
-    unknown.name = "l2vpn_zz";
+    unknown.name = "l2vpn_ZZ"; // tables have lower-case names
     L2vpnDbTblIntf cut_off = *intf_;
-    const std::string shorter = table_.name.substr(0, table_.name.size() - 1);
+    std::string shorter = table_.name;
+    do {
+        shorter.pop_back();
+    } while (std::ranges::count(typed_tables, shorter, &TypedTable::name) != 0);
     cut_off.name = shorter.c_str();
     const Counters before = counters();
     for (L2vpnDbTblIntf *table :

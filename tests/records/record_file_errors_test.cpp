@@ -171,9 +171,10 @@ TEST_F(RecordFileErrors, MissingMemberOfThePrimaryKey) {
         if (table.access) {
             const auto members = records::field_names(table.primary_key().members);
             expect_rejected("{\"" + table.name + "\": [{}]}",
-                            {fmt::format(":1: table \"{}\", key \"primary_key\": found no {}, "
+                            {fmt::format(":1: table \"{}\", key \"{}\": found no {}, "
                                          "expected all of {}",
-                                         table.name, members[0], fmt::join(members, ", "))});
+                                         table.name, table.primary_key().name, members[0],
+                                         fmt::join(members, ", "))});
         }
     }
 }
