@@ -147,7 +147,8 @@ def instructions(folder: Path, program: str) -> dict[str, Amounts]:
 # ---- Code ---------------------------------------------------------------------------------------
 
 def code_sizes(file: Path, tables: list[str]) -> dict[str, int]:
-    """Bytes of code of each table's functions, attributed by name, and of shared functions."""
+    """Bytes of code of each table's functions, attributed by name, and of shared functions, without
+    the steps of clear<Length>, of which a long record has functions of its own."""
     camel = {"".join(map(str.capitalize, table.split("_"))): table for table in tables}
     longest_first = re.compile("|".join(sorted(camel, key=len, reverse=True)))
     sizes: dict[str, int] = dict.fromkeys(["shared", *tables], 0)
@@ -155,7 +156,7 @@ def code_sizes(file: Path, tables: list[str]) -> dict[str, int]:
     for line in output_of("readelf", "--syms", "--wide", file).splitlines():
         match line.split():
             case [_, address, size, "FUNC", _, _, section, name, *_] if section.isdigit():
-                if address not in seen:
+                if address not in seen and "clearILm" not in name:
                     table = longest_first.search(name)
                     sizes[camel[table[0]] if table else "shared"] += int(size, 0)
                 seen.add(address)

@@ -127,7 +127,7 @@ public:
     }
     bool parse_error(std::size_t, const std::string &,
                      const nlohmann::detail::exception &exception) override {
-        return fail(without_position(exception.what()));
+        return fail(shortened(without_position(exception.what())));
     }
 
 private:

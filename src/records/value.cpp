@@ -12,6 +12,8 @@ std::string counted(std::size_t count, std::string_view noun) {
 
 namespace {
 
+constexpr std::size_t longest = 100; ///< part of a text in a message
+
 /// The values of a short list, the length of a long one.
 std::string list_text(const std::vector<Value> &items) {
     constexpr std::size_t few = 8;
@@ -40,7 +42,13 @@ std::string describe(const Value &value) {
     case Value::Kind::other:
         break;
     }
-    return value.text;
+    return shortened(value.text);
+}
+
+std::string shortened(std::string_view text) {
+    return text.size() > longest
+               ? fmt::format("{}... ({} bytes)", text.substr(0, longest), text.size())
+               : std::string(text);
 }
 
 std::string hexadecimal(std::span<const std::byte> bytes, std::string_view separator) {
@@ -56,7 +64,6 @@ std::string hexadecimal(std::span<const std::byte> bytes, std::string_view separ
 }
 
 std::string in_quotes(std::string_view text) {
-    constexpr std::size_t longest = 100;
     if (text.size() > longest) {
         return fmt::format("{}... ({} bytes)", in_quotes(text.substr(0, longest)), text.size());
     }

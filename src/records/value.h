@@ -24,6 +24,9 @@ struct Value {
 /// A short description for messages: "70000", "\"abc\"", "[1, 256]".
 std::string describe(const Value &value);
 
+/// The text, of which at most 100 bytes are kept, with its length if it is cut.
+std::string shortened(std::string_view text);
+
 /// The text in double quotes, with control characters escaped; long text is cut.
 std::string in_quotes(std::string_view text);
 

@@ -77,7 +77,8 @@ Bytes input_bytes(const Table &table, const std::string &argument) {
         }
     }
     const auto raw = std::as_bytes(std::span(text));
-    const bool is_raw = !inline_digits && is_size(table, text.size());
+    const bool binary = text.find('\0') != text.npos;
+    const bool is_raw = !inline_digits && (binary || is_size(table, text.size()));
     Bytes bytes;
     try {
         bytes = parse_hex(text, name);

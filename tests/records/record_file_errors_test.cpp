@@ -114,6 +114,17 @@ TEST_F(RecordFileErrors, NumberOverflow) {
     expect_line_rejected(R"("l2vpn_vpls_pw": [{"mtu": 1e400}])", "number overflow parsing '1e400'");
 }
 
+TEST_F(RecordFileErrors, LongNumbersAreCut) {
+    const std::string zeros(1000, '0');
+    const std::string cut = " (1002 bytes), expected a number from 0 to 65535";
+    expect_line_rejected("\"l2vpn_vpls_pw\": [{\"mtu\": 1." + zeros + "}]",
+                         R"(table "l2vpn_vpls_pw", field "mtu": found 1.)" + zeros.substr(0, 98) +
+                             "..." + cut);
+    const std::string problem = "number overflow parsing '1" + zeros + "'";
+    expect_line_rejected("\"l2vpn_vpls_pw\": [{\"mtu\": 1" + zeros + "}]",
+                         problem.substr(0, 100) + "... (1027 bytes)");
+}
+
 TEST_F(RecordFileErrors, InvalidAddress) {
     for (const std::string text : {"10.0.0.256", "10.0.0", "10.0.0.0.1", "10.0.0.01", " 10.0.0.1",
                                    "10.0.0.1 ", "", "0x0a000001", R"(10.0.0.1\u0000)"}) {

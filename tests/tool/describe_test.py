@@ -225,7 +225,7 @@ class Bytes(ToolTest):
                 "00000000  02 00  |..|\n": "unpack: found 2 bytes, expected a caller record of 48 or a stored "
                                            "record of 44",
                 "": "unpack: found 0 bytes, expected a caller record of 48 or a stored record of 44",
-                "\0\1": 'dump: found "\\u0000\\u0001", expected pairs of hexadecimal digits'}.items():
+                "\0\1": "unpack: found 2 bytes, expected a caller record of 48 or a stored record of 44"}.items():
             self.write("dump", text)
             self.assertEqual(self.rejected("unpack", "l2vpn_stp", "dump"), message)
         self.assertEqual(self.rejected("unpack", "l2vpn_stp", "/dev/zero"), "/dev/zero: too long for a record")
