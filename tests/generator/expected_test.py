@@ -2,15 +2,18 @@
 """Compares the catalog's facts and derived figures with expectations that are independent of the
 generator."""
 
+import random
 import sys
 import unittest
 from collections import defaultdict
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
-sys.path[:0] = [str(ROOT / "generator"), str(ROOT / "tests/support")]
+sys.path[:0] = [str(ROOT / "generator"), str(ROOT / "tests/support"), str(ROOT / "tests/property")]
 import catalog  # noqa: E402  # pylint: disable=wrong-import-position
 import expectations  # noqa: E402  # pylint: disable=wrong-import-position
+import field_types  # noqa: E402  # pylint: disable=wrong-import-position
+import tables as model  # noqa: E402  # pylint: disable=wrong-import-position
 
 
 def expected() -> dict:
@@ -98,6 +101,13 @@ class ExpectedTest(unittest.TestCase):
     def test_derived_rows_equal_the_handwritten_ones(self):
         written = expectations.written()
         self.assertEqual(expectations.derived({table for table, *_ in written["tables"][1:]}), written)
+
+
+class RandomTables(unittest.TestCase):
+    def test_every_field_type_occurs(self):
+        rng = random.Random(1)
+        found = {field_types.find(model.random_type(rng))[0].name for _ in range(2000)}
+        self.assertEqual(found, set(field_types.NAMES))
 
 
 if __name__ == "__main__":
