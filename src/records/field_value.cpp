@@ -184,8 +184,7 @@ Value parse_word(const Field &field, std::string_view word) {
 
 std::string expected_value(const Field &field) {
     const Notation notation = notation_of(field);
-    const std::string text =
-        notation.example ? fmt::format("a text like \"{}\"", notation.example) : "";
+    std::string text = notation.example ? fmt::format("a text like \"{}\"", notation.example) : "";
     if (notation.number) {
         return fmt::format("a number from 0 to {}{}{}", highest(field.width),
                            text.empty() ? "" : " or ", text);

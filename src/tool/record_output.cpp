@@ -34,6 +34,7 @@ Cell cell_of(const Field &field, const Bytes &record, records::Style style) {
 ResultTable result_of(const Table &table, const Arguments &arguments, const Records &records) {
     const std::vector<Field> fields = fields_listed(table, arguments.fields);
     std::vector<ResultTable::Column> columns;
+    columns.reserve(fields.size());
     for (const Field &field : fields) {
         columns.push_back({field.name, "", has_member(table.primary_key(), field.name)});
     }
