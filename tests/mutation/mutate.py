@@ -16,17 +16,20 @@ import time
 from collections import Counter, defaultdict
 from pathlib import Path
 
-import mutants
-
 ROOT = Path(__file__).resolve().parents[2]
-LIBRARY = "src/library"
+sys.path.append(str(ROOT / "generator"))
+import catalog  # noqa: E402  # pylint: disable=wrong-import-position
+import mutants  # noqa: E402  # pylint: disable=wrong-import-position
+
+LIBRARY, STORE, RUNTIME = "src/library", "src/platform/store", "src/platform/runtime"
 FILES = {
     "templates": [f"{LIBRARY}/*.{ending}" for ending in ("h", "cpp")],
+    "store": [f"{STORE}/*.{ending}" for ending in ("h", "cpp")],
     "generator": ["generator/*.py"],
     "catalog": ["schema/catalog/*.toml"],
 }
-MUTATORS = {"templates": mutants.cpp, "generator": mutants.python, "catalog": mutants.catalog}
-MINIMUM_SCORES = {"templates": 98, "generator": 98, "catalog": 100}
+MUTATORS = {"templates": mutants.cpp, "store": mutants.cpp, "generator": mutants.python, "catalog": mutants.catalog}
+MINIMUM_SCORES = {"templates": 98, "store": 98, "generator": 98, "catalog": 100}
 # Generous limits: a mutant that exceeds them is in an endless loop.
 CPU_SECONDS, SECONDS, BYTES = 15, 40, 4 << 30
 
@@ -51,32 +54,18 @@ def compiles(command: list) -> bool:
                           stdin=subprocess.DEVNULL, check=False).returncode == 0
 
 
-class Templates:
-    """Compiles the mutated library and runs its tests, first with a few tables that together use every
-    feature of the catalog, then with all tables."""
-
-    PARTS = ("derivations", "key_codes")
-    SOME = ("bfdlnk", "extnhp", "glb_en", "oam_staticmac", "stp", "vpls_macpingup", "vpls_pw")
+class Cpp:
+    """Compiles the mutated sources and runs their tests. A mutated file precedes the original on the include path."""
 
     def __init__(self, build: Path):
         self.build, self.gen = build, build / "gen"
-        self.library = build / "libl2vpn_db.so.0"
-        self.tables = sorted(path.stem for path in (self.gen / "tables").glob("*.cpp"))
-        self.headers = ["-std=c++20", "-w", "-O0", f"-I{ROOT}", f"-I{ROOT}/src", f"-I{ROOT}/include", f"-I{self.gen}"]
-        self.shared = ["-fno-exceptions", "-fno-rtti", "-fPIC", *self.headers]
-        self.some = [f"l2vpn_{table}" for table in self.SOME]
+        self.library, self.platform = build / "libl2vpn_db.so.0", build / "libl2vpn_platform.so.0"
+        self.headers = ["-std=c++20", "-w", f"-I{ROOT}", f"-I{ROOT}/src", f"-I{ROOT}/include", f"-I{self.gen}",
+                        "-I/usr/src/googletest/googletest/include"]
+        self.gtest = [build / "lib/libgtest.a", build / "lib/libgtest_main.a"]
 
-    def prepare(self, folder: Path) -> None:
-        shared = sorted(path.relative_to(ROOT) for path in (ROOT / LIBRARY).glob("*.cpp"))
-        common = [*shared, "schemas.cpp", "interface_rows.cpp"]
-        for name, tables, more in (("some", self.some, common), ("all", self.tables, common),
-                                   ("others", [t for t in self.tables if t not in self.some], []),
-                                   ("parts", [], [f"tests/parts/{name}_test.cpp" for name in self.PARTS] + common)):
-            (folder / f"{name}.cpp").write_text("".join(
-                f'#include "{path}"\n' for path in [*more, *(f"tables/{table}.cpp" for table in tables)]),
-                encoding="utf-8")
-        if not compiles([*self.shared, "-c", folder / "others.cpp", "-o", folder / "others.o"]):
-            sys.exit("mutate: the library does not compile")
+    def compiles(self, folder: Path, arguments: list) -> bool:
+        return compiles([f"-I{folder}/mutant", f"-I{folder}/mutant/src", *self.headers, *arguments])
 
     def killed_by(self, folder: Path, mutant: mutants.Mutant) -> str:
         path = folder / "mutant" / mutant.path
@@ -88,15 +77,50 @@ class Templates:
             path.unlink()
 
     def run_tests(self, folder: Path) -> str:
+        raise NotImplementedError
+
+
+def write_unit(path: Path, sources: list) -> None:
+    """Writes a translation unit that includes the sources."""
+    path.write_text("".join(f'#include "{source}"\n' for source in sources), encoding="utf-8")
+
+
+def sources_in(folder: str) -> list:
+    return sorted(path.relative_to(ROOT) for path in (ROOT / folder).glob("*.cpp"))
+
+
+class Templates(Cpp):
+    """Compiles the mutated library and runs its tests, first with a few tables that together use every
+    feature of the catalog, then with all tables."""
+
+    PARTS = [f"tests/parts/{name}_test.cpp" for name in ("derivations", "key_codes")]
+    SOME = ("bfdlnk", "extnhp", "glb_en", "oam_staticmac", "stp", "vpls_macpingup", "vpls_pw")
+
+    def __init__(self, build: Path):
+        super().__init__(build)
+        self.headers.append("-O0")
+        self.tables = sorted(path.stem for path in (self.gen / "tables").glob("*.cpp"))
+        self.shared = ["-fno-exceptions", "-fno-rtti", "-fPIC"]
+        self.some = [f"l2vpn_{table}" for table in self.SOME]
+
+    def prepare(self, folder: Path) -> None:
+        common = [*sources_in(LIBRARY), "schemas.cpp", "interface_rows.cpp"]
+        for name, tables, more in (("some", self.some, common), ("all", self.tables, common),
+                                   ("others", [t for t in self.tables if t not in self.some], []),
+                                   ("parts", [], self.PARTS + common)):
+            write_unit(folder / f"{name}.cpp", [*more, *(f"tables/{table}.cpp" for table in tables)])
+        if not self.compiles(folder, [*self.shared, "-c", folder / "others.cpp", "-o", folder / "others.o"]):
+            sys.exit("mutate: the library does not compile")
+
+    def run_tests(self, folder: Path) -> str:
         some = ":".join(f"*{table}*" for table in self.some)
         return (self.library_tests(folder, [folder / "some.cpp", folder / "others.o"], [f"--gtest_filter={some}"])
                 or self.parts_tests(folder) or self.library_tests(folder, [folder / "all.cpp"], []))
 
     def library_tests(self, folder: Path, sources: list, options: list) -> str:
         library = folder / self.library.name
-        if not compiles([f"-I{folder}/mutant", f"-I{folder}/mutant/src", *self.shared, "-shared",
-                         f"-Wl,-soname,{library.name}", f"-Wl,--version-script={self.gen}/exports.map", *sources,
-                         "-o", library]):
+        if not self.compiles(folder, [*self.shared, "-shared", f"-Wl,-soname,{library.name}",
+                                      f"-Wl,--version-script={self.gen}/exports.map", *sources, "-o", library]):
             return "compiler"
         environment = {**os.environ, "LD_PRELOAD": str(library)}
         programs = [[self.build / "unit_tests", "--gtest_fail_fast", *options], [self.build / "fresh_tests"]]
@@ -104,12 +128,96 @@ class Templates:
 
     def parts_tests(self, folder: Path) -> str:
         test = folder / "parts_tests"
-        if not compiles([f"-I{folder}/mutant", f"-I{folder}/mutant/src", *self.headers,
-                         "-I/usr/src/googletest/googletest/include", folder / "parts.cpp", "-o", test,
-                         self.build / "lib/libgtest.a", self.build / "lib/libgtest_main.a", "-Wl,--no-as-needed",
-                         self.library, self.build / "libl2vpn_platform.so", f"-Wl,-rpath,{self.build}"]):
+        if not self.compiles(folder, [folder / "parts.cpp", "-o", test, *self.gtest, "-Wl,--no-as-needed",
+                                      self.library, self.platform, f"-Wl,-rpath,{self.build}"]):
             return "compiler"
         return "" if passes([test]) else "tests"
+
+
+class Store(Cpp):
+    """Compiles the mutated store into the platform and into the tests of its parts, and runs the platform's
+    tests, first with a few tables that together have every kind of key, then with all tables."""
+
+    SHARDS = 4
+
+    def __init__(self, build: Path):
+        super().__init__(build)
+        self.headers += ["-O1", "-fPIC"]
+        tables = [table for table in catalog.load(ROOT, []) if table.typed]
+        some = {table.name for table in covering(tables)}
+        others = {table.name for table in tables} - some
+        self.some = ":".join(f"*/{name}" for name in sorted(some))
+        self.fresh = [case for case in cases(build / "platform_tests", "*Fresh*") if case.split("/")[-1] not in others]
+        self.parts = [path for path in sources_in("tests/parts") if str(path) not in Templates.PARTS]
+
+    def prepare(self, folder: Path) -> None:
+        # The linker's start-up files define what dso_handle.cpp defines.
+        write_unit(folder / "platform.cpp", [*sources_in(STORE), "platform/record_objects.cpp",
+                                             *(path for path in sources_in(RUNTIME) if path.stem != "dso_handle")])
+        write_unit(folder / "parts.cpp", self.parts)
+        if not self.object(folder / "parts.cpp", folder / "parts.o"):
+            sys.exit("mutate: the tests of the store's parts do not compile")
+
+    def object(self, source: Path, made: Path) -> bool:
+        return self.compiles(source.parent, ["-c", source, "-o", made])
+
+    def run_tests(self, folder: Path) -> str:
+        return next((killer for killer in self.steps(folder) if killer), "")
+
+    def steps(self, folder: Path):
+        """Yields the killer, or "", of one step after the other, the fastest first."""
+        library, parts = folder / self.platform.name, folder / "parts_tests"
+        environment = {**os.environ, "LD_PRELOAD": str(library)}
+
+        def platform_tests(pattern, **more):
+            return "" if passes([self.build / "platform_tests", "--gtest_fail_fast", f"--gtest_filter={pattern}"],
+                                env=environment | more) else "tests"
+
+        exports = f"-Wl,--version-script={ROOT}/src/platform/exports.map"
+        yield "" if self.object(folder / "platform.cpp", folder / "platform.o") and compiles(
+            ["-shared", f"-Wl,-soname,{library.name}", exports, folder / "platform.o", "-o", library]) else "compiler"
+        yield platform_tests(f"{self.some}-*Fresh*")
+        # The parts' tests depend on the headers only.
+        made = folder / "parts.o"
+        if any((folder / "mutant").rglob("*.h")):
+            made = folder / "mutated_parts.o"
+            yield "" if self.object(folder / "parts.cpp", made) else "compiler"
+        yield "" if compiles([made, folder / "platform.o", *self.gtest, self.library, f"-Wl,-rpath,{self.build}",
+                              "-o", parts]) else "compiler"
+        yield "" if passes([parts, "--gtest_fail_fast"]) else "tests"
+        for name in self.fresh:
+            yield platform_tests(name)
+        for shard in range(self.SHARDS):
+            yield platform_tests("-*Fresh*", GTEST_TOTAL_SHARDS=str(self.SHARDS), GTEST_SHARD_INDEX=str(shard))
+
+
+def cases(program: Path, pattern: str):
+    """Yields the names of a test program's cases that match the pattern."""
+    suite = ""
+    for line in subprocess.run([program, "--gtest_list_tests", f"--gtest_filter={pattern}"], stdout=subprocess.PIPE,
+                               check=True, text=True).stdout.splitlines()[1:]:
+        suite = suite if line.startswith(" ") else line.split()[0]
+        if line.startswith(" "):
+            yield suite + line.split()[0]
+
+
+def covering(tables: list) -> list:
+    """Returns few tables that together have every feature that the store's code distinguishes."""
+    def features(table):
+        yield "keys", min(len(table.keys), 3)
+        yield "batch version", any(field.name == "batchVersion" for field in table.fields)
+        for key in table.keys:
+            ends = [member.stored_offset + member.width for member in key.members]
+            gaps = sum(end != member.stored_offset for end, member in zip(ends, key.members[1:]))
+            yield "gaps", gaps, key.index == 0
+            yield "length", min(key.length // 8, 3), key.index == 0
+
+    missing = {feature for table in tables for feature in features(table)}
+    chosen = []
+    while missing:
+        chosen.append(max(tables, key=lambda table: len(missing & set(features(table)))))
+        missing -= set(features(chosen[-1]))
+    return chosen
 
 
 class Generator:
@@ -192,7 +300,7 @@ def equivalents() -> dict:
 def run(group: str, chosen: list, build: Path, jobs: int, sampled: bool) -> list:
     """Pairs each mutant with its killer, "" if it survives. Without a sample, first runs everything
     unmutated, which must pass; a sample runs as one of the tests."""
-    runner = {"templates": Templates, "generator": Generator, "catalog": Catalog}[group](build)
+    runner = {"templates": Templates, "store": Store, "generator": Generator, "catalog": Catalog}[group](build)
     jobs = 1 if group == "catalog" else jobs  # it runs in this process
     local = threading.local()
     done, started, last = 0, time.monotonic(), 0.0
@@ -246,7 +354,7 @@ def report(group: str, results: list, known: dict) -> bool:
 
 def main() -> int:
     parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("groups", nargs="*", default=list(FILES), metavar="GROUP", help="templates, generator, catalog")
+    parser.add_argument("groups", nargs="*", default=list(FILES), metavar="GROUP", help=", ".join(FILES))
     parser.add_argument("--build", type=Path, required=True, help="build directory of the tests")
     parser.add_argument("--jobs", type=int, default=2)
     parser.add_argument("--sample", type=int, help="number of random mutants in each group")
