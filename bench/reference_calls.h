@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Reference operations on a few records in the first-level cache: a call of memcpy, an empty call.
+// Calls of memcpy and of an empty function, and a few records that fit in the first-level cache.
 #pragma once
 
 #include <array>
@@ -12,8 +12,9 @@ namespace l2vpn::bench {
 
 constexpr std::size_t few = 8;
 
-using FewRecords = std::array<L2vpnVplsPw, few>;
-using FewBytes = std::array<std::array<char, sizeof(L2vpnVplsPw)>, few>;
+// Aligned, so that the copies of both sides cross equally many cache lines.
+struct alignas(64) FewRecords : std::array<L2vpnVplsPw, few> {};
+struct alignas(64) FewBytes : std::array<std::array<char, sizeof(L2vpnVplsPw)>, few> {};
 
 inline FewRecords few_records() {
     FewRecords records{};
@@ -29,13 +30,6 @@ inline void *(*volatile copy_bytes)(void *, const void *, std::size_t) = std::me
     __asm__ volatile("");
 }
 inline void (*volatile empty_call)(void *, const void *, std::size_t) = do_nothing;
-
-/// Copies the bytes of a caller record.
-inline Slice memcpy_slice() {
-    return repeated([records = few_records(), bytes = FewBytes{}](std::size_t n) mutable {
-        copy_bytes(bytes[n % few].data(), &records[n % few], sizeof(L2vpnVplsPw));
-    });
-}
 
 /// Measures the cost of a call.
 inline Slice empty_slice() {
