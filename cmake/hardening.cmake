@@ -11,8 +11,8 @@ if(NOT L2VPN_SANITIZE)
 endif()
 
 # Branch targets are marked and return addresses protected. This is effective only if every object of
-# a file is built so. Debian's start-up files are not; the libraries run nothing at load time and do
-# without them. The linker rejects any other unmarked object, except those of the sanitizers.
+# a file is built so. Debian's start-up files are not, and the libraries do without them. The linker
+# rejects any other unmarked object, except those of the sanitizers.
 if(CMAKE_SYSTEM_PROCESSOR STREQUAL "aarch64")
   # Outline atomics would link unmarked code of the compiler, which runs at load time.
   target_compile_options(l2vpn_hardened INTERFACE

@@ -106,15 +106,19 @@ def schemas(tables: list) -> str:
 
 
 def interface_rows(tables: list) -> str:
+    """The lists of all tables with typed access."""
     typed = [table for table in tables if table.typed]
     includes = "".join(f'#include "facts/{table.name}.h"\n' for table in typed)
     slots = ("DAL_{}Read", "DAL_{}Write", "DAL_{}Update", "DAL_{}Remove", "DAL_{}CreateIter",
              "DB_{}ReleaseIter", "DAL_{}GetNext", "DB_{}Count", "DAL_{}CountByKey")
     rows = "".join("    {" + ", ".join("L2VPN_" + slot.format(t.camel) for slot in slots) + ", nullptr},\n"
                    for t in typed)
-    return (f'{NOTICE}{includes}#include "library/generic_interface.h"\n\n'
+    blocks = "".join(f"    &g_l2vpn{t.camel}GlbCb.cb,\n" for t in typed)
+    return (f'{NOTICE}{includes}#include "library/control_block.h"\n#include "library/generic_interface.h"\n\n'
             'namespace [[gnu::visibility("hidden")]] l2vpn {\n\n'
             f"constinit const InterfaceRow interface_rows[] = {{\n{rows}}};\n\n"
+            f"static constexpr L2vpnDbGlbCb *blocks[] = {{\n{blocks}}};\n"
+            "constinit const std::span<L2vpnDbGlbCb *const> control_blocks{blocks};\n\n"
             "} // namespace l2vpn\n")
 
 
@@ -158,7 +162,8 @@ def record_objects(tables: list) -> str:
                 f"return set_batch_version({layout}, object, value); }}\n")
     return (f'{NOTICE}{includes}#include "platform/store/record_object_functions.h"\n\n'
             f"namespace l2vpn::platform {{\n\nnamespace {{\n\n{arrays}\n"
-            f"constexpr TableLayout layouts[] = {{\n{rows}}};\n\n}} // namespace\n\n"
+            f"constexpr TableLayout layouts[] = {{\n{rows}}};\n"
+            "static_assert(std::size(layouts) <= max_tables);\n\n} // namespace\n\n"
             "extern constinit const std::span<const TableLayout> table_layouts;\n"
             "constinit const std::span<const TableLayout> table_layouts{layouts};\n\n"
             "} // namespace l2vpn::platform\n\nusing namespace l2vpn::platform;\n\n"

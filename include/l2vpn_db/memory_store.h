@@ -52,8 +52,17 @@
  *     function, after it has taken effect. One thread at a time, the first to use the table, owns
  *     its statistics and reports each event immediately; when it exits, another thread takes over.
  *     Other threads that use the table batch their events: a batch is reported when it holds
- *     L2VPN_STORE_EVENT_LOT events, when the thread uses another table, and when it exits. In a
+ *     L2VPN_STORE_EVENT_LOT events, when the thread uses another table, and when it ends or exits
+ *     the process. A thread for which no memory is left at its first event does not batch. In a
  *     single-threaded program, every event is reported immediately.
+ *
+ * Processes
+ * 12. The child of fork() has a store of its own: a copy with all records, open iterators and
+ *     counters, and with free locks, even if other threads of the parent were using the store. It
+ *     lacks the events that other threads had not reported yet. The memory service must not fork,
+ *     nor a signal handler that interrupts a call, except to call exec in the child. _Fork, vfork
+ *     and clone run no fork handlers: after them, the child must not use the store. A fork handler
+ *     of the program that is called while the store is locked gets L2VPN_STORE_REENTERED.
  */
 #ifndef L2VPN_DB_MEMORY_STORE_H
 #define L2VPN_DB_MEMORY_STORE_H

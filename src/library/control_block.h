@@ -2,6 +2,8 @@
 // A table's control block: its layout, its one-time initialisation and its statistics.
 #pragma once
 
+#include <span>
+
 #include "library/table_info.h"
 
 namespace [[gnu::visibility("hidden")]] l2vpn {
@@ -19,6 +21,9 @@ constexpr bool control_block_laid_out() {
     return offsetof(Block, key) == L2VPN_DB_KEY_ID_LENGTH && sizeof(Block::key) == key_buffer &&
            offsetof(Block, cb) == 16 + key_buffer && sizeof(Block) == 192 + key_buffer;
 }
+
+/// Of all tables with typed access.
+extern const std::span<L2vpnDbGlbCb *const> control_blocks;
 
 /// Initialises the spin lock once. A zero-filled mutex is a default mutex.
 std::uint32_t glb_init(const TableInfo &table);

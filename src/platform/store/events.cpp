@@ -4,6 +4,9 @@
 #include <atomic>
 #include <utility>
 
+#include <cxxabi.h>
+#include <pthread.h>
+
 #include "l2vpn_db/memory_store.h"
 
 namespace l2vpn::platform {
@@ -37,31 +40,23 @@ struct EventBatch {
     }
 };
 
-/// Set once the thread's EventThread is destroyed; later events are reported immediately.
-constinit thread_local bool ended = false;
-
 } // namespace
 
 /// A thread's number and batch. A statistics function may call the store and thus re-enter this
 /// class, so the state is consistent before each such call.
 class EventThread {
 public:
-    EventThread() {
-        for (std::uint32_t i = 0; i < max_threads && number_ == 0; ++i)
-            if (!in_use[i].exchange(true, std::memory_order_relaxed))
-                number_ = i + 1;
-    }
-    ~EventThread() {
-        ended = true;
-        report();
-        Events::unbatched_thread = 0;
-        if (number_ != 0)
-            in_use[number_ - 1].store(false, std::memory_order_relaxed);
-    }
-    EventThread(const EventThread &) = delete;
-    EventThread &operator=(const EventThread &) = delete;
+    static constinit thread_local EventThread current;
+
+    [[nodiscard]] std::uint32_t number() const { return number_; }
 
     void count(Events &events, L2vpnDbStatFn stat, std::uint32_t event) {
+        if (state_ == State::unused)
+            begin();
+        if (state_ == State::unbatched) {
+            stat(event, 1);
+            return;
+        }
         const std::uint32_t owner = load(events.owner_);
         if (number_ == 0 || (owner != number_ && alive(owner))) {
             add_to_batch(stat, event);
@@ -72,7 +67,20 @@ public:
         stat(event, 1);
     }
 
+    /// Reports the batch; later events are reported immediately.
+    void end() {
+        state_ = State::unbatched;
+        report();
+        Events::unbatched_thread = 0;
+        if (number_ != 0)
+            in_use[std::exchange(number_, 0) - 1].store(false, std::memory_order_relaxed);
+    }
+
 private:
+    enum class State : std::uint8_t { unused, batched, unbatched };
+
+    void begin();
+
     void add_to_batch(L2vpnDbStatFn stat, std::uint32_t event) {
         Events::unbatched_thread = 0;
         if (batch_.stat != stat) {
@@ -94,16 +102,60 @@ private:
 
     /// 0 if all numbers are in use; such a thread never owns a table.
     std::uint32_t number_ = 0;
+    State state_ = State::unused;
     EventBatch batch_;
 };
 
-void Events::count_slow(L2vpnDbStatFn stat, std::uint32_t event) {
-    if (ended) {
-        stat(event, 1);
+constinit thread_local EventThread EventThread::current;
+
+namespace {
+
+// A thread-specific key, because a thread-local destructor aborts the process if its registration
+// cannot allocate memory.
+
+constinit bool has_key = false;
+pthread_key_t key;
+
+void end_thread(void * /*value*/) {
+    EventThread::current.end();
+}
+
+// At load, because each thread can set the first 32 keys without an allocation.
+[[gnu::constructor]] void create_key() {
+    has_key = pthread_key_create(&key, end_thread) == 0;
+}
+
+/// Destructors of keys do not run in a thread that exits the process. Registered once, with the
+/// first thread.
+void register_exit_handler() {
+    static constinit std::atomic<bool> registered{false};
+    if (!registered.exchange(true, std::memory_order_relaxed))
+        abi::__cxa_atexit(end_thread, nullptr, nullptr);
+}
+
+} // namespace
+
+/// Batches the thread's events only if they are certain to be reported when it ends.
+void EventThread::begin() {
+    if (!has_key || pthread_setspecific(key, this) != 0) {
+        state_ = State::unbatched;
         return;
     }
-    thread_local EventThread thread;
-    thread.count(*this, stat, event);
+    register_exit_handler();
+    state_ = State::batched;
+    for (std::uint32_t i = 0; i < max_threads && number_ == 0; ++i)
+        if (!in_use[i].exchange(true, std::memory_order_relaxed))
+            number_ = i + 1;
+}
+
+void Events::count_slow(L2vpnDbStatFn stat, std::uint32_t event) {
+    EventThread::current.count(*this, stat, event);
+}
+
+void Events::forget_other_threads() {
+    const std::uint32_t own = EventThread::current.number();
+    for (std::uint32_t i = 0; i < max_threads; ++i)
+        in_use[i].store(i + 1 == own, std::memory_order_relaxed);
 }
 
 } // namespace l2vpn::platform

@@ -21,6 +21,9 @@ public:
             count_slow(stat, event);
     }
 
+    /// In the child of a fork: frees the tables that other threads of the parent own.
+    static void forget_other_threads();
+
 private:
     friend class EventThread;
 

@@ -2,15 +2,22 @@
 #include "platform/store/registry.h"
 
 #include <algorithm>
+#include <atomic>
 #include <mutex>
 #include <string_view>
+
+/// pthread_atfork without its wrapper, which is linked statically and not hardened.
+// NOLINTNEXTLINE(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the C library's name
+extern "C" int __register_atfork(void (*prepare)(), void (*parent)(), void (*child)(),
+                                 void *shared_object);
 
 namespace l2vpn::platform {
 
 namespace {
 
-constinit Table *tables = nullptr; ///< linked through `older`
-constinit std::mutex mutex;        ///< guards `tables` and insertions into the cache
+/// By the number of the layout; null until the first use.
+constinit Table *tables[max_tables] = {};
+constinit std::mutex mutex; ///< held to create a table and to insert into the cache
 
 const TableLayout *find_layout(std::string_view name) {
     const auto found = std::lower_bound(
@@ -19,35 +26,90 @@ const TableLayout *find_layout(std::string_view name) {
     return found != table_layouts.end() && found->name == name ? &*found : nullptr;
 }
 
-/// Returns the descriptor's cache entry, or the free entry for it; null if the cache is full.
+/// Returns the descriptor's cache entry, or a free entry for it, or null.
 DescriptorCache::Entry *probe(const L2vpnDbTblIntf *descriptor) {
-    std::size_t at = DescriptorCache::home(descriptor);
-    for (std::size_t n = 0; n < DescriptorCache::size; ++n) {
-        DescriptorCache::Entry &entry = DescriptorCache::entries[at];
-        const L2vpnDbTblIntf *const found = __atomic_load_n(&entry.descriptor, __ATOMIC_ACQUIRE);
-        if (found == descriptor || found == nullptr)
+    const std::size_t home = DescriptorCache::home(descriptor);
+    for (std::size_t n = 0; n < DescriptorCache::max_probes; ++n) {
+        DescriptorCache::Entry &entry =
+            DescriptorCache::entries[(home + n) % DescriptorCache::size];
+        if (entry.is_of(descriptor) || load(entry.descriptor) == nullptr)
             return &entry;
-        at = (at + 1) % DescriptorCache::size;
     }
     return nullptr;
 }
 
-/// Returns the descriptor's table and caches it. A descriptor whose name has changed, or that does
-/// not fit into the cache, is looked up by name each time.
+// ---- Fork handlers ----------------------------------------------------------------------------
+
+// The forking thread holds all locks during the fork, so that the child's copy is consistent and no
+// other thread owns a lock in it. A thread that is already inside the store (in a memory service,
+// or in a signal handler that interrupted a call) holds one of them and takes none.
+
+constinit thread_local bool locked_for_fork = false;
+
+void before_fork() {
+    if (inside_store)
+        return;
+    mutex.lock();
+    for (Table *const table : std::span(tables).first(table_layouts.size()))
+        if (table != nullptr)
+            table->lock_for_fork();
+    locked_for_fork = inside_store = true;
+}
+
+void after_fork_in_parent() {
+    if (!locked_for_fork)
+        return;
+    for (Table *const table : std::span(tables).first(table_layouts.size()))
+        if (table != nullptr)
+            table->unlock_after_fork();
+    mutex.unlock();
+    locked_for_fork = inside_store = false;
+}
+
+void after_fork_in_child() {
+    if (locked_for_fork)
+        Events::forget_other_threads();
+    after_fork_in_parent();
+}
+
+/// Returns false if allocation fails. Handlers that are registered several times work once per
+/// fork.
+bool register_fork_handlers() {
+    return __register_atfork(before_fork, after_fork_in_parent, after_fork_in_child, nullptr) == 0;
+}
+
+// For forks at any time after loading.
+[[gnu::constructor]] void register_at_load() {
+    static_cast<void>(register_fork_handlers());
+}
+
+/// Registers the handlers once more before the first table is created. Handlers that lock run in
+/// the reverse order of registration, and the locks of the memory service, whose handlers may have
+/// been registered meanwhile, are taken after the store's.
+bool register_before_first_table() {
+    static constinit std::atomic<bool> registered{false};
+    if (registered.load(std::memory_order_acquire))
+        return true;
+    const bool succeeded = register_fork_handlers();
+    registered.store(succeeded, std::memory_order_release);
+    return succeeded;
+}
+
+// ---- Tables -----------------------------------------------------------------------------------
+
+/// Returns the descriptor's table, created on first use, and caches it if there is a free entry.
 Table *register_table(const Allocator &allocator, const L2vpnDbTblIntf *descriptor,
-                      const TableLayout &layout) {
+                      std::uint32_t number) {
+    if (!register_before_first_table())
+        return nullptr;
     const std::lock_guard lock(mutex);
     const ReentrancyGuard guard;
-    Table *table = tables;
-    while (table != nullptr && &table->layout() != &layout)
-        table = table->older;
+    Table *table = tables[number];
     if (table == nullptr) {
-        const auto number = static_cast<std::uint32_t>(&layout - table_layouts.data());
-        table = Table::create(allocator, layout, number);
+        table = Table::create(allocator, table_layouts[number], number);
         if (table == nullptr)
             return nullptr;
-        table->older = tables;
-        tables = table;
+        __atomic_store_n(&tables[number], table, __ATOMIC_RELEASE);
     }
     DescriptorCache::Entry *const entry = probe(descriptor);
     if (entry != nullptr && entry->descriptor == nullptr) {
@@ -66,13 +128,15 @@ Table *find_or_create_table(L2vpnDbModuleIntf *module, const L2vpnDbTblIntf *des
     if (descriptor == nullptr || descriptor->name == nullptr)
         return nullptr;
     const DescriptorCache::Entry *const entry = probe(descriptor);
-    if (entry != nullptr && __atomic_load_n(&entry->descriptor, __ATOMIC_ACQUIRE) == descriptor &&
-        load(entry->name) == descriptor->name)
+    if (entry != nullptr && entry->is_of(descriptor))
         return load(entry->table);
     const TableLayout *const layout = find_layout(descriptor->name);
     if (layout == nullptr)
         return nullptr;
-    Table *const table = register_table(Allocator(module), descriptor, *layout);
+    const auto number = static_cast<std::uint32_t>(layout - table_layouts.data());
+    Table *table = __atomic_load_n(&tables[number], __ATOMIC_ACQUIRE);
+    if (table == nullptr || entry != nullptr)
+        table = register_table(Allocator(module), descriptor, number);
     if (table == nullptr)
         code = L2VPN_STORE_NO_MEMORY;
     return table;

@@ -6,16 +6,23 @@
 
 namespace l2vpn::platform {
 
-/// Maps descriptors to tables: open addressing, entries are never removed. An entry holds the
-/// descriptor's name, because the address may be reused for another descriptor.
+/// Maps descriptors to tables: open addressing, entries are never removed. An entry also holds the
+/// descriptor's name, because the address may be reused for another descriptor. Searches are
+/// bounded: descriptors that find no free entry are looked up by name on every call.
 struct DescriptorCache {
     struct alignas(32) Entry {
-        const L2vpnDbTblIntf *descriptor;
+        const L2vpnDbTblIntf *descriptor; ///< null: the entry is free
         const char *name;
         Table *table;
+
+        [[nodiscard]] bool is_of(const L2vpnDbTblIntf *wanted) const {
+            return __atomic_load_n(&descriptor, __ATOMIC_ACQUIRE) == wanted &&
+                   load(name) == wanted->name;
+        }
     };
 
     static constexpr std::size_t size = 1024; // a power of two
+    static constexpr std::size_t max_probes = 8;
     static inline constinit Entry entries[size] = {};
 
     static std::size_t home(const L2vpnDbTblIntf *descriptor) {
@@ -33,9 +40,7 @@ inline Table *find_table(L2vpnDbModuleIntf *module, const L2vpnDbTblIntf *descri
                          std::uint32_t &code) {
     const DescriptorCache::Entry &entry =
         DescriptorCache::entries[DescriptorCache::home(descriptor)];
-    if (descriptor == nullptr ||
-        __atomic_load_n(&entry.descriptor, __ATOMIC_ACQUIRE) != descriptor ||
-        load(entry.name) != descriptor->name) [[unlikely]]
+    if (descriptor == nullptr || !entry.is_of(descriptor)) [[unlikely]]
         return find_or_create_table(module, descriptor, code);
     return load(entry.table);
 }

@@ -30,6 +30,10 @@ public:
         ReentrancyGuard guard_;
     };
 
+    /// Excludes all writers from before a fork until after it, in the parent and in the child.
+    void lock_for_fork() { mutex_.lock(); }
+    void unlock_after_fork() { mutex_.unlock(); }
+
     /// Seqlock write section: the version is odd while in scope. Requires the write lock.
     class WriteSection {
     public:

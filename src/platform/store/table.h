@@ -25,8 +25,8 @@ public:
     [[nodiscard]] std::uint32_t stored_length() const { return stored_length_; }
     [[nodiscard]] Events &events() { return events_; }
 
-    /// The table that was created before this one.
-    Table *older = nullptr;
+    void lock_for_fork() { lock_.lock_for_fork(); }
+    void unlock_after_fork() { lock_.unlock_after_fork(); }
 
     // Any thread may call these. The caller must have checked keys and records (request_checks.h).
 

@@ -31,6 +31,9 @@ struct TableLayout {
     std::span<const KeyLayout> keys;
 };
 
+/// The limit of the number of tables.
+inline constexpr std::size_t max_tables = 4096;
+
 /// All tables with typed access, in alphabetical order.
 extern const std::span<const TableLayout> table_layouts;
 
