@@ -4,8 +4,9 @@
  * The in-memory table store of the embedded platform, libl2vpn_platform.so: its guarantees beyond
  * platform.h, its result codes, the events that it counts and the services that it uses.
  *
- * The store keeps the records of a table until the process exits. It finds the table by the
- * descriptor's name, which must not be overwritten; descriptors with equal names share a table.
+ * The store keeps the records of a table until the process exits; dlclose unloads neither library.
+ * It finds the table by the descriptor's name, which must not be overwritten; descriptors with equal
+ * names share a table.
  *
  * Records
  *  1. A table holds at most one record with a given primary key. Write inserts the record or

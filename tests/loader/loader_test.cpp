@@ -4,16 +4,22 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <latch>
 #include <regex>
 #include <string>
 #include <string_view>
+#include <thread>
 
 #include <dlfcn.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "l2vpn_db/l2vpn_stp.h"
+#include "l2vpn_db/memory_store.h"
 #include "l2vpn_db/platform.h"
 
 namespace {
@@ -41,7 +47,7 @@ constexpr std::array imports{"DAL_VELD_Write",
                              "db_set_l2vpn_stp_all_fields",
                              "db_set_l2vpn_stp_batchVersion"};
 
-/// A loaded shared object; unloaded by the destructor.
+/// A loaded shared object; closed by the destructor.
 class Opened {
 public:
     Opened(const std::string &file, int mode) : handle_(dlopen(file.c_str(), mode)) {
@@ -119,6 +125,19 @@ std::uint32_t write_record(const Opened &db) {
     return db.function<decltype(L2VPN_DB_L2vpnStpWrite)>("L2VPN_DB_L2vpnStpWrite")(&record);
 }
 
+/// Runs a test in a child: the libraries are never unloaded.
+template <class Body>
+void in_child(Body body) {
+    const pid_t child = fork();
+    if (child == 0) {
+        body();
+        std::_Exit(testing::Test::HasFailure() ? 1 : 0);
+    }
+    int status = 0;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0) << "wait status";
+}
+
 // All imports are bound at load time: a missing one cannot surface later.
 TEST(Loader, RejectsTheLibraryWithoutPlatform) {
     for (const int mode : {RTLD_NOW, RTLD_LAZY}) {
@@ -136,15 +155,16 @@ TEST(Loader, RejectsTheLibraryWhileThePlatformIsNotVisible) {
 }
 
 TEST(Loader, NamesTheFunctionThatAPlatformLacks) {
-    for (const char *const name : imports) {
-        const PlatformCopy copy(name);
-        const Opened incomplete(copy.file, RTLD_NOW | RTLD_GLOBAL);
-        ASSERT_TRUE(incomplete) << incomplete.error;
-        EXPECT_EQ(missing(Opened(library, RTLD_NOW)), name);
-    }
+    for (const char *const name : imports)
+        in_child([name] {
+            const PlatformCopy copy(name);
+            const Opened incomplete(copy.file, RTLD_NOW | RTLD_GLOBAL);
+            ASSERT_TRUE(incomplete) << incomplete.error;
+            EXPECT_EQ(missing(Opened(library, RTLD_NOW)), name);
+        });
 }
 
-TEST(Loader, TakesThePlatformThatWasLoadedFirst) {
+void take_the_first_platform() {
     const PlatformCopy copy;
     const PlatformCopy other_copy;
     const Opened first(copy.file, RTLD_NOW | RTLD_GLOBAL);
@@ -157,6 +177,44 @@ TEST(Loader, TakesThePlatformThatWasLoadedFirst) {
     EXPECT_EQ(count_in(first, db), 1U);
     EXPECT_EQ(count_in(again, db), 1U);
     EXPECT_EQ(count_in(second, db), 0U);
+}
+
+TEST(Loader, TakesThePlatformThatWasLoadedFirst) {
+    in_child(take_the_first_platform);
+}
+
+/// A thread with a batch of events ends after the program has closed the libraries.
+void use_records_after_close() {
+    std::latch used(1);
+    std::latch closed(1);
+    std::thread thread;
+    {
+        const Opened store(platform, RTLD_NOW | RTLD_GLOBAL);
+        ASSERT_TRUE(store) << store.error;
+        const Opened db(library, RTLD_NOW);
+        ASSERT_TRUE(db) << db.error;
+        EXPECT_EQ(write_record(db), 0U); // this thread owns the table
+        thread = std::thread([&] {
+            EXPECT_EQ(count_in(store, db), 1U);
+            used.count_down();
+            closed.wait();
+        });
+        used.wait();
+    }
+    closed.count_down();
+    thread.join();
+    const Opened store(platform, RTLD_NOW | RTLD_GLOBAL);
+    ASSERT_TRUE(store) << store.error;
+    const Opened db(library, RTLD_NOW);
+    ASSERT_TRUE(db) << db.error;
+    EXPECT_EQ(count_in(store, db), 1U);
+    EXPECT_EQ(db.function<decltype(L2VPN_DB_L2vpnStpGetStat)>("L2VPN_DB_L2vpnStpGetStat")(
+                  L2VPN_STORE_STAT_COUNTED),
+              2U);
+}
+
+TEST(Loader, RecordsAndEventsSurviveDlclose) {
+    in_child(use_records_after_close);
 }
 
 } // namespace

@@ -212,6 +212,9 @@ class HardenedLibrary(Hardened):
         self.assertNotIn("_init", symbols)
         self.assertNotIn("_fini", symbols)
 
+    def test_is_never_unloaded(self):
+        self.assertIn("NODELETE", " ".join(self.file.entries("FLAGS_1")))
+
     def test_has_the_control_flow_protection_property(self):
         feature = re.search(r"feature: (.*)", self.file.readelf("--notes"))
         self.assertIsNotNone(feature)

@@ -129,7 +129,7 @@ void *malloc(std::size_t size) noexcept {
 }
 void *calloc(std::size_t count, std::size_t size) noexcept {
     ++l2vpn::test::direct;
-    return __libc_calloc(count, size);
+    return l2vpn::test::direct_fails ? nullptr : __libc_calloc(count, size);
 }
 void *aligned_alloc(std::size_t alignment, std::size_t size) noexcept {
     ++l2vpn::test::direct;

@@ -1,5 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Programs own their descriptors: a table may have many, on the stack, or inconsistent ones.
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <thread>
+
 #include "tests/platform/memory_service.h"
 #include "tests/platform/store_test.h"
 
@@ -44,6 +49,62 @@ TEST_P(FreshStoreDescriptors, AllOfATableWork) {
     for (int time = 0; time < 2; ++time)
         for (L2vpnDbTblIntf &descriptor : descriptors)
             ASSERT_EQ(count_with(descriptor), 1U) << &descriptor - descriptors;
+}
+
+/// Holds the first use of another table, in the memory service, while it exists.
+class FirstUse {
+public:
+    explicit FirstUse(const TypedTable &table) {
+        register_memory_service();
+        set_allocation_hook([] {
+            entered = true;
+            while (!done)
+                std::this_thread::yield();
+        });
+        user_ = std::jthread([&table] {
+            std::uint32_t count = 0;
+            EXPECT_EQ(table.count(&count), 0U);
+        });
+        while (!entered)
+            std::this_thread::yield();
+    }
+    ~FirstUse() {
+        end();
+        user_.join();
+        set_allocation_hook(nullptr);
+    }
+    FirstUse(const FirstUse &) = delete;
+    FirstUse &operator=(const FirstUse &) = delete;
+
+    static void end() { done = true; }
+
+private:
+    static inline std::atomic<bool> entered{false};
+    static inline std::atomic<bool> done{false};
+    std::jthread user_;
+};
+
+// Neither descriptors beyond the cache nor those whose name has changed wait for the mutex under
+// which tables are created.
+TEST_P(FreshStoreDescriptors, TakeNoLockAfterTheFirstUse) {
+    if (is_used(other_table()))
+        GTEST_SKIP() << "the other table has been used before";
+    static L2vpnDbTblIntf descriptors[1100];
+    for (L2vpnDbTblIntf &descriptor : descriptors)
+        descriptor = *intf_;
+    const auto use_all = [&] {
+        for (L2vpnDbTblIntf &descriptor : descriptors)
+            EXPECT_EQ(count_with(descriptor), 0U);
+    };
+    use_all();
+    const std::string changed = intf_->name;
+    for (std::size_t i = 0; i < 1100; i += 10)
+        descriptors[i].name = changed.c_str();
+    use_all();
+    const FirstUse first_use(other_table());
+    auto calls = std::async(std::launch::async, use_all);
+    EXPECT_EQ(calls.wait_for(std::chrono::seconds(30)), std::future_status::ready);
+    FirstUse::end();
 }
 
 // Descriptors at one address, as on a stack, are distinguished by name.

@@ -2,10 +2,29 @@
 // The time at which events of several threads reach the table's counters: the owner of a table
 // reports immediately, other threads in batches.
 #include <atomic>
+#include <cerrno>
+#include <cstdlib>
 #include <memory>
 #include <thread>
 
+#include <dlfcn.h>
+#include <pthread.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "tests/platform/memory_service.h"
 #include "tests/platform/store_test.h"
+
+namespace {
+constinit thread_local bool set_specific_fails = false;
+}
+
+/// Replaces the C library's function in the whole process.
+extern "C" int pthread_setspecific(pthread_key_t key, const void *value) noexcept {
+    static const auto original =
+        reinterpret_cast<decltype(&pthread_setspecific)>(dlsym(RTLD_NEXT, "pthread_setspecific"));
+    return set_specific_fails ? ENOMEM : original(key, value);
+}
 
 namespace l2vpn::test {
 namespace {
@@ -144,6 +163,83 @@ TEST_P(FreshStoreStatistics, ANewOwnerReportsItsBatch) {
         use(other_, 1);
         EXPECT_EQ(counted(other_), before + 7);
     });
+}
+
+TEST_P(StoreStatistics, ThreadsBatchWithoutMemory) {
+    const std::uint32_t before = counted(table_);
+    std::jthread([&] {
+        fail_direct_allocations(true);
+        use(table_, 5);
+        fail_direct_allocations(false);
+        EXPECT_EQ(counted(table_), before);
+    }).join();
+    EXPECT_EQ(counted(table_), before + 5);
+}
+
+// A thread whose end would go unnoticed.
+TEST_P(StoreStatistics, ThreadsThatCannotRegisterReportImmediately) {
+    const std::uint32_t before = counted(table_);
+    std::jthread([&] {
+        set_specific_fails = true;
+        use(table_, 5);
+        set_specific_fails = false;
+        EXPECT_EQ(counted(table_), before + 5);
+        use(table_, 5);
+        EXPECT_EQ(counted(table_), before + 10);
+    }).join();
+    EXPECT_EQ(counted(table_), before + 10);
+}
+
+// Thread-specific destructors run after those of thread_local objects, which may count, too.
+TEST_P(StoreStatistics, DestructorsOfTheThreadCount) {
+    struct Last {
+        const TypedTable *table = nullptr;
+        ~Last() { use(*table, 1); }
+    };
+    const std::uint32_t before = counted(table_);
+    std::jthread([&] {
+        thread_local Last last;
+        last.table = &table_;
+        use(table_, 5);
+    }).join();
+    EXPECT_EQ(counted(table_), before + 6);
+    pthread_key_t key = 0;
+    ASSERT_EQ(pthread_key_create(&key,
+                                 [](void *table) { // runs after the store's destructor
+                                     use(*static_cast<const TypedTable *>(table), 1);
+                                 }),
+              0);
+    std::jthread([&] {
+        ASSERT_EQ(pthread_setspecific(key, &table_), 0);
+        use(table_, 5);
+    }).join();
+    EXPECT_EQ(counted(table_), before + 12);
+    pthread_key_delete(key);
+}
+
+// The exit handlers of the program that were registered before the first event see all of them.
+TEST(FreshStoreStatisticsAtExit, TheExitingThreadReportsItsBatch) {
+    static const TypedTable &table = typed_tables.front();
+    const pid_t child = fork();
+    if (child == 0) {
+        std::atexit([] { _exit(table.get_stat(L2VPN_STORE_STAT_COUNTED) == 4 ? 0 : 1); });
+        std::uint32_t count = 0;
+        std::atomic<bool> owned{false};
+        std::thread([&] {
+            std::uint32_t other_count = 0;
+            table.count(&other_count);
+            owned = true;
+            pause();
+        }).detach();
+        while (!owned)
+            std::this_thread::yield();
+        for (int i = 0; i < 3; ++i)
+            table.count(&count);
+        std::exit(table.get_stat(L2VPN_STORE_STAT_COUNTED) == 1 ? 0 : 2);
+    }
+    int status = 0;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
 }
 
 // A descriptor may be destroyed before its events are reported.
