@@ -34,17 +34,17 @@ MINIMUM_SCORES = {"templates": 98, "store": 98, "generator": 98, "catalog": 100}
 CPU_SECONDS, SECONDS, BYTES = 15, 40, 4 << 30
 
 
-def limit() -> None:
-    resource.setrlimit(resource.RLIMIT_CPU, (CPU_SECONDS, CPU_SECONDS))
+def limit(cpu_seconds: int) -> None:
+    resource.setrlimit(resource.RLIMIT_CPU, (cpu_seconds, cpu_seconds))
     resource.setrlimit(resource.RLIMIT_AS, (BYTES, BYTES))
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
 
 
-def passes(command: list, seconds: int = SECONDS, **more) -> bool:
+def passes(command: list, seconds: int = SECONDS, cpu_seconds: int = CPU_SECONDS, **more) -> bool:
     try:
         return subprocess.run([str(word) for word in command], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                              stdin=subprocess.DEVNULL, check=False, timeout=seconds, preexec_fn=limit,
-                              **more).returncode == 0
+                              stdin=subprocess.DEVNULL, check=False, timeout=seconds,
+                              preexec_fn=lambda: limit(cpu_seconds), **more).returncode == 0
     except subprocess.TimeoutExpired:
         return False
 
@@ -169,14 +169,15 @@ class Store(Cpp):
         library, parts = folder / self.platform.name, folder / "parts_tests"
         environment = {**os.environ, "LD_PRELOAD": str(library)}
 
+        def tests(command, **more):
+            return "" if passes([*command, "--gtest_fail_fast"], seconds=20, cpu_seconds=6, env=environment | more) else "tests"
+
         def platform_tests(pattern, **more):
-            return "" if passes([self.build / "platform_tests", "--gtest_fail_fast", f"--gtest_filter={pattern}"],
-                                env=environment | more) else "tests"
+            return tests([self.build / "platform_tests", f"--gtest_filter={pattern}"], **more)
 
         exports = f"-Wl,--version-script={ROOT}/src/platform/exports.map"
         yield "" if self.object(folder / "platform.cpp", folder / "platform.o") and compiles(
             ["-shared", f"-Wl,-soname,{library.name}", exports, folder / "platform.o", "-o", library]) else "compiler"
-        yield platform_tests(f"{self.some}-*Fresh*")
         # The parts' tests depend on the headers only.
         made = folder / "parts.o"
         if any((folder / "mutant").rglob("*.h")):
@@ -184,7 +185,8 @@ class Store(Cpp):
             yield "" if self.object(folder / "parts.cpp", made) else "compiler"
         yield "" if compiles([made, folder / "platform.o", *self.gtest, self.library, f"-Wl,-rpath,{self.build}",
                               "-o", parts]) else "compiler"
-        yield "" if passes([parts, "--gtest_fail_fast"]) else "tests"
+        yield tests([parts])
+        yield platform_tests(f"{self.some}-*Fresh*")
         for name in self.fresh:
             yield platform_tests(name)
         for shard in range(self.SHARDS):
