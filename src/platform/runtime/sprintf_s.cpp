@@ -70,17 +70,18 @@ inline unsigned digit_count(unsigned value) {
     return count;
 }
 
+/// Prints a number of `count` digits, which must fit.
 template <unsigned Base>
 inline char *put_digits(char *at, unsigned count, unsigned value) {
-    char *const last = at + count;
-    char *first = last;
+    char *const end = at + count;
+    char *first = end;
     for (; value >= Base * Base; value /= Base * Base)
         put_pair<Base>(first -= 2, value % (Base * Base));
     if (value >= Base)
         put_pair<Base>(first - 2, value);
     else
         first[-1] = digit_pairs<Base>[value][1];
-    return last;
+    return end;
 }
 
 template <unsigned Base>
@@ -90,8 +91,7 @@ inline char *put_number(char *at, const char *end, unsigned value) {
                                                        : nullptr;
 }
 
-// ---- Words of opaque fields: most calls of the library
-// --------------------------------------------
+// ---- Words of opaque fields: most calls of the library ------------------------------------------
 
 /// Whether the format is " %x".
 inline bool is_word(const char *format) {
@@ -119,11 +119,10 @@ inline char *put_word(char *at, unsigned value) {
     return at;
 }
 
-// ---- Other formats
-// --------------------------------------------------------------------------------
+// ---- Other formats ------------------------------------------------------------------------------
 
-/// A call. In memory, because sprintf_s would save registers for what it needs after print_fast,
-/// for words, too.
+/// The arguments of a call, in memory: kept in registers across print_fast, they would make
+/// sprintf_s save registers for words, too.
 struct Request {
     char *destination;
     std::size_t size;
