@@ -110,6 +110,8 @@ extern "C" {
 #define L2VPN_STORE_REENTERED UINT32_C(0x1000D)
 /** An allocation failed, or the table is full. */
 #define L2VPN_STORE_NO_MEMORY UINT32_C(0x1000E)
+/** L2VPN_STORE_WriteIf: the table does not hold what was expected. */
+#define L2VPN_STORE_CONFLICT UINT32_C(0x1000F)
 
 /**
  * Describes a result code of l2vpn_db.h or of the store in a short English phrase. The string is
@@ -156,6 +158,8 @@ static inline const char *l2vpn_store_result_text(uint32_t code) {
         return "called from a setter or a memory service";
     case L2VPN_STORE_NO_MEMORY:
         return "out of memory";
+    case L2VPN_STORE_CONFLICT:
+        return "the stored record is not the expected one";
     default:
         return "unknown result code";
     }
@@ -177,7 +181,8 @@ typedef enum L2vpnStoreStat {
     L2VPN_STORE_STAT_DELETED = 6,          /**< Delete: done. */
     L2VPN_STORE_STAT_DELETE_MISSED = 7,    /**< Delete: no such record. */
     L2VPN_STORE_STAT_UPDATED = 8,          /**< Update: kept. */
-    L2VPN_STORE_STAT_UPDATE_REFUSED = 9,   /**< Update: discarded because of the setter. */
+    L2VPN_STORE_STAT_UPDATE_REFUSED = 9,   /**< Update: discarded because of the setter. WriteIf:
+                                                conflict. */
     L2VPN_STORE_STAT_UPDATE_MISSED = 10,   /**< Update: no such record. */
     L2VPN_STORE_STAT_ITER_OPENED = 11,     /**< Iterator over the whole table opened. */
     L2VPN_STORE_STAT_KEY_ITER_OPENED = 12, /**< Iterator over a key opened. */
@@ -191,6 +196,43 @@ typedef enum L2vpnStoreStat {
     L2VPN_STORE_STAT_BAD_ITERATOR = 20,    /**< L2VPN_STORE_BAD_ITERATOR. */
     L2VPN_STORE_STAT_NO_MEMORY = 21        /**< L2VPN_STORE_NO_MEMORY. */
 } L2vpnStoreStat;
+
+/* ---- Operations --------------------------------------------------------------------------- */
+
+/**
+ * Reads records of one table by their keys, several times as fast as single calls of DAL_VELD_Read
+ * where the records are not in the processor's cache. Each record is read, checked, counted and
+ * logged as by a call of its own; records that are read together may be of different times.
+ * @param keys     count key requests, of any keys of the table
+ * @param records  count record requests; their buffers overlap neither each other nor the keys
+ * @param codes    count result codes, as of DAL_VELD_Read; may be null
+ * @return 0 if all reads returned 0, otherwise the first other code; L2VPN_STORE_NULL_POINTER if
+ *         keys or records is null and count is not 0
+ */
+uint32_t L2VPN_STORE_ReadMany(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
+                              const L2vpnDbKeyData *keys, const L2vpnDbRecData *records,
+                              uint32_t count, uint32_t *codes);
+
+/**
+ * Delivers an iterator's next records, as successive calls of DAL_VELD_GetNextEntry would, one
+ * after the other without gaps. Writers may proceed between them.
+ * @param first      the first record's request: data has room for capacity records, length is the
+ *                   stored length
+ * @param delivered  set to the number of records, each of which counts one event
+ * @return 0 if there are any, or capacity is 0; L2VPN_STORE_END if there are none left
+ */
+uint32_t L2VPN_STORE_NextMany(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table, L2vpnDbIter *iter,
+                              const L2vpnDbRecData *first, uint32_t capacity, uint32_t *delivered);
+
+/**
+ * Writes a record only if the table holds the expected one: a compare-and-swap of records.
+ * @param expected  the record that the table must hold under the primary key of `record`, equal in
+ *                  all bytes; null if it must hold none
+ * @return 0 if the record has been written; L2VPN_STORE_CONFLICT, with nothing changed, if the table
+ *         does not hold what was expected (counted as L2VPN_STORE_STAT_UPDATE_REFUSED)
+ */
+uint32_t L2VPN_STORE_WriteIf(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
+                             const L2vpnDbRecData *expected, const L2vpnDbRecData *record);
 
 /* ---- Services ----------------------------------------------------------------------------- */
 

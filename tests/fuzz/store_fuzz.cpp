@@ -141,7 +141,11 @@ std::uint32_t setter(const L2vpnDbRecData *record, L2vpnDbRecObj *object, const 
                 object != nullptr,
             "arguments of the setter");
     const L2vpnDbTblIntf &intf = *current->functions->descriptor;
-    expect_reentered();
+    std::uint32_t count = 0;
+    require(DAL_VELD_Count(nullptr, current->functions->descriptor, &count) == L2VPN_DB_OK &&
+                count == current->records.size(),
+            "call from a setter");
+    ++current->events[L2VPN_STORE_STAT_COUNTED];
     // A rejected call changes nothing.
     const L2vpnDbRecData longer{setting.contents.data(),
                                 static_cast<std::uint32_t>(setting.contents.size() + 1), 0};

@@ -53,7 +53,7 @@ TEST(ResultText, EveryCodeOfTheLibraryHasAText) {
 
 TEST(ResultText, OtherCodesAreUnknown) {
     EXPECT_EQ(unknown, "unknown result code");
-    for (const std::uint32_t code : {2U, 59U, 61U, 0xFFFFU, 0x1000FU, 0x3FFFFFFFU, 0xFFFFFFFEU})
+    for (const std::uint32_t code : {2U, 59U, 61U, 0xFFFFU, 0x10010U, 0x3FFFFFFFU, 0xFFFFFFFEU})
         EXPECT_EQ(l2vpn_store_result_text(code), unknown) << code;
 }
 

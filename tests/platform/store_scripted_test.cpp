@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <atomic>
 
+#include <unistd.h>
+
 #include "tests/platform/memory_service.h"
 #include "tests/platform/store_test.h"
 #include "tests/support/script.h"
@@ -57,27 +59,6 @@ protected:
         EXPECT_EQ(raw_count(), 0U); // this thread becomes the table's owner
     }
 
-    // The fixture's calls check the counters, which other threads change.
-
-    std::uint32_t raw_write(Bytes stored) const {
-        const L2vpnDbRecData request = record_request(stored);
-        return DAL_VELD_Write(module_, intf_, &request);
-    }
-    /// The record with the key value of `of`; nullopt if there is none.
-    [[nodiscard]] std::optional<Bytes> raw_read(const Key &key, const Bytes &of) const {
-        const KeyRequest selected(key, TestRecords::key_value(key, of), KeyRequest::Value{});
-        Bytes stored(facts_.stored_size);
-        L2vpnDbRecData request = record_request(stored);
-        const std::uint32_t code = DAL_VELD_Read(module_, intf_, &selected.request, &request);
-        EXPECT_TRUE(code == 0 || code == L2VPN_STORE_NOT_FOUND) << code;
-        return code == 0 ? std::optional(stored) : std::nullopt;
-    }
-    [[nodiscard]] std::uint32_t raw_count() const {
-        std::uint32_t count = 77;
-        EXPECT_EQ(DAL_VELD_Count(module_, intf_, &count), 0U);
-        return count;
-    }
-
     /// Expects the table to hold this record only, under all its keys.
     void expect_only(const Bytes &stored) const {
         EXPECT_EQ(raw_count(), 1U);
@@ -88,6 +69,10 @@ protected:
     /// Updates the first record on another thread, and calls `during` while the setter waits.
     template <class During>
     void update_while(std::uint32_t setter_result, During during) {
+        update_while(setter_result, setter_result, during);
+    }
+    template <class During>
+    void update_while(std::uint32_t setter_result, std::uint32_t expected, During during) {
         ASSERT_EQ(raw_write(old_), 0U);
         table_set = intf_;
         contents_set = new_;
@@ -96,11 +81,10 @@ protected:
         const L2vpnDbRecData request = unread_record();
         const L2vpnDbUpdData update{nullptr, 0, 0, pausing_setter};
         std::jthread updater([&] {
-            EXPECT_EQ(DAL_VELD_Update(module_, intf_, &key.request, &request, &update),
-                      setter_result);
+            EXPECT_EQ(DAL_VELD_Update(module_, intf_, &key.request, &request, &update), expected);
         });
         script_.wait_for(1);
-        expect_only(old_); // readers do not wait for the setter
+        expect_only(old_); // no call waits for the setter
         during([&] {
             script_.advance_to(2);
             updater.join();
@@ -141,40 +125,35 @@ TEST_P(StoreScripted, SetterAgainstAnIterator) {
     update_while(0, [&](auto go_on) {
         Bytes stored(facts_.stored_size);
         L2vpnDbRecData request = record_request(stored);
-        std::atomic<bool> returned = false;
-        BackgroundCall reader([&] {
-            EXPECT_EQ(DAL_VELD_GetNextEntry(module_, intf_, late, &request), 0U);
-            returned = true;
-        });
-        reader.wait_until_blocked();
-        EXPECT_FALSE(returned);
+        EXPECT_EQ(DAL_VELD_GetNextEntry(module_, intf_, late, &request), 0U);
+        EXPECT_EQ(stored, old_) << "the contents at delivery";
         go_on();
-        reader.join();
-        EXPECT_EQ(stored, new_) << "the contents at delivery";
         EXPECT_EQ(DAL_VELD_GetNextEntry(module_, intf_, late, &request), L2VPN_STORE_END);
         EXPECT_EQ(DAL_VELD_GetNextEntry(module_, intf_, iterator, &request), L2VPN_STORE_END);
         EXPECT_EQ(DAL_VELD_ReleaseIterator(module_, intf_, late), 0U);
         EXPECT_EQ(DAL_VELD_ReleaseIterator(module_, intf_, iterator), 0U);
+        expect_only(new_);
     });
 }
 
 TEST_P(StoreScripted, SetterAgainstADelete) {
-    update_while(0, [&](auto go_on) {
-        std::atomic<bool> returned = false;
-        BackgroundCall deleter([&] {
-            const KeyRequest key(facts_.keys[0], pool_.primary(0), KeyRequest::Value{});
-            EXPECT_EQ(DAL_VELD_Delete(module_, intf_, &key.request), 0U);
-            returned = true;
-        });
-        deleter.wait_until_blocked();
-        EXPECT_FALSE(returned);
-        expect_only(old_);
+    update_while(0, L2VPN_STORE_NOT_FOUND, [&](auto go_on) {
+        EXPECT_EQ(raw_remove(old_), 0U);
+        EXPECT_EQ(raw_count(), 0U);
         go_on();
-        deleter.join();
         EXPECT_EQ(raw_count(), 0U);
         for (const Bytes &gone : {old_, new_})
             for (const Key &key : facts_.keys)
                 EXPECT_EQ(raw_read(key, gone), std::nullopt);
+    });
+}
+
+TEST_P(StoreScripted, SetterAgainstAWrite) {
+    update_while(0, [&](auto go_on) {
+        EXPECT_EQ(raw_write(pool_.make(0, 4)), 0U);
+        expect_only(pool_.make(0, 4));
+        go_on();
+        expect_only(new_); // the setter sets the whole record
     });
 }
 
@@ -192,8 +171,7 @@ TEST_P(StoreScripted, IteratorsAgainstDeletes) {
                 const Bytes next = pool_.make(i, 0);
                 if (std::ranges::count(delivered, next) + std::ranges::count(deleted, next) != 0)
                     continue;
-                const KeyRequest key(facts_.keys[0], pool_.primary(i), KeyRequest::Value{});
-                EXPECT_EQ(DAL_VELD_Delete(module_, intf_, &key.request), 0U);
+                EXPECT_EQ(raw_remove(next), 0U);
                 if (turn != 1) {
                     EXPECT_EQ(raw_write(next), 0U);
                 }
@@ -245,42 +223,62 @@ TEST_P(StoreScripted, StatisticsFunctionAgainstEverything) {
     writer.join();
 }
 
-// A write blocks in an allocation inside its write section: readers wait for it.
-TEST_P(FreshStoreScripted, WriteAgainstReaders) {
+// A write blocks in the memory service: other writers wait for it, readers do not.
+TEST_P(FreshStoreScripted, SlowMemoryServiceAgainstReaders) {
     if (is_used(table_))
         GTEST_SKIP() << "the table may have free slots";
+    alarm(100); // a reader that waits would wait for ever
     ASSERT_EQ(raw_write(old_), 0U);
-    std::atomic<std::uint32_t> written = 1;
-    for (const bool fails : {false, true}) {
+    std::uint32_t written = 1;
+    for (std::uint32_t turn = 0; turn < 6; ++turn) {
+        const bool fails = turn % 2 == 1;
         script_.advance_to(0);
         paused = false;
+        std::uint32_t now_written = written;
         std::jthread writer([&] {
             set_allocation_hook(pause_once);
             if (fails)
                 fail_allocations_after(0);
             while (!paused) {
-                const std::uint32_t code = raw_write(pool_.make(written, 0));
+                const std::uint32_t code = raw_write(pool_.make(now_written, 0));
                 EXPECT_EQ(code, fails && paused ? L2VPN_STORE_NO_MEMORY : 0U);
-                written += code == 0 ? 1 : 0;
+                now_written += code == 0 && !paused ? 1U : 0U;
             }
         });
         script_.wait_for(1);
-        EXPECT_EQ(raw_count(), written) << "a count does not wait";
         std::atomic<bool> returned = false;
-        BackgroundCall reader([&] {
-            EXPECT_EQ(raw_read(facts_.keys[0], old_), old_);
+        BackgroundCall other_writer([&] {
+            EXPECT_EQ(raw_write(new_), 0U);
             returned = true;
         });
-        reader.wait_until_blocked();
+        other_writer.wait_until_blocked();
+        EXPECT_FALSE(returned);
+        std::vector<std::jthread> readers;
+        for (int thread = 0; thread < 3; ++thread)
+            readers.emplace_back([&] {
+                EXPECT_EQ(raw_count(), now_written);
+                for (std::uint32_t i = 0; i <= now_written; ++i) {
+                    const Bytes stored = pool_.make(i, i == 0 && turn != 0 ? 2 : 0);
+                    const auto expected = i < now_written ? std::optional(stored) : std::nullopt;
+                    EXPECT_EQ(raw_read(facts_.keys[0], stored), expected);
+                    // Other records may share the values of secondary keys.
+                    for (const Key &key : facts_.keys)
+                        EXPECT_TRUE(raw_read(key, stored).has_value() || !expected) << key.name;
+                }
+            });
+        readers.clear();
         EXPECT_FALSE(returned);
         script_.advance_to(2);
-        reader.join();
+        other_writer.join();
         writer.join();
+        written = now_written + (fails ? 0 : 1);
         EXPECT_EQ(raw_count(), written);
-        for (std::uint32_t i = 0; i < written; ++i)
+        EXPECT_EQ(raw_read(facts_.keys[0], new_), new_);
+        for (std::uint32_t i = 1; i < written; ++i)
             EXPECT_EQ(raw_read(facts_.keys[0], pool_.make(i, 0)), pool_.make(i, 0));
         EXPECT_EQ(raw_read(facts_.keys[0], pool_.make(written, 0)), std::nullopt);
     }
+    alarm(0);
 }
 
 TEST_P(FreshStoreScripted, FirstCallsOnTwoThreads) {

@@ -16,6 +16,7 @@
 #include "l2vpn_db/platform.h"
 #include "tests/platform/random_calls.h"
 #include "tests/platform/requests.h"
+#include "tests/platform/setter.h"
 #include "tests/support/facts.h"
 #include "tests/support/table_test.h"
 
@@ -190,6 +191,51 @@ protected:
         }
         EXPECT_EQ(counting(L2VPN_STORE_STAT_ITER_RELEASED, [&] { return release(iterator); }), 0U);
         return records;
+    }
+
+    // ---- Calls with stored records. Their events are not checked, because other threads may count
+    // ---- some at the same time.
+
+    std::uint32_t raw_write(Bytes stored) const {
+        const L2vpnDbRecData request = record_request(stored);
+        return DAL_VELD_Write(module_, intf_, &request);
+    }
+
+    /// The record with the key value of `of`; nullopt if there is none.
+    [[nodiscard]] std::optional<Bytes> raw_read(const Key &key, const Bytes &of) const {
+        const KeyRequest selected(key, TestRecords::key_value(key, of), KeyRequest::Value{});
+        Bytes stored(facts_.stored_size);
+        L2vpnDbRecData request = record_request(stored);
+        const std::uint32_t code = DAL_VELD_Read(module_, intf_, &selected.request, &request);
+        EXPECT_TRUE(code == 0 || code == L2VPN_STORE_NOT_FOUND) << code;
+        return code == 0 ? std::optional(stored) : std::nullopt;
+    }
+
+    /// Updates the record with the primary key of `of`. The setter is called with the record object
+    /// only.
+    std::uint32_t raw_update(const Bytes &of, const SetterAction &setter) const {
+        return raw_update(*intf_, of, setter);
+    }
+    std::uint32_t raw_update(L2vpnDbTblIntf &descriptor, const Bytes &of,
+                             const SetterAction &setter) const {
+        const Key &key = facts_.keys[0];
+        const KeyRequest selected(key, TestRecords::key_value(key, of), KeyRequest::Value{});
+        const L2vpnDbRecData request = unread_record();
+        const L2vpnDbUpdData update{nullptr, 0, 0, run_setter};
+        const ChosenSetter chosen(setter);
+        return DAL_VELD_Update(module_, &descriptor, &selected.request, &request, &update);
+    }
+
+    std::uint32_t raw_remove(const Bytes &of) const {
+        const Key &key = facts_.keys[0];
+        const KeyRequest selected(key, TestRecords::key_value(key, of), KeyRequest::Value{});
+        return DAL_VELD_Delete(module_, intf_, &selected.request);
+    }
+
+    [[nodiscard]] std::uint32_t raw_count() const {
+        std::uint32_t count = 77;
+        EXPECT_EQ(DAL_VELD_Count(module_, intf_, &count), 0U);
+        return count;
     }
 
     const TypedTable &table_ = *GetParam();

@@ -3,8 +3,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
-#include <cstring>
 
 #include <sys/mman.h>
 
@@ -20,36 +18,67 @@ constexpr std::size_t round_up(std::size_t size, std::size_t to) {
     return (size + to - 1) / to * to;
 }
 
+char *map(std::size_t size) {
+    void *const memory =
+        mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    return memory == MAP_FAILED ? nullptr : static_cast<char *>(memory);
+}
+
+/// Maps whole huge pages; aligned to them, unless the address space is too small for that.
+char *map_huge_pages(std::size_t size) {
+    char *memory = map(size + huge_page);
+    if (memory == nullptr) {
+        memory = map(size);
+    } else {
+        const std::size_t before = -reinterpret_cast<std::uintptr_t>(memory) % huge_page;
+        if (before != 0)
+            munmap(memory, before);
+        munmap(memory + before + size, huge_page - before);
+        memory += before;
+    }
+    if (memory != nullptr)
+        madvise(memory, size, MADV_HUGEPAGE); // a hint; errors are ignored
+    return memory;
+}
+
 } // namespace
 
 void *Arena::allocate(const Allocator &allocator, std::size_t size) {
     size = round_up(size, line);
-    if (size > left_ && !grow(allocator, size))
-        return nullptr;
-    void *const allocated = free_;
-    free_ += size;
-    left_ -= size;
-    std::memset(allocated, 0, size);
+    if (size > free_.size) {
+        Block block = allocate_block(allocator, size);
+        if (block.start == nullptr)
+            return nullptr;
+        total_ += block.size;
+        // The smaller rest is lost.
+        if (block.size - size < free_.size) {
+            return block.start;
+        }
+        free_ = block;
+    }
+    void *const allocated = free_.start;
+    free_.start += size;
+    free_.size -= size;
     return allocated;
 }
 
-// Blocks grow with the arena: a small table stays small, a large one gets huge pages. A block is a
-// multiple of the requested size, because most requests are followed by others of that size.
-bool Arena::grow(const Allocator &allocator, std::size_t size) {
-    const bool huge = size_ >= 4 * huge_page && size <= huge_page && allocator.is_malloc();
-    const std::size_t step = std::min(round_up(size_ / 16 + 1, page), huge_page);
-    const std::size_t wanted = huge ? huge_page : std::max(size, step - step % size);
-    const std::size_t slack = huge ? 0 : line; // to align what the service returns
-    auto *const block = static_cast<char *>(huge ? std::aligned_alloc(huge_page, huge_page)
-                                                 : allocator.allocate(wanted + slack));
-    if (block == nullptr)
-        return false;
-    if (huge)
-        madvise(block, huge_page, MADV_HUGEPAGE); // a hint; errors are ignored
-    free_ = block + slack - reinterpret_cast<std::uintptr_t>(block) % line;
-    left_ = wanted;
-    size_ += wanted + slack;
-    return true;
+// Blocks grow with the arena, so that a small table stays small. A large table gets huge pages in
+// few mappings; the kernel provides the memory when it is touched.
+Arena::Block Arena::allocate_block(const Allocator &allocator, std::size_t size) const {
+    if (allocator.is_malloc() && total_ + size >= 2 * huge_page) {
+        std::size_t wanted = std::max(size, std::min(total_ / 8, 64 * huge_page));
+        for (;; wanted /= 2) {
+            wanted = round_up(std::max(wanted, size), huge_page);
+            char *const memory = map_huge_pages(wanted);
+            if (memory != nullptr || wanted < size + huge_page)
+                return {memory, wanted};
+        }
+    }
+    const std::size_t wanted = std::max(size, std::min(round_up(total_ / 16, page), 16 * page));
+    auto *const memory = static_cast<char *>(allocator.allocate(wanted + line));
+    if (memory == nullptr)
+        return {};
+    return {memory + -reinterpret_cast<std::uintptr_t>(memory) % line, wanted};
 }
 
 } // namespace l2vpn::platform

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // An arena that frees nothing: memory that an optimistic reader may still access must stay mapped.
-// Deleted records are reused through the record pool's free list instead. A large allocation after
-// small ones may leave a gap.
+// Deleted records are reused through the record pool's free list instead.
 #pragma once
 
 #include <cstddef>
@@ -12,21 +11,19 @@ namespace l2vpn::platform {
 
 class Arena {
 public:
-    /// Allocates zero-filled memory, aligned to a cache line. Returns null if allocation fails.
+    /// Allocates uninitialized memory, aligned to a cache line. Returns null if allocation fails.
     [[nodiscard]] void *allocate(const Allocator &allocator, std::size_t size);
 
-    /// Reserves `size` bytes for the next allocations, each of which is rounded up to cache lines.
-    /// Returns false, with nothing changed, if allocation fails.
-    [[nodiscard]] bool reserve(const Allocator &allocator, std::size_t size) {
-        return size <= left_ || grow(allocator, size);
-    }
-
 private:
-    bool grow(const Allocator &allocator, std::size_t size);
+    struct Block {
+        char *start = nullptr;
+        std::size_t size = 0;
+    };
 
-    char *free_ = nullptr; ///< the rest of the newest block
-    std::size_t left_ = 0;
-    std::size_t size_ = 0; ///< of all blocks
+    [[nodiscard]] Block allocate_block(const Allocator &allocator, std::size_t size) const;
+
+    Block free_;            ///< the rest of a block
+    std::size_t total_ = 0; ///< of all blocks
 };
 
 } // namespace l2vpn::platform

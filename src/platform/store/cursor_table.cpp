@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/store/cursor_table.h"
 
+#include <algorithm>
+
 namespace l2vpn::platform {
 
 namespace {
@@ -14,34 +16,14 @@ constexpr std::uint64_t field(std::uint64_t handle, unsigned from, unsigned bits
     return handle >> from & ((std::uint64_t{1} << bits) - 1);
 }
 
-constexpr std::uint32_t first_chunk_size = 16; // each chunk is twice as long as the previous one
-
-constexpr std::uint32_t chunk_of(std::uint32_t slot) {
-    return static_cast<std::uint32_t>(std::bit_width(slot / first_chunk_size + 1) - 1);
-}
-constexpr std::uint32_t first_slot(std::uint32_t chunk) {
-    return first_chunk_size * ((1U << chunk) - 1);
-}
-
 } // namespace
-
-Cursor *CursorTable::at(std::uint32_t slot) const {
-    const std::uint32_t chunk = chunk_of(slot);
-    return chunks_[chunk] + (slot - first_slot(chunk));
-}
 
 Cursor *CursorTable::allocate(const Allocator &allocator, Arena &arena) {
     if (free_list_ == nullptr) {
-        const std::uint32_t chunk = chunk_of(used_);
-        if (used_ == first_slot(chunk)) {
-            if (chunk == chunk_count)
-                return nullptr;
-            chunks_[chunk] = static_cast<Cursor *>(
-                arena.allocate(allocator, (first_chunk_size << chunk) * sizeof(Cursor)));
-            if (chunks_[chunk] == nullptr)
-                return nullptr;
-        }
-        free_list_ = at(used_);
+        if (used_ == max_cursors || (used_ == group_count_ && !grow_groups(allocator, arena)) ||
+            !slots_.reserve(allocator, arena, used_))
+            return nullptr;
+        free_list_ = &slots_[used_];
         free_list_->slot = used_++;
     }
     Cursor *const cursor = free_list_;
@@ -52,15 +34,17 @@ Cursor *CursorTable::allocate(const Allocator &allocator, Arena &arena) {
 
 void CursorTable::free(Cursor &cursor) {
     cursor.open = false;
+    if (cursor.generation == max_generation)
+        return;
     ++cursor.generation;
     cursor.older = free_list_;
     free_list_ = &cursor;
 }
 
 L2vpnDbIter *CursorTable::handle(const Cursor &cursor) const {
-    const std::uint64_t handle =
-        std::uint64_t{1} << 63 | std::uint64_t{table_} << (slot_bits + generation_bits) |
-        field(cursor.generation, 0, generation_bits) << slot_bits | cursor.slot;
+    const std::uint64_t handle = std::uint64_t{1} << 63 |
+                                 std::uint64_t{table_} << (slot_bits + generation_bits) |
+                                 std::uint64_t{cursor.generation} << slot_bits | cursor.slot;
     return reinterpret_cast<L2vpnDbIter *>(handle); // NOLINT(performance-no-int-to-ptr)
 }
 
@@ -70,10 +54,47 @@ Cursor *CursorTable::find(const L2vpnDbIter *handle) const {
     if (bits >> 63 == 0 || field(bits, slot_bits + generation_bits, table_bits) != table_ ||
         slot >= used_)
         return nullptr;
-    Cursor *const cursor = at(slot);
-    const bool current =
-        field(bits, slot_bits, generation_bits) == field(cursor->generation, 0, generation_bits);
-    return cursor->open && current ? cursor : nullptr;
+    Cursor &cursor = slots_[slot];
+    return cursor.open && field(bits, slot_bits, generation_bits) == cursor.generation ? &cursor
+                                                                                       : nullptr;
+}
+
+void CursorTable::add_to_group(Cursor &cursor) {
+    Cursor *&newest = groups_[group(cursor.index, cursor.hash)];
+    cursor.newer = nullptr;
+    cursor.older = newest;
+    if (newest != nullptr)
+        newest->newer = &cursor;
+    newest = &cursor;
+}
+
+void CursorTable::remove_from_group(Cursor &cursor) {
+    (cursor.newer != nullptr ? cursor.newer->older : groups_[group(cursor.index, cursor.hash)]) =
+        cursor.older;
+    if (cursor.older != nullptr)
+        cursor.older->newer = cursor.newer;
+}
+
+/// Doubles the number of group lists, so that there are as many as cursors.
+bool CursorTable::grow_groups(const Allocator &allocator, Arena &arena) {
+    const std::uint32_t old_count = group_count_;
+    const std::uint32_t count = std::max(8U, 2 * old_count);
+    Cursor **const old = groups_;
+    auto *const groups =
+        static_cast<Cursor **>(arena.allocate(allocator, count * sizeof(Cursor *)));
+    if (groups == nullptr)
+        return false;
+    std::fill_n(groups, count, nullptr);
+    groups_ = groups;
+    group_count_ = count;
+    for (std::uint32_t i = 0; i < old_count; ++i) {
+        Cursor *older = nullptr;
+        for (Cursor *cursor = old[i]; cursor != nullptr; cursor = older) {
+            older = cursor->older;
+            add_to_group(*cursor);
+        }
+    }
+    return true;
 }
 
 } // namespace l2vpn::platform

@@ -14,8 +14,9 @@ struct Cursor {
     RecordId next;      ///< the next record; over an index, no_record at the end
     RecordId last;      ///< over an index: the last record; else one past the last slot
     Word last_sequence; ///< whole table: records inserted after this are not delivered
-    Cursor *newer;      ///< neighbours among the open cursors of the index
+    Cursor *newer;      ///< neighbours in the group list, if the cursor is in it
     Cursor *older;
+    Hash hash; ///< over an index: of the key value
     std::uint32_t slot;
     std::uint32_t generation; ///< how often the slot has been freed
     bool open;
@@ -24,6 +25,9 @@ struct Cursor {
 /// All functions require the write lock.
 class CursorTable {
 public:
+    /// Handles have 31 bits for the generation. A slot that has been freed as often is retired.
+    static constexpr std::uint32_t max_generation = (std::uint32_t{1} << 31) - 1;
+
     explicit CursorTable(std::uint32_t table) : table_(table) {}
 
     /// Allocates a cursor, not positioned. Returns null if allocation fails.
@@ -34,15 +38,37 @@ public:
     /// Returns the open cursor with the handle, or null.
     [[nodiscard]] Cursor *find(const L2vpnDbIter *handle) const;
 
-private:
-    static constexpr std::uint32_t chunk_count = 16;
+    // Group lists: the cursors over an index that have records left, by index and key value.
 
-    [[nodiscard]] Cursor *at(std::uint32_t slot) const;
+    void add_to_group(Cursor &cursor);
+    void remove_from_group(Cursor &cursor);
+    /// Calls visit(cursor), which may remove it, for each cursor in the group of a key value.
+    template <class Visit>
+    void visit_group(const Index *index, Hash hash, Visit visit) const {
+        Cursor *older = nullptr;
+        for (Cursor *cursor = group_count_ == 0 ? nullptr : groups_[group(index, hash)];
+             cursor != nullptr; cursor = older) {
+            older = cursor->older;
+            if (cursor->index == index && cursor->hash == hash)
+                visit(*cursor);
+        }
+    }
+
+private:
+    static constexpr std::uint32_t max_cursors = std::uint32_t{1} << 20;
+
+    [[nodiscard]] std::uint32_t group(const Index *index, Hash hash) const {
+        return (hash ^ static_cast<Hash>(reinterpret_cast<std::uintptr_t>(index) >> 6)) &
+               (group_count_ - 1);
+    }
+    [[nodiscard]] bool grow_groups(const Allocator &allocator, Arena &arena);
 
     std::uint32_t table_;
-    Cursor *chunks_[chunk_count] = {};
     std::uint32_t used_ = 0;
+    ChunkedArray<Cursor> slots_;
     Cursor *free_list_ = nullptr; ///< linked through `older`
+    Cursor **groups_ = nullptr;
+    std::uint32_t group_count_ = 0; ///< 0 or a power of two
 };
 
 } // namespace l2vpn::platform

@@ -29,9 +29,9 @@ struct EventBatch {
     std::uint32_t total = 0;
     std::uint32_t amounts[L2VPN_DB_STAT_COUNT] = {};
 
-    void add(std::uint32_t event) {
-        ++amounts[event];
-        ++total;
+    void add(std::uint32_t event, std::uint32_t amount) {
+        amounts[event] += amount;
+        total += amount;
     }
     void report() const {
         for (std::uint32_t event = 0; total != 0 && event < L2VPN_DB_STAT_COUNT; ++event)
@@ -50,21 +50,21 @@ public:
 
     [[nodiscard]] std::uint32_t number() const { return number_; }
 
-    void count(Events &events, L2vpnDbStatFn stat, std::uint32_t event) {
+    void count(Events &events, L2vpnDbStatFn stat, std::uint32_t event, std::uint32_t amount) {
         if (state_ == State::unused)
             begin();
         if (state_ == State::unbatched) {
-            stat(event, 1);
+            stat(event, amount);
             return;
         }
         const std::uint32_t owner = load(events.owner_);
         if (number_ == 0 || (owner != number_ && alive(owner))) {
-            add_to_batch(stat, event);
+            add_to_batch(stat, event, amount);
             return;
         }
         store(events.owner_, number_);
         report();
-        stat(event, 1);
+        stat(event, amount);
     }
 
     /// Reports the batch; later events are reported immediately.
@@ -81,16 +81,16 @@ private:
 
     void begin();
 
-    void add_to_batch(L2vpnDbStatFn stat, std::uint32_t event) {
+    void add_to_batch(L2vpnDbStatFn stat, std::uint32_t event, std::uint32_t amount) {
         Events::unbatched_thread = 0;
         if (batch_.stat != stat) {
             const EventBatch other = std::exchange(batch_, EventBatch{stat});
-            batch_.add(event);
+            batch_.add(event, amount);
             other.report();
             return;
         }
-        batch_.add(event);
-        if (batch_.total == L2VPN_STORE_EVENT_LOT)
+        batch_.add(event, amount);
+        if (batch_.total >= L2VPN_STORE_EVENT_LOT)
             report();
     }
 
@@ -148,8 +148,8 @@ void EventThread::begin() {
             number_ = i + 1;
 }
 
-void Events::count_slow(L2vpnDbStatFn stat, std::uint32_t event) {
-    EventThread::current.count(*this, stat, event);
+void Events::count_slow(L2vpnDbStatFn stat, std::uint32_t event, std::uint32_t amount) {
+    EventThread::current.count(*this, stat, event, amount);
 }
 
 void Events::forget_other_threads() {

@@ -5,20 +5,20 @@
 #pragma once
 
 #include "l2vpn_db/l2vpn_db.h"
-#include "platform/store/seqlock_copy.h"
+#include "platform/store/shared_words.h"
 
 namespace l2vpn::platform {
 
 class Events {
 public:
-    /// Counts an event of the table.
-    void count(L2vpnDbStatFn stat, std::uint32_t event) {
+    /// Counts events of the table, all of one kind.
+    void count(L2vpnDbStatFn stat, std::uint32_t event, std::uint32_t amount) {
         if (stat == nullptr)
             return;
         if (load(owner_) == unbatched_thread) [[likely]]
-            stat(event, 1);
+            stat(event, amount);
         else
-            count_slow(stat, event);
+            count_slow(stat, event, amount);
     }
 
     /// In the child of a fork: frees the tables that other threads of the parent own.
@@ -32,7 +32,7 @@ private:
     /// This thread's number while its batch is empty, otherwise 0.
     static inline constinit thread_local std::uint32_t unbatched_thread = 0;
 
-    void count_slow(L2vpnDbStatFn stat, std::uint32_t event);
+    void count_slow(L2vpnDbStatFn stat, std::uint32_t event, std::uint32_t amount);
 
     /// The number of the thread that owns the table. A thread that has ended owns none.
     std::uint32_t owner_ = no_thread;

@@ -3,107 +3,178 @@
 
 namespace l2vpn::platform {
 
-bool HashIndex::reserve(const Allocator &allocator, Arena &arena, Hash hash) {
-    if (directory_ == nullptr && !create_directory(allocator, arena))
-        return false;
-    for (;;) {
-        const Bucket &bucket = bucket_of(hash);
-        if (bucket.count < bucket_limit)
-            return true;
-        // Buckets at the greatest depth fill up; the last free slot ends every search.
-        if (bucket.depth == max_depth)
-            return bucket.count + 1 < bucket_size;
-        if (!split(allocator, arena, hash))
+bool HashIndex::reserve(const Allocator &allocator, Arena &arena, SeqLock &lock, Hash hash) {
+    if (pages_ == 0) {
+        if (!pages_at_.reserve(allocator, arena, 0))
             return false;
+        __atomic_store_n(&pages_, 1, __ATOMIC_RELEASE);
     }
+    const std::uint32_t unsplit = std::bit_floor(pages_);
+    const std::uint32_t split = pages_ - unsplit;
+    if (entries_ >= Word{split_from} * unsplit + Word{split_step} * split &&
+        !split_next_page(allocator, arena, lock))
+        return false;
+    const Page &page = page_of(hash);
+    return page.count < page_size ||
+           (page.overflow != nullptr && page.overflow->count < page_size) ||
+           reserve_overflow(allocator, arena, 1);
+}
+
+// The two pages that replace the old one are filled before the write section, because no reader can
+// reach them yet.
+bool HashIndex::split_next_page(const Allocator &allocator, Arena &arena, SeqLock &lock) {
+    const std::uint32_t bit = std::bit_floor(pages_);
+    Page &old = pages_at_[pages_ - bit];
+    std::uint32_t overflow = 0;
+    for (const Page *page = old.overflow; page != nullptr; page = page->overflow)
+        ++overflow;
+    if (!reserve_overflow(allocator, arena, overflow) ||
+        !pages_at_.reserve(allocator, arena, pages_))
+        return false;
+    Page kept{};
+    Page &moved = pages_at_[pages_];
+    for (const Page *page = &old; page != nullptr; page = page->overflow)
+        for (const IndexLine &line : page->lines)
+            for (std::uint32_t entry = 0; entry < line.count(); ++entry) {
+                const Hash hash = line.hash(entry);
+                insert((hash & bit) != 0 ? moved : kept, hash, line.record(entry));
+            }
+    Page *replaced = old.overflow;
+    {
+        const SeqLock::WriteSection section(lock);
+        for (std::uint32_t at = 0; at < lines_per_page; ++at)
+            old.lines[at].assign(kept.lines[at]);
+        __atomic_store_n(&old.overflow, kept.overflow, __ATOMIC_RELEASE);
+        old.count = kept.count;
+        __atomic_store_n(&pages_, pages_ + 1, __ATOMIC_RELEASE);
+    }
+    while (replaced != nullptr) {
+        Page *const next = replaced->overflow;
+        put_free_page(replaced);
+        replaced = next;
+    }
+    return true;
 }
 
 void HashIndex::insert(Hash hash, RecordId id) {
-    insert(bucket_of(hash), make_slot(hash, id));
+    insert(page_of(hash), hash, id);
+    ++entries_;
+}
+
+void HashIndex::insert(Page &page, Hash hash, RecordId id) {
+    if (page.count < page_size) {
+        std::uint32_t at = home(hash);
+        while (page.lines[at].full())
+            at = (at + 1) % lines_per_page;
+        page.lines[at].set(page.lines[at].count(), hash, id);
+        ++page.count;
+        return;
+    }
+    if (page.overflow == nullptr || page.overflow->count == page_size) {
+        Page *const added = take_free_page();
+        store(added->overflow, page.overflow);
+        __atomic_store_n(&page.overflow, added, __ATOMIC_RELEASE);
+    }
+    Page &first = *page.overflow;
+    first.lines[first.count / IndexLine::size].set(first.count % IndexLine::size, hash, id);
+    ++first.count;
 }
 
 void HashIndex::erase(Hash hash, RecordId id) {
-    Bucket &bucket = bucket_of(hash);
-    auto hole = static_cast<std::uint32_t>(&slot_of(hash, id) - bucket.slots);
-    // Entries after the hole move back into it, but never before their home slot.
-    for (std::uint32_t at = next(hole);; at = next(at)) {
-        const Slot slot = bucket.slots[at];
-        if (slot == 0)
-            break;
-        const std::uint32_t distance = (at - home(HashIndex::hash(slot))) % bucket_size;
-        if (distance >= (at - hole) % bucket_size) {
-            store(bucket.slots[hole], slot);
-            hole = at;
-        }
+    Page &page = page_of(hash);
+    const Place gap = place_of(hash, id);
+    --entries_;
+    if (page.overflow == nullptr) {
+        fill_gap(page, gap);
+        --page.count;
+        return;
     }
-    store(bucket.slots[hole], Slot{0});
-    --bucket.count;
+    // All lines of the page are full, so that any entry may fill the gap.
+    Page &first = *page.overflow;
+    --first.count;
+    IndexLine &line = first.lines[first.count / IndexLine::size];
+    const std::uint32_t last = first.count % IndexLine::size;
+    gap.line->set(gap.entry, line.hash(last), line.record(last));
+    line.clear(last);
+    if (first.count == 0) {
+        store(page.overflow, first.overflow);
+        put_free_page(&first);
+    }
+}
+
+/// Erases an entry. A line that was full gets an entry back that is in a later line for lack of
+/// room, because a line that is not full ends searches.
+void HashIndex::fill_gap(Page &page, Place gap) {
+    for (;;) {
+        const bool full = gap.line->full();
+        const std::uint32_t last = gap.line->count() - 1;
+        gap.line->set(gap.entry, gap.line->hash(last), gap.line->record(last));
+        gap.line->clear(last);
+        if (!full)
+            return;
+        const auto here = static_cast<std::uint32_t>(gap.line - page.lines);
+        const Place free{gap.line, last};
+        gap.line = nullptr;
+        for (std::uint32_t distance = 1; distance < lines_per_page; ++distance) {
+            const std::uint32_t at = (here + distance) % lines_per_page;
+            IndexLine &line = page.lines[at];
+            const std::uint32_t count = line.count();
+            std::uint32_t entry = 0;
+            while (entry < count && (at - home(line.hash(entry))) % lines_per_page < distance)
+                ++entry;
+            if (entry < count) {
+                gap = {&line, entry};
+                break;
+            }
+            if (!line.full())
+                return;
+        }
+        if (gap.line == nullptr)
+            return;
+        free.line->set(free.entry, gap.line->hash(gap.entry), gap.line->record(gap.entry));
+    }
 }
 
 void HashIndex::replace(Hash hash, RecordId id, RecordId by) {
-    store(slot_of(hash, id), make_slot(hash, by));
+    const Place place = place_of(hash, id);
+    place.line->set(place.entry, hash, by);
 }
 
-HashIndex::Slot &HashIndex::slot_of(Hash hash, RecordId id) const {
-    return const_cast<Slot &>(*find_slot(hash, [id](RecordId found) { return found == id; }));
+HashIndex::Place HashIndex::place_of(Hash hash, RecordId id) const {
+    Place place{};
+    find_in(page_of(hash), hash, [&](const IndexLine &line, std::uint32_t entry) {
+        place = {const_cast<IndexLine *>(&line), entry};
+        return line.record(entry) == id;
+    });
+    return place;
 }
 
-void HashIndex::insert(Bucket &bucket, Slot slot) {
-    std::uint32_t at = home(hash(slot));
-    while (bucket.slots[at] != 0)
-        at = next(at);
-    store(bucket.slots[at], slot);
-    ++bucket.count;
-}
-
-bool HashIndex::create_directory(const Allocator &allocator, Arena &arena) {
-    if (!arena.reserve(allocator, sizeof(Bucket) + std::size_t{3} * 64))
-        return false;
-    auto *const bucket = static_cast<Bucket *>(arena.allocate(allocator, sizeof(Bucket)));
-    auto *const directory =
-        static_cast<Directory *>(arena.allocate(allocator, sizeof(Directory) + sizeof(Bucket *)));
-    directory->buckets()[0] = bucket;
-    __atomic_store_n(&directory_, directory, __ATOMIC_RELEASE);
+bool HashIndex::reserve_overflow(const Allocator &allocator, Arena &arena, std::uint32_t count) {
+    while (free_count_ < count) {
+        auto *const page = static_cast<Page *>(arena.allocate(allocator, sizeof(Page)));
+        if (page == nullptr)
+            return false;
+        std::memset(static_cast<void *>(page), 0, sizeof(Page));
+        put_free_page(page);
+        store(overflow_pages_, overflow_pages_ + 1);
+    }
     return true;
 }
 
-// Entries whose next hash bit is 1 move to the new bucket. The others are reinserted, because the
-// holes would end searches.
-bool HashIndex::split(const Allocator &allocator, Arena &arena, Hash hash) {
-    Bucket &old = bucket_of(hash);
-    if (old.depth == directory_->depth && !double_directory(allocator, arena))
-        return false;
-    auto *const upper = static_cast<Bucket *>(arena.allocate(allocator, sizeof(Bucket)));
-    if (upper == nullptr)
-        return false;
-    Slot slots[bucket_size];
-    std::memcpy(slots, old.slots, sizeof slots);
-    for (Slot &slot : old.slots)
-        store(slot, Slot{0});
-    old.count = 0;
-    upper->depth = ++old.depth;
-    for (const Slot slot : slots)
-        if (slot != 0)
-            insert((HashIndex::hash(slot) >> (32 - old.depth) & 1) != 0 ? *upper : old, slot);
-    // The old bucket's directory entries are adjacent; the upper half now refers to the new one.
-    const std::size_t span = std::size_t{1} << (directory_->depth - old.depth);
-    const std::size_t first = (prefix(hash, old.depth) | 1) * span;
-    for (std::size_t i = 0; i < span; ++i)
-        __atomic_store_n(&directory_->buckets()[first + i], upper, __ATOMIC_RELEASE);
-    return true;
+HashIndex::Page *HashIndex::take_free_page() {
+    Page *const page = free_list_;
+    free_list_ = page->overflow;
+    --free_count_;
+    for (IndexLine &line : page->lines)
+        line.clear();
+    page->count = 0;
+    return page;
 }
 
-bool HashIndex::double_directory(const Allocator &allocator, Arena &arena) {
-    const std::size_t size = std::size_t{1} << directory_->depth;
-    auto *const larger = static_cast<Directory *>(
-        arena.allocate(allocator, sizeof(Directory) + 2 * size * sizeof(Bucket *)));
-    if (larger == nullptr)
-        return false;
-    larger->depth = directory_->depth + 1;
-    for (std::size_t i = 0; i < 2 * size; ++i)
-        larger->buckets()[i] = directory_->buckets()[i / 2];
-    __atomic_store_n(&directory_, larger, __ATOMIC_RELEASE);
-    return true;
+void HashIndex::put_free_page(Page *page) {
+    store(page->overflow, free_list_);
+    free_list_ = page;
+    ++free_count_;
 }
 
 } // namespace l2vpn::platform

@@ -1,34 +1,46 @@
 // SPDX-License-Identifier: MIT
-// Extendible hash table from the hash of a key value to a record. The upper bits of the hash select
-// a bucket in a directory, the lower bits a home slot in the bucket; collisions probe linearly. A
-// full bucket is split in two, so that growth moves a few hundred entries at a time. Directories
-// that have been replaced are never freed, because a reader may still access one.
+// Hash table from the hash of a key value to a record: linear hashing. The lower bits of the hash
+// select a page, the upper bits a home line in the page; entries that do not fit into their home
+// line go to the next one that has room. One page at a time is split in two, at a pace that depends
+// on the number of entries only; a page that is full nevertheless gets overflow pages. Colliding
+// hashes thus cost time, but neither memory nor room.
 #pragma once
 
-#include "platform/store/arena.h"
-#include "platform/store/key_definition.h"
+#include "platform/store/chunked_array.h"
+#include "platform/store/index_line.h"
+#include "platform/store/seqlock.h"
 
 namespace l2vpn::platform {
 
-/// A record's slot in the record pool.
-using RecordId = std::uint32_t;
-constexpr RecordId no_record = UINT32_MAX;
-
 class HashIndex {
 public:
-    /// Finds the record with the hash for which matches(id) is true. Optimistic readers may call
-    /// this; inside a write section the result is meaningless.
+    /// Finds the record with the hash for which matches(id) is true. Returns whether there is one.
+    /// Optimistic readers may call this; inside a write section the result is meaningless, and ids
+    /// may be of no record.
     template <class Matches>
     bool find(Hash hash, Matches matches) const {
-        return find_slot(hash, matches) != nullptr;
+        const std::uint32_t pages = __atomic_load_n(&pages_, __ATOMIC_ACQUIRE);
+        return pages != 0 && find_in(pages_at_[page_number(hash, pages)], hash,
+                                     [&](const IndexLine &line, std::uint32_t entry) {
+                                         return matches(line.record(entry));
+                                     });
+    }
+    /// Prefetches what find() will load first.
+    void prefetch(Hash hash) const {
+        const std::uint32_t pages = __atomic_load_n(&pages_, __ATOMIC_ACQUIRE);
+        if (pages != 0)
+            __builtin_prefetch(&pages_at_[page_number(hash, pages)].lines[home(hash)]);
     }
 
     // The functions below require the write lock.
 
-    /// Reserves a slot for the hash. Returns false if allocation fails, or if the hash's bucket is
-    /// full and cannot be split.
-    [[nodiscard]] bool reserve(const Allocator &allocator, Arena &arena, Hash hash);
-    /// Inserts a record into a slot that reserve() has reserved.
+    /// Reserves an entry for the hash. Returns false if allocation fails. May split a page, in a
+    /// write section of its own.
+    [[nodiscard]] bool reserve(const Allocator &allocator, Arena &arena, SeqLock &lock, Hash hash);
+
+    // The functions below require a write section.
+
+    /// Inserts a record into an entry that reserve() has reserved.
     void insert(Hash hash, RecordId id);
     /// Erases a record that the index holds.
     void erase(Hash hash, RecordId id);
@@ -36,68 +48,89 @@ public:
     void replace(Hash hash, RecordId id, RecordId by);
 
 private:
-    /// hash << 32 | record + 1; 0 if free.
-    using Slot = Word;
+    static constexpr std::uint32_t line_bits = 6;
+    static constexpr std::uint32_t lines_per_page = 1U << line_bits;
+    static constexpr std::uint32_t page_size = lines_per_page * IndexLine::size;
 
-    static constexpr std::uint32_t bucket_size = 512;
-    static constexpr std::uint32_t bucket_limit = bucket_size / 8 * 7;
-    static constexpr std::uint32_t max_depth = 24;
+    /// A page is split once the pages that have not been split in this round are 70 to 87.5 % full,
+    /// so that all of them are 44 to 70 % full on average, and overflow is rare.
+    static constexpr std::uint32_t split_from = page_size * 7 / 10;
+    static constexpr std::uint32_t split_step = page_size * 7 / 8 - split_from;
 
-    struct Bucket {
-        Slot slots[bucket_size];
-        std::uint32_t count;
-        std::uint32_t depth; ///< how many upper bits of the hash all its entries share
+    /// Entries are in the home line or in lines after it, in cyclic order; the lines between are
+    /// full. An overflow page is filled from line 0 on, without regard to the home line.
+    struct Page {
+        IndexLine lines[lines_per_page];
+        /// Null unless the page is full. Of the overflow pages, only the first may have room.
+        Page *overflow;
+        std::uint32_t count; ///< of the entries in `lines`
     };
 
-    /// Followed by 2^depth pointers, indexed by the upper bits of the hash.
-    struct alignas(Bucket *) Directory {
-        std::uint32_t depth;
-
-        Bucket **buckets() { return reinterpret_cast<Bucket **>(this + 1); }
+    struct Place {
+        IndexLine *line;
+        std::uint32_t entry;
     };
-    static_assert(sizeof(Word) == sizeof(Bucket *));
 
-    static constexpr RecordId record(Slot slot) { return static_cast<RecordId>(slot) - 1; }
-    static constexpr Hash hash(Slot slot) { return static_cast<Hash>(slot >> 32); }
-    static constexpr Slot make_slot(Hash hash, RecordId id) { return Slot{hash} << 32 | (id + 1); }
-    static constexpr std::uint32_t home(Hash hash) { return hash % bucket_size; }
-    static constexpr std::uint32_t next(std::uint32_t at) { return (at + 1) % bucket_size; }
-    static constexpr std::size_t prefix(Hash hash, std::uint32_t depth) {
-        return Word{hash} >> (32 - depth);
+    /// The upper bits, because the lower ones are equal in a page.
+    static constexpr std::uint32_t home(Hash hash) { return hash >> (32 - line_bits); }
+
+    /// `pages` of 2^n + s: pages below s have been split in this round, by bit n of the hash.
+    static constexpr std::uint32_t page_number(Hash hash, std::uint32_t pages) {
+        const std::uint32_t mask = ~std::uint32_t{0} >> std::countl_zero((pages - 1) | 1);
+        const std::uint32_t number = hash & mask;
+        return number < pages ? number : number & mask >> 1;
     }
 
-    [[nodiscard]] Bucket &bucket_of(Hash hash) const {
-        return *directory_->buckets()[prefix(hash, directory_->depth)];
+    [[nodiscard]] Page &page_of(Hash hash) const { return pages_at_[page_number(hash, pages_)]; }
+
+    /// Calls found(line, entry) for entries with the hash, until it returns true.
+    template <class Found>
+    bool find_in(const Page &page, Hash hash, Found found) const {
+        const auto find_in_line = [&](const IndexLine &line) {
+            for (std::uint32_t matches = line.match(hash); matches != 0; matches &= matches - 1)
+                if (found(line, static_cast<std::uint32_t>(std::countr_zero(matches))))
+                    return true;
+            return false;
+        };
+        std::uint32_t at = home(hash);
+        for (std::uint32_t n = 0; n < lines_per_page; ++n) {
+            const IndexLine &line = page.lines[at];
+            if (find_in_line(line))
+                return true;
+            if (!line.full()) [[likely]]
+                return false;
+            at = (at + 1) % lines_per_page;
+        }
+        // A racing reader may get from one chain to another, but not to more pages than there are.
+        std::uint32_t left = load(overflow_pages_);
+        const Page *more = __atomic_load_n(&page.overflow, __ATOMIC_ACQUIRE);
+        for (; more != nullptr && left != 0; --left) {
+            for (const IndexLine &line : more->lines) {
+                if (find_in_line(line))
+                    return true;
+                if (!line.full())
+                    break;
+            }
+            more = __atomic_load_n(&more->overflow, __ATOMIC_ACQUIRE);
+        }
+        return false;
     }
 
-    template <class Matches>
-    const Slot *find_slot(Hash wanted, Matches matches) const {
-        Directory *const directory = __atomic_load_n(&directory_, __ATOMIC_ACQUIRE);
-        if (directory == nullptr)
-            return nullptr;
-        const Bucket *const bucket = __atomic_load_n(
-            &directory->buckets()[prefix(wanted, directory->depth)], __ATOMIC_ACQUIRE);
-        std::uint32_t at = home(wanted);
-        // A free slot ends every search. Bounded so that a racing reader terminates.
-        std::uint32_t n = 0;
-        do {
-            const Slot slot = load(bucket->slots[at]);
-            if (slot == 0)
-                return nullptr;
-            if (hash(slot) == wanted && matches(record(slot)))
-                return &bucket->slots[at];
-            at = next(at);
-        } while (++n < bucket_size); // unreachable: the false branch, except in a write section
-        return nullptr;              // unreachable: as the line above
-    }
+    [[nodiscard]] Place place_of(Hash hash, RecordId id) const;
+    [[nodiscard]] bool split_next_page(const Allocator &allocator, Arena &arena, SeqLock &lock);
+    [[nodiscard]] bool reserve_overflow(const Allocator &allocator, Arena &arena,
+                                        std::uint32_t count);
+    Page *take_free_page();
+    void put_free_page(Page *page);
+    void insert(Page &page, Hash hash, RecordId id);
+    static void fill_gap(Page &page, Place gap);
 
-    Slot &slot_of(Hash hash, RecordId id) const;
-    bool create_directory(const Allocator &allocator, Arena &arena);
-    bool double_directory(const Allocator &allocator, Arena &arena);
-    bool split(const Allocator &allocator, Arena &arena, Hash hash);
-    static void insert(Bucket &bucket, Slot slot);
-
-    Directory *directory_ = nullptr; ///< null until the first reserve()
+    ChunkedArray<Page> pages_at_;
+    std::uint32_t pages_ = 0;
+    std::uint32_t entries_ = 0;
+    std::uint32_t overflow_pages_ = 0; ///< in use or free
+    std::uint32_t free_count_ = 0;     ///< of overflow pages
+    Page *free_list_ = nullptr;        ///< of overflow pages, linked through `overflow`
 };
 
 } // namespace l2vpn::platform

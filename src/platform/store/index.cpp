@@ -3,88 +3,107 @@
 
 namespace l2vpn::platform {
 
-std::uint32_t Index::count(const RecordPool &records, Hash hash, PackedKey value) const {
-    const RecordId head = find(records, hash, value).id;
+std::uint32_t Index::count(const RecordPool &records, PackedKey value) const {
+    const RecordId head = find(records, key_.probe(value)).id;
     if (head == no_record || is_primary())
         return head == no_record ? 0 : 1;
-    const ChainLink *const link = records.try_link(head, key_.number());
-    if (link == nullptr) // unreachable: except inside a write section
-        return 0;        // unreachable: as the line above
-    return load(link->count);
+    const RecordId tail = load(link_of(records, head).previous);
+    if (!records.exists(tail)) // unreachable: except inside a write section
+        return 0;              // unreachable: as the line above
+    return load(link_of(records, tail).next) & ~ChainLink::chain_end;
+}
+
+RecordId Index::stage(const RecordPool &records, const Probe<const char *> &probe) {
+    pending_.hash = probe.hash;
+    pending_.head = find(records, probe).id;
+    if (!is_primary() && pending_.head != no_record)
+        __builtin_prefetch(&link_of(records, link_of(records, pending_.head).previous));
+    return pending_.head;
+}
+
+void Index::stage_unlink(const RecordPool &records, CursorTable &cursors, RecordId id) {
+    const Probe probe = key_.probe(static_cast<const Word *>(records.words(id)));
+    pending_.old_hash = probe.hash;
+    pending_.old_head = id;
+    if (!is_primary()) {
+        const ChainLink &link = link_of(records, id);
+        if (!link_of(records, link.previous).is_tail())
+            pending_.old_head = find(records, probe).id;
+        __builtin_prefetch(&link_of(records, link_of(records, pending_.old_head).previous));
+        if (!link.is_tail())
+            __builtin_prefetch(&link_of(records, link.next));
+    }
+    cursors.visit_group(this, pending_.old_hash, [&](Cursor &cursor) {
+        if (cursor.next == id)
+            advance(cursor, cursors, records);
+        else if (cursor.last == id)
+            cursor.last = link_of(records, id).previous;
+    });
 }
 
 void Index::link(RecordPool &records, RecordId id) {
-    const RecordId head = pending_.chain;
-    if (head == no_record)
+    if (pending_.head == no_record)
         hash_index_.insert(pending_.hash, id);
     if (is_primary())
         return;
     ChainLink &link = link_of(records, id);
-    if (head == no_record) {
-        store(link.next, id);
+    if (pending_.head == no_record) {
         store(link.previous, id);
-        store(link.count, 1U);
+        store(link.next, ChainLink::chain_end | 1);
+        return;
+    }
+    ChainLink &first = link_of(records, pending_.head);
+    ChainLink &tail = link_of(records, first.previous);
+    store(link.next, tail.next + 1);
+    store(link.previous, first.previous);
+    store(tail.next, id);
+    store(first.previous, id);
+}
+
+void Index::unlink(RecordPool &records, RecordId id) {
+    const RecordId head = pending_.old_head;
+    const ChainLink link = is_primary() ? ChainLink{} : link_of(records, id);
+    if (is_primary() || link.previous == id) { // the only record
+        hash_index_.erase(pending_.old_hash, id);
         return;
     }
     ChainLink &first = link_of(records, head);
-    store(link.next, head);
-    store(link.previous, first.previous);
-    store(link.count, 0U);
-    store(link_of(records, first.previous).next, id);
-    store(first.previous, id);
-    store(first.count, first.count + 1);
-}
-
-void Index::unlink(RecordPool &records, RecordId id, Hash hash) {
-    skip_in_cursors(records, id);
-    if (is_primary() || link_of(records, id).count == 1) {
-        hash_index_.erase(hash, id);
+    const RecordId tail = first.previous;
+    const std::uint32_t length = link_of(records, tail).next - 1;
+    if (id == tail) {
+        store(first.previous, link.previous);
+        store(link_of(records, link.previous).next, length);
         return;
     }
-    const ChainLink &link = link_of(records, id);
-    if (link.count != 0) {
-        store(link_of(records, link.next).count, link.count - 1);
-        hash_index_.replace(hash, id, link.next);
-    } else {
-        ChainLink &first = link_of(records, find(records, hash, records.words(id)).id);
-        store(first.count, first.count - 1);
-    }
-    store(link_of(records, link.previous).next, link.next);
     store(link_of(records, link.next).previous, link.previous);
+    if (id == head)
+        hash_index_.replace(pending_.old_hash, id, link.next);
+    else
+        store(link_of(records, link.previous).next, link.next);
+    store(link_of(records, tail).next, length);
 }
 
-/// Moves the open cursors off a record that leaves its chain.
-void Index::skip_in_cursors(const RecordPool &records, RecordId id) {
-    for (Cursor *cursor = newest_; cursor != nullptr; cursor = cursor->older) {
-        if (cursor->next == id)
-            advance(*cursor, records);
-        else if (cursor->next != no_record && cursor->last == id)
-            cursor->last = link_of(records, id).previous;
-    }
-}
-
-void Index::open(Cursor &cursor, const RecordPool &records, PackedKey value) {
+void Index::open(Cursor &cursor, CursorTable &cursors, const RecordPool &records, PackedKey value) {
     cursor.index = this;
-    cursor.newer = nullptr;
-    cursor.older = newest_;
-    if (newest_ != nullptr)
-        newest_->newer = &cursor;
-    newest_ = &cursor;
-    const RecordId head = find(records, key_.hash(value), value).id;
-    cursor.next = head;
-    cursor.last = head == no_record || is_primary() ? head : link_of(records, head).previous;
+    const Probe probe = key_.probe(value);
+    cursor.hash = probe.hash;
+    cursor.next = find(records, probe).id;
+    if (cursor.next == no_record)
+        return;
+    cursor.last = is_primary() ? cursor.next : link_of(records, cursor.next).previous;
+    cursors.add_to_group(cursor);
 }
 
-void Index::close(Cursor &cursor) {
-    (cursor.newer != nullptr ? cursor.newer->older : newest_) = cursor.older;
-    if (cursor.older != nullptr)
-        cursor.older->newer = cursor.newer;
-}
-
-RecordId Index::advance(Cursor &cursor, const RecordPool &records) const {
+RecordId Index::advance(Cursor &cursor, CursorTable &cursors, const RecordPool &records) const {
     const RecordId id = cursor.next;
-    if (id != no_record)
-        cursor.next = id == cursor.last ? no_record : link_of(records, id).next;
+    if (id == no_record)
+        return id;
+    if (id != cursor.last) {
+        cursor.next = link_of(records, id).next;
+        return id;
+    }
+    cursor.next = no_record;
+    cursors.remove_from_group(cursor);
     return id;
 }
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-// One key of a table: its definition, the hash index of its values, the duplicate chains of the
-// records that share a value, and the cursors that are open over it.
+// One key of a table: its definition, the hash index of its values, and the duplicate chains of the
+// records that share a value.
 #pragma once
 
 #include "platform/store/cursor_table.h"
-#include "platform/store/key_definition.h"
+#include "platform/store/hash_index.h"
 
 namespace l2vpn::platform {
 
@@ -20,17 +20,17 @@ public:
         const Word *words;
     };
 
-    // Optimistic readers may call these two; inside a write section the results are meaningless.
+    // Optimistic readers may call these; inside a write section the results are meaningless.
 
-    /// Finds the record with the key value of `source`; of a duplicate chain, its head.
+    /// Finds the record with the key value; of a duplicate chain, its head.
     template <class Source>
-    [[nodiscard]] Found find(const RecordPool &records, Hash hash, Source source) const {
+    [[nodiscard]] Found find(const RecordPool &records, const Probe<Source> &probe) const {
         Found found{no_record, nullptr};
-        hash_index_.find(hash, [&](RecordId id) {
-            const Word *const words = records.try_words(id);
-            if (words == nullptr) // unreachable: except inside a write section
-                return false;     // unreachable: as the line above
-            if (!key_.matches(source, words))
+        hash_index_.find(probe.hash, [&](RecordId id) {
+            if (!records.exists(id))
+                return false;
+            const Word *const words = records.words(id);
+            if (!key_.matches(probe, words))
                 return false;
             found = {id, words};
             return true;
@@ -38,60 +38,73 @@ public:
         return found;
     }
     /// Counts the records with the key value.
-    [[nodiscard]] std::uint32_t count(const RecordPool &records, Hash hash, PackedKey value) const;
+    [[nodiscard]] std::uint32_t count(const RecordPool &records, PackedKey value) const;
+
+    // Many reads first prefetch what find() will load, for all of their keys in turn.
+
+    void prefetch_entry(Hash hash) const { hash_index_.prefetch(hash); }
+    void prefetch_record(const RecordPool &records, Hash hash) const {
+        hash_index_.find(hash, [&](RecordId id) {
+            records.prefetch(id);
+            return true;
+        });
+    }
 
     // The functions below require the write lock.
 
     /// Looks up the key value of a record that is to be written, for reserve() and link(). Returns
     /// the head of its duplicate chain, or no_record.
     RecordId stage(const RecordPool &records, const char *record) {
-        pending_.hash = key_.hash(record);
-        return pending_.chain = find(records, pending_.hash, record).id;
+        return stage(records, key_.probe(record));
     }
-    /// Stages a record that is to replace a stored one, if its key value differs. Returns
-    /// changes().
+    /// Stages the replacement of a stored record, if the key value differs. Returns changes().
     bool stage_change(const RecordPool &records, const char *record, const Word *stored) {
-        pending_.changes = !key_.matches(record, stored);
+        const Probe probe = key_.probe(record);
+        pending_.changes = !key_.matches(probe, stored);
         if (pending_.changes)
-            stage(records, record);
+            stage(records, probe);
         return pending_.changes;
     }
     [[nodiscard]] bool changes() const { return pending_.changes; }
-    /// Reserves the index entry of the staged value. Returns false if allocation fails.
-    [[nodiscard]] bool reserve(const Allocator &allocator, Arena &arena) {
-        return pending_.chain != no_record || hash_index_.reserve(allocator, arena, pending_.hash);
+    /// Reserves the index entry of the staged value. Returns false if allocation fails. May enter a
+    /// write section.
+    [[nodiscard]] bool reserve(const Allocator &allocator, Arena &arena, SeqLock &lock) {
+        return pending_.head != no_record ||
+               hash_index_.reserve(allocator, arena, lock, pending_.hash);
     }
+    /// Looks up what unlink() will change, and moves the open cursors off the record.
+    void stage_unlink(const RecordPool &records, CursorTable &cursors, RecordId id);
 
-    /// Appends a record to the staged value's duplicate chain, or starts one. Cannot fail after
-    /// reserve().
+    /// Appends a record to the staged value's duplicate chain, or starts one. Requires a write
+    /// section.
     void link(RecordPool &records, RecordId id);
-    /// Unlinks a record that still has its old contents; `hash` is that of its key value.
-    void unlink(RecordPool &records, RecordId id, Hash hash);
+    /// Unlinks the record of stage_unlink(). Requires a write section.
+    void unlink(RecordPool &records, RecordId id);
 
-    /// Positions a cursor before the records with the key value and adds it to the open ones.
-    void open(Cursor &cursor, const RecordPool &records, PackedKey value);
-    void close(Cursor &cursor);
+    /// Positions a cursor before the records with the key value.
+    void open(Cursor &cursor, CursorTable &cursors, const RecordPool &records, PackedKey value);
     /// Moves a cursor to the next record of the chain. Returns the record at its old position,
     /// no_record at the end.
-    RecordId advance(Cursor &cursor, const RecordPool &records) const;
+    RecordId advance(Cursor &cursor, CursorTable &cursors, const RecordPool &records) const;
 
 private:
-    /// The key value of the record that is being written.
-    struct PendingKey {
-        Hash hash;
-        RecordId chain; ///< the head of the chain to append to, or no_record
-        bool changes;   ///< set by a replacement only
+    /// The change that is about to be made.
+    struct Pending {
+        Hash hash;         ///< of the record that is to be linked
+        RecordId head;     ///< of the duplicate chain to append to, or no_record
+        bool changes;      ///< set by a replacement only
+        Hash old_hash;     ///< of the record that is to be unlinked
+        RecordId old_head; ///< of the chain to unlink it from
     };
 
+    RecordId stage(const RecordPool &records, const Probe<const char *> &probe);
     [[nodiscard]] ChainLink &link_of(const RecordPool &records, RecordId id) const {
         return records.link(id, key_.number());
     }
-    void skip_in_cursors(const RecordPool &records, RecordId id);
 
     KeyDefinition key_;
     HashIndex hash_index_;
-    PendingKey pending_{};
-    Cursor *newest_ = nullptr; ///< the open cursors, linked through `older`
+    Pending pending_{};
 };
 
 } // namespace l2vpn::platform

@@ -4,7 +4,7 @@
 
 #include <span>
 
-#include "platform/store/seqlock_copy.h"
+#include "platform/store/shared_words.h"
 #include "platform/store/table_layout.h"
 
 namespace l2vpn::platform {
@@ -16,12 +16,14 @@ struct PackedKey {
     const char *bytes;
 };
 
-/// The bytes of a key segment.
+/// The bytes of a key segment; after the last one, 0.
 struct SegmentValue {
     Word first;
-    Word last; ///< overlaps `first` if the segment has fewer than 16 bytes
+    Word last;
 
-    bool operator==(const SegmentValue &) const = default;
+    bool operator==(const SegmentValue &other) const {
+        return ((first ^ other.first) | (last ^ other.last)) == 0;
+    }
 };
 
 /// Bytes of a key, at most 16, that are contiguous in the packed key and in the record.
@@ -29,73 +31,92 @@ struct KeySegment {
     std::uint16_t key;    ///< offset in the packed key
     std::uint16_t record; ///< offset in the record
     std::uint16_t bytes;
+    std::uint16_t shift; ///< in a slot: bits of the first word before the segment
+    Word first_mask;     ///< selects the segment's bytes in SegmentValue::first
+    Word last_mask;
+    Word random[4]; ///< the hash function's keys, one per 32 bits of the value
 
     [[nodiscard]] SegmentValue of(PackedKey from) const { return at(from.bytes + key); }
     /// From a record outside the store.
     [[nodiscard]] SegmentValue of(const char *from) const { return at(from + record); }
-    /// From a slot of the record pool, which continues after the record: whole words may be read.
+    /// From a slot of the record pool: reads up to three words, of which the last may come after
+    /// the record.
     [[nodiscard]] SegmentValue of(const Word *from) const {
-        if (bytes >= sizeof(Word)) [[likely]]
-            return {load_within(from, record), load_within(from, record + bytes - sizeof(Word))};
-        return {load_within(from, record) & ~Word{0} >> (64 - 8 * bytes), 0};
+        const Word *const words = from + record / sizeof(Word);
+        const auto first = funnel(load(words[0]), load(words[1]));
+        if (last_mask == 0)
+            return {first & first_mask, 0};
+        return {first, funnel(load(words[1]), load(words[2])) & last_mask};
+    }
+
+    /// The segment's term of the hash.
+    [[nodiscard]] Word product(SegmentValue value) const {
+        constexpr Word low_half = UINT32_MAX;
+        return (random[0] + (value.first >> 32)) * (random[1] + (value.first & low_half)) +
+               (random[2] + (value.last >> 32)) * (random[3] + (value.last & low_half));
     }
 
 private:
+    [[nodiscard]] Word funnel(Word low, Word high) const {
+        return low >> shift | high << 1 << (63 - shift);
+    }
+    // The bytes are read in the widths in which key builders write them: a load that overlaps two
+    // recent stores is not forwarded, and waits until all earlier loads are done.
     [[nodiscard]] SegmentValue at(const char *from) const {
-        if (bytes >= sizeof(Word)) [[likely]]
-            return {load_bytes(from, sizeof(Word)),
-                    load_bytes(from + bytes - sizeof(Word), sizeof(Word))};
-        return {load_bytes(from, bytes), 0};
+        if (bytes <= sizeof(Word))
+            return {load_bytes(from, bytes), 0};
+        return {load_unaligned<Word>(from), load_bytes(from + sizeof(Word), bytes - sizeof(Word))};
     }
 };
 
-/// Multiplies to 128 bits and folds, so that every input bit affects every output bit.
-inline Word mix(Word value) {
-    __extension__ using Wide = unsigned __int128;
-    const Wide product = Wide{value} * 0xD1B54A32D192ED03;
-    return static_cast<Word>(product) ^ static_cast<Word>(product >> 64);
-}
+/// A key value to look up: a packed key, a record, or the words of a stored record.
+template <class Source>
+struct Probe {
+    Source source;
+    SegmentValue first; ///< the value's first segment
+    std::uint32_t hash;
+};
 
 /// One key of a table.
 struct KeyDefinition {
     std::uint32_t id;     ///< the key identifier word: index, flags and length
     std::uint32_t length; ///< in bytes
+    Word random;          ///< the constant term of the hash
     KeySegment first;     ///< of most primary keys, the only segment
     std::span<const KeySegment> rest;
 
     /// The key's index in the table; 0 is the primary key.
     [[nodiscard]] std::uint32_t number() const { return id >> 24; }
 
-    // A source is a packed key, a record, or the words of a stored record.
-
+    /// Hashes by pair-multiply-shift with random keys, which is strongly universal: over the random
+    /// choice of keys, the hashes of two different values are independent and uniform. Any n bits
+    /// of them are equal with a probability of 2^-n, whoever chose the values.
     template <class Source>
-    [[nodiscard]] Hash hash(Source from) const {
-        Word hash = add(0x9E3779B97F4A7C15, first.of(from));
+    [[nodiscard, gnu::always_inline]] Probe<Source> probe(Source source) const {
+        const SegmentValue value = first.of(source);
+        Word sum = random + first.product(value);
         if (!rest.empty()) [[unlikely]]
-            hash = rest_hash(hash, from);
-        return static_cast<Hash>(hash ^ hash >> 32);
+            sum += rest_sum(source);
+        return {source, value, static_cast<Hash>(sum >> 32)};
     }
 
-    /// Whether a stored record has the key value of the source.
+    /// Whether a stored record has the key value.
     template <class Source>
-    [[nodiscard]] bool matches(Source from, const Word *stored) const {
-        return first.of(stored) == first.of(from) && (rest.empty() || rest_matches(from, stored));
+    [[nodiscard, gnu::always_inline]] bool matches(const Probe<Source> &probe,
+                                                   const Word *stored) const {
+        return first.of(stored) == probe.first &&
+               (rest.empty() || rest_matches(probe.source, stored));
     }
 
 private:
-    // The two words are not multiplied by each other: a factor of 0 or of all ones would map all
-    // values of the other word to one hash.
-    static Word add(Word hash, SegmentValue segment) {
-        return mix(hash ^ segment.first ^ std::rotl(segment.last * 0x8CB92BA72F3D8DD7, 32));
-    }
-
     // Not inlined, because that slows down keys of one segment.
 
     template <class Source>
-    [[nodiscard, gnu::noinline]] Word rest_hash(Word hash, Source from) const {
+    [[nodiscard, gnu::noinline]] Word rest_sum(Source from) const {
+        Word sum = 0;
         for (const KeySegment &segment : rest)
-            hash = add(hash, segment.of(from));
-        return hash;
+            sum += segment.product(segment.of(from));
+        return sum;
     }
     template <class Source>
     [[nodiscard, gnu::noinline]] bool rest_matches(Source from, const Word *stored) const {
@@ -109,8 +130,8 @@ private:
 /// An upper bound of the number of segments of a key.
 std::size_t max_segments(const KeyLayout &key);
 
-/// Defines key `index` of a table. Writes segments after the first to `rest`, which must outlive
-/// the definition.
+/// Defines key `index` of a table, with new random keys of its hash. Writes segments after the
+/// first to `rest`, which must outlive the definition.
 KeyDefinition define_key(const TableLayout &table, std::size_t index, KeySegment *rest);
 
 } // namespace l2vpn::platform

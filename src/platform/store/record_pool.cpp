@@ -5,47 +5,92 @@
 
 namespace l2vpn::platform {
 
+namespace {
+
+/// Large enough that the chunk directory of a large table stays in the first-level cache.
+constexpr std::size_t max_chunk_bytes = std::size_t{256} << 10;
+constexpr std::uint32_t min_chunk_slots = 64;
+
+} // namespace
+
+RecordPool::RecordPool(std::size_t stored_length, std::size_t secondary_keys, RecordId limit)
+    : stride_(words_for(stored_length) + secondary_keys * words_for(sizeof(ChainLink)) + 1),
+      record_words_(words_for(stored_length)), record_length_(stored_length), limit_(limit) {
+    const std::size_t slots = max_chunk_bytes / (stride_ * sizeof(Word));
+    chunk_bits_ = static_cast<std::uint32_t>(
+        std::bit_width(std::max<std::size_t>(slots, min_chunk_slots)) - 1);
+    chunk_mask_ = (RecordId{1} << chunk_bits_) - 1;
+}
+
 bool RecordPool::reserve(const Allocator &allocator, Arena &arena) {
-    const std::size_t chunks = directory_ == nullptr ? 0 : directory_->count;
-    if (free_list_ != no_record || end_ < chunks * chunk_size)
+    if (free_list_ != no_record)
         return true;
-    if (end_ >= limit_)
+    if (end_ == limit_ || (end_ == slots_ && !reserve_chunk(allocator, arena)))
         return false;
-    if (directory_ == nullptr || chunks == directory_->capacity) {
-        const std::size_t capacity = std::max<std::size_t>(8, 2 * chunks);
-        auto *const larger = static_cast<ChunkDirectory *>(
-            arena.allocate(allocator, sizeof(ChunkDirectory) + capacity * sizeof(Word *)));
+    return end_ % 64 != 0 || occupancy_.reserve(allocator, arena, end_ / 64);
+}
+
+// Until the table has a whole chunk, the only chunk is replaced by one of twice its size. A reader
+// may continue in the old one: its contents stay as they were, and the version changes with the
+// first write to the new one.
+bool RecordPool::reserve_chunk(const Allocator &allocator, Arena &arena) {
+    const std::uint32_t whole = 1U << chunk_bits_;
+    const std::uint32_t old = slots_ < whole ? slots_ : 0; // slots to copy
+    const std::uint32_t size =
+        old != 0 ? 2 * old : std::min(whole, std::max(min_chunk_slots, slots_));
+    const std::uint32_t number = slots_ >> chunk_bits_;
+    if (number == capacity_) {
+        const std::uint32_t capacity = std::max(8U, 2 * capacity_);
+        auto *const larger =
+            static_cast<Word **>(arena.allocate(allocator, capacity * sizeof(Word *)));
         if (larger == nullptr)
             return false;
-        larger->capacity = capacity;
-        larger->count = chunks;
-        for (std::size_t i = 0; i < chunks; ++i)
-            larger->chunk(i) = directory_->chunk(i);
-        __atomic_store_n(&directory_, larger, __ATOMIC_RELEASE);
+        std::copy_n(chunks_, number, larger);
+        capacity_ = capacity;
+        __atomic_store_n(&chunks_, larger, __ATOMIC_RELEASE);
     }
     auto *const chunk =
-        static_cast<Word *>(arena_.allocate(allocator, chunk_size * stride_ * sizeof(Word)));
+        static_cast<Word *>(chunk_arena_.allocate(allocator, size * stride_ * sizeof(Word)));
     if (chunk == nullptr)
         return false;
-    directory_->chunk(chunks) = chunk;
-    __atomic_store_n(&directory_->count, chunks + 1, __ATOMIC_RELEASE);
+    if (old != 0)
+        std::memcpy(chunk, chunks_[0], old * stride_ * sizeof(Word));
+    std::memset(chunk + old * stride_, 0, (size - old) * stride_ * sizeof(Word));
+    __atomic_store_n(&chunks_[number], chunk, __ATOMIC_RELEASE);
+    __atomic_store_n(&slots_, slots_ - old + size, __ATOMIC_RELEASE);
     return true;
 }
 
-RecordId RecordPool::allocate() {
+RecordId RecordPool::allocate(const char *record) {
     RecordId id = free_list_;
     if (id != no_record)
         free_list_ = static_cast<RecordId>(words(id)[0]);
     else
         id = end_++;
-    store(words(id)[stride_ - 1], ++last_sequence_);
+    Word *const slot = words(id);
+    copy_in(slot, record, record_length_);
+    store(slot[stride_ - 1], ++last_sequence_);
+    occupancy_[id / 64] |= Word{1} << id % 64;
     return id;
 }
 
 void RecordPool::free(RecordId id) {
     store(words(id)[0], Word{free_list_});
-    store(words(id)[stride_ - 1], Word{0});
+    occupancy_[id / 64] &= ~(Word{1} << id % 64);
     free_list_ = id;
+}
+
+bool RecordPool::find_in_use(RecordId &at, RecordId end) const {
+    constexpr std::uint32_t max_words = 1024;
+    for (std::uint32_t n = 0; n < max_words && at < end; ++n) {
+        const Word used = occupancy_[at / 64] >> at % 64;
+        if (used != 0) {
+            at = std::min(at + static_cast<RecordId>(std::countr_zero(used)), end);
+            return at != end;
+        }
+        at = std::min((at / 64 + 1) * 64, end);
+    }
+    return false;
 }
 
 } // namespace l2vpn::platform

@@ -11,6 +11,10 @@ namespace l2vpn::platform {
 struct CheckedKey {
     Index *index;
     PackedKey value;
+
+    [[nodiscard, gnu::always_inline]] Probe<PackedKey> probe() const {
+        return index->key().probe(value);
+    }
 };
 
 /// Returns 0, or the error code for an invalid record request.

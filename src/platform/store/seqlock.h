@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <ctime>
 #include <mutex>
 
 #include "platform/store/reentrancy_guard.h"
@@ -19,22 +20,23 @@ public:
     SeqLock(const SeqLock &) = delete;
     SeqLock &operator=(const SeqLock &) = delete;
 
-    /// Excludes all other writers while in scope. The holder calls setters and the memory service,
-    /// which must not re-enter the store.
+    /// Excludes all other writers while in scope. The holder calls the memory service, and a signal
+    /// handler may interrupt it: neither must re-enter the store.
     class WriteLock {
     public:
         explicit WriteLock(SeqLock &seqlock) : lock_(seqlock.mutex_) {}
 
     private:
-        std::lock_guard<std::mutex> lock_;
         ReentrancyGuard guard_;
+        std::lock_guard<std::mutex> lock_;
     };
 
     /// Excludes all writers from before a fork until after it, in the parent and in the child.
     void lock_for_fork() { mutex_.lock(); }
     void unlock_after_fork() { mutex_.unlock(); }
 
-    /// Seqlock write section: the version is odd while in scope. Requires the write lock.
+    /// Seqlock write section: the version is odd while in scope. Requires the write lock. Readers
+    /// wait for its end: nothing is allocated, computed or touched for the first time inside.
     class WriteSection {
     public:
         explicit WriteSection(SeqLock &seqlock) : version_(seqlock.version_) {
@@ -51,19 +53,15 @@ public:
         std::atomic<std::uint64_t> &version_;
     };
 
-    /// Returns the result of a call of `read` that no write section overlapped. Retries a few
-    /// times, then takes the write lock. `read` may see any mixture of old and new data: it must
-    /// terminate, follow only pointers to memory that is never unmapped, and change nothing but
-    /// its caller's buffer.
+    // A call of `read` may see any mixture of old and new data: it must terminate, follow only
+    // pointers to memory that is never unmapped, and change nothing but its caller's buffer.
+
+    /// Returns the result of a call of `read` that no write section overlapped.
     template <class Read>
-    auto read(Read read) {
+    auto read(const Read &read) {
         decltype(read()) result{};
         return try_read(read, result) ? result : read_slow(read);
     }
-
-private:
-    static constexpr int max_attempts = 4;
-
     /// Calls `read` once. Returns false if a write section overlapped.
     template <class Read, class Result>
     bool try_read(const Read &read, Result &result) const {
@@ -74,24 +72,37 @@ private:
         std::atomic_thread_fence(std::memory_order_acquire);
         return version_.load(std::memory_order_relaxed) == before;
     }
-
+    /// Calls `read` until it succeeds. Retries for some microseconds, then takes the write lock.
     template <class Read>
-    [[gnu::noinline, gnu::cold]] auto read_slow(Read read) {
+    auto read_slow(const Read &read) {
         decltype(read()) result{};
-        for (int attempt = 1; attempt < max_attempts; ++attempt) {
-            pause();
-            if (try_read(read, result))
-                return result;
-        }
+        const std::int64_t end = now() + spin_nanoseconds;
+        do {
+            // Many attempts, as a look at the clock takes longer than most of them.
+            for (int attempt = 0; attempt < 16; ++attempt) {
+                if (try_read(read, result))
+                    return result;
+                pause();
+            }
+        } while (now() < end);
         const WriteLock lock(*this);
         return read();
+    }
+
+private:
+    static constexpr std::int64_t spin_nanoseconds = 20'000;
+
+    static std::int64_t now() {
+        timespec time{};
+        (void)clock_gettime(CLOCK_MONOTONIC, &time);
+        return time.tv_sec * 1'000'000'000 + time.tv_nsec;
     }
 
     static void pause() {
 #if defined(__x86_64__)
         __builtin_ia32_pause();
 #elif defined(__aarch64__)
-        __asm__ volatile("yield");
+        __asm__ volatile("isb"); // longer than a yield, which most processors ignore
 #endif
     }
 

@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "platform/store/seqlock_copy.h"
+#include "platform/store/shared_words.h"
 
 namespace l2vpn::platform {
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The exported store functions. Each checks its requests and calls the table; perform() counts the
 // event and logs rejected calls.
+#include <algorithm>
+
 #include "l2vpn_db/platform.h"
 #include "platform/store/reentrancy_guard.h"
 #include "platform/store/registry.h"
@@ -30,25 +32,47 @@ void report(const L2vpnDbModuleIntf *module, const char *operation,
         l2vpn_store_result_text(code));
 }
 
-/// Runs one operation on the table that the descriptor names.
-template <class Work>
-inline std::uint32_t perform(const char *operation, L2vpnDbModuleIntf *module,
-                             const L2vpnDbTblIntf *descriptor, Work work) {
-    if (inside_store) [[unlikely]]
-        return L2VPN_STORE_REENTERED; // not logged: the log service may call the store, too
-    std::uint32_t code = L2VPN_DB_OK;
+/// Counts and logs the end of an operation. Returns the result code.
+[[gnu::always_inline]] inline std::uint32_t finish(const char *operation,
+                                                   const L2vpnDbModuleIntf *module,
+                                                   const L2vpnDbTblIntf *descriptor, Table &table,
+                                                   Status status, std::uint32_t amount = 1) {
+    table.events().count(descriptor->stat, status.event, amount);
+    if (status.code != L2VPN_DB_OK) [[unlikely]]
+        report(module, operation, descriptor, status);
+    return status.code;
+}
+
+/// Returns the table that the descriptor names; or null, and the result code, logged.
+[[gnu::always_inline]] inline Table *enter(const char *operation, L2vpnDbModuleIntf *module,
+                                           const L2vpnDbTblIntf *descriptor, std::uint32_t &code) {
+    if (inside_store) [[unlikely]] {
+        code = L2VPN_STORE_REENTERED; // not logged: the log service may call the store, too
+        return nullptr;
+    }
     Table *const table = find_table(module, descriptor, code);
     if (table == nullptr) [[unlikely]] {
         if (code == L2VPN_STORE_NO_MEMORY && descriptor->stat != nullptr)
             descriptor->stat(L2VPN_STORE_STAT_NO_MEMORY, 1);
         report(module, operation, descriptor, rejected(code));
-        return code;
     }
-    const Status status = work(*table);
-    table->events().count(descriptor->stat, status.event);
-    if (status.code != L2VPN_DB_OK) [[unlikely]]
-        report(module, operation, descriptor, status);
-    return status.code;
+    return table;
+}
+
+/// Runs one operation on the table that the descriptor names.
+template <class Work>
+inline std::uint32_t perform(const char *operation, L2vpnDbModuleIntf *module,
+                             const L2vpnDbTblIntf *descriptor, Work work) {
+    std::uint32_t code = L2VPN_DB_OK;
+    Table *const table = enter(operation, module, descriptor, code);
+    return table == nullptr ? code : finish(operation, module, descriptor, *table, work(*table));
+}
+
+/// Checks a read's requests.
+inline std::uint32_t check_read(const Table &table, const L2vpnDbKeyData *key,
+                                const L2vpnDbRecData *record, CheckedKey &checked) {
+    const std::uint32_t code = check_key(table.indexes(), key, checked);
+    return code == L2VPN_DB_OK ? check_record(table.stored_length(), record) : code;
 }
 
 } // namespace
@@ -67,15 +91,76 @@ std::uint32_t DAL_VELD_Write(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
     });
 }
 
+std::uint32_t L2VPN_STORE_WriteIf(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
+                                  const L2vpnDbRecData *expected, const L2vpnDbRecData *record) {
+    return perform("conditional write to", module, table, [&](Table &target) {
+        std::uint32_t code = check_record(target.stored_length(), record);
+        if (code == L2VPN_DB_OK && expected != nullptr)
+            code = check_record(target.stored_length(), expected);
+        if (code != L2VPN_DB_OK)
+            return rejected(code);
+        return target.write_if(
+            Allocator(module),
+            static_cast<const char *>(expected != nullptr ? expected->data : nullptr),
+            static_cast<const char *>(record->data));
+    });
+}
+
 std::uint32_t DAL_VELD_Read(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
                             const L2vpnDbKeyData *key, L2vpnDbRecData *record) {
     return perform("read from", module, table, [&](Table &target) {
         CheckedKey checked{};
-        std::uint32_t code = check_key(target.indexes(), key, checked);
-        if (code == L2VPN_DB_OK)
-            code = check_record(target.stored_length(), record);
-        return code == L2VPN_DB_OK ? target.read(checked, record->data) : rejected(code);
+        const std::uint32_t code = check_read(target, key, record, checked);
+        return code == L2VPN_DB_OK ? target.read(*checked.index, checked.probe(), record->data)
+                                   : rejected(code);
     });
+}
+
+std::uint32_t L2VPN_STORE_ReadMany(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
+                                   const L2vpnDbKeyData *keys, const L2vpnDbRecData *records,
+                                   std::uint32_t count, std::uint32_t *codes) {
+    constexpr const char *operation = "read of many from";
+    constexpr std::uint32_t batch = 16; // enough to overlap the cache misses of a processor
+    struct Read {
+        const Index *index;
+        Probe<PackedKey> probe;
+        std::uint32_t code;
+    };
+    std::uint32_t result = L2VPN_DB_OK;
+    Table *const target = enter(operation, module, table, result);
+    if (target == nullptr)
+        return result;
+    if (count != 0 && (keys == nullptr || records == nullptr))
+        return finish(operation, module, table, *target, rejected(L2VPN_STORE_NULL_POINTER));
+    for (std::uint32_t first = 0, size = 0; first < count; first += size) {
+        size = std::min(count - first, batch);
+        Read reads[batch];
+        for (std::uint32_t i = 0; i < size; ++i) {
+            Read &read = reads[i];
+            CheckedKey checked{};
+            read.code = check_read(*target, &keys[first + i], &records[first + i], checked);
+            if (read.code != L2VPN_DB_OK)
+                continue;
+            read.index = checked.index;
+            read.probe = checked.probe();
+            read.index->prefetch_entry(read.probe.hash);
+        }
+        for (std::uint32_t i = 0; i < size; ++i)
+            if (reads[i].code == L2VPN_DB_OK)
+                target->prefetch_record(*reads[i].index, reads[i].probe.hash);
+        for (std::uint32_t i = 0; i < size; ++i) {
+            const Read &read = reads[i];
+            const Status status = read.code == L2VPN_DB_OK ? target->read(*read.index, read.probe,
+                                                                          records[first + i].data)
+                                                           : rejected(read.code);
+            const std::uint32_t code = finish(operation, module, table, *target, status);
+            if (codes != nullptr)
+                codes[first + i] = code;
+            if (result == L2VPN_DB_OK)
+                result = code;
+        }
+    }
+    return result;
 }
 
 std::uint32_t DAL_VELD_Update(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
@@ -127,8 +212,27 @@ std::uint32_t DAL_VELD_GetNextEntry(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *t
                                     L2vpnDbIter *iter, L2vpnDbRecData *record) {
     return perform("next record of", module, table, [&](Table &target) {
         const std::uint32_t code = check_record(target.stored_length(), record);
-        return code == L2VPN_DB_OK ? target.next(iter, record->data) : rejected(code);
+        std::uint32_t delivered = 0;
+        return code == L2VPN_DB_OK ? target.next(iter, record->data, 1, delivered) : rejected(code);
     });
+}
+
+std::uint32_t L2VPN_STORE_NextMany(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
+                                   L2vpnDbIter *iter, const L2vpnDbRecData *first,
+                                   std::uint32_t capacity, std::uint32_t *delivered) {
+    constexpr const char *operation = "next records of";
+    std::uint32_t code = L2VPN_DB_OK;
+    Table *const target = enter(operation, module, table, code);
+    if (target == nullptr)
+        return code;
+    code = check_record(target->stored_length(), first);
+    if (code == L2VPN_DB_OK && delivered == nullptr)
+        code = L2VPN_STORE_NULL_POINTER;
+    if (code != L2VPN_DB_OK)
+        return finish(operation, module, table, *target, rejected(code));
+    const Status status = target->next(iter, first->data, capacity, *delivered);
+    return finish(operation, module, table, *target, status,
+                  status.code == L2VPN_DB_OK ? *delivered : 1);
 }
 
 std::uint32_t DAL_VELD_ReleaseIterator(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,

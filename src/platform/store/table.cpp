@@ -1,12 +1,20 @@
 // SPDX-License-Identifier: MIT
 #include "platform/store/table.h"
 
+#include <algorithm>
 #include <memory>
 #include <new>
 
 #include "platform/store/record_object.h"
 
 namespace l2vpn::platform {
+
+namespace {
+
+/// How many records an iterator delivers, or skips, before it lets writers proceed.
+constexpr std::uint32_t delivery_batch = 32;
+
+} // namespace
 
 Table::Table(const TableLayout &layout, const Arena &arena, std::span<Index> indexes,
              std::uint32_t number)
@@ -18,15 +26,13 @@ Table *Table::create(const Allocator &allocator, const TableLayout &layout, std:
     std::size_t segments = 0;
     for (const KeyLayout &key : layout.keys)
         segments += max_segments(key);
-    const std::size_t rounding = std::size_t{3} * 64;
     Arena arena;
-    if (!arena.reserve(allocator, sizeof(Table) + keys * sizeof(Index) +
-                                      segments * sizeof(KeySegment) + rounding))
-        return nullptr;
     void *const table = arena.allocate(allocator, sizeof(Table));
     auto *const indexes = static_cast<Index *>(arena.allocate(allocator, keys * sizeof(Index)));
     auto *rest =
         static_cast<KeySegment *>(arena.allocate(allocator, segments * sizeof(KeySegment)));
+    if (table == nullptr || indexes == nullptr || rest == nullptr)
+        return nullptr;
     for (std::size_t k = 0; k < keys; ++k) {
         const KeyDefinition key = define_key(layout, k, rest);
         rest += key.rest.size();
@@ -37,15 +43,24 @@ Table *Table::create(const Allocator &allocator, const TableLayout &layout, std:
 
 // ---- Readers ----------------------------------------------------------------------------------
 
-[[gnu::flatten]] Status Table::read(const CheckedKey &key, void *record) {
-    const Index &index = *key.index;
-    const bool found =
-        lock_.read([this, &index, hash = index.key().hash(key.value), value = key.value, record] {
-            const Word *const words = index.find(records_, hash, value).words;
-            if (words != nullptr)
-                copy_out(record, words, stored_length_);
-            return words != nullptr;
-        });
+inline bool Table::copy_record(const Index &index, const Probe<PackedKey> &probe,
+                               void *record) const {
+    const Word *const words = index.find(records_, probe).words;
+    if (words != nullptr)
+        copy_out(record, words, stored_length_);
+    return words != nullptr;
+}
+
+// Not a part of read(), because the compiler would save registers for it before the first attempt.
+bool Table::copy_record_slow(const Index &index, const Probe<PackedKey> &probe, void *record) {
+    return lock_.read_slow([&] { return copy_record(index, probe, record); });
+}
+
+[[gnu::flatten]] Status Table::read(const Index &index, const Probe<PackedKey> &probe,
+                                    void *record) {
+    bool found = false;
+    if (!lock_.try_read([&] { return copy_record(index, probe, record); }, found)) [[unlikely]]
+        found = copy_record_slow(index, probe, record);
     if (index.is_primary())
         return found ? ok(L2VPN_STORE_STAT_READ)
                      : Status{L2VPN_STORE_NOT_FOUND, L2VPN_STORE_STAT_READ_MISSED};
@@ -59,8 +74,7 @@ Status Table::count(std::uint32_t &count) const {
 }
 
 Status Table::count_by(const CheckedKey &key, std::uint32_t &count) {
-    count = lock_.read([this, &index = *key.index, hash = key.index->key().hash(key.value),
-                        value = key.value] { return index.count(records_, hash, value); });
+    count = lock_.read([&] { return key.index->count(records_, key.value); });
     return ok(L2VPN_STORE_STAT_KEY_COUNTED);
 }
 
@@ -74,18 +88,30 @@ Status Table::write(const Allocator &allocator, const char *record) {
     return insert(allocator, record) ? ok(L2VPN_STORE_STAT_INSERTED) : out_of_memory;
 }
 
+Status Table::write_if(const Allocator &allocator, const char *expected, const char *record) {
+    constexpr Status conflict{L2VPN_STORE_CONFLICT, L2VPN_STORE_STAT_UPDATE_REFUSED};
+    const SeqLock::WriteLock lock(lock_);
+    const RecordId id = primary().stage(records_, record);
+    if ((id != no_record) != (expected != nullptr))
+        return conflict;
+    if (id == no_record)
+        return insert(allocator, record) ? ok(L2VPN_STORE_STAT_INSERTED) : out_of_memory;
+    if (std::memcmp(records_.words(id), expected, stored_length_) != 0)
+        return conflict;
+    return replace(allocator, id, record) ? ok(L2VPN_STORE_STAT_REPLACED) : out_of_memory;
+}
+
 /// Inserts a record that the primary index has staged.
 bool Table::insert(const Allocator &allocator, const char *record) {
     for (Index &index : secondary())
         index.stage(records_, record);
-    const SeqLock::WriteSection section(lock_);
     if (!records_.reserve(allocator, arena_))
         return false;
     for (Index &index : indexes_)
-        if (!index.reserve(allocator, arena_))
+        if (!index.reserve(allocator, arena_, lock_))
             return false;
-    const RecordId id = records_.allocate();
-    copy_in(records_.words(id), record, stored_length_);
+    const RecordId id = records_.allocate(record);
+    const SeqLock::WriteSection section(lock_);
     for (Index &index : indexes_)
         index.link(records_, id);
     store(count_, count_ + 1);
@@ -95,20 +121,16 @@ bool Table::insert(const Allocator &allocator, const char *record) {
 /// Replaces the contents of a record; its primary key stays the same.
 bool Table::replace(const Allocator &allocator, RecordId id, const char *record) {
     Word *const words = records_.words(id);
-    bool changes = false;
     for (Index &index : secondary())
-        changes |= index.stage_change(records_, record, words);
-    const SeqLock::WriteSection section(lock_);
-    if (!changes) {
-        copy_in(words, record, stored_length_);
-        return true;
-    }
-    for (Index &index : secondary())
-        if (index.changes() && !index.reserve(allocator, arena_))
+        if (index.stage_change(records_, record, words) && !index.reserve(allocator, arena_, lock_))
             return false;
     for (Index &index : secondary())
         if (index.changes())
-            index.unlink(records_, id, index.key().hash(words));
+            index.stage_unlink(records_, cursors_, id);
+    const SeqLock::WriteSection section(lock_);
+    for (Index &index : secondary())
+        if (index.changes())
+            index.unlink(records_, id);
     copy_in(words, record, stored_length_);
     for (Index &index : secondary())
         if (index.changes())
@@ -118,42 +140,62 @@ bool Table::replace(const Allocator &allocator, RecordId id, const char *record)
 
 Status Table::remove(const CheckedKey &key) {
     const SeqLock::WriteLock lock(lock_);
-    const Hash hash = primary().key().hash(key.value);
-    const auto [id, words] = primary().find(records_, hash, key.value);
+    const RecordId id = primary().find(records_, key.probe()).id;
     if (id == no_record)
         return {L2VPN_STORE_NOT_FOUND, L2VPN_STORE_STAT_DELETE_MISSED};
-    const SeqLock::WriteSection section(lock_);
-    for (Index &index : secondary())
-        index.unlink(records_, id, index.key().hash(words));
-    primary().unlink(records_, id, hash);
+    for (Index &index : indexes_)
+        index.stage_unlink(records_, cursors_, id);
+    {
+        const SeqLock::WriteSection section(lock_);
+        for (Index &index : indexes_)
+            index.unlink(records_, id);
+        store(count_, count_ - 1);
+    }
     records_.free(id);
-    store(count_, count_ - 1);
     return ok(L2VPN_STORE_STAT_DELETED);
 }
 
+// The setter runs without a lock, on a copy of the record: it may call the store, and nothing waits
+// for it, even if it does not return.
 Status Table::update(L2vpnDbModuleIntf *module, const L2vpnDbTblIntf &descriptor,
                      const CheckedKey &key, const L2vpnDbRecData &record,
                      const L2vpnDbUpdData &update) {
-    const SeqLock::WriteLock lock(lock_);
-    const RecordId id = primary().find(records_, primary().key().hash(key.value), key.value).id;
-    if (id == no_record)
-        return {L2VPN_STORE_NOT_FOUND, L2VPN_STORE_STAT_UPDATE_MISSED};
-    const auto release = [&](L2vpnDbRecObj *object) { descriptor.releaseObject(module, object); };
-    const std::unique_ptr<L2vpnDbRecObj, decltype(release)> object(descriptor.createObject(module),
-                                                                   release);
+    const auto release = [&](L2vpnDbRecObj *object) {
+        const ReentrancyGuard guard; // calls the memory service
+        descriptor.releaseObject(module, object);
+    };
+    const auto create = [&] {
+        const ReentrancyGuard guard;
+        return descriptor.createObject(module);
+    };
+    const std::unique_ptr<L2vpnDbRecObj, decltype(release)> object(create(), release);
     if (object == nullptr)
         return out_of_memory;
-    const L2vpnDbRecData stored{records_.words(id), stored_length_, 0};
+    if (read(primary(), key.probe(), object->bytes()).code != L2VPN_DB_OK)
+        return {L2VPN_STORE_NOT_FOUND, L2VPN_STORE_STAT_UPDATE_MISSED};
+    const L2vpnDbRecData stored{object->bytes(), stored_length_, 0};
     std::uint32_t code = descriptor.setAllFields(object.get(), &stored);
     if (code != L2VPN_DB_OK)
         return {code, L2VPN_STORE_STAT_BAD_REQUEST};
+    object->changed = L2vpnDbRecObj::Changed::nothing;
     code = update.setFields(&record, object.get(), update.fieldIds, update.fieldCount);
     if (code != L2VPN_DB_OK)
         return {code, L2VPN_STORE_STAT_UPDATE_REFUSED};
-    const char *const changed = object->bytes();
-    if (!primary().key().matches(changed, records_.words(id)))
+    return change(Allocator(module), key, *object);
+}
+
+/// Applies what a setter has changed in a record object to the record as it is now.
+Status Table::change(const Allocator &allocator, const CheckedKey &key, L2vpnDbRecObj &object) {
+    const SeqLock::WriteLock lock(lock_);
+    const Probe probe = key.probe();
+    const auto [id, words] = primary().find(records_, probe);
+    if (id == no_record)
+        return {L2VPN_STORE_NOT_FOUND, L2VPN_STORE_STAT_UPDATE_MISSED};
+    object.merge(words);
+    const char *const changed = object.bytes();
+    if (!primary().key().matches(primary().key().probe(changed), words))
         return {L2VPN_STORE_KEY_CHANGED, L2VPN_STORE_STAT_UPDATE_REFUSED};
-    return replace(Allocator(module), id, changed) ? ok(L2VPN_STORE_STAT_UPDATED) : out_of_memory;
+    return replace(allocator, id, changed) ? ok(L2VPN_STORE_STAT_UPDATED) : out_of_memory;
 }
 
 // ---- Iterators --------------------------------------------------------------------------------
@@ -165,7 +207,7 @@ Status Table::open(const Allocator &allocator, const CheckedKey *key, L2vpnDbIte
         return out_of_memory;
     handle = cursors_.handle(*cursor);
     if (key != nullptr) {
-        key->index->open(*cursor, records_, key->value);
+        key->index->open(*cursor, cursors_, records_, key->value);
         return ok(L2VPN_STORE_STAT_KEY_ITER_OPENED);
     }
     cursor->index = nullptr;
@@ -175,27 +217,57 @@ Status Table::open(const Allocator &allocator, const CheckedKey *key, L2vpnDbIte
     return ok(L2VPN_STORE_STAT_ITER_OPENED);
 }
 
-Status Table::next(L2vpnDbIter *handle, void *record) {
-    const SeqLock::WriteLock lock(lock_);
-    Cursor *const cursor = cursors_.find(handle);
-    if (cursor == nullptr)
-        return {L2VPN_STORE_BAD_ITERATOR, L2VPN_STORE_STAT_BAD_ITERATOR};
-    const RecordId id =
-        cursor->index != nullptr ? cursor->index->advance(*cursor, records_) : advance(*cursor);
-    if (id == no_record)
+Status Table::next(L2vpnDbIter *handle, void *records, std::uint32_t capacity,
+                   std::uint32_t &delivered) {
+    auto *to = static_cast<char *>(records);
+    delivered = 0;
+    bool at_end = false;
+    do {
+        const SeqLock::WriteLock lock(lock_); // for one batch, so that writers need not wait long
+        Cursor *const cursor = cursors_.find(handle);
+        if (cursor == nullptr && delivered == 0)
+            return {L2VPN_STORE_BAD_ITERATOR, L2VPN_STORE_STAT_BAD_ITERATOR};
+        if (cursor == nullptr) // another thread has just released it
+            break;
+        RecordId ids[delivery_batch];
+        const std::uint32_t count = advance(
+            *cursor, std::span(ids).first(std::min(capacity - delivered, delivery_batch)), at_end);
+        for (const RecordId id : std::span(ids).first(count)) {
+            copy_out(to, records_.words(id), stored_length_);
+            to += stored_length_;
+        }
+        delivered += count;
+        records_.prefetch(cursor->next);
+    } while (!at_end && delivered < capacity);
+    if (at_end && delivered == 0)
         return {L2VPN_STORE_END, L2VPN_STORE_STAT_ITER_ENDED};
-    copy_out(record, records_.words(id), stored_length_);
     return ok(L2VPN_STORE_STAT_DELIVERED);
 }
 
-/// Moves a cursor over the whole table. Returns the next record, no_record at the end.
-RecordId Table::advance(Cursor &cursor) const {
-    for (; cursor.next != cursor.last; ++cursor.next) {
-        const Word sequence = records_.insert_sequence(cursor.next);
-        if (sequence != 0 && sequence <= cursor.last_sequence)
-            return cursor.next++;
+/// Moves a cursor over records until `ids` is full or many slots were skipped. Returns the number
+/// of records.
+std::uint32_t Table::advance(Cursor &cursor, std::span<RecordId> ids, bool &at_end) {
+    std::uint32_t count = 0;
+    for (std::uint32_t step = 0; step < delivery_batch && count < ids.size(); ++step) {
+        RecordId id = cursor.next;
+        if (cursor.index != nullptr) {
+            id = cursor.index->advance(cursor, cursors_, records_);
+            at_end = id == no_record;
+        } else {
+            const bool found = records_.find_in_use(id, cursor.last);
+            cursor.next = found ? id + 1 : id;
+            at_end = id == cursor.last;
+            if (!found)
+                break;
+            if (records_.insert_sequence(id) > cursor.last_sequence)
+                continue;
+        }
+        if (at_end)
+            break;
+        records_.prefetch(id);
+        ids[count++] = id;
     }
-    return no_record;
+    return count;
 }
 
 Status Table::release(L2vpnDbIter *handle) {
@@ -203,8 +275,8 @@ Status Table::release(L2vpnDbIter *handle) {
     Cursor *const cursor = cursors_.find(handle);
     if (cursor == nullptr)
         return {L2VPN_STORE_BAD_ITERATOR, L2VPN_STORE_STAT_BAD_ITERATOR};
-    if (cursor->index != nullptr)
-        cursor->index->close(*cursor);
+    if (cursor->index != nullptr && cursor->next != no_record)
+        cursors_.remove_from_group(*cursor);
     cursors_.free(*cursor);
     return ok(L2VPN_STORE_STAT_ITER_RELEASED);
 }

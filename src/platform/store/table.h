@@ -31,7 +31,13 @@ public:
     // Any thread may call these. The caller must have checked keys and records (request_checks.h).
 
     Status write(const Allocator &allocator, const char *record);
-    Status read(const CheckedKey &key, void *record);
+    /// Writes only if the stored record equals `expected`; if that is null, only if there is none.
+    Status write_if(const Allocator &allocator, const char *expected, const char *record);
+    Status read(const Index &index, const Probe<PackedKey> &probe, void *record);
+    /// Prefetches the record that read() will find; the index entry should be in the cache.
+    void prefetch_record(const Index &index, Hash hash) const {
+        index.prefetch_record(records_, hash);
+    }
     Status update(L2vpnDbModuleIntf *module, const L2vpnDbTblIntf &descriptor,
                   const CheckedKey &key, const L2vpnDbRecData &record,
                   const L2vpnDbUpdData &update);
@@ -41,7 +47,9 @@ public:
 
     /// `key` is null for the whole table.
     Status open(const Allocator &allocator, const CheckedKey *key, L2vpnDbIter *&handle);
-    Status next(L2vpnDbIter *handle, void *record);
+    /// Delivers up to `capacity` records, one after the other, in `records`.
+    Status next(L2vpnDbIter *handle, void *records, std::uint32_t capacity,
+                std::uint32_t &delivered);
     Status release(L2vpnDbIter *handle);
 
 private:
@@ -51,9 +59,13 @@ private:
     [[nodiscard]] Index &primary() const { return indexes_[0]; }
     [[nodiscard]] std::span<Index> secondary() const { return indexes_.subspan(1); }
 
+    bool copy_record(const Index &index, const Probe<PackedKey> &probe, void *record) const;
+    [[gnu::noinline, gnu::cold]] bool copy_record_slow(const Index &index,
+                                                       const Probe<PackedKey> &probe, void *record);
     bool insert(const Allocator &allocator, const char *record);
     bool replace(const Allocator &allocator, RecordId id, const char *record);
-    RecordId advance(Cursor &cursor) const;
+    Status change(const Allocator &allocator, const CheckedKey &key, L2vpnDbRecObj &object);
+    std::uint32_t advance(Cursor &cursor, std::span<RecordId> ids, bool &at_end);
 
     const TableLayout &layout_;
     std::span<Index> indexes_; ///< in key index order

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-// Loads, stores and copies of data that another thread may access concurrently. A seqlock reader
-// that raced discards its result.
+// Loads, stores and copies of memory that another thread may access concurrently. A seqlock reader
+// that raced discards what it has loaded. All accesses except copies of records are relaxed
+// atomics.
 #pragma once
 
-#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -50,60 +50,30 @@ inline Word load_bytes(const char *from, std::size_t count) {
     return count == 0 ? 0 : load_unaligned<std::uint8_t>(from);
 }
 
+// Records are copied by the C library's memcpy, although a reader may race: wide copies take few
+// entries of the processor's load and store queues, so that independent reads overlap. That is
+// sound because a torn copy is discarded, because the compiler cannot see into the call, and
+// because the fences of the seqlock order it.
+
 #if defined(__SANITIZE_THREAD__)
-#define L2VPN_ATOMIC_WORDS 1
-#elif defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-#define L2VPN_ATOMIC_WORDS 1
+extern "C" void AnnotateIgnoreReadsBegin(const char *file, int line);
+extern "C" void AnnotateIgnoreReadsEnd(const char *file, int line);
 #endif
-#endif
-
-#ifdef L2VPN_ATOMIC_WORDS
-
-// ThreadSanitizer accepts atomic accesses only, which take several times as long.
-
-/// Loads the 8 bytes at `offset` bytes from `words`. May read the 8 bytes after them.
-inline Word load_within(const Word *words, std::size_t offset) {
-    const Word *const at = words + offset / sizeof(Word);
-    const std::size_t shift = offset % sizeof(Word) * 8;
-    return shift == 0 ? load(at[0]) : load(at[0]) >> shift | load(at[1]) << (64 - shift);
-}
 
 /// Copies a record out of its slot.
 inline void copy_out(void *to, const Word *words, std::size_t length) {
-    char *const at = static_cast<char *>(to);
-    for (std::size_t done = 0; done < length; done += sizeof(Word)) {
-        const Word word = load(words[done / sizeof word]);
-        std::memcpy(at + done, &word, std::min(sizeof word, length - done));
-    }
+#if defined(__SANITIZE_THREAD__)
+    AnnotateIgnoreReadsBegin(__FILE__, __LINE__);
+#endif
+    std::memcpy(to, words, length);
+#if defined(__SANITIZE_THREAD__)
+    AnnotateIgnoreReadsEnd(__FILE__, __LINE__);
+#endif
 }
 
 /// Copies a record into its slot. The rest of the last word is undefined.
 inline void copy_in(Word *words, const void *from, std::size_t length) {
-    const char *const at = static_cast<const char *>(from);
-    for (std::size_t done = 0; done < length; done += sizeof(Word))
-        store(words[done / sizeof(Word)],
-              load_bytes(at + done, std::min(sizeof(Word), length - done)));
-}
-
-#else
-
-inline Word load_within(const Word *words, std::size_t offset) {
-    struct [[gnu::packed, gnu::may_alias]] Unaligned {
-        Word word;
-    };
-    const char *const at = reinterpret_cast<const char *>(words) + offset;
-    return reinterpret_cast<const volatile Unaligned *>(at)->word;
-}
-
-inline void copy_out(void *to, const Word *words, std::size_t length) {
-    std::memcpy(to, words, length);
-}
-
-inline void copy_in(Word *words, const void *from, std::size_t length) {
     std::memcpy(words, from, length);
 }
-
-#endif
 
 } // namespace l2vpn::platform
