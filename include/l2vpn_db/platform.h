@@ -79,7 +79,10 @@ uint32_t DAL_VELD_Count(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table, uint32
 uint32_t DAL_VELD_CountByKey(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
                              const L2vpnDbKeyData *key, uint32_t *count);
 
-/** Adds an amount to a counter, atomically and modulo 2^32; returns the sum. */
+/**
+ * Adds an amount to a counter, atomically and modulo 2^32; returns the sum. The counter may lie in
+ * memory that several processes share.
+ */
 uint32_t ZAV_AtomicAdd(uint32_t *counter, uint32_t amount);
 
 /**

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <array>
+#include <csignal>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -15,6 +17,8 @@
 #include <thread>
 
 #include <dlfcn.h>
+#include <sys/mman.h>
+#include <sys/single_threaded.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -215,6 +219,71 @@ void use_records_after_close() {
 
 TEST(Loader, RecordsAndEventsSurviveDlclose) {
     in_child(use_records_after_close);
+}
+
+/// Makes the page of a counter read-only, calls `add`, and adds 1000 when its store faults, as
+/// another process may: between the load and the store of an addition that is not atomic.
+template <class Add>
+void add_with_interference(std::uint32_t *counter, Add add) {
+    static std::uintptr_t page_size;
+    static void *page;
+    static std::uint32_t faults;
+    page_size = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+    page =
+        reinterpret_cast<char *>(counter) - reinterpret_cast<std::uintptr_t>(counter) % page_size;
+    faults = 0;
+    struct sigaction interfere {};
+    interfere.sa_flags = SA_SIGINFO;
+    interfere.sa_sigaction = [](int, siginfo_t *fault, void *) {
+        ++faults;
+        mprotect(page, page_size, PROT_READ | PROT_WRITE);
+        *static_cast<std::uint32_t *>(fault->si_addr) += 1000;
+    };
+    struct sigaction before {};
+    ASSERT_EQ(sigaction(SIGSEGV, &interfere, &before), 0);
+    ASSERT_EQ(mprotect(page, page_size, PROT_READ), 0);
+    add();
+    ASSERT_EQ(sigaction(SIGSEGV, &before, nullptr), 0);
+    ASSERT_EQ(faults, 1U);
+}
+
+#ifdef __x86_64__
+constexpr std::uint32_t plain = 0;
+#else
+constexpr std::uint32_t plain = 1000; // all additions are atomic
+#endif
+
+/// While the process has one thread, additions to the library's counters are plain, because they
+/// are private to the process. Those to shared memory are atomic.
+void add_in_one_thread() {
+    const Opened store(platform, RTLD_NOW | RTLD_GLOBAL);
+    ASSERT_TRUE(store) << store.error;
+    const Opened db(library, RTLD_NOW);
+    ASSERT_TRUE(db) << db.error;
+    ASSERT_TRUE(__libc_single_threaded);
+    auto *const stat = db.function<decltype(L2VPN_DB_L2vpnStpStat)>("L2VPN_DB_L2vpnStpStat");
+    std::uint32_t *const counter = db.function<L2vpnStpGlbCb>("g_l2vpnL2vpnStpGlbCb")->cb.stat;
+    const auto add = [&] { stat(0, 1); };
+    add();
+    add_with_interference(counter, add);
+    EXPECT_EQ(*counter, 2 + plain);
+
+    void *const page = mmap(nullptr, sizeof(std::uint32_t), PROT_READ | PROT_WRITE,
+                            MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(page, MAP_FAILED);
+    auto *const shared = static_cast<std::uint32_t *>(page);
+    auto *const atomic_add = store.function<decltype(ZAV_AtomicAdd)>("ZAV_AtomicAdd");
+    add_with_interference(shared, [&] { EXPECT_EQ(atomic_add(shared, 1), 1001U); });
+    EXPECT_EQ(*shared, 1001U);
+
+    std::thread([] {}).join();
+    ASSERT_FALSE(__libc_single_threaded);
+    add_with_interference(counter, add);
+    EXPECT_EQ(*counter, 3 + plain + 1000);
+}
+
+TEST(Loader, AdditionsToSharedMemoryAreAtomic) {
+    in_child(add_in_one_thread);
 }
 
 } // namespace

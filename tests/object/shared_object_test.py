@@ -24,9 +24,9 @@ LIBC = {"__register_atfork", "pthread_mutex_lock", "pthread_mutex_unlock"}
 SPIN_LOCK = {"pthread_spin_init", "pthread_spin_lock", "pthread_spin_unlock"}
 # The embedded platform may import a subset of these.
 PLATFORM_LIBC = LIBC | {
-    "__cxa_atexit", "__errno_location", "__libc_single_threaded", "__vsnprintf_chk", "clock_gettime",
-    "free", "getauxval", "getrandom", "madvise", "malloc", "memcmp", "memcpy", "memmove", "memset",
-    "mmap", "munmap", "pthread_key_create", "pthread_setspecific", "strchr", "strlen"}
+    "__cxa_atexit", "__errno_location", "__libc_single_threaded", "__vsnprintf_chk", "_dl_find_object",
+    "clock_gettime", "free", "getauxval", "getrandom", "madvise", "malloc", "memcmp", "memcpy", "memmove",
+    "memset", "mmap", "munmap", "pthread_key_create", "pthread_setspecific", "strchr", "strlen"}
 PLATFORM_LIBSTDCXX = {"_ZSt20__throw_system_errori"}
 MODULE = {"L2VPN_DB_ModuleIntf", "L2VPN_DB_MemIntfReg", "L2VPN_DB_LogIntfReg",
           "g_l2vpnDbModuleIntf"}
