@@ -23,14 +23,15 @@ constexpr struct {
 } benchmarks[] = {
     {"conversion", measure_conversion}, {"format", measure_format},
     {"memory", measure_memory},         {"groups", measure_groups},
-    {"threads", measure_threads},       {"reads", measure_reads},
-    {"growth", measure_growth},         {"databases", measure_databases},
+    {"threads", measure_threads},       {"latency", measure_latency},
+    {"reads", measure_reads},           {"growth", measure_growth},
+    {"databases", measure_databases},
 };
 
 void run(std::vector<std::string_view> arguments) {
-    Scale scale{{1000, 100'000, 1'000'000}, 200, 100'000};
+    Scale scale{{1000, 100'000, 1'000'000}, 200, 100'000, 5'000'000};
     if (std::erase(arguments, "--quick") != 0)
-        scale = {{1000, 10'000}, 20, 10'000};
+        scale = {{1000, 10'000}, 20, 10'000, 50'000};
     for (const std::string_view name : arguments)
         if (std::ranges::find(benchmarks, name, [](const auto &b) { return b.name; }) ==
             std::end(benchmarks))

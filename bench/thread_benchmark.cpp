@@ -5,16 +5,13 @@
 #include <array>
 #include <barrier>
 #include <memory>
-#include <stdexcept>
 #include <thread>
 
-#include <fmt/format.h>
-#include <pthread.h>
-#include <sched.h>
-
 #include "bench/benchmarks.h"
+#include "bench/processors.h"
 #include "bench/sample_records.h"
 #include "bench/slice.h"
+#include <fmt/format.h>
 
 namespace l2vpn::bench {
 
@@ -24,35 +21,15 @@ constexpr std::size_t operations = 1000; ///< per thread and slice
 constexpr std::size_t write_every = 20;
 constexpr double min_scaling = 1.8; ///< of pure computation, for a slice to count
 
-/// The processors in the affinity mask of this process.
-std::vector<std::size_t> processors() {
-    cpu_set_t set;
-    CPU_ZERO(&set);
-    sched_getaffinity(0, sizeof set, &set);
-    std::vector<std::size_t> result;
-    for (std::size_t n = 0; n < CPU_SETSIZE; ++n)
-        if (CPU_ISSET(n, &set))
-            result.push_back(n);
-    return result;
-}
-
-void bind_to(std::size_t processor) {
-    cpu_set_t set;
-    CPU_ZERO(&set);
-    CPU_SET(processor, &set);
-    if (pthread_setaffinity_np(pthread_self(), sizeof set, &set) != 0)
-        throw std::runtime_error("cannot bind a thread to a processor");
-}
-
 /// Runs work(thread, n) on several threads at once, each bound to its own processor.
 template <class Work>
 Slice on_threads(std::size_t threads, Work work) {
-    return [threads, work, allowed = processors(), first = std::size_t{0}]() mutable {
+    return [threads, work, first = std::size_t{0}]() mutable {
         std::barrier start(static_cast<std::ptrdiff_t>(threads));
         std::vector<double> begun(threads);
         std::vector<double> ended(threads);
         const auto run = [&](std::size_t thread) {
-            bind_to(allowed[thread]);
+            bind_to(processors()[thread]);
             start.arrive_and_wait();
             begun[thread] = wall_time();
             for (std::size_t n = first; n < first + operations; ++n)
@@ -107,12 +84,9 @@ Slices set_up(std::uint32_t size) {
             {"computed, 2 threads", on_threads(2, compute)}};
 }
 
-} // namespace
-
 // Other programs preempt the threads now and then. A slice counts only if, before and after it, two
 // threads compute almost twice as much as one.
-void measure_threads(const Scale &scale) {
-    const std::uint32_t size = scale.sizes[1];
+void measure_mix(std::uint32_t size, std::size_t slices) {
     const char *const subject = "95 % read, 5 % overwrite, two threads";
     Figure figure{subject, "one thread", size, {}};
     if (processors().size() < 2) {
@@ -129,7 +103,7 @@ void measure_threads(const Scale &scale) {
         scaling.push_back(worker.run("computed, 1 thread") / worker.run("computed, 2 threads"));
         return scaling.back() >= min_scaling;
     };
-    for (std::size_t n = 0; n < 2 * scale.slices; ++n) {
+    for (std::size_t n = 0; n < 2 * slices; ++n) {
         const bool before = calibrate();
         const std::array times{worker.run("mixed, 1 thread"), worker.run("mixed, 2 threads")};
         if (!calibrate() || !before)
@@ -139,7 +113,7 @@ void measure_threads(const Scale &scale) {
         ratios.push_back(times[1] / times[0]);
     }
     const double computed = quartiles(scaling).median;
-    if (ratios.size() < scale.slices / 4) {
+    if (ratios.size() < slices / 4) {
         figure.remark = fmt::format(
             "skipped (<= 0.8): two threads compute {:.2f} times as much as one", computed);
     } else {
@@ -147,9 +121,16 @@ void measure_threads(const Scale &scale) {
         figure.goal = at_most(0.8);
         figure.remark =
             fmt::format("{} of {} slices; two threads compute {:.2f} times as much as one",
-                        ratios.size(), 2 * scale.slices, computed);
+                        ratios.size(), 2 * slices, computed);
     }
     report(figure);
+}
+
+} // namespace
+
+void measure_threads(const Scale &scale) {
+    for (const std::uint32_t size : {scale.sizes[0], scale.sizes[1]})
+        measure_mix(size, scale.slices);
 }
 
 } // namespace l2vpn::bench

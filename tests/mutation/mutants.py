@@ -81,7 +81,7 @@ def cpp(root: Path, path: Path):
         if match := CONDITION.match(line[:end]):
             yield mutant(path, lines, number, "condition", f"{match[1]}!({match[2]}){match[3]}")
         if match := RETURN.match(line[:end]):
-            if match[2] not in ("0", "{}", "nullptr", "L2VPN_DB_OK"):
+            if match[2] not in ("0", "{}", "false", "nullptr", "L2VPN_DB_OK"):
                 yield mutant(path, lines, number, "result", f"{match[1]}{{}};")
         if STATEMENT.match(line[:end]) and not line.strip().startswith(("return ", "break")):
             yield mutant(path, lines, number, "statement", re.match(r"\s*", line)[0] + ";")

@@ -34,17 +34,17 @@ MINIMUM_SCORES = {"templates": 98, "store": 98, "generator": 98, "catalog": 100}
 CPU_SECONDS, SECONDS, BYTES = 15, 40, 4 << 30
 
 
-def limit() -> None:
-    resource.setrlimit(resource.RLIMIT_CPU, (CPU_SECONDS, CPU_SECONDS))
+def limit(cpu_seconds: int) -> None:
+    resource.setrlimit(resource.RLIMIT_CPU, (cpu_seconds, cpu_seconds))
     resource.setrlimit(resource.RLIMIT_AS, (BYTES, BYTES))
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
 
 
-def passes(command: list, seconds: int = SECONDS, **more) -> bool:
+def passes(command: list, seconds: int = SECONDS, cpu_seconds: int = CPU_SECONDS, **more) -> bool:
     try:
         return subprocess.run([str(word) for word in command], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                              stdin=subprocess.DEVNULL, check=False, timeout=seconds, preexec_fn=limit,
-                              **more).returncode == 0
+                              stdin=subprocess.DEVNULL, check=False, timeout=seconds,
+                              preexec_fn=lambda: limit(cpu_seconds), **more).returncode == 0
     except subprocess.TimeoutExpired:
         return False
 
@@ -72,11 +72,11 @@ class Cpp:
         path.parent.mkdir(parents=True, exist_ok=True)
         path.write_text(mutant.text, encoding="utf-8")
         try:
-            return self.run_tests(folder)
+            return self.run_tests(folder, mutant.path)
         finally:
             path.unlink()
 
-    def run_tests(self, folder: Path) -> str:
+    def run_tests(self, folder: Path, mutated: Path | None = None) -> str:
         raise NotImplementedError
 
 
@@ -112,7 +112,7 @@ class Templates(Cpp):
         if not self.compiles(folder, [*self.shared, "-c", folder / "others.cpp", "-o", folder / "others.o"]):
             sys.exit("mutate: the library does not compile")
 
-    def run_tests(self, folder: Path) -> str:
+    def run_tests(self, folder: Path, mutated: Path | None = None) -> str:
         some = ":".join(f"*{table}*" for table in self.some)
         return (self.library_tests(folder, [folder / "some.cpp", folder / "others.o"], [f"--gtest_filter={some}"])
                 or self.parts_tests(folder) or self.library_tests(folder, [folder / "all.cpp"], []))
@@ -136,88 +136,95 @@ class Templates(Cpp):
 
 class Store(Cpp):
     """Compiles the mutated store into the platform and into the tests of its parts, and runs the platform's
-    tests, first with a few tables that together have every kind of key, then with all tables."""
+    tests with a few tables that together have every kind of key: the store's code does not depend on the table."""
 
-    SHARDS = 4
+    LIMITS = {"cpu_seconds": 5, "seconds": 25}
 
     def __init__(self, build: Path):
         super().__init__(build)
         self.headers += ["-O1", "-fPIC"]
-        tables = [table for table in catalog.load(ROOT, []) if table.typed]
-        some = {table.name for table in covering(tables)}
-        others = {table.name for table in tables} - some
-        self.some = ":".join(f"*/{name}" for name in sorted(some))
-        self.fresh = [case for case in cases(build / "platform_tests", "*Fresh*") if case.split("/")[-1] not in others]
+        self.sources = [*sources_in(STORE), *sources_in(RUNTIME), Path("platform/record_objects.cpp")]
         self.parts = [path for path in sources_in("tests/parts") if str(path) not in Templates.PARTS]
+        program = build / "platform_tests"
+        tables = [table for table in catalog.load(ROOT, []) if table.typed]
+        some = [f"*/{table.name}" for table in covering(tables)]
+        others = ":".join({f"*/{table.name}" for table in tables} - set(some))
+        # One process for each table, one for the tests without a table, one for each test in an unused store.
+        patterns = [*(f"{table}-*Fresh*" for table in some), "-*Fresh*:*/l2vpn_*", *cases(program, f"*Fresh*-{others}")]
+        self.programs = [[program, f"--gtest_filter={pattern}"] for pattern in patterns]
 
     def prepare(self, folder: Path) -> None:
-        # The linker's start-up files define what dso_handle.cpp defines.
-        write_unit(folder / "platform.cpp", [*sources_in(STORE), "platform/record_objects.cpp",
-                                             *(path for path in sources_in(RUNTIME) if path.stem != "dso_handle")])
+        write_unit(folder / "platform.cpp", self.sources)
         write_unit(folder / "parts.cpp", self.parts)
-        if not self.object(folder / "parts.cpp", folder / "parts.o"):
-            sys.exit("mutate: the tests of the store's parts do not compile")
+        if not (self.object(folder, folder / "parts.cpp", "parts.o") and
+                all(self.object(folder, self.path(source), f"{source.stem}.o") for source in self.sources)):
+            sys.exit("mutate: the store does not compile")
 
-    def object(self, source: Path, made: Path) -> bool:
-        return self.compiles(source.parent, ["-c", source, "-o", made])
+    def path(self, source: Path) -> Path:
+        return ROOT / source if (ROOT / source).exists() else self.gen / source
 
-    def run_tests(self, folder: Path) -> str:
-        return next((killer for killer in self.steps(folder) if killer), "")
+    def object(self, folder: Path, source: Path, made: str) -> bool:
+        return self.compiles(folder, ["-c", source, "-o", folder / made])
 
-    def steps(self, folder: Path):
-        """Yields the killer, or "", of one step after the other, the fastest first."""
+    def run_tests(self, folder: Path, mutated: Path | None = None) -> str:
+        return next((killer for killer in self.steps(folder, mutated) if killer), "")
+
+    def steps(self, folder: Path, mutated: Path | None):
+        """Yields the killer, or "", of one step after the other."""
+        in_header = mutated is not None and mutated.suffix == ".h"
+        if mutated is None or in_header:
+            source, objects = folder / "platform.cpp", [folder / "mutant.o"]
+        else:
+            source = folder / "mutant" / mutated
+            objects = [folder / "mutant.o", *(folder / f"{path.stem}.o" for path in self.sources if path != mutated)]
         library, parts = folder / self.platform.name, folder / "parts_tests"
-        environment = {**os.environ, "LD_PRELOAD": str(library)}
+        yield "" if self.object(folder, source, "mutant.o") and compiles([
+            "-shared", *objects, "-o", library, f"-Wl,-soname,{library.name}",
+            f"-Wl,--version-script={ROOT}/src/platform/exports.map"]) else "compiler"
 
-        def platform_tests(pattern, **more):
-            return "" if passes([self.build / "platform_tests", "--gtest_fail_fast", f"--gtest_filter={pattern}"],
-                                env=environment | more) else "tests"
+        def tests(command):
+            return "" if passes([*command, "--gtest_fail_fast"], **self.LIMITS,
+                                env={**os.environ, "LD_PRELOAD": str(library)}) else "tests"
 
-        exports = f"-Wl,--version-script={ROOT}/src/platform/exports.map"
-        yield "" if self.object(folder / "platform.cpp", folder / "platform.o") and compiles(
-            ["-shared", f"-Wl,-soname,{library.name}", exports, folder / "platform.o", "-o", library]) else "compiler"
-        yield platform_tests(f"{self.some}-*Fresh*")
-        # The parts' tests depend on the headers only.
-        made = folder / "parts.o"
-        if any((folder / "mutant").rglob("*.h")):
-            made = folder / "mutated_parts.o"
-            yield "" if self.object(folder / "parts.cpp", made) else "compiler"
-        yield "" if compiles([made, folder / "platform.o", *self.gtest, self.library, f"-Wl,-rpath,{self.build}",
+        yield tests(self.programs[0])
+        made = "mutated_parts.o" if in_header else "parts.o"
+        yield "" if not in_header or self.object(folder, folder / "parts.cpp", made) else "compiler"
+        yield "" if compiles([folder / made, *objects, *self.gtest, self.library, f"-Wl,-rpath,{self.build}",
                               "-o", parts]) else "compiler"
-        yield "" if passes([parts, "--gtest_fail_fast"]) else "tests"
-        for name in self.fresh:
-            yield platform_tests(name)
-        for shard in range(self.SHARDS):
-            yield platform_tests("-*Fresh*", GTEST_TOTAL_SHARDS=str(self.SHARDS), GTEST_SHARD_INDEX=str(shard))
+        for program in [[parts], *self.programs[1:]]:
+            yield tests(program)
 
 
-def cases(program: Path, pattern: str):
-    """Yields the names of a test program's cases that match the pattern."""
-    suite = ""
+def cases(program: Path, pattern: str) -> list:
+    """Returns the names of a test program's cases that match the pattern."""
+    found, suite = [], ""
     for line in subprocess.run([program, "--gtest_list_tests", f"--gtest_filter={pattern}"], stdout=subprocess.PIPE,
                                check=True, text=True).stdout.splitlines()[1:]:
-        suite = suite if line.startswith(" ") else line.split()[0]
         if line.startswith(" "):
-            yield suite + line.split()[0]
+            found.append(suite + line.split()[0])
+        else:
+            suite = line.split()[0]
+    return found
 
 
 def covering(tables: list) -> list:
-    """Returns few tables that together have every feature that the store's code distinguishes."""
+    """Returns few tables, the smallest first, that together have every feature that the store distinguishes."""
     def features(table):
         yield "keys", min(len(table.keys), 3)
         yield "batch version", any(field.name == "batchVersion" for field in table.fields)
         for key in table.keys:
             ends = [member.stored_offset + member.width for member in key.members]
             gaps = sum(end != member.stored_offset for end, member in zip(ends, key.members[1:]))
-            yield "gaps", gaps, key.index == 0
-            yield "length", min(key.length // 8, 3), key.index == 0
+            yield "gaps", min(gaps, 2), key.index == 0
+            yield "length", min(key.length // 8, 2), key.index == 0
 
     missing = {feature for table in tables for feature in features(table)}
     chosen = []
     while missing:
-        chosen.append(max(tables, key=lambda table: len(missing & set(features(table)))))
-        missing -= set(features(chosen[-1]))
-    return chosen
+        best = max(tables, key=lambda table: len(missing & set(features(table))))
+        missing -= set(features(best))
+        chosen.append(best)
+    return sorted(chosen, key=lambda table: table.stored_size * len(table.keys))
 
 
 class Generator:

@@ -200,6 +200,8 @@ TEST(BoundedPrintAsInC, Unsigned) {
         EXPECT_PRINTS_AS_IN_C("%x", number);
         EXPECT_PRINTS_AS_IN_C("<%u>", number);
         EXPECT_PRINTS_AS_IN_C("0x%x,", number);
+        EXPECT_PRINTS_AS_IN_C(" %x", number);
+        EXPECT_PRINTS_AS_IN_C(" %x ", number);
         EXPECT_PRINTS_AS_IN_C("%u%u", number, ~number);
         EXPECT_PRINTS_AS_IN_C("%x%u%x", number, number, ~number);
     }
@@ -212,7 +214,39 @@ TEST(BoundedPrintAsInC, RandomUnsigned) {
         const auto number = static_cast<std::uint32_t>(random() >> random() % 32);
         EXPECT_PRINTS_AS_IN_C("%u", number);
         EXPECT_PRINTS_AS_IN_C("%x", number);
+        EXPECT_PRINTS_AS_IN_C(" %x", number);
     }
+}
+
+// The format of a word of an opaque field, and formats that begin like it.
+TEST(BoundedPrintAsInC, Words) {
+    for (int bit = 0; bit < 32; ++bit) {
+        const std::uint32_t power = 1U << bit;
+        EXPECT_PRINTS_AS_IN_C(" %x", power);
+        EXPECT_PRINTS_AS_IN_C(" %x", power - 1);
+        EXPECT_PRINTS_AS_IN_C(" %x", 0x76543210U >> bit);
+        EXPECT_PRINTS_AS_IN_C(" %u", power);
+        EXPECT_PRINTS_AS_IN_C(" %x%x", power, ~power);
+    }
+    EXPECT_PRINTS_AS_IN_C(" ");
+    EXPECT_PRINTS_AS_IN_C(" x");
+    EXPECT_PRINTS_AS_IN_C(" %%");
+    EXPECT_PRINTS_AS_IN_C(" %s", "x");
+    EXPECT_PRINTS_AS_IN_C(" %xyz", 0xABCU);
+    EXPECT_LT(sprintf_s(nullptr, 64, " %x", 1U), 0);
+}
+
+// Literal text around the step of four bytes in which names are copied.
+TEST(BoundedPrintAsInC, Names) {
+    EXPECT_PRINTS_AS_IN_C("abcde");
+    EXPECT_PRINTS_AS_IN_C("abcdefghi");
+    EXPECT_PRINTS_AS_IN_C("abcd:%u%s", 1U, ", ");
+    EXPECT_PRINTS_AS_IN_C("abcde:%u%s", 12U, ", ");
+    EXPECT_PRINTS_AS_IN_C("abcdef:%u%s", 123U, ", ");
+    EXPECT_PRINTS_AS_IN_C("abcdefg:%u%s", 1234U, ", ");
+    EXPECT_PRINTS_AS_IN_C("%uabcd%uabc%uab%ua", 1U, 2U, 3U, 4U);
+    EXPECT_PRINTS_AS_IN_C("%%abcd%%abc");
+    EXPECT_PRINTS_AS_IN_C("a\x80\xff\x80\xff:%u \t#$&'(%u", 1U, 2U);
 }
 
 TEST(BoundedPrintAsInC, Strings) {
@@ -391,6 +425,12 @@ TEST(BoundedPrint, StaysWithinItsBufferAndItsArguments) {
             ASSERT_EQ(std::string(to), size == needed ? whole + text : "") << size;
         }
     }
+    for (const std::string_view format : {"", " ", " %x", " %x.", "abcde", "abcdefgh"})
+        for (std::size_t size = 1; size <= 12; ++size) {
+            char *const to = buffer_page.end() - size;
+            const int printed = sprintf_s(to, size, format_page.text(format), UINT32_MAX);
+            ASSERT_EQ(std::strlen(to), printed < 0 ? 0U : static_cast<unsigned>(printed)) << size;
+        }
 #pragma GCC diagnostic pop
 }
 
