@@ -192,7 +192,8 @@ def all_rows(rows: list[Row]) -> str:
     def cells(row: Row) -> list[str]:
         spread = (f'{number(row["lower_quartile"])} &ndash; {number(row["upper_quartile"])}'
                   if row.get("upper_quartile") else "")
-        return [f'{escape.escape(row["subject"])}<small>{against(row)}</small>',
+        remark = f'<small>{escape.escape(row["remark"])}</small>' if "remark" in row else ""
+        return [f'{escape.escape(row["subject"])}<small>{against(row)}</small>{remark}',
                 f'{row["records"]:,}' if "records" in row else "", number(row["value"]) if row["value"] else "&ndash;",
                 spread] + [f"{row[key]:,.0f}" if row.get(key) else "" for key in ("subject_ns", "reference_ns")]
 

@@ -192,6 +192,16 @@ Slices set_up_inserting(std::uint32_t size) {
 
 void measure_latency(const Scale &scale) {
     const std::uint32_t size = scale.sizes[1];
+    if (processors().size() < 2) {
+        report(Figure{"p99 of a read beside a writer of three keys",
+                      "",
+                      size,
+                      {},
+                      information,
+                      "",
+                      "skipped (<= 15): there is one processor"});
+        return;
+    }
     {
         Worker worker([size] { return set_up_overwriting(size); });
         report({"p99 of a read beside a writer of three keys", "median without the writer", size,
