@@ -26,6 +26,7 @@ void measure_groups(const Scale &scale);
 void measure_threads(const Scale &scale);
 void measure_latency(const Scale &scale);
 void measure_reads(const Scale &scale);
+void measure_batches(const Scale &scale);
 void measure_growth(const Scale &scale);
 void measure_databases(const Scale &scale);
 

@@ -21,10 +21,9 @@ constexpr struct {
     std::string_view name;
     void (*measure)(const Scale &);
 } benchmarks[] = {
-    {"conversion", measure_conversion}, {"format", measure_format},
-    {"memory", measure_memory},         {"groups", measure_groups},
-    {"threads", measure_threads},       {"latency", measure_latency},
-    {"reads", measure_reads},           {"growth", measure_growth},
+    {"conversion", measure_conversion}, {"format", measure_format},   {"memory", measure_memory},
+    {"groups", measure_groups},         {"threads", measure_threads}, {"latency", measure_latency},
+    {"reads", measure_reads},           {"batches", measure_batches}, {"growth", measure_growth},
     {"databases", measure_databases},
 };
 
