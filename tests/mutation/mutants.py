@@ -56,13 +56,28 @@ def strings(line: str) -> list:
     return [match.span() for match in re.finditer(r'"(?:[^"\\]|\\.)*"', line)]
 
 
+def other_builds(lines: list):
+    """Yields the numbers of the lines that only other processors or sanitizers compile."""
+    compiled = None  # inside a conditional: whether one of its branches has been compiled
+    active = True
+    for number, line in enumerate(lines):
+        if line.startswith(("#if defined", "#elif defined", "#else")):
+            native = "__x86_64__" in line or line.startswith("#else")
+            compiled = bool(compiled) and not line.startswith("#if")
+            active, compiled = native and not compiled, native or compiled
+        elif line.startswith("#endif"):
+            active, compiled = True, None
+        if not active:
+            yield number
+
+
 def cpp(root: Path, path: Path):
     lines = (root / path).read_text(encoding="utf-8").splitlines()
-    asserting = arm = False
+    asserting = False
+    left_out = set(other_builds(lines))
     for number, line in enumerate(lines):
-        arm = (arm or "elif defined(__aarch64__)" in line) and "#else" not in line and "#endif" not in line
         asserting = asserting or "static_assert(" in line
-        skip = asserting or arm
+        skip = asserting or number in left_out
         asserting = asserting and not line.rstrip().endswith(");")
         if skip or NOT_CODE.match(line) and " = " not in line:
             continue
