@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "tests/platform/memory_service.h"
 #include "tests/platform/store_test.h"
 
 namespace l2vpn::test {
@@ -230,6 +231,51 @@ TEST_P(FreshStoreForkOfATable, MemoryServiceMayHaveForkHandlers) {
         })) << "child "
             << i;
     alarm(0);
+}
+
+TEST_P(FreshStoreForkOfATable, MemoryServiceMayForkAndExec) {
+    static bool in_parent = false;
+    register_memory_service();
+    set_allocation_hook([] {
+        set_allocation_hook(nullptr);
+        in_parent = succeeds_in_child([] {});
+    });
+    alarm(60);
+    EXPECT_EQ(count(), 0U);
+    alarm(0);
+    EXPECT_TRUE(in_parent);
+}
+
+// Handlers that are registered before the first use run while the store is locked.
+TEST_P(FreshStoreForkOfATable, ForkHandlersMayNotUseTheLockedStore) {
+    static const TypedTable *table;
+    static std::uint32_t before;
+    static std::uint32_t after;
+    static const auto write_record = [] {
+        return table->write(record_of_thread(*table, 1).data());
+    };
+    table = &table_;
+    ASSERT_EQ(pthread_atfork([] { before = write_record(); }, [] { after = write_record(); },
+                             [] { after = write_record(); }),
+              0);
+    EXPECT_EQ(count(), 0U);
+    alarm(60);
+    EXPECT_TRUE(succeeds_in_child([] { require(after == 0, table->name, ": Write\n"); }));
+    alarm(0);
+    EXPECT_EQ(before, L2VPN_STORE_REENTERED);
+    EXPECT_EQ(after, 0U);
+}
+
+TEST_P(FreshStoreForkOfATable, ChildMayFork) {
+    const Busy busy(2, [this](std::uint8_t thread) {
+        call_every_operation(table_, record_of_thread(table_, thread));
+    });
+    EXPECT_TRUE(succeeds_in_child([this] {
+        require(succeeds_in_child(
+                    [this] { call_every_operation(table_, record_of_thread(table_, 9)); }),
+                table_.name, ": fork\n");
+        call_every_operation(table_, record_of_thread(table_, 9));
+    }));
 }
 
 } // namespace

@@ -49,11 +49,13 @@ constinit thread_local bool locked_for_fork = false;
 void before_fork() {
     if (inside_store)
         return;
+    inside_store = true;
+    std::atomic_signal_fence(std::memory_order_seq_cst);
     mutex.lock();
     for (Table *const table : std::span(tables).first(table_layouts.size()))
         if (table != nullptr)
             table->lock_for_fork();
-    locked_for_fork = inside_store = true;
+    locked_for_fork = true;
 }
 
 void after_fork_in_parent() {
@@ -63,7 +65,9 @@ void after_fork_in_parent() {
         if (table != nullptr)
             table->unlock_after_fork();
     mutex.unlock();
-    locked_for_fork = inside_store = false;
+    locked_for_fork = false;
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    inside_store = false;
 }
 
 void after_fork_in_child() {
@@ -102,8 +106,8 @@ Table *register_table(const Allocator &allocator, const L2vpnDbTblIntf *descript
                       std::uint32_t number) {
     if (!register_before_first_table())
         return nullptr;
-    const std::lock_guard lock(mutex);
     const ReentrancyGuard guard;
+    const std::lock_guard lock(mutex);
     Table *table = tables[number];
     if (table == nullptr) {
         table = Table::create(allocator, table_layouts[number], number);
