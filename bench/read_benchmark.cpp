@@ -5,6 +5,7 @@
 #include <memory>
 #include <memory_resource>
 #include <new>
+#include <random>
 #include <string>
 #include <unordered_map>
 
@@ -82,8 +83,8 @@ struct Subjects {
     std::pmr::monotonic_buffer_resource memory{std::size_t{64} << 20, &pages};
     HugePageMap huge_page_map{&memory};
     FlatMap flat_map;
-    std::vector<PrimaryKey> keys; ///< to read, in random order
-    std::vector<std::uint32_t> numbers;
+    std::vector<PrimaryKey> keys;          ///< of all records
+    std::vector<PrimaryKey> streamed_keys; ///< to read, in random order
 
     std::uint32_t key_id[4] = {0x0001'0009};
     L2vpnDbKeyData request{key_id, sizeof key_id, 0, nullptr, sizeof(PrimaryKey), 0};
@@ -95,18 +96,36 @@ std::size_t dependent_zero(const StoredRecord &record) {
     return static_cast<unsigned char>(record.bytes[stored_length - 1]) / 255;
 }
 
-/// Reads records in turn; in the chained slices each key depends on the previous record.
+/// Draws random numbers of records. No two generators draw the same sequence.
+class Draw {
+public:
+    explicit Draw(std::size_t size) : size_(size) {}
+
+    std::uint32_t operator()() { return static_cast<std::uint32_t>(random_() * size_ >> 32); }
+
+private:
+    static inline std::uint32_t seeds = 0;
+
+    std::uint64_t size_;
+    std::mt19937 random_{++seeds}; // NOLINT(cert-msc32-c,cert-msc51-cpp): runs must be repeatable
+};
+
+/// Reads random records: draws the number, fetches the key. In the chained slices each key depends
+/// on the previous record; in the streamed ones, the keys lie in the order of the reads.
 template <class Read>
 void add_slices(Slices &slices, const std::string &name, const std::shared_ptr<Subjects> &subjects,
                 Read read) {
-    slices[name] = repeated([read, s = subjects.get(), subjects](std::size_t n) {
-        read(*s, s->keys[n % order_length]);
+    const std::size_t size = subjects->keys.size();
+    slices[name] = repeated([read, s = subjects.get(), subjects, draw = Draw(size)](
+                                std::size_t) mutable { read(*s, s->keys[draw()]); });
+    slices[name + ", chained"] = repeated([read, s = subjects.get(), subjects, draw = Draw(size),
+                                           offset = std::size_t{0}](std::size_t) mutable {
+        read(*s, s->keys[draw() + offset]);
+        offset = dependent_zero(s->copy);
     });
-    slices[name + ", chained"] = repeated(
-        [read, s = subjects.get(), subjects, offset = std::size_t{0}](std::size_t n) mutable {
-            read(*s, s->keys[(n + offset) % order_length]);
-            offset = dependent_zero(s->copy);
-        });
+    slices[name + ", streamed"] = repeated([read, s = subjects.get(), subjects](std::size_t n) {
+        read(*s, s->streamed_keys[n % order_length]);
+    });
 }
 
 template <class AnyMap>
@@ -139,10 +158,10 @@ Slices set_up(std::uint32_t size) {
         subjects->map.emplace(key, stored);
         subjects->huge_page_map.emplace(key, stored);
         subjects->flat_map.emplace(key, stored);
+        subjects->keys.push_back(key);
     }
-    subjects->numbers = random_order(size);
-    for (const std::uint32_t i : subjects->numbers)
-        subjects->keys.push_back(primary_key(i));
+    for (const std::uint32_t i : random_order(size))
+        subjects->streamed_keys.push_back(subjects->keys[i]);
 
     Slices slices;
     add_map(slices, "unordered_map", subjects, &Subjects::map);
@@ -152,8 +171,8 @@ Slices set_up(std::uint32_t size) {
     static L2vpnDbTblIntf uncounted = g_l2vpnL2vpnVplsPwIntf;
     uncounted.stat = nullptr;
     add_store(slices, "store without statistics", subjects, uncounted);
-    slices["typed"] = repeated([subjects, record = pseudowire(0)](std::size_t n) mutable {
-        record.pwTunnelId = subjects->numbers[n % order_length];
+    slices["typed"] = repeated([draw = Draw(size), record = pseudowire(0)](std::size_t) mutable {
+        record.pwTunnelId = draw();
         check(L2VPN_DB_L2vpnVplsPwRead(&record));
     });
     slices["empty call"] = empty_slice();
@@ -176,6 +195,7 @@ void measure_reads(const Scale &scale) {
         add("store", "unordered_map", at_most(small ? 1.3 : 1.0));
         add("store", "unordered_map, huge pages");
         add("store without statistics", "flat_hash_map");
+        add("store, streamed", "flat_hash_map, streamed");
         add("store, chained", "flat_hash_map, chained");
         add("store, chained", "unordered_map, chained");
     }
