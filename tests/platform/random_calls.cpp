@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <deque>
 
 #include "l2vpn_db/platform.h"
 #include "tests/platform/memory_service.h"
@@ -155,6 +156,29 @@ void RandomCalls::write(std::uint32_t number, Bytes stored) {
     put(number, std::move(stored));
 }
 
+/// Expects the stored record, or with another expectation a conflict.
+void RandomCalls::write_if(std::uint32_t number, Bytes stored) {
+    const bool wrong = random_() % 4 == 0;
+    Bytes expected = is_held(number) != wrong ? held_[number] : Bytes{};
+    if (wrong && is_held(number) && random_() % 2 == 0) {
+        expected = held_[number];
+        expected[random_() % expected.size()] ^= 1;
+    } else if (wrong && !is_held(number)) {
+        expected = random_version(number);
+    }
+    const L2vpnDbRecData condition = record_request(expected);
+    const L2vpnDbRecData request = record_request(stored);
+    EXPECT_EQ(with_injected_failures([&] {
+                  return L2VPN_STORE_WriteIf(module(), table_.descriptor,
+                                             expected.empty() ? nullptr : &condition, &request);
+              }),
+              wrong ? L2VPN_STORE_CONFLICT : 0U);
+    if (wrong)
+        return expect_event(L2VPN_STORE_STAT_UPDATE_REFUSED);
+    expect_event(is_held(number) ? L2VPN_STORE_STAT_REPLACED : L2VPN_STORE_STAT_INSERTED);
+    put(number, std::move(stored));
+}
+
 void RandomCalls::remove(std::uint32_t number) {
     const KeyRequest key(keys_[0], pool_.primary(number), KeyRequest::Value{});
     const std::uint32_t code = DAL_VELD_Delete(module(), table_.descriptor, &key.request);
@@ -205,23 +229,19 @@ void RandomCalls::update(std::uint32_t number, Bytes contents, std::uint32_t res
 }
 
 void RandomCalls::read(std::uint32_t number) {
-    const KeyRequest key(keys_[0], pool_.primary(number), KeyRequest::Value{});
-    Bytes buffer(pool_.table().stored_size);
-    L2vpnDbRecData request = record_request(buffer);
-    const std::uint32_t code = DAL_VELD_Read(module(), table_.descriptor, &key.request, &request);
-    EXPECT_EQ(code, is_held(number) ? 0U : L2VPN_STORE_NOT_FOUND);
-    expect_event(is_held(number) ? L2VPN_STORE_STAT_READ : L2VPN_STORE_STAT_READ_MISSED);
-    if (code == 0) {
-        EXPECT_EQ(buffer, held_[number]);
-    }
+    read_by(0, pool_.primary(number));
 }
 
 void RandomCalls::read_by(std::size_t key, const Bytes &value) {
     const KeyRequest selected(keys_[key], value, KeyRequest::Value{});
     Bytes buffer(pool_.table().stored_size);
     L2vpnDbRecData request = record_request(buffer);
-    const std::uint32_t code =
-        DAL_VELD_Read(module(), table_.descriptor, &selected.request, &request);
+    expect_read(key, value, DAL_VELD_Read(module(), table_.descriptor, &selected.request, &request),
+                buffer);
+}
+
+void RandomCalls::expect_read(std::size_t key, const Bytes &value, std::uint32_t code,
+                              const Bytes &buffer) {
     if (alone() || !chain(key, value).empty()) {
         EXPECT_EQ(code, chain(key, value).empty() ? L2VPN_STORE_NOT_FOUND : 0U);
     }
@@ -234,6 +254,33 @@ void RandomCalls::read_by(std::size_t key, const Bytes &value) {
         expect_event(code == 0 ? L2VPN_STORE_STAT_READ : L2VPN_STORE_STAT_READ_MISSED);
     else
         expect_event(code == 0 ? L2VPN_STORE_STAT_KEY_READ : L2VPN_STORE_STAT_KEY_READ_MISSED);
+}
+
+/// Reads records by any keys in one call.
+void RandomCalls::read_many() {
+    std::deque<KeyRequest> selected;
+    std::deque<Bytes> buffers;
+    std::vector<std::size_t> by;
+    std::vector<L2vpnDbKeyData> keys;
+    std::vector<L2vpnDbRecData> records;
+    for (std::size_t reads = random_() % 20; reads != 0; --reads) {
+        const std::uint32_t number = any();
+        by.push_back(random_() % 4 == 0 ? random_() % keys_.size() : 0);
+        const Key &key = keys_[by.back()];
+        selected.emplace_back(key, TestRecords::key_value(key, random_version(number)),
+                              KeyRequest::Value{});
+        buffers.emplace_back(pool_.table().stored_size);
+        keys.push_back(selected.back().request);
+        records.push_back(record_request(buffers.back()));
+    }
+    std::vector<std::uint32_t> codes(keys.size());
+    const std::uint32_t first =
+        L2VPN_STORE_ReadMany(module(), table_.descriptor, keys.data(), records.data(),
+                             static_cast<std::uint32_t>(keys.size()), codes.data());
+    const auto failed = std::ranges::find_if(codes, [](std::uint32_t code) { return code != 0; });
+    EXPECT_EQ(first, failed == codes.end() ? 0U : *failed);
+    for (std::size_t i = 0; i < keys.size(); ++i)
+        expect_read(by[i], selected[i].value, codes[i], buffers[i]);
 }
 
 void RandomCalls::count() {
@@ -305,16 +352,47 @@ bool RandomCalls::advance(Open &iterator) {
     L2vpnDbRecData request = record_request(buffer);
     const std::uint32_t code =
         DAL_VELD_GetNextEntry(module(), table_.descriptor, iterator.handle, &request);
+    if (code == 0)
+        return expect_next(iterator, buffer);
+    expect_end(iterator, code);
+    return false;
+}
+
+/// Advances by several records in one call.
+bool RandomCalls::advance_by_many(Open &iterator) {
+    const std::uint32_t length = pool_.table().stored_size;
+    const auto capacity = static_cast<std::uint32_t>(random_() % 30 + 1);
+    Bytes buffer(std::size_t{capacity} * length);
+    const L2vpnDbRecData first{buffer.data(), length, 0};
+    std::uint32_t delivered = 77;
+    const std::uint32_t code = L2VPN_STORE_NextMany(module(), table_.descriptor, iterator.handle,
+                                                    &first, capacity, &delivered);
     if (code != 0) {
-        EXPECT_EQ(code, L2VPN_STORE_END);
-        EXPECT_EQ(iterator.due_count, 0U) << "records were not delivered";
-        expect_event(L2VPN_STORE_STAT_ITER_ENDED);
-        iterator.ended = true;
+        EXPECT_EQ(delivered, 0U);
+        expect_end(iterator, code);
         return false;
     }
+    EXPECT_GE(delivered, 1U);
+    EXPECT_LE(delivered, capacity);
+    for (std::uint32_t i = 0; i < delivered; ++i) {
+        const auto at = buffer.begin() + static_cast<std::ptrdiff_t>(i * length);
+        if (!expect_next(iterator, Bytes(at, at + length)))
+            return false;
+    }
+    return true;
+}
+
+void RandomCalls::expect_end(Open &iterator, std::uint32_t code) {
+    EXPECT_EQ(code, L2VPN_STORE_END);
+    EXPECT_EQ(iterator.due_count, 0U) << "records were not delivered";
+    expect_event(L2VPN_STORE_STAT_ITER_ENDED);
+    iterator.ended = true;
+}
+
+bool RandomCalls::expect_next(Open &iterator, const Bytes &stored) {
     expect_event(L2VPN_STORE_STAT_DELIVERED);
     EXPECT_FALSE(iterator.ended) << "delivered past the end";
-    const auto number = expect_delivered(buffer, iterator.key, iterator.value);
+    const auto number = expect_delivered(stored, iterator.key, iterator.value);
     if (!number)
         return false;
     EXPECT_FALSE(iterator.seen[*number]) << "delivered twice";
@@ -369,16 +447,20 @@ void RandomCalls::call() {
     const auto value = [&] { return TestRecords::key_value(keys_[key], random_version(number)); };
     if (choice < 38) {
         const bool grows = random_() % 100 < growth_;
-        if (is_held(number) == grows || random_() % 8 == 0)
-            write(number, random_version(number));
-        else
+        if (is_held(number) != grows && random_() % 8 != 0)
             remove(number);
+        else if (random_() % 4 == 0)
+            write_if(number, random_version(number));
+        else
+            write(number, random_version(number));
         if (!grows && is_held(number))
             remove(number);
     } else if (choice < 50) {
         update(number);
-    } else if (choice < 60) {
+    } else if (choice < 57) {
         read(number);
+    } else if (choice < 60) {
+        read_many();
     } else if (choice < 68) {
         read_by(key, value());
     } else if (choice < 76) {
@@ -395,8 +477,11 @@ void RandomCalls::call() {
     } else if (choice < 97) {
         if (!open_.empty()) {
             Open &iterator = open_[random_() % open_.size()];
-            for (std::size_t steps = random_() % 8 + 1; steps != 0 && advance(iterator);)
-                --steps;
+            if (random_() % 4 == 0)
+                advance_by_many(iterator);
+            else
+                for (std::size_t steps = random_() % 8 + 1; steps != 0 && advance(iterator);)
+                    --steps;
         }
     } else if (!open_.empty()) {
         const std::size_t at = random_() % open_.size();

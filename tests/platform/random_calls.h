@@ -80,17 +80,23 @@ private:
 
     void call();
     void write(std::uint32_t number, Bytes stored);
+    void write_if(std::uint32_t number, Bytes stored);
     void remove(std::uint32_t number);
     void update(std::uint32_t number);
     void update(std::uint32_t number, Bytes contents, std::uint32_t result);
     void read(std::uint32_t number);
     void read_by(std::size_t key, const Bytes &value);
+    void read_many();
+    void expect_read(std::size_t key, const Bytes &value, std::uint32_t code, const Bytes &buffer);
     void count();
     void count_by(std::size_t key, const Bytes &value);
     void open(std::size_t key, const Bytes &value);
     void open_some();
     /// Returns false at the end.
     bool advance(Open &iterator);
+    bool advance_by_many(Open &iterator);
+    void expect_end(Open &iterator, std::uint32_t code);
+    bool expect_next(Open &iterator, const Bytes &stored);
     void release(std::size_t at);
     void compare_read_with_iterator(std::size_t key, const Bytes &value);
 

@@ -46,6 +46,7 @@ protected:
         set_allocation_hook(nullptr);
         set_log_hook(nullptr);
         StoreTest::TearDown();
+        unregister_log_service();
         take_log();
         alarm(0);
     }
