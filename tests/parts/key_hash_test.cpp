@@ -11,24 +11,7 @@
 #include <string>
 #include <vector>
 
-#include <sys/random.h>
-
 #include "platform/store/key_definition.h"
-
-namespace {
-
-bool zero_keys = false;
-std::mt19937_64 generator;
-
-} // namespace
-
-/// Replaces the C library's function: the tests are reproducible.
-extern "C" ssize_t getrandom(void *buffer, std::size_t size, unsigned) {
-    auto *const bytes = static_cast<char *>(buffer);
-    for (std::size_t i = 0; i < size; ++i)
-        bytes[i] = zero_keys ? '\0' : static_cast<char>(generator());
-    return static_cast<ssize_t>(size);
-}
 
 namespace l2vpn::platform {
 namespace {
@@ -46,26 +29,31 @@ struct Shape {
     }
 };
 
-constexpr std::uint32_t record_length = 96;
-
-/// The definition of a key with new random keys of its hash.
+/// A key whose hash has chosen keys.
 class DefinedKey {
 public:
     explicit DefinedKey(const Shape &shape)
         : layout_{shape.members, shape.length()}, table_{"l2vpn_sample",
-                                                         record_length,
+                                                         96,
                                                          TableLayout::no_field,
                                                          {&layout_, 1}},
           rest_(max_segments(layout_)), key_(define_key(table_, 0, rest_.data())) {}
     DefinedKey(const DefinedKey &) = delete;
     DefinedKey &operator=(const DefinedKey &) = delete;
 
-    /// Chooses new random keys.
-    void choose_again() { key_ = define_key(table_, 0, rest_.data()); }
+    /// Takes each key of the hash from a call of `next`.
+    template <class Next>
+    void choose(Next next) {
+        key_.random = next();
+        for (Word &random : key_.first.random)
+            random = next();
+        for (KeySegment &segment : rest_)
+            for (Word &random : segment.random)
+                random = next();
+    }
     [[nodiscard]] Hash hash(const Bytes &value) const {
         return key_.probe(PackedKey{value.data()}).hash;
     }
-    [[nodiscard]] const KeyDefinition &definition() const { return key_; }
 
 private:
     KeyLayout layout_;
@@ -135,8 +123,7 @@ std::vector<std::array<Bytes, 2>> adversarial_pairs(std::size_t length) {
 }
 
 TEST(KeyHash, CollidesAsOftenAsRandomBits) {
-    zero_keys = false;
-    generator.seed(1);
+    std::mt19937_64 generator(1);
     constexpr std::uint32_t choices = 1 << 17;
     constexpr unsigned min_bits = 8;
     constexpr unsigned max_bits = 12;
@@ -148,7 +135,7 @@ TEST(KeyHash, CollidesAsOftenAsRandomBits) {
         std::vector<Rates> agreeing(pairs.size());
         DefinedKey key(shape);
         for (std::uint32_t choice = 0; choice < choices; ++choice) {
-            key.choose_again();
+            key.choose([&] { return Word{generator()}; });
             for (std::size_t i = 0; i < pairs.size(); ++i) {
                 const Hash difference = key.hash(pairs[i][0]) ^ key.hash(pairs[i][1]);
                 ++agreeing[i][0][static_cast<unsigned>(std::countl_zero(difference))];
@@ -170,42 +157,17 @@ TEST(KeyHash, CollidesAsOftenAsRandomBits) {
     EXPECT_GE(checked, shapes().size() * 12 * 10);
 }
 
-TEST(KeyHash, IsThatOfTheRecordAndOfItsSlot) {
-    zero_keys = false;
-    generator.seed(2);
-    for (const Shape &shape : shapes())
-        for (int choice = 0; choice < 20; ++choice) {
-            const DefinedKey key(shape);
-            Bytes record(record_length, '\0');
-            for (char &byte : record)
-                byte = static_cast<char>(generator());
-            Bytes value;
-            for (const KeyMember &member : shape.members)
-                value.append(record, member.offset, member.width);
-            // A slot continues after the record.
-            std::array<Word, words_for(record_length) + 4> slot{};
-            slot.fill(0xA5A5A5A5A5A5A5A5);
-            std::memcpy(slot.data(), record.data(), record.size());
-            const Hash expected = key.hash(value);
-            const char *const bytes = record.data();
-            const Word *const words = slot.data();
-            EXPECT_EQ(key.definition().probe(bytes).hash, expected);
-            EXPECT_EQ(key.definition().probe(words).hash, expected);
-        }
-}
-
 // tests/platform/store_flooding_test.cpp makes all values collide like this.
 TEST(KeyHash, WithZeroKeysValuesOfOneWordCollide) {
-    zero_keys = true;
     for (const Shape &shape : shapes()) {
-        const DefinedKey key(shape);
+        DefinedKey key(shape);
+        key.choose([] { return Word{0}; });
         for (std::uint32_t word = 0; word < 70'000; word += 7) {
             Bytes value(shape.length(), '\0');
             std::memcpy(value.data(), &word, std::min(value.size(), sizeof word));
             ASSERT_EQ(key.hash(value), 0U);
         }
     }
-    zero_keys = false;
 }
 
 } // namespace

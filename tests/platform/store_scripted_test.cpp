@@ -260,8 +260,10 @@ TEST_P(FreshStoreScripted, SlowMemoryServiceAgainstReaders) {
                 for (std::uint32_t i = 0; i <= now_written; ++i) {
                     const Bytes stored = pool_.make(i, i == 0 && turn != 0 ? 2 : 0);
                     const auto expected = i < now_written ? std::optional(stored) : std::nullopt;
+                    EXPECT_EQ(raw_read(facts_.keys[0], stored), expected);
+                    // Other records may share the values of secondary keys.
                     for (const Key &key : facts_.keys)
-                        EXPECT_EQ(raw_read(key, stored), expected);
+                        EXPECT_TRUE(raw_read(key, stored).has_value() || !expected) << key.name;
                 }
             });
         readers.clear();
