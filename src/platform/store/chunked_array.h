@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// An array that grows without moving its elements: chunk 0 holds element 0, and chunk k the 2^(k-1)
-// elements from 2^(k-1) on. The chunk addresses take few cache lines.
+// An array that grows without moving its elements: chunk k holds the 2^k elements from
+// 2^k - 1 on. The chunk addresses take few cache lines.
 #pragma once
 
 #include <bit>
@@ -16,29 +16,32 @@ public:
     /// Element `at`, which must have been reserved. Optimistic readers may call this.
     Element &operator[](std::uint32_t at) const {
         return *reinterpret_cast<Element *>( // NOLINT(performance-no-int-to-ptr)
-            load(origins_[std::bit_width(at)]) + std::size_t{at} * sizeof(Element));
+            load(origins_[chunk_of(at)]) + std::size_t{at} * sizeof(Element));
     }
 
     /// Reserves memory for element `at`, one more than the greatest that has been reserved, and
     /// zero-fills it. Returns false if allocation fails.
     [[nodiscard]] bool reserve(const Allocator &allocator, Arena &arena, std::uint32_t at) {
-        if (at == std::bit_floor(at)) {
-            std::uintptr_t &origin = origins_[std::bit_width(at)];
-            if (origin == 0) {
-                const std::size_t first = std::size_t{at} * sizeof(Element);
-                void *const chunk = arena.allocate(allocator, at == 0 ? sizeof(Element) : first);
-                if (chunk == nullptr)
-                    return false;
-                store(origin, reinterpret_cast<std::uintptr_t>(chunk) - first);
-            }
+        const std::uint32_t chunk = chunk_of(at);
+        const std::size_t size = sizeof(Element) << chunk;
+        if (origins_[chunk] == 0) {
+            void *const memory = arena.allocate(allocator, size);
+            if (memory == nullptr)
+                return false;
+            store(origins_[chunk],
+                  reinterpret_cast<std::uintptr_t>(memory) + sizeof(Element) - size);
         }
         std::memset(static_cast<void *>(&(*this)[at]), 0, sizeof(Element));
         return true;
     }
 
 private:
+    static std::uint32_t chunk_of(std::uint32_t at) {
+        return 31 - static_cast<std::uint32_t>(std::countl_zero(at + 1));
+    }
+
     /// Where element 0 would be if the chunk began there.
-    std::uintptr_t origins_[33] = {};
+    std::uintptr_t origins_[32] = {};
 };
 
 } // namespace l2vpn::platform

@@ -4,13 +4,13 @@
 namespace l2vpn::platform {
 
 bool HashIndex::reserve(const Allocator &allocator, Arena &arena, SeqLock &lock, Hash hash) {
-    if (pages_ == 0) {
+    if (shape_ == 0) {
         if (!pages_at_.reserve(allocator, arena, 0))
             return false;
-        __atomic_store_n(&pages_, 1, __ATOMIC_RELEASE);
+        __atomic_store_n(&shape_, shape_of(1), __ATOMIC_RELEASE);
     }
-    const std::uint32_t unsplit = std::bit_floor(pages_);
-    const std::uint32_t split = pages_ - unsplit;
+    const std::uint32_t unsplit = std::bit_floor(pages());
+    const std::uint32_t split = pages() - unsplit;
     if (entries_ >= Word{split_from} * unsplit + Word{split_step} * split &&
         !split_next_page(allocator, arena, lock))
         return false;
@@ -23,16 +23,17 @@ bool HashIndex::reserve(const Allocator &allocator, Arena &arena, SeqLock &lock,
 // The two pages that replace the old one are filled before the write section, because no reader can
 // reach them yet.
 bool HashIndex::split_next_page(const Allocator &allocator, Arena &arena, SeqLock &lock) {
-    const std::uint32_t bit = std::bit_floor(pages_);
-    Page &old = pages_at_[pages_ - bit];
+    const std::uint32_t added = pages();
+    const std::uint32_t bit = std::bit_floor(added);
+    Page &old = pages_at_[added - bit];
     std::uint32_t overflow = 0;
     for (const Page *page = old.overflow; page != nullptr; page = page->overflow)
         ++overflow;
     if (!reserve_overflow(allocator, arena, overflow) ||
-        !pages_at_.reserve(allocator, arena, pages_))
+        !pages_at_.reserve(allocator, arena, added))
         return false;
     Page kept{};
-    Page &moved = pages_at_[pages_];
+    Page &moved = pages_at_[added];
     for (const Page *page = &old; page != nullptr; page = page->overflow)
         for (const IndexLine &line : page->lines)
             for (std::uint32_t entry = 0; entry < line.count(); ++entry) {
@@ -46,7 +47,7 @@ bool HashIndex::split_next_page(const Allocator &allocator, Arena &arena, SeqLoc
             old.lines[at].assign(kept.lines[at]);
         __atomic_store_n(&old.overflow, kept.overflow, __ATOMIC_RELEASE);
         old.count = kept.count;
-        __atomic_store_n(&pages_, pages_ + 1, __ATOMIC_RELEASE);
+        __atomic_store_n(&shape_, shape_of(added + 1), __ATOMIC_RELEASE);
     }
     while (replaced != nullptr) {
         Page *const next = replaced->overflow;

@@ -14,22 +14,38 @@ namespace l2vpn::platform {
 
 class HashIndex {
 public:
-    /// Finds the record with the hash for which matches(id) is true. Returns whether there is one.
-    /// Optimistic readers may call this; inside a write section the result is meaningless, and ids
-    /// may be of no record.
-    template <class Matches>
-    bool find(Hash hash, Matches matches) const {
-        const std::uint32_t pages = __atomic_load_n(&pages_, __ATOMIC_ACQUIRE);
-        return pages != 0 && find_in(pages_at_[page_number(hash, pages)], hash,
-                                     [&](const IndexLine &line, std::uint32_t entry) {
-                                         return matches(line.record(entry));
-                                     });
+    // Optimistic readers may call these; inside a write section the results are meaningless, and
+    // ids may be of no record.
+
+    struct Match {
+        RecordId id;    ///< of the first entry in the home line that has the hash, or no_record
+        bool exhausted; ///< whether no other line has entries of the hash
+    };
+
+    /// Nearly always finds what find() would.
+    [[nodiscard]] Match first_match(Hash hash) const {
+        const Word shape = __atomic_load_n(&shape_, __ATOMIC_ACQUIRE);
+        if (shape == 0) [[unlikely]]
+            return {no_record, true};
+        const IndexLine &line = pages_at_[page_number(hash, shape)].lines[home(hash)];
+        const std::uint32_t found = line.match(hash);
+        if (found == 0)
+            return {no_record, !line.full()};
+        return {line.record(static_cast<std::uint32_t>(std::countr_zero(found))), false};
     }
-    /// Prefetches what find() will load first.
+    /// Finds the record with the hash for which matches(id) is true. Returns whether there is one.
+    template <class Matches>
+    bool find(Hash hash, const Matches &matches) const {
+        return shape_ != 0 &&
+               find_in(page_of(hash), hash, [&](const IndexLine &line, std::uint32_t entry) {
+                   return matches(line.record(entry));
+               });
+    }
+    /// Prefetches what the functions above load first.
     void prefetch(Hash hash) const {
-        const std::uint32_t pages = __atomic_load_n(&pages_, __ATOMIC_ACQUIRE);
-        if (pages != 0)
-            __builtin_prefetch(&pages_at_[page_number(hash, pages)].lines[home(hash)]);
+        const Word shape = __atomic_load_n(&shape_, __ATOMIC_ACQUIRE);
+        if (shape != 0)
+            __builtin_prefetch(&pages_at_[page_number(hash, shape)].lines[home(hash)]);
     }
 
     // The functions below require the write lock.
@@ -74,14 +90,21 @@ private:
     /// The upper bits, because the lower ones are equal in a page.
     static constexpr std::uint32_t home(Hash hash) { return hash >> (32 - line_bits); }
 
-    /// `pages` of 2^n + s: pages below s have been split in this round, by bit n of the hash.
-    static constexpr std::uint32_t page_number(Hash hash, std::uint32_t pages) {
-        const std::uint32_t mask = ~std::uint32_t{0} >> std::countl_zero((pages - 1) | 1);
-        const std::uint32_t number = hash & mask;
-        return number < pages ? number : number & mask >> 1;
+    // With 2^n + s pages, those below s have been split in this round, by bit n of the hash. The
+    // number of pages is published together with the mask of n + 1 bits.
+    static constexpr Word shape_of(std::uint32_t pages) {
+        return Word{~std::uint32_t{0} >> std::countl_zero((pages - 1) | 1)} << 32 | pages;
+    }
+    static constexpr std::uint32_t page_number(Hash hash, Word shape) {
+        const auto pages = static_cast<std::uint32_t>(shape);
+        const auto mask = static_cast<std::uint32_t>(shape >> 32);
+        return hash & mask >> ((hash & mask) >= pages ? 1 : 0); // no branch, it would be random
     }
 
-    [[nodiscard]] Page &page_of(Hash hash) const { return pages_at_[page_number(hash, pages_)]; }
+    [[nodiscard]] std::uint32_t pages() const { return static_cast<std::uint32_t>(shape_); }
+    [[nodiscard]] Page &page_of(Hash hash) const {
+        return pages_at_[page_number(hash, __atomic_load_n(&shape_, __ATOMIC_ACQUIRE))];
+    }
 
     /// Calls found(line, entry) for entries with the hash, until it returns true.
     template <class Found>
@@ -126,7 +149,7 @@ private:
     static void fill_gap(Page &page, Place gap);
 
     ChunkedArray<Page> pages_at_;
-    std::uint32_t pages_ = 0;
+    Word shape_ = 0; ///< 0: no pages
     std::uint32_t entries_ = 0;
     std::uint32_t overflow_pages_ = 0; ///< in use or free
     std::uint32_t free_count_ = 0;     ///< of overflow pages

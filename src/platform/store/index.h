@@ -15,6 +15,7 @@ public:
     [[nodiscard]] const KeyDefinition &key() const { return key_; }
     [[nodiscard]] bool is_primary() const { return key_.number() == 0; }
 
+    /// A record, or no_record and null.
     struct Found {
         RecordId id;
         const Word *words;
@@ -24,18 +25,17 @@ public:
 
     /// Finds the record with the key value; of a duplicate chain, its head.
     template <class Source>
-    [[nodiscard]] Found find(const RecordPool &records, const Probe<Source> &probe) const {
-        Found found{no_record, nullptr};
-        hash_index_.find(probe.hash, [&](RecordId id) {
-            if (!records.exists(id))
-                return false;
+    [[nodiscard, gnu::always_inline]] Found find(const RecordPool &records,
+                                                 const Probe<Source> &probe) const {
+        const auto [id, exhausted] = hash_index_.first_match(probe.hash);
+        if (records.exists(id)) [[likely]] {
             const Word *const words = records.words(id);
-            if (!key_.matches(probe, words))
-                return false;
-            found = {id, words};
-            return true;
-        });
-        return found;
+            if (key_.matches(probe, words)) [[likely]]
+                return {id, words};
+        } else if (exhausted) {
+            return {no_record, nullptr};
+        }
+        return find_slow(records, probe.source);
     }
     /// Counts the records with the key value.
     [[nodiscard]] std::uint32_t count(const RecordPool &records, PackedKey value) const;
@@ -44,10 +44,7 @@ public:
 
     void prefetch_entry(Hash hash) const { hash_index_.prefetch(hash); }
     void prefetch_record(const RecordPool &records, Hash hash) const {
-        hash_index_.find(hash, [&](RecordId id) {
-            records.prefetch(id);
-            return true;
-        });
+        records.prefetch(hash_index_.first_match(hash).id);
     }
 
     // The functions below require the write lock.
@@ -97,6 +94,18 @@ private:
         RecordId old_head; ///< of the chain to unlink it from
     };
 
+    template <class Source>
+    [[nodiscard, gnu::noinline]] Found find_slow(const RecordPool &records, Source source) const {
+        const Probe probe = key_.probe(source);
+        Found found{no_record, nullptr};
+        hash_index_.find(probe.hash, [&](RecordId id) {
+            if (!records.exists(id) || !key_.matches(probe, records.words(id)))
+                return false;
+            found = {id, records.words(id)};
+            return true;
+        });
+        return found;
+    }
     RecordId stage(const RecordPool &records, const Probe<const char *> &probe);
     [[nodiscard]] ChainLink &link_of(const RecordPool &records, RecordId id) const {
         return records.link(id, key_.number());

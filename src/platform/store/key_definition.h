@@ -31,8 +31,9 @@ struct KeySegment {
     std::uint16_t key;    ///< offset in the packed key
     std::uint16_t record; ///< offset in the record
     std::uint16_t bytes;
-    std::uint16_t shift; ///< in a slot: bits of the first word before the segment
-    Word first_mask;     ///< selects the segment's bytes in SegmentValue::first
+    std::uint16_t word; ///< offset in a slot, in words
+    std::uint8_t shift; ///< bits of that word before the segment
+    Word first_mask;    ///< selects the segment's bytes in SegmentValue::first
     Word last_mask;
     Word random[4]; ///< the hash function's keys, one per 32 bits of the value
 
@@ -42,7 +43,7 @@ struct KeySegment {
     /// From a slot of the record pool: reads up to three words, of which the last may come after
     /// the record.
     [[nodiscard]] SegmentValue of(const Word *from) const {
-        const Word *const words = from + record / sizeof(Word);
+        const Word *const words = from + word;
         const auto first = funnel(load(words[0]), load(words[1]));
         if (last_mask == 0)
             return {first & first_mask, 0};
@@ -97,7 +98,7 @@ struct KeyDefinition {
         Word sum = random + first.product(value);
         if (!rest.empty()) [[unlikely]]
             sum += rest_sum(source);
-        return {source, value, static_cast<Hash>(sum >> 32)};
+        return {source, value, scramble(static_cast<Hash>(sum >> 32))};
     }
 
     /// Whether a stored record has the key value.
@@ -109,6 +110,13 @@ struct KeyDefinition {
     }
 
 private:
+    /// Numbers in a row have hashes in a row, which would crowd into few lines. A one-to-one
+    /// mapping breaks the row up and leaves the hashes of two values as independent as they were.
+    static Hash scramble(Hash hash) {
+        hash = (hash ^ hash >> 16) * 0x2C1B3C6D;
+        return hash ^ hash >> 16;
+    }
+
     // Not inlined, because that slows down keys of one segment.
 
     template <class Source>

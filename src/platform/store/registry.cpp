@@ -126,24 +126,21 @@ Table *register_table(const Allocator &allocator, const L2vpnDbTblIntf *descript
 
 } // namespace
 
-Table *find_or_create_table(L2vpnDbModuleIntf *module, const L2vpnDbTblIntf *descriptor,
-                            std::uint32_t &code) {
-    code = L2VPN_STORE_UNKNOWN_TABLE;
+Located find_or_create_table(L2vpnDbModuleIntf *module, const L2vpnDbTblIntf *descriptor) {
+    constexpr Located unknown{nullptr, L2VPN_STORE_UNKNOWN_TABLE};
     if (descriptor == nullptr || descriptor->name == nullptr)
-        return nullptr;
+        return unknown;
     const DescriptorCache::Entry *const entry = probe(descriptor);
     if (entry != nullptr && entry->is_of(descriptor))
-        return load(entry->table);
+        return {load(entry->table), L2VPN_DB_OK};
     const TableLayout *const layout = find_layout(descriptor->name);
     if (layout == nullptr)
-        return nullptr;
+        return unknown;
     const auto number = static_cast<std::uint32_t>(layout - table_layouts.data());
     Table *table = __atomic_load_n(&tables[number], __ATOMIC_ACQUIRE);
     if (table == nullptr || entry != nullptr)
         table = register_table(Allocator(module), descriptor, number);
-    if (table == nullptr)
-        code = L2VPN_STORE_NO_MEMORY;
-    return table;
+    return {table, table != nullptr ? L2VPN_DB_OK : L2VPN_STORE_NO_MEMORY};
 }
 
 } // namespace l2vpn::platform

@@ -30,19 +30,23 @@ struct DescriptorCache {
     }
 };
 
-/// The slow path of find_table().
-Table *find_or_create_table(L2vpnDbModuleIntf *module, const L2vpnDbTblIntf *descriptor,
-                            std::uint32_t &code);
+/// A table, or null and the reason.
+struct Located {
+    Table *table;
+    std::uint32_t code;
+};
 
-/// Returns the descriptor's table, created on first use. Returns null and sets `code` if the
-/// descriptor is null or names no table, or if allocation fails.
-inline Table *find_table(L2vpnDbModuleIntf *module, const L2vpnDbTblIntf *descriptor,
-                         std::uint32_t &code) {
+/// The slow path of find_table().
+Located find_or_create_table(L2vpnDbModuleIntf *module, const L2vpnDbTblIntf *descriptor);
+
+/// Returns the descriptor's table, created on first use; null if the descriptor is null or names no
+/// table, or if allocation fails.
+inline Located find_table(L2vpnDbModuleIntf *module, const L2vpnDbTblIntf *descriptor) {
     const DescriptorCache::Entry &entry =
         DescriptorCache::entries[DescriptorCache::home(descriptor)];
     if (descriptor == nullptr || !entry.is_of(descriptor)) [[unlikely]]
-        return find_or_create_table(module, descriptor, code);
-    return load(entry.table);
+        return find_or_create_table(module, descriptor);
+    return {load(entry.table), L2VPN_DB_OK};
 }
 
 } // namespace l2vpn::platform

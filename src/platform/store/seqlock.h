@@ -64,7 +64,7 @@ public:
     }
     /// Calls `read` once. Returns false if a write section overlapped.
     template <class Read, class Result>
-    bool try_read(const Read &read, Result &result) const {
+    [[gnu::always_inline]] bool try_read(const Read &read, Result &result) const {
         const std::uint64_t before = version_.load(std::memory_order_acquire);
         if (before % 2 != 0) [[unlikely]]
             return false;

@@ -43,29 +43,29 @@ void report(const L2vpnDbModuleIntf *module, const char *operation,
     return status.code;
 }
 
-/// Returns the table that the descriptor names; or null, and the result code, logged.
-[[gnu::always_inline]] inline Table *enter(const char *operation, L2vpnDbModuleIntf *module,
-                                           const L2vpnDbTblIntf *descriptor, std::uint32_t &code) {
-    if (inside_store) [[unlikely]] {
-        code = L2VPN_STORE_REENTERED; // not logged: the log service may call the store, too
-        return nullptr;
-    }
-    Table *const table = find_table(module, descriptor, code);
-    if (table == nullptr) [[unlikely]] {
-        if (code == L2VPN_STORE_NO_MEMORY && descriptor->stat != nullptr)
+/// Returns the table that the descriptor names; or null and the result code, logged.
+[[gnu::always_inline]] inline Located enter(const char *operation, L2vpnDbModuleIntf *module,
+                                            const L2vpnDbTblIntf *descriptor) {
+    if (inside_store) [[unlikely]]
+        return {nullptr, L2VPN_STORE_REENTERED}; // not logged: the log service may call the store
+    const Located found = find_table(module, descriptor);
+    if (found.table == nullptr) [[unlikely]] {
+        if (found.code == L2VPN_STORE_NO_MEMORY && descriptor->stat != nullptr)
             descriptor->stat(L2VPN_STORE_STAT_NO_MEMORY, 1);
-        report(module, operation, descriptor, rejected(code));
+        report(module, operation, descriptor, rejected(found.code));
     }
-    return table;
+    return found;
 }
 
 /// Runs one operation on the table that the descriptor names.
 template <class Work>
-inline std::uint32_t perform(const char *operation, L2vpnDbModuleIntf *module,
-                             const L2vpnDbTblIntf *descriptor, Work work) {
-    std::uint32_t code = L2VPN_DB_OK;
-    Table *const table = enter(operation, module, descriptor, code);
-    return table == nullptr ? code : finish(operation, module, descriptor, *table, work(*table));
+[[gnu::always_inline]] inline std::uint32_t perform(const char *operation,
+                                                    L2vpnDbModuleIntf *module,
+                                                    const L2vpnDbTblIntf *descriptor, Work work) {
+    const Located target = enter(operation, module, descriptor);
+    return target.table == nullptr
+               ? target.code
+               : finish(operation, module, descriptor, *target.table, work(*target.table));
 }
 
 /// Checks a read's requests.
@@ -126,12 +126,12 @@ std::uint32_t L2VPN_STORE_ReadMany(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *ta
         Probe<PackedKey> probe;
         std::uint32_t code;
     };
-    std::uint32_t result = L2VPN_DB_OK;
-    Table *const target = enter(operation, module, table, result);
+    const auto [target, unavailable] = enter(operation, module, table);
     if (target == nullptr)
-        return result;
+        return unavailable;
     if (count != 0 && (keys == nullptr || records == nullptr))
         return finish(operation, module, table, *target, rejected(L2VPN_STORE_NULL_POINTER));
+    std::uint32_t result = L2VPN_DB_OK;
     for (std::uint32_t first = 0, size = 0; first < count; first += size) {
         size = std::min(count - first, batch);
         Read reads[batch];
@@ -221,11 +221,10 @@ std::uint32_t L2VPN_STORE_NextMany(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *ta
                                    L2vpnDbIter *iter, const L2vpnDbRecData *first,
                                    std::uint32_t capacity, std::uint32_t *delivered) {
     constexpr const char *operation = "next records of";
-    std::uint32_t code = L2VPN_DB_OK;
-    Table *const target = enter(operation, module, table, code);
+    const auto [target, unavailable] = enter(operation, module, table);
     if (target == nullptr)
-        return code;
-    code = check_record(target->stored_length(), first);
+        return unavailable;
+    std::uint32_t code = check_record(target->stored_length(), first);
     if (code == L2VPN_DB_OK && delivered == nullptr)
         code = L2VPN_STORE_NULL_POINTER;
     if (code != L2VPN_DB_OK)

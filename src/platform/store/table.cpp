@@ -43,29 +43,9 @@ Table *Table::create(const Allocator &allocator, const TableLayout &layout, std:
 
 // ---- Readers ----------------------------------------------------------------------------------
 
-inline bool Table::copy_record(const Index &index, const Probe<PackedKey> &probe,
-                               void *record) const {
-    const Word *const words = index.find(records_, probe).words;
-    if (words != nullptr)
-        copy_out(record, words, stored_length_);
-    return words != nullptr;
-}
-
-// Not a part of read(), because the compiler would save registers for it before the first attempt.
-bool Table::copy_record_slow(const Index &index, const Probe<PackedKey> &probe, void *record) {
+bool Table::copy_record_slow(const Index &index, PackedKey key, void *record) {
+    const Probe probe = index.key().probe(key);
     return lock_.read_slow([&] { return copy_record(index, probe, record); });
-}
-
-[[gnu::flatten]] Status Table::read(const Index &index, const Probe<PackedKey> &probe,
-                                    void *record) {
-    bool found = false;
-    if (!lock_.try_read([&] { return copy_record(index, probe, record); }, found)) [[unlikely]]
-        found = copy_record_slow(index, probe, record);
-    if (index.is_primary())
-        return found ? ok(L2VPN_STORE_STAT_READ)
-                     : Status{L2VPN_STORE_NOT_FOUND, L2VPN_STORE_STAT_READ_MISSED};
-    return found ? ok(L2VPN_STORE_STAT_KEY_READ)
-                 : Status{L2VPN_STORE_NOT_FOUND, L2VPN_STORE_STAT_KEY_READ_MISSED};
 }
 
 Status Table::count(std::uint32_t &count) const {
@@ -187,8 +167,7 @@ Status Table::update(L2vpnDbModuleIntf *module, const L2vpnDbTblIntf &descriptor
 /// Applies what a setter has changed in a record object to the record as it is now.
 Status Table::change(const Allocator &allocator, const CheckedKey &key, L2vpnDbRecObj &object) {
     const SeqLock::WriteLock lock(lock_);
-    const Probe probe = key.probe();
-    const auto [id, words] = primary().find(records_, probe);
+    const auto [id, words] = primary().find(records_, key.probe());
     if (id == no_record)
         return {L2VPN_STORE_NOT_FOUND, L2VPN_STORE_STAT_UPDATE_MISSED};
     object.merge(words);

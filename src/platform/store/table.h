@@ -33,7 +33,8 @@ public:
     Status write(const Allocator &allocator, const char *record);
     /// Writes only if the stored record equals `expected`; if that is null, only if there is none.
     Status write_if(const Allocator &allocator, const char *expected, const char *record);
-    Status read(const Index &index, const Probe<PackedKey> &probe, void *record);
+    [[gnu::always_inline]] inline Status read(const Index &index, const Probe<PackedKey> &probe,
+                                              void *record);
     /// Prefetches the record that read() will find; the index entry should be in the cache.
     void prefetch_record(const Index &index, Hash hash) const {
         index.prefetch_record(records_, hash);
@@ -59,9 +60,10 @@ private:
     [[nodiscard]] Index &primary() const { return indexes_[0]; }
     [[nodiscard]] std::span<Index> secondary() const { return indexes_.subspan(1); }
 
-    bool copy_record(const Index &index, const Probe<PackedKey> &probe, void *record) const;
-    [[gnu::noinline, gnu::cold]] bool copy_record_slow(const Index &index,
-                                                       const Probe<PackedKey> &probe, void *record);
+    [[gnu::always_inline]] inline bool
+    copy_record(const Index &index, const Probe<PackedKey> &probe, void *record) const;
+    [[gnu::noinline, gnu::cold]] bool copy_record_slow(const Index &index, PackedKey key,
+                                                       void *record);
     bool insert(const Allocator &allocator, const char *record);
     bool replace(const Allocator &allocator, RecordId id, const char *record);
     Status change(const Allocator &allocator, const CheckedKey &key, L2vpnDbRecObj &object);
@@ -77,5 +79,27 @@ private:
     CursorTable cursors_;
     SeqLock lock_;
 };
+
+inline bool Table::copy_record(const Index &index, const Probe<PackedKey> &probe,
+                               void *record) const {
+    const Word *const words = index.find(records_, probe).words;
+    if (words != nullptr)
+        copy_out(record, words, stored_length_);
+    return words != nullptr;
+}
+
+inline Status Table::read(const Index &index, const Probe<PackedKey> &probe, void *record) {
+    bool found = false;
+    const auto copy = [&]() __attribute__((always_inline)) {
+        return copy_record(index, probe, record);
+    };
+    if (!lock_.try_read(copy, found)) [[unlikely]]
+        found = copy_record_slow(index, probe.source, record);
+    if (index.is_primary())
+        return found ? ok(L2VPN_STORE_STAT_READ)
+                     : Status{L2VPN_STORE_NOT_FOUND, L2VPN_STORE_STAT_READ_MISSED};
+    return found ? ok(L2VPN_STORE_STAT_KEY_READ)
+                 : Status{L2VPN_STORE_NOT_FOUND, L2VPN_STORE_STAT_KEY_READ_MISSED};
+}
 
 } // namespace l2vpn::platform
