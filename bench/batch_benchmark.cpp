@@ -29,11 +29,11 @@ struct Batch {
         }
     }
 
-    std::vector<PrimaryKey> keys; ///< in random order
-    std::uint32_t key_id[4] = {0x0001'0009};
+    alignas(64) std::array<std::array<char, stored_length>, batch> records{};
     std::array<L2vpnDbKeyData, batch> requests{};
     std::array<L2vpnDbRecData, batch> places{};
-    alignas(64) std::array<std::array<char, stored_length>, batch> records{};
+    std::vector<PrimaryKey> keys; ///< in random order
+    std::uint32_t key_id[4] = {0x0001'0009};
 };
 
 /// Nanoseconds per record of operation(n), which handles a batch.

@@ -30,7 +30,7 @@ Slice round_trip(void (*encode_and_decode)(const L2vpnVplsPw &, L2vpnVplsPw &)) 
         if (std::memcmp(packed(record).bytes, packed(result).bytes, stored_length) != 0)
             throw std::runtime_error("a decoded record differs from its original");
     }
-    return repeated([encode_and_decode, records = few_records(), result = L2vpnVplsPw{}](
+    return repeated([records = few_records(), result = L2vpnVplsPw{}, encode_and_decode](
                         std::size_t n) mutable { encode_and_decode(records[n % few], result); });
 }
 

@@ -36,12 +36,10 @@ const char *bytes_of(const L2vpnVplsPw &record) {
     return reinterpret_cast<const char *>(&record);
 }
 
-FewBytes few_stored() {
+FewBytes converted(const FewRecords &records) {
     FewBytes result{};
-    for (std::uint32_t i = 0; i < few; ++i) {
-        const L2vpnVplsPw record = pseudowire(i);
-        L2VPN_DB_L2vpnVplsPwSetAllFields(&record, result[i].data());
-    }
+    for (std::uint32_t i = 0; i < few; ++i)
+        L2VPN_DB_L2vpnVplsPwSetAllFields(&records[i], result[i].data());
     return result;
 }
 
@@ -72,7 +70,7 @@ Slice libc_to_packed_slice() {
     const FewRecords records = few_records();
     for (std::size_t i = 0; i < few; ++i)
         libc_to_packed(bytes_of(records[i]), stored[i].data());
-    if (stored != few_stored())
+    if (stored != converted(records))
         throw std::runtime_error("a copied stored record differs from a converted one");
     return repeated([records, stored](std::size_t n) mutable {
         libc_to_packed(bytes_of(records[n % few]), stored[n % few].data());
@@ -80,12 +78,11 @@ Slice libc_to_packed_slice() {
 }
 
 Slice libc_to_caller_slice() {
-    const FewBytes stored = few_stored();
+    const FewBytes stored = converted(few_records());
     FewRecords records{};
     for (std::size_t i = 0; i < few; ++i)
         libc_to_caller(stored[i].data(), reinterpret_cast<char *>(&records[i]));
-    if (const FewRecords originals = few_records();
-        std::memcmp(records.data(), originals.data(), sizeof records) != 0)
+    if (converted(records) != stored)
         throw std::runtime_error("a copied record differs from its original");
     return repeated([stored, records](std::size_t n) mutable {
         libc_to_caller(stored[n % few].data(), reinterpret_cast<char *>(&records[n % few]));

@@ -21,11 +21,10 @@ std::vector<std::size_t> affinity_mask() {
     return result;
 }
 
-const std::vector<std::size_t> initial = affinity_mask();
-
 } // namespace
 
 const std::vector<std::size_t> &processors() {
+    static const std::vector<std::size_t> initial = affinity_mask();
     return initial;
 }
 

@@ -7,7 +7,7 @@
 
 namespace l2vpn::bench {
 
-/// The processors in the affinity mask that this process started with.
+/// The processors in the thread's affinity mask at the first call.
 const std::vector<std::size_t> &processors();
 
 /// Binds the calling thread to a processor; throws if that fails.
