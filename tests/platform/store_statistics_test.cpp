@@ -19,10 +19,13 @@ namespace {
 constinit thread_local bool set_specific_fails = false;
 }
 
-/// Replaces the C library's function in the whole process.
-extern "C" int pthread_setspecific(pthread_key_t key, const void *value) noexcept {
-    static const auto original =
-        reinterpret_cast<decltype(&pthread_setspecific)>(dlsym(RTLD_NEXT, "pthread_setspecific"));
+/// Replaces the C library's function in the whole process. Not instrumented: ThreadSanitizer calls
+/// it while it starts a thread.
+extern "C" [[gnu::no_sanitize("thread")]] int pthread_setspecific(pthread_key_t key,
+                                                                  const void *value) noexcept {
+    static constinit decltype(&pthread_setspecific) original = nullptr;
+    if (original == nullptr)
+        original = reinterpret_cast<decltype(original)>(dlsym(RTLD_NEXT, "pthread_setspecific"));
     return set_specific_fails ? ENOMEM : original(key, value);
 }
 
