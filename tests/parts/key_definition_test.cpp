@@ -128,7 +128,7 @@ TEST(KeyDefinition, HasRandomKeysOfItsOwn) {
     EXPECT_EQ(random.size(), words);
 }
 
-/// Pair-multiply-shift as in its definition: one key per 32 bits of the value.
+/// Pair-multiply-shift as in its definition, one key per 32 bits of the value, and a permutation.
 Hash reference_hash(const Defined &defined, const char *packed) {
     Word sum = defined.key.random;
     for (const KeySegment &segment : defined.segments()) {
@@ -138,7 +138,9 @@ Hash reference_hash(const Defined &defined, const char *packed) {
         sum += (random[1] + value[0]) * (random[0] + value[1]);
         sum += (random[3] + value[2]) * (random[2] + value[3]);
     }
-    return static_cast<Hash>(sum >> 32);
+    auto hash = static_cast<Hash>(sum >> 32);
+    hash = (hash ^ hash >> 16) * 0x2C1B3C6D;
+    return hash ^ hash >> 16;
 }
 
 TEST(KeyDefinition, HashesAllSourcesAlike) {
