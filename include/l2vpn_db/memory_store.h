@@ -14,11 +14,13 @@
  *  2. Read takes any key of the table. With a secondary key, it reads the record that an iterator
  *     over that key would deliver first.
  *  3. Update and Delete take a primary key. If the record exists, Update calls the request's setter
- *     once, on the calling thread, with the record request, a record object that holds the record,
- *     the field ids and their count. The record request must carry a record; the store checks
- *     neither its length nor the field ids. If the setter returns 0, the change is kept, otherwise
- *     it is discarded; Update returns the setter's result. If the setter changes the primary key,
- *     the change is discarded, too (L2VPN_STORE_KEY_CHANGED).
+ *     once, on the calling thread and without a lock, with the record request, a record object that
+ *     holds the record, the field ids and their count. The record request must carry a record; the
+ *     store checks neither its length nor the field ids. If the setter returns 0, the fields that
+ *     it has set are changed in the record as it is then, otherwise nothing changes; Update returns
+ *     the setter's result. If the record has been deleted meanwhile, Update returns
+ *     L2VPN_STORE_NOT_FOUND. If the setter changes the primary key, nothing changes, either
+ *     (L2VPN_STORE_KEY_CHANGED).
  *  4. Each call is atomic: other threads never see a part of it, and a call that returns a code
  *     other than 0 has changed nothing. (One exception: a Read that finds no record because
  *     another thread is deleting it may have written to the caller's buffer.)
@@ -36,17 +38,27 @@
  *     any thread. Two threads may share an iterator; each record is delivered to one of them.
  *
  * Threads
- *  8. Any number of threads may use one table or several. Reads and counts never block each other.
- *  9. A setter and the memory service run inside the store. They may call functions that do not
- *     re-enter it: the record-object functions for their object, memcpy_s, sprintf_s,
- *     ZAV_AtomicAdd, the library's conversions, key builders and formatters. A call of a store
- *     operation, on any table, returns L2VPN_STORE_REENTERED (or handle 0), has no effect and is
- *     not counted. The log service and the statistics functions are called without any lock of the
- *     store and may call anything.
+ *  8. Any number of threads may use one table or several. Reads and counts never block each other,
+ *     and no call waits for a setter. A read waits for a write of the same table only while that
+ *     changes the table, not while it allocates memory; it spins for up to 20 microseconds before
+ *     it sleeps. An iterator lets writers proceed after at most 65,536 deleted records and 32 other
+ *     ones.
+ *  9. A setter may call any function, store operations included, and need not return: it may throw,
+ *     call longjmp or end its thread. Nothing is then locked, changed or counted; the memory of the
+ *     record object is lost. The memory service must return. A store operation that it calls while
+ *     the store allocates or releases memory, or that is called by a signal handler which has
+ *     interrupted a call of the store that holds a lock, returns L2VPN_STORE_REENTERED (or handle
+ *     0), on any table, has no effect and is not counted. The memory service may call functions
+ *     that do not re-enter the store: memcpy_s, sprintf_s, ZAV_AtomicAdd, the library's
+ *     conversions, key builders and formatters. The log service and the statistics functions are called without any
+ *     lock of the store and may call anything. A thread is not cancelled while it holds a lock.
  *
  * Memory
  * 10. The store never frees the memory of records and indexes. A table reuses the memory of deleted
- *     records before it allocates more.
+ *     records before it allocates more. An index takes at most 64 bytes per record, from 1,000
+ *     records on, whatever the values of the keys: these may be an attacker's. Each key of each
+ *     store has random hash keys, so that two different values collide with a probability of 2^-32,
+ *     whoever has chosen them. Values that collide nevertheless take more time, nothing else.
  *
  * Statistics
  * 11. Each call on a table of the store counts one event, through the descriptor's statistics
@@ -106,7 +118,7 @@ extern "C" {
 #define L2VPN_STORE_BAD_OBJECT UINT32_C(0x1000B)
 /** The handle is not an open iterator of the table. */
 #define L2VPN_STORE_BAD_ITERATOR UINT32_C(0x1000C)
-/** The call came from a setter or a memory service that the store has called. */
+/** The call came from the memory service or a signal handler while the store holds a lock. */
 #define L2VPN_STORE_REENTERED UINT32_C(0x1000D)
 /** An allocation failed, or the table is full. */
 #define L2VPN_STORE_NO_MEMORY UINT32_C(0x1000E)
@@ -155,7 +167,7 @@ static inline const char *l2vpn_store_result_text(uint32_t code) {
     case L2VPN_STORE_BAD_ITERATOR:
         return "the handle is not an open iterator of the table";
     case L2VPN_STORE_REENTERED:
-        return "called from a setter or a memory service";
+        return "called from a memory service or a signal handler inside the store";
     case L2VPN_STORE_NO_MEMORY:
         return "out of memory";
     case L2VPN_STORE_CONFLICT:
@@ -203,7 +215,7 @@ typedef enum L2vpnStoreStat {
  * Reads records of one table by their keys, several times as fast as single calls of DAL_VELD_Read
  * where the records are not in the processor's cache. Each record is read, checked, counted and
  * logged as by a call of its own; records that are read together may be of different times.
- * @param keys     count key requests, of any keys of the table
+ * @param keys     count key requests, with any of the table's keys
  * @param records  count record requests; their buffers overlap neither each other nor the keys
  * @param codes    count result codes, as of DAL_VELD_Read; may be null
  * @return 0 if all reads returned 0, otherwise the first other code; L2VPN_STORE_NULL_POINTER if
@@ -228,8 +240,8 @@ uint32_t L2VPN_STORE_NextMany(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table, 
  * Writes a record only if the table holds the expected one: a compare-and-swap of records.
  * @param expected  the record that the table must hold under the primary key of `record`, equal in
  *                  all bytes; null if it must hold none
- * @return 0 if the record has been written; L2VPN_STORE_CONFLICT, with nothing changed, if the table
- *         does not hold what was expected (counted as L2VPN_STORE_STAT_UPDATE_REFUSED)
+ * @return 0 if the record has been written; L2VPN_STORE_CONFLICT, with nothing changed, if the
+ *         table does not hold what was expected (counted as L2VPN_STORE_STAT_UPDATE_REFUSED)
  */
 uint32_t L2VPN_STORE_WriteIf(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
                              const L2vpnDbRecData *expected, const L2vpnDbRecData *record);

@@ -40,7 +40,7 @@ uint32_t DAL_VELD_Write(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
                         const L2vpnDbRecData *record);
 
 /** Reads the record with the given key; fills exactly record->length bytes. On failure the buffer's
- *  contents are unspecified. */
+ *  contents are unspecified. The key must not overlap the buffer. */
 uint32_t DAL_VELD_Read(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table, const L2vpnDbKeyData *key,
                        L2vpnDbRecData *record);
 

@@ -26,7 +26,8 @@ SPIN_LOCK = {"pthread_spin_init", "pthread_spin_lock", "pthread_spin_unlock"}
 PLATFORM_LIBC = LIBC | {
     "__cxa_atexit", "__errno_location", "__libc_single_threaded", "__vsnprintf_chk", "_dl_find_object",
     "clock_gettime", "free", "getauxval", "getrandom", "madvise", "malloc", "memcmp", "memcpy", "memmove",
-    "memset", "mmap", "munmap", "pthread_key_create", "pthread_setspecific", "strchr", "strlen"}
+    "memset", "mmap", "munmap", "pthread_key_create", "pthread_setcancelstate", "pthread_setspecific",
+    "strchr", "strlen"}
 PLATFORM_LIBSTDCXX = {"_ZSt20__throw_system_errori"}
 MODULE = {"L2VPN_DB_ModuleIntf", "L2VPN_DB_MemIntfReg", "L2VPN_DB_LogIntfReg",
           "g_l2vpnDbModuleIntf"}

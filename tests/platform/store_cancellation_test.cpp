@@ -8,12 +8,13 @@
 #include <unistd.h>
 
 #include "tests/platform/log_service.h"
+#include "tests/platform/memory_service.h"
 #include "tests/platform/store_test.h"
 
 namespace l2vpn::test {
 namespace {
 
-constexpr std::uint32_t pool_size = 100;
+constexpr std::uint32_t pool_size = 1200;
 
 bool has_pool(const Facts &table) {
     return TestRecords::fits(table, pool_size);
@@ -21,6 +22,7 @@ bool has_pool(const Facts &table) {
 
 /// Cancels its own thread.
 void cancel() {
+    set_allocation_hook(nullptr);
     set_log_hook(nullptr);
     pthread_cancel(pthread_self());
     pthread_testcancel();
@@ -41,6 +43,7 @@ protected:
             ASSERT_EQ(raw_write(pool_.make(i, 0)), 0U);
     }
     void TearDown() override {
+        set_allocation_hook(nullptr);
         set_log_hook(nullptr);
         StoreTest::TearDown();
         unregister_log_service();
@@ -92,6 +95,45 @@ protected:
     const TestRecords pool_{facts_, pool_size, TestRecords::Spread::distinct};
 };
 L2VPN_TEST_TYPED_TABLES(StoreCancellation, has_pool);
+
+/// Runs in a separate process, in which the table is unused.
+class FreshStoreCancellation : public StoreCancellation {
+protected:
+    void SetUp() override {
+        if (is_used(table_))
+            GTEST_SKIP() << "the table may have free slots";
+        StoreCancellation::SetUp();
+    }
+};
+L2VPN_TEST_TYPED_TABLES(FreshStoreCancellation, has_pool);
+
+// The call ends first: the thread is cancelled at its next cancellation point.
+TEST_P(FreshStoreCancellation, InTheMemoryService) {
+    register_memory_service();
+    std::uint32_t written = kept;
+    for (int turn = 0; turn < 5; ++turn) {
+        EXPECT_TRUE(is_cancelled_in([&] {
+            set_allocation_hook(cancel);
+            while (written < pool_size - 1) {
+                EXPECT_EQ(raw_write(pool_.make(written, 0)), 0U);
+                ++written;
+                pthread_testcancel();
+            }
+        }));
+        set_allocation_hook(nullptr);
+        expect_usable(written);
+    }
+    std::uint32_t opened = 0;
+    EXPECT_TRUE(is_cancelled_in([&] {
+        set_allocation_hook(cancel);
+        for (; opened < 5000; ++opened) {
+            EXPECT_NE(DAL_VELD_CreateIterator(module_, intf_), nullptr);
+            pthread_testcancel();
+        }
+    }));
+    set_allocation_hook(nullptr);
+    expect_usable(written);
+}
 
 TEST_P(StoreCancellation, InTheLogService) {
     EXPECT_TRUE(is_cancelled_in([&] {

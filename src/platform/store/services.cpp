@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include <pthread.h>
+
 #include "platform/store/shared_words.h"
 
 namespace l2vpn::platform {
@@ -31,6 +33,15 @@ Allocator::Allocator(const L2vpnDbModuleIntf *module)
         allocate_ = function<L2vpnStoreAllocateFn>(allocate);
         release_ = function<L2vpnStoreReleaseFn>(release);
     }
+}
+
+// A thread that is cancelled in the service would never unlock the table.
+void *Allocator::allocate(std::size_t size) const {
+    int state = PTHREAD_CANCEL_ENABLE;
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &state);
+    void *const memory = allocate_(size);
+    pthread_setcancelstate(state, nullptr);
+    return memory;
 }
 
 bool Allocator::is_malloc() const {

@@ -14,7 +14,7 @@ public:
     explicit Allocator(const L2vpnDbModuleIntf *module);
 
     /// Returns memory aligned for any type, or null.
-    [[nodiscard]] void *allocate(std::size_t size) const { return allocate_(size); }
+    [[nodiscard]] void *allocate(std::size_t size) const;
     [[nodiscard]] L2vpnStoreReleaseFn release_function() const { return release_; }
     /// Whether the functions are malloc and free, so that aligned_alloc may replace malloc.
     [[nodiscard]] bool is_malloc() const;
