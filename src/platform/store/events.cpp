@@ -2,6 +2,7 @@
 #include "platform/store/events.h"
 
 #include <atomic>
+#include <climits>
 #include <utility>
 
 #include <cxxabi.h>
@@ -113,8 +114,7 @@ namespace {
 // A thread-specific key, because a thread-local destructor aborts the process if its registration
 // cannot allocate memory.
 
-constinit bool has_key = false;
-pthread_key_t key;
+constinit pthread_key_t key = PTHREAD_KEYS_MAX; ///< invalid if it cannot be created
 
 void end_thread(void * /*value*/) {
     EventThread::current.end();
@@ -122,7 +122,7 @@ void end_thread(void * /*value*/) {
 
 // At load, because each thread can set the first 32 keys without an allocation.
 [[gnu::constructor]] void create_key() {
-    has_key = pthread_key_create(&key, end_thread) == 0;
+    pthread_key_create(&key, end_thread);
 }
 
 /// Destructors of keys do not run in a thread that exits the process. Registered once, with the
@@ -137,7 +137,7 @@ void register_exit_handler() {
 
 /// Batches the thread's events only if they are certain to be reported when it ends.
 void EventThread::begin() {
-    if (!has_key || pthread_setspecific(key, this) != 0) {
+    if (pthread_setspecific(key, this) != 0) {
         state_ = State::unbatched;
         return;
     }

@@ -76,27 +76,26 @@ void after_fork_in_child() {
     after_fork_in_parent();
 }
 
-/// Returns false if allocation fails. Handlers that are registered several times work once per
-/// fork.
-bool register_fork_handlers() {
-    return __register_atfork(before_fork, after_fork_in_parent, after_fork_in_child, nullptr) == 0;
+/// Handlers that are registered several times work once per fork. A failure, without memory for the
+/// C library's list, is ignored: it has room for 48 sets.
+void register_fork_handlers() {
+    __register_atfork(before_fork, after_fork_in_parent, after_fork_in_child, nullptr);
 }
 
 // For forks at any time after loading.
 [[gnu::constructor]] void register_at_load() {
-    static_cast<void>(register_fork_handlers());
+    register_fork_handlers();
 }
 
 /// Registers the handlers once more before the first table is created. Handlers that lock run in
 /// the reverse order of registration, and the locks of the memory service, whose handlers may have
 /// been registered meanwhile, are taken after the store's.
-bool register_before_first_table() {
+void register_before_first_table() {
     static constinit std::atomic<bool> registered{false};
     if (registered.load(std::memory_order_acquire))
-        return true;
-    const bool succeeded = register_fork_handlers();
-    registered.store(succeeded, std::memory_order_release);
-    return succeeded;
+        return;
+    register_fork_handlers();
+    registered.store(true, std::memory_order_release);
 }
 
 // ---- Tables -----------------------------------------------------------------------------------
@@ -104,8 +103,7 @@ bool register_before_first_table() {
 /// Returns the descriptor's table, created on first use, and caches it if there is a free entry.
 Table *register_table(const Allocator &allocator, const L2vpnDbTblIntf *descriptor,
                       std::uint32_t number) {
-    if (!register_before_first_table())
-        return nullptr;
+    register_before_first_table();
     const ReentrancyGuard guard;
     const std::lock_guard lock(mutex);
     Table *table = tables[number];
