@@ -525,10 +525,14 @@ private:
     void counted(std::uint32_t event, bool logged = false) {
         if (table_rejected_.empty())
             ++counted_->at(event);
+        expect_counted(logged ? 1 : 0);
+    }
+
+    void expect_counted(std::uint32_t logged) const {
         if (!in_bulk_)
             expect_events();
         const bool has_log = module_ != nullptr && module_->log != 0;
-        require(log_lines == (logged && has_log ? 1U : 0U), "log lines");
+        require(log_lines == (has_log ? logged : 0U), "log lines");
     }
 
     /// Whether the call was rejected as expected, or an allocation failed.
@@ -550,7 +554,10 @@ private:
     void call() {
         if (input_.one_in(32))
             allocations_left = input_.byte() % 4;
-        switch (input_.below(24)) {
+        const std::uint8_t choice = input_.byte();
+        if (choice >= 240)
+            return choice % 3 == 0 ? write_if() : choice % 3 == 1 ? read_many() : next_many();
+        switch (choice % 24) {
         case 0:
         case 1:
         case 2:
@@ -618,6 +625,35 @@ private:
         store_in_model(stored);
     }
 
+    void write_if() {
+        const Bytes stored = some_record();
+        RecordCall record = some_record_request(stored);
+        const auto held = current->records.find(key_value(facts().keys[0], stored));
+        const bool is_held = held != current->records.end();
+        const std::size_t kind = input_.below(4);
+        Bytes expected = kind < 2 && is_held ? held->second : stored;
+        if (kind == 1)
+            expected[input_.number<std::uint16_t>() % expected.size()] ^= 1;
+        RecordCall condition = some_record_request(expected);
+        if (kind == 3)
+            condition.null = true;
+        Codes wrong = record.rejected;
+        if (!condition.null)
+            wrong.insert(condition.rejected.begin(), condition.rejected.end());
+        const std::uint32_t code = make([&] {
+            return L2VPN_STORE_WriteIf(module_, intf_, condition.pointer(), record.pointer());
+        });
+        if (rejected(code, wrong))
+            return;
+        if (condition.null ? is_held : !is_held || held->second != expected) {
+            require(code == L2VPN_STORE_CONFLICT, "result of WriteIf");
+            return counted(L2VPN_STORE_STAT_UPDATE_REFUSED);
+        }
+        require(code == L2VPN_DB_OK, "result of WriteIf");
+        counted(is_held ? L2VPN_STORE_STAT_REPLACED : L2VPN_STORE_STAT_INSERTED);
+        store_in_model(stored);
+    }
+
     void read(KeyCall &key) {
         RecordCall record = some_record_request({});
         Codes wrong = key.rejected;
@@ -626,14 +662,59 @@ private:
             make([&] { return DAL_VELD_Read(module_, intf_, key.pointer(), record.pointer()); });
         if (rejected(code, wrong))
             return;
+        counted(expect_read(key, code, *record.buffer));
+    }
+
+    /// Checks the result of a valid read. Returns the event that it counts.
+    std::uint32_t expect_read(const KeyCall &key, std::uint32_t code, const Exact &buffer) const {
         const std::set<Bytes> found = having(key.index, key.wanted);
         require(code == (found.empty() ? L2VPN_STORE_NOT_FOUND : L2VPN_DB_OK), "result of Read");
-        counted(
-            key.index == 0
-                ? (found.empty() ? L2VPN_STORE_STAT_READ_MISSED : L2VPN_STORE_STAT_READ)
-                : (found.empty() ? L2VPN_STORE_STAT_KEY_READ_MISSED : L2VPN_STORE_STAT_KEY_READ));
         if (!found.empty())
-            expect_held(record.buffer->contents(), found);
+            expect_held(buffer.contents(), found);
+        const std::uint32_t missed = found.empty() ? 1 : 0;
+        return (key.index == 0 ? L2VPN_STORE_STAT_READ : L2VPN_STORE_STAT_KEY_READ) + missed;
+    }
+
+    /// Reads of one call, each of which may be invalid.
+    void read_many() {
+        const std::size_t count = input_.below(40);
+        std::vector<KeyCall> keys;
+        std::vector<RecordCall> records;
+        std::vector<L2vpnDbKeyData> key_requests;
+        std::vector<L2vpnDbRecData> record_requests;
+        for (std::size_t i = 0; i < count; ++i) {
+            keys.push_back(some_key(false));
+            records.push_back(some_record_request({}));
+            key_requests.push_back(keys.back().request);
+            record_requests.push_back(records.back().request);
+            if (keys.back().null)
+                key_requests.back().keyId = nullptr;
+            if (records.back().null)
+                record_requests.back().data = nullptr;
+        }
+        std::vector<std::uint32_t> codes(count, 77);
+        const std::uint32_t code = make([&] {
+            return L2VPN_STORE_ReadMany(module_, intf_, key_requests.data(), record_requests.data(),
+                                        static_cast<std::uint32_t>(count), codes.data());
+        });
+        if (rejected(code, table_rejected_))
+            return;
+        const auto failed =
+            std::ranges::find_if(codes, [](std::uint32_t of_one) { return of_one != L2VPN_DB_OK; });
+        require(code == (failed == codes.end() ? L2VPN_DB_OK : *failed), "result of ReadMany");
+        std::uint32_t logged = 0;
+        for (std::size_t i = 0; i < count; ++i) {
+            Codes wrong = keys[i].rejected;
+            wrong.insert(records[i].rejected.begin(), records[i].rejected.end());
+            if (wrong.empty()) {
+                ++counted_->at(expect_read(keys[i], codes[i], *records[i].buffer));
+                continue;
+            }
+            require(wrong.contains(codes[i]), "error code of an invalid read");
+            ++counted_->at(event_of(codes[i]));
+            ++logged;
+        }
+        expect_counted(logged);
     }
 
     /// Checks a record that was read; returns its primary key, which must be one of `expected`.
@@ -856,6 +937,46 @@ private:
         counted(L2VPN_STORE_STAT_DELIVERED);
         iterator->due.erase(expect_held(buffer.contents(), iterator->due));
         return true;
+    }
+
+    void next_many() {
+        L2vpnDbIter *const handle = some_handle();
+        const auto iterator = find(handle);
+        RecordCall record = some_record_request({});
+        const std::size_t length = facts().stored_size;
+        const std::size_t capacity = input_.below(20);
+        const Exact buffer(record.rejected.empty() ? capacity * length : 1, 0xA5);
+        if (record.request.data != nullptr)
+            record.request.data = buffer.data();
+        std::uint32_t delivered = 77;
+        std::uint32_t *const result = input_.one_in(16) ? nullptr : &delivered;
+        if (result == nullptr)
+            record.rejected.insert(L2VPN_STORE_NULL_POINTER);
+        const std::uint32_t code = make([&] {
+            return L2VPN_STORE_NextMany(module_, intf_, handle, record.pointer(),
+                                        static_cast<std::uint32_t>(capacity), result);
+        });
+        if (code == L2VPN_STORE_BAD_ITERATOR && iterator == open_.end() &&
+            table_rejected_.empty()) {
+            require(delivered == 0, "records of an invalid handle");
+            return counted(L2VPN_STORE_STAT_BAD_ITERATOR, true);
+        }
+        if (rejected(code, record.rejected))
+            return;
+        require(iterator != open_.end(), "NextMany with an invalid handle");
+        const std::size_t expected = std::min(capacity, iterator->due.size());
+        require(delivered == expected, "number of delivered records");
+        if (expected == 0 && capacity != 0) {
+            require(code == L2VPN_STORE_END, "end of an iterator");
+            return counted(L2VPN_STORE_STAT_ITER_ENDED);
+        }
+        require(code == L2VPN_DB_OK, "result of NextMany");
+        for (std::size_t i = 0; i < expected; ++i) {
+            ++counted_->at(L2VPN_STORE_STAT_DELIVERED);
+            iterator->due.erase(
+                expect_held(buffer.contents().subspan(i * length, length), iterator->due));
+        }
+        expect_counted(0);
     }
 
     bool advance(const Open &iterator) {
