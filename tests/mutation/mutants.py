@@ -45,6 +45,8 @@ CONDITION = re.compile(r"^(\s*(?:\} else )?(?:if|while)(?: constexpr)? \()(.*)(\
 RETURN = re.compile(r"^(\s*return )(.+);$")
 STATEMENT = re.compile(r"^\s+(?:[\w:.>\[\]*+<-]+(?:\([^;]*\)| (?:=|\+=|-=) [^;]*)|\+\+[\w.]+);$")
 NOT_CODE = re.compile(r"^\s*(//|#|static_assert|namespace|using|extern|public:|private:|template|friend)")
+# Prefetches and pauses change no result.
+HINT = re.compile(r"prefetch|\bpause\(\)")
 
 
 def code_end(line: str) -> int:
@@ -79,7 +81,7 @@ def cpp(root: Path, path: Path):
         asserting = asserting or "static_assert(" in line
         skip = asserting or number in left_out
         asserting = asserting and not line.rstrip().endswith(");")
-        if skip or NOT_CODE.match(line) and " = " not in line:
+        if skip or HINT.search(line) or NOT_CODE.match(line) and " = " not in line:
             continue
         end, quoted = code_end(line), strings(line)
 

@@ -43,6 +43,10 @@ public:
             sum += block.size;
         return sum;
     }
+    [[nodiscard]] static bool has_block(std::size_t size) {
+        return std::any_of(blocks.begin(), blocks.end(),
+                           [size](const Block &block) { return block.size == size; });
+    }
     /// Whether the range is a part of one block.
     [[nodiscard]] static bool owns(const void *at, std::size_t size) {
         return std::any_of(blocks.begin(), blocks.end(), [&](const Block &block) {
