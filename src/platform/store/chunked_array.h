@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
-// An array that grows without moving its elements: chunk k holds the 2^k elements from
-// 2^k - 1 on. The chunk addresses take few cache lines.
+// An array that grows without moving its elements: chunk 0 holds two elements, chunk k
+// the 2^k elements from 2^k on. The chunk addresses take few cache lines.
 #pragma once
 
+#include <algorithm>
 #include <bit>
 
 #include "platform/store/arena.h"
@@ -23,13 +24,12 @@ public:
     /// zero-fills it. Returns false if allocation fails.
     [[nodiscard]] bool reserve(const Allocator &allocator, Arena &arena, std::uint32_t at) {
         const std::uint32_t chunk = chunk_of(at);
-        const std::size_t size = sizeof(Element) << chunk;
         if (origins_[chunk] == 0) {
-            void *const memory = arena.allocate(allocator, size);
+            const std::size_t first = chunk == 0 ? 0 : sizeof(Element) << chunk;
+            void *const memory = arena.allocate(allocator, std::max(first, 2 * sizeof(Element)));
             if (memory == nullptr)
                 return false;
-            store(origins_[chunk],
-                  reinterpret_cast<std::uintptr_t>(memory) + sizeof(Element) - size);
+            store(origins_[chunk], reinterpret_cast<std::uintptr_t>(memory) - first);
         }
         std::memset(static_cast<void *>(&(*this)[at]), 0, sizeof(Element));
         return true;
@@ -37,7 +37,7 @@ public:
 
 private:
     static std::uint32_t chunk_of(std::uint32_t at) {
-        return 31 - static_cast<std::uint32_t>(std::countl_zero(at + 1));
+        return 31 - static_cast<std::uint32_t>(std::countl_zero(at | 1));
     }
 
     /// Where element 0 would be if the chunk began there.

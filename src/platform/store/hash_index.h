@@ -27,7 +27,7 @@ public:
         const Word shape = __atomic_load_n(&shape_, __ATOMIC_ACQUIRE);
         if (shape == 0) [[unlikely]]
             return {no_record, true};
-        const IndexLine &line = pages_at_[page_number(hash, shape)].lines[home(hash)];
+        const IndexLine &line = home_line(hash, shape);
         const std::uint32_t found = line.match(hash);
         if (found == 0)
             return {no_record, !line.full()};
@@ -45,7 +45,7 @@ public:
     void prefetch(Hash hash) const {
         const Word shape = __atomic_load_n(&shape_, __ATOMIC_ACQUIRE);
         if (shape != 0)
-            __builtin_prefetch(&pages_at_[page_number(hash, shape)].lines[home(hash)]);
+            __builtin_prefetch(&home_line(hash, shape));
     }
 
     // The functions below require the write lock.
@@ -101,6 +101,9 @@ private:
         return hash & mask >> ((hash & mask) >= pages ? 1 : 0); // no branch, it would be random
     }
 
+    [[nodiscard]] const IndexLine &home_line(Hash hash, Word shape) const {
+        return pages_at_[page_number(hash, shape)].lines[home(hash)];
+    }
     [[nodiscard]] std::uint32_t pages() const { return static_cast<std::uint32_t>(shape_); }
     [[nodiscard]] Page &page_of(Hash hash) const {
         return pages_at_[page_number(hash, __atomic_load_n(&shape_, __ATOMIC_ACQUIRE))];

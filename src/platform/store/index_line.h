@@ -19,12 +19,9 @@ public:
     /// Bit n is set if entry n has the hash. A free entry may have it, too: its record is
     /// no_record.
     [[nodiscard]] std::uint32_t match(Hash hash) const {
-        using Words [[gnu::vector_size(16)]] = Word;
         using Hashes [[gnu::vector_size(16)]] = std::uint32_t;
-        const Words words[] = {{load(hashes_[0]), load(hashes_[1])},
-                               {load(hashes_[2]), load(hashes_[3])}};
-        const auto low = reinterpret_cast<Hashes>(words[0]) == hash;
-        const auto high = reinterpret_cast<Hashes>(words[1]) == hash;
+        const auto low = reinterpret_cast<Hashes>(load_vector(&hashes_[0])) == hash;
+        const auto high = reinterpret_cast<Hashes>(load_vector(&hashes_[2])) == hash;
 #if defined(__x86_64__)
         using Signs [[gnu::vector_size(16)]] = float;
         return static_cast<std::uint32_t>(__builtin_ia32_movmskps(reinterpret_cast<Signs>(low)) |

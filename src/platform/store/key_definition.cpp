@@ -17,8 +17,6 @@ constexpr Word mask(int bytes) {
 
 /// Sets what depends on the place and the length.
 void complete(KeySegment &segment) {
-    segment.word = static_cast<std::uint16_t>(segment.record / sizeof(Word));
-    segment.shift = static_cast<std::uint8_t>(segment.record % sizeof(Word) * 8);
     segment.first_mask = mask(segment.bytes);
     segment.last_mask = mask(segment.bytes - 8);
     fill_random(segment.random, sizeof segment.random);

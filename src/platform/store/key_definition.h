@@ -31,23 +31,17 @@ struct KeySegment {
     std::uint16_t key;    ///< offset in the packed key
     std::uint16_t record; ///< offset in the record
     std::uint16_t bytes;
-    std::uint16_t word; ///< offset in a slot, in words
-    std::uint8_t shift; ///< bits of that word before the segment
-    Word first_mask;    ///< selects the segment's bytes in SegmentValue::first
+    Word first_mask; ///< selects the segment's bytes in SegmentValue::first
     Word last_mask;
     Word random[4]; ///< the hash function's keys, one per 32 bits of the value
 
     [[nodiscard]] SegmentValue of(PackedKey from) const { return at(from.bytes + key); }
     /// From a record outside the store.
     [[nodiscard]] SegmentValue of(const char *from) const { return at(from + record); }
-    /// From a slot of the record pool: reads up to three words, of which the last may come after
-    /// the record.
+    /// From a slot of the record pool: reads 16 bytes, of which the last may come after the record.
     [[nodiscard]] SegmentValue of(const Word *from) const {
-        const Word *const words = from + word;
-        const auto first = funnel(load(words[0]), load(words[1]));
-        if (last_mask == 0)
-            return {first & first_mask, 0};
-        return {first, funnel(load(words[1]), load(words[2])) & last_mask};
+        const char *const at = reinterpret_cast<const char *>(from) + record;
+        return {load_word(at) & first_mask, load_word(at + sizeof(Word)) & last_mask};
     }
 
     /// The segment's term of the hash.
@@ -58,9 +52,6 @@ struct KeySegment {
     }
 
 private:
-    [[nodiscard]] Word funnel(Word low, Word high) const {
-        return low >> shift | high << 1 << (63 - shift);
-    }
     // The bytes are read in the widths in which key builders write them: a load that overlaps two
     // recent stores is not forwarded, and waits until all earlier loads are done.
     [[nodiscard]] SegmentValue at(const char *from) const {

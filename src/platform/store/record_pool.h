@@ -41,12 +41,12 @@ public:
     [[nodiscard]] ChainLink &link(RecordId id, std::size_t key) const {
         return reinterpret_cast<ChainLink *>(words(id) + record_words_)[key - 1];
     }
-    /// Prefetches the bytes of a record, if the slot exists.
+    /// Prefetches a slot, if it exists.
     void prefetch(RecordId id) const {
         if (!exists(id))
             return;
         const Word *const at = words(id);
-        for (std::size_t word = 0; word < record_words_; word += 8)
+        for (std::size_t word = 0; word < stride_; word += 8)
             __builtin_prefetch(at + word);
     }
 

@@ -20,6 +20,34 @@ inline Integer load(const Integer &at) {
     return __atomic_load_n(&at, __ATOMIC_RELAXED);
 }
 
+/// Loads 16 or 8 bytes from an address of any alignment. Torn if another thread stores at the same
+/// time. An instruction of its own, as the language has no such load of shared memory.
+using Vector [[gnu::vector_size(16)]] = Word;
+inline Vector load_vector(const void *from) {
+    struct [[gnu::packed, gnu::may_alias]] Bytes {
+        char bytes[sizeof(Vector)];
+    };
+    Vector value;
+#if defined(__x86_64__)
+    __asm__ volatile("movdqu %1, %0" : "=x"(value) : "m"(*static_cast<const Bytes *>(from)));
+#elif defined(__aarch64__)
+    __asm__ volatile("ldr %q0, %1" : "=w"(value) : "m"(*static_cast<const Bytes *>(from)));
+#endif
+    return value;
+}
+inline Word load_word(const void *from) {
+    struct [[gnu::packed, gnu::may_alias]] Bytes {
+        char bytes[sizeof(Word)];
+    };
+    Word value = 0;
+#if defined(__x86_64__)
+    __asm__ volatile("movq %1, %0" : "=r"(value) : "m"(*static_cast<const Bytes *>(from)));
+#elif defined(__aarch64__)
+    __asm__ volatile("ldr %0, %1" : "=r"(value) : "m"(*static_cast<const Bytes *>(from)));
+#endif
+    return value;
+}
+
 template <class Integer>
 inline void store(Integer &at, Integer value) {
     __atomic_store_n(&at, value, __ATOMIC_RELAXED);

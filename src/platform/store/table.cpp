@@ -209,9 +209,12 @@ Status Table::next(L2vpnDbIter *handle, void *records, std::uint32_t capacity,
         if (cursor == nullptr) // another thread has just released it
             break;
         RecordId ids[delivery_batch];
-        const std::uint32_t count = advance(
-            *cursor, std::span(ids).first(std::min(capacity - delivered, delivery_batch)), at_end);
-        for (const RecordId id : std::span(ids).first(count)) {
+        const std::span batch =
+            std::span(ids).first(std::min(capacity - delivered, delivery_batch));
+        std::uint32_t count = 0;
+        for (std::uint32_t n = 0; n < delivery_batch && count == 0 && !at_end; ++n)
+            count = advance(*cursor, batch, at_end);
+        for (const RecordId id : batch.first(count)) {
             copy_out(to, records_.words(id), stored_length_);
             to += stored_length_;
         }
@@ -223,30 +226,34 @@ Status Table::next(L2vpnDbIter *handle, void *records, std::uint32_t capacity,
     return ok(L2VPN_STORE_STAT_DELIVERED);
 }
 
-/// Moves a cursor over records until `ids` is full or many slots were skipped. Returns the number
-/// of records.
+/// Moves a cursor over as many records as `ids` has room for. Returns how many of them it delivers:
+/// fewer at the end, after many free slots, or if records have been inserted since its creation.
 std::uint32_t Table::advance(Cursor &cursor, std::span<RecordId> ids, bool &at_end) {
-    std::uint32_t count = 0;
-    for (std::uint32_t step = 0; step < delivery_batch && count < ids.size(); ++step) {
+    std::uint32_t found = 0;
+    while (found < ids.size()) {
         RecordId id = cursor.next;
         if (cursor.index != nullptr) {
             id = cursor.index->advance(cursor, cursors_, records_);
             at_end = id == no_record;
+        } else if (records_.find_in_use(id, cursor.last)) {
+            cursor.next = id + 1;
         } else {
-            const bool found = records_.find_in_use(id, cursor.last);
-            cursor.next = found ? id + 1 : id;
+            cursor.next = id;
             at_end = id == cursor.last;
-            if (!found)
-                break;
-            if (records_.insert_sequence(id) > cursor.last_sequence)
-                continue;
+            break;
         }
         if (at_end)
             break;
         records_.prefetch(id);
-        ids[count++] = id;
+        ids[found++] = id;
     }
-    return count;
+    if (cursor.index != nullptr)
+        return found;
+    const auto is_later = [&](RecordId id) {
+        return records_.insert_sequence(id) > cursor.last_sequence;
+    };
+    return static_cast<std::uint32_t>(std::remove_if(ids.begin(), ids.begin() + found, is_later) -
+                                      ids.begin());
 }
 
 Status Table::release(L2vpnDbIter *handle) {
