@@ -2,6 +2,7 @@
 #include "platform/store/key_definition.h"
 
 #include <algorithm>
+#include <bit>
 
 #include "platform/store/random.h"
 
@@ -51,6 +52,7 @@ KeyDefinition define_key(const TableLayout &table, std::size_t index, KeySegment
             last->record = static_cast<std::uint16_t>(record);
             last->bytes = static_cast<std::uint16_t>(bytes);
         }
+        last->opaque |= std::bit_floor(bytes) != bytes;
         at += bytes;
     };
     for (const KeyMember &member : layout.members)

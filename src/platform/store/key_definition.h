@@ -31,6 +31,7 @@ struct KeySegment {
     std::uint16_t key;    ///< offset in the packed key
     std::uint16_t record; ///< offset in the record
     std::uint16_t bytes;
+    bool opaque;     ///< whether members of other widths than 1, 2, 4 or 8 are among it
     Word first_mask; ///< selects the segment's bytes in SegmentValue::first
     Word last_mask;
     Word random[4]; ///< the hash function's keys, one per 32 bits of the value
@@ -57,6 +58,8 @@ private:
     [[nodiscard]] SegmentValue at(const char *from) const {
         if (bytes <= sizeof(Word))
             return {load_bytes(from, bytes), 0};
+        if (opaque && bytes == 2 * sizeof(Word)) [[unlikely]]
+            return {load_pairs(from), load_pairs(from + sizeof(Word))};
         return {load_unaligned<Word>(from), load_bytes(from + sizeof(Word), bytes - sizeof(Word))};
     }
 };

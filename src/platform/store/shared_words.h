@@ -64,18 +64,32 @@ inline Word load_unaligned(const char *from) {
     return value;
 }
 
-/// Loads `count` bytes, at most 8; the upper bytes are 0. Reads no byte beyond them.
+/// Loads `count` bytes, at most 8; the upper bytes are 0. Reads no byte beyond them, in the pieces
+/// in which key builders write them: of 4, 2 and 1 bytes that do not overlap.
 inline Word load_bytes(const char *from, std::size_t count) {
     if (count == sizeof(Word))
         return load_unaligned<Word>(from);
-    // Two loads that overlap.
-    if (count >= 4)
-        return load_unaligned<std::uint32_t>(from) | load_unaligned<std::uint32_t>(from + count - 4)
-                                                         << (count - 4) * 8;
-    if (count >= 2)
-        return load_unaligned<std::uint16_t>(from) | load_unaligned<std::uint16_t>(from + count - 2)
-                                                         << (count - 2) * 8;
-    return count == 0 ? 0 : load_unaligned<std::uint8_t>(from);
+    Word value = 0;
+    std::size_t done = 0;
+    if ((count & 4) != 0) {
+        value = load_unaligned<std::uint32_t>(from);
+        done = 4;
+    }
+    if ((count & 2) != 0) {
+        value |= load_unaligned<std::uint16_t>(from + done) << done * 8;
+        done += 2;
+    }
+    if ((count & 1) != 0)
+        value |= load_unaligned<std::uint8_t>(from + done) << done * 8;
+    return value;
+}
+
+/// Loads 8 bytes in pairs, so that no load overlaps two writes, if these had even widths.
+inline Word load_pairs(const char *from) {
+    Word value = 0;
+    for (std::size_t i = 0; i < sizeof(Word); i += 2)
+        value |= load_unaligned<std::uint16_t>(from + i) << i * 8;
+    return value;
 }
 
 // Records are copied by the C library's memcpy, although a reader may race: wide copies take few
