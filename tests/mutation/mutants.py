@@ -45,8 +45,8 @@ CONDITION = re.compile(r"^(\s*(?:\} else )?(?:if|while)(?: constexpr)? \()(.*)(\
 RETURN = re.compile(r"^(\s*return )(.+);$")
 STATEMENT = re.compile(r"^\s+(?:[\w:.>\[\]*+<-]+(?:\([^;]*\)| (?:=|\+=|-=) [^;]*)|\+\+[\w.]+);$")
 NOT_CODE = re.compile(r"^\s*(//|#|static_assert|namespace|using|extern|public:|private:|template|friend)")
-# Prefetches and pauses change no result.
-HINT = re.compile(r"prefetch|\bpause\(\)")
+# Prefetches and pauses change no result, fences none on x86-64.
+HINT = re.compile(r"prefetch|\bpause\(\)|std::atomic_\w+_fence")
 
 
 def code_end(line: str) -> int:

@@ -16,16 +16,30 @@ constexpr TableLayout layout{"l2vpn_sample", 40, TableLayout::no_field, keys};
 
 class TableMemory : public testing::Test {
 protected:
-    Status write(std::uint32_t number) {
+    Status write(std::uint32_t number) { return write(number, number); }
+    Status write(std::uint32_t number, std::uint32_t last_key) {
         std::array<char, 40> record{};
         std::memcpy(record.data(), &number, sizeof number);
-        std::memcpy(record.data() + 36, &number, sizeof number);
+        std::memcpy(record.data() + 36, &last_key, sizeof last_key);
         return table_->write(memory_.allocator(), record.data());
     }
     [[nodiscard]] std::uint32_t count() const {
         std::uint32_t result = 0;
         table_->count(result);
         return result;
+    }
+
+    /// Expects record `number` to be the only one with this last key, for all numbers below `end`.
+    void expect_last_keys(std::uint32_t end) {
+        for (std::uint32_t number = 0; number < end; ++number) {
+            std::array<char, 40> stored{};
+            const CheckedKey key{&table_->indexes()[2], {reinterpret_cast<const char *>(&number)}};
+            ASSERT_EQ(table_->read(*key.index, key.probe(), stored.data()).code, 0U);
+            ASSERT_EQ(std::memcmp(stored.data(), &number, sizeof number), 0);
+            std::uint32_t count = 0;
+            table_->count_by(key, count);
+            ASSERT_EQ(count, 1U);
+        }
     }
 
     test::CheckedMemory memory_;
@@ -47,12 +61,16 @@ TEST_F(TableMemory, ManyRecordsStayInTheirBlocks) {
     for (std::uint32_t number = 0; number < 5000; ++number)
         ASSERT_EQ(write(number).code, 0U);
     EXPECT_EQ(count(), 5000U);
-    for (std::uint32_t number = 0; number < 5000; ++number) {
-        std::array<char, 40> stored{};
-        const CheckedKey key{&table_->indexes()[2], {reinterpret_cast<const char *>(&number)}};
-        ASSERT_EQ(table_->read(*key.index, key.probe(), stored.data()).code, 0U);
-        EXPECT_EQ(std::memcmp(stored.data(), &number, sizeof number), 0);
-    }
+    expect_last_keys(5000);
+}
+
+// One index entry becomes one for each record, so that replacements need overflow pages, too.
+TEST_F(TableMemory, ReplacementsReserveIndexEntries) {
+    for (std::uint32_t number = 0; number < 5000; ++number)
+        ASSERT_EQ(write(number, 7).code, 0U);
+    for (std::uint32_t number = 0; number < 5000; ++number)
+        ASSERT_EQ(write(number, number).code, 0U);
+    expect_last_keys(5000);
 }
 
 TEST_F(TableMemory, FailuresAreReportedAndCounted) {
