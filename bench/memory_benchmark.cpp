@@ -60,7 +60,7 @@ void measure_memory(const Scale &scale) {
     for (const std::uint32_t size : scale.sizes)
         report({"memory per record beyond its bytes, six keys", "bytes", size,
                 worker.run(std::to_string(size)), goal(size)});
-    report({"the most of it from " + std::to_string(first) + " records on", "bytes",
+    report({"the maximum from " + std::to_string(first) + " records on", "bytes",
             scale.sizes.back(), worker.run("worst"), goal(first)});
 }
 

@@ -5,8 +5,8 @@
  * platform.h, its result codes, the events that it counts and the services that it uses.
  *
  * The store keeps the records of a table until the process exits; dlclose unloads neither library.
- * It finds the table by the descriptor's name, which must not be overwritten; descriptors with equal
- * names share a table.
+ * It finds the table by the descriptor's name, which must not be overwritten; descriptors with
+ * equal names share a table.
  *
  * Records
  *  1. A table holds at most one record with a given primary key. Write inserts the record or
@@ -41,24 +41,24 @@
  *  8. Any number of threads may use one table or several. Reads and counts never block each other,
  *     and no call waits for a setter. A read waits for a write of the same table only while that
  *     changes the table, not while it allocates memory; it spins for up to 20 microseconds before
- *     it sleeps. An iterator lets writers proceed after at most 65,536 deleted records and 32 other
- *     ones.
+ *     it sleeps. An iterator holds the lock while it delivers at most 32 records or skips at most
+ *     1,024 that were inserted later, each after at most 65,536 deleted ones.
  *  9. A setter may call any function, store operations included, and need not return: it may throw,
- *     call longjmp or end its thread. Nothing is then locked, changed or counted; the memory of the
- *     record object is lost. The memory service must return. A store operation that it calls while
- *     the store allocates or releases memory, or that is called by a signal handler which has
- *     interrupted a call of the store that holds a lock, returns L2VPN_STORE_REENTERED (or handle
- *     0), on any table, has no effect and is not counted. The memory service may call functions
- *     that do not re-enter the store: memcpy_s, sprintf_s, ZAV_AtomicAdd, the library's
- *     conversions, key builders and formatters. The log service and the statistics functions are called without any
- *     lock of the store and may call anything. A thread is not cancelled while it holds a lock.
+ *     call longjmp or end its thread. Then no lock is held, nothing has changed and no event is
+ *     counted; the memory of the record object is leaked. The memory service must return. It must
+ *     not call a store operation, nor must a signal handler that has interrupted a call of the
+ *     store that holds a lock: the operation returns L2VPN_STORE_REENTERED (or handle 0), on any
+ *     table, has no effect and is not counted. The memory service may call functions that do not
+ *     re-enter the store: memcpy_s, sprintf_s, ZAV_AtomicAdd, the library's conversions, key
+ *     builders and formatters. The log service and the statistics functions are called without any
+ *     lock of the store and may call any function. A thread is not cancelled while it holds a lock.
  *
  * Memory
  * 10. The store never frees the memory of records and indexes. A table reuses the memory of deleted
  *     records before it allocates more. An index takes at most 64 bytes per record, from 1,000
- *     records on, whatever the values of the keys: these may be an attacker's. Each key of each
- *     store has random hash keys, so that two different values collide with a probability of 2^-32,
- *     whoever has chosen them. Values that collide nevertheless take more time, nothing else.
+ *     records on, for any key values, including those that an attacker chooses. Each key of each
+ *     table has random hash keys, so that the hashes of any two different values collide with a
+ *     probability of 2^-32. Collisions cost time and no more memory than that.
  *
  * Statistics
  * 11. Each call on a table of the store counts one event, through the descriptor's statistics
@@ -66,16 +66,17 @@
  *     its statistics and reports each event immediately; when it exits, another thread takes over.
  *     Other threads that use the table batch their events: a batch is reported when it holds
  *     L2VPN_STORE_EVENT_LOT events, when the thread uses another table, and when it ends or exits
- *     the process. A thread for which no memory is left at its first event does not batch. In a
+ *     the process. A thread that cannot allocate memory at its first event does not batch. In a
  *     single-threaded program, every event is reported immediately.
  *
  * Processes
  * 12. The child of fork() has a store of its own: a copy with all records, open iterators and
  *     counters, and with free locks, even if other threads of the parent were using the store. It
  *     lacks the events that other threads had not reported yet. The memory service must not fork,
- *     nor a signal handler that interrupts a call, except to call exec in the child. _Fork, vfork
- *     and clone run no fork handlers: after them, the child must not use the store. A fork handler
- *     of the program that is called while the store is locked gets L2VPN_STORE_REENTERED.
+ *     and neither must a signal handler that interrupts a call, except to call exec in the child.
+ *     _Fork, vfork and clone run no fork handlers: after them, the child must not use the store. A
+ *     store operation called from a fork handler of the program while the store is locked returns
+ *     L2VPN_STORE_REENTERED.
  */
 #ifndef L2VPN_DB_MEMORY_STORE_H
 #define L2VPN_DB_MEMORY_STORE_H
@@ -122,7 +123,7 @@ extern "C" {
 #define L2VPN_STORE_REENTERED UINT32_C(0x1000D)
 /** An allocation failed, or the table is full. */
 #define L2VPN_STORE_NO_MEMORY UINT32_C(0x1000E)
-/** L2VPN_STORE_WriteIf: the table does not hold what was expected. */
+/** L2VPN_STORE_WriteIf: the table does not hold the expected record, or holds an unexpected one. */
 #define L2VPN_STORE_CONFLICT UINT32_C(0x1000F)
 
 /**
@@ -214,7 +215,7 @@ typedef enum L2vpnStoreStat {
 /**
  * Reads records of one table by their keys, several times as fast as single calls of DAL_VELD_Read
  * where the records are not in the processor's cache. Each record is read, checked, counted and
- * logged as by a call of its own; records that are read together may be of different times.
+ * logged as by a call of its own. The call as a whole is not atomic.
  * @param keys     count key requests, with any of the table's keys
  * @param records  count record requests; their buffers overlap neither each other nor the keys
  * @param codes    count result codes, as of DAL_VELD_Read; may be null
@@ -238,10 +239,11 @@ uint32_t L2VPN_STORE_NextMany(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table, 
 
 /**
  * Writes a record only if the table holds the expected one: a compare-and-swap of records.
- * @param expected  the record that the table must hold under the primary key of `record`, equal in
- *                  all bytes; null if it must hold none
+ * @param expected  the record that the table must hold under the primary key of `record`, compared
+ *                  byte for byte; null if it must hold none
  * @return 0 if the record has been written; L2VPN_STORE_CONFLICT, with nothing changed, if the
- *         table does not hold what was expected (counted as L2VPN_STORE_STAT_UPDATE_REFUSED)
+ *         stored record differs, is missing or is unexpected (counted as
+ *         L2VPN_STORE_STAT_UPDATE_REFUSED)
  */
 uint32_t L2VPN_STORE_WriteIf(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
                              const L2vpnDbRecData *expected, const L2vpnDbRecData *record);

@@ -69,7 +69,7 @@ TEST_F(Random, ComesFromTheKernelInPieces) {
     EXPECT_TRUE(results.empty()) << "every call was needed";
 }
 
-TEST_F(Random, OfNoBytesAsksForNothing) {
+TEST_F(Random, OfZeroBytesCallsNothing) {
     results = {1};
     filled(0);
     EXPECT_EQ(results.size(), 1U);

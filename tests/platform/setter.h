@@ -11,8 +11,8 @@ namespace l2vpn::test {
 /// Gets the record object and returns the setter's result.
 using SetterAction = std::function<std::uint32_t(L2vpnDbRecObj *)>;
 
-/// Makes an action that of this thread's setter while in scope. A setter may update a record, too:
-/// the previous action returns then.
+/// Installs an action as this thread's setter while in scope. The destructor restores the previous
+/// one, because a setter may update a record, too.
 class ChosenSetter {
 public:
     explicit ChosenSetter(const SetterAction &action) : previous_(current) { current = &action; }

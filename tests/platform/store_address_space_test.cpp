@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A limited address space is used for records: little of it is lost between blocks.
+// A limited address space: little of it is lost between blocks.
 #include <algorithm>
 #include <fstream>
 

@@ -24,7 +24,7 @@ void require(bool holds, const std::string &table, const char *operation) {
     _exit(1);
 }
 
-/// Runs `body` in a child, which has a minute. Returns whether it returned.
+/// Runs `body` in a child, for at most a minute. Returns whether it returned.
 template <class Body>
 bool succeeds_in_child(Body body) {
     const pid_t child = fork();

@@ -46,7 +46,7 @@ protected:
         return result;
     }
 
-    /// Everything that the iterator has left, in batches; releases it.
+    /// Delivers all remaining records of the iterator, in batches, and releases it.
     [[nodiscard]] std::vector<Bytes> rest_in_batches(L2vpnDbIter *iterator,
                                                      std::uint32_t capacity) const {
         std::vector<Bytes> records;
@@ -116,7 +116,7 @@ TEST_P(StoreNextMany, CountsEachRecord) {
     EXPECT_EQ(release(ended), 0U);
 }
 
-TEST_P(StoreNextMany, CapacityOfNone) {
+TEST_P(StoreNextMany, ZeroCapacity) {
     L2vpnDbIter *const iterator = open();
     const Delivered none = next_many(iterator, 0);
     EXPECT_EQ(none.code, 0U);

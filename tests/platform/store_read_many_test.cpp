@@ -104,7 +104,7 @@ TEST_P(StoreReadMany, IsLikeSingleReads) {
     }
 }
 
-TEST_P(StoreReadMany, OfNone) {
+TEST_P(StoreReadMany, OfZeroRecords) {
     const Counters before = counters();
     EXPECT_EQ(L2VPN_STORE_ReadMany(module_, intf_, nullptr, nullptr, 0, nullptr), 0U);
     EXPECT_EQ(events_since(before), Counters{});

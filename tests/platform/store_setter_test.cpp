@@ -14,7 +14,7 @@
 namespace l2vpn::test {
 namespace {
 
-// ---- Record objects of the tested table. Those of setters that do not return are left over.
+// ---- Record objects of the tested table. Setters that do not return leak theirs.
 
 const L2vpnDbTblIntf *object_functions = nullptr;
 std::mutex object_mutex;
@@ -260,7 +260,7 @@ TEST_P(StoreSetter, WholeRecordReplacesOneWrittenMeanwhile) {
     expect_usable(new_);
 }
 
-TEST_P(StoreSetter, OfNothingKeepsARecordWrittenMeanwhile) {
+TEST_P(StoreSetter, ThatSetsNothingKeepsARecordWrittenMeanwhile) {
     for (const bool anew : {false, true}) {
         EXPECT_EQ(update([&](L2vpnDbRecObj *) {
                       if (anew) {
@@ -344,7 +344,7 @@ TEST_P(StoreSetter, MayIterateAndRelease) {
     expect_usable(new_);
 }
 
-TEST_P(StoreSetter, MayChangeNoPrimaryKey) {
+TEST_P(StoreSetter, MustNotChangeThePrimaryKey) {
     const Counters before = counters();
     EXPECT_EQ(update([&](L2vpnDbRecObj *object) {
                   EXPECT_EQ(raw_write(new_), 0U);

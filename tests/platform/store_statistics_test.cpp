@@ -179,7 +179,7 @@ TEST_P(StoreStatistics, ThreadsBatchWithoutMemory) {
     EXPECT_EQ(counted(table_), before + 5);
 }
 
-// A thread whose end would go unnoticed.
+// A thread that cannot set its thread-specific key.
 TEST_P(StoreStatistics, ThreadsThatCannotRegisterReportImmediately) {
     const std::uint32_t before = counted(table_);
     std::jthread([&] {

@@ -25,7 +25,7 @@ struct Cursor {
 /// All functions require the write lock.
 class CursorTable {
 public:
-    /// Handles have 31 bits for the generation. A slot that has been freed as often is retired.
+    /// Handles have 31 bits for the generation. A slot that is freed with the last one is retired.
     static constexpr std::uint32_t max_generation = (std::uint32_t{1} << 31) - 1;
 
     explicit CursorTable(std::uint32_t table) : table_(table) {}

@@ -3,7 +3,7 @@
 // select a page, the upper bits a home line in the page; entries that do not fit into their home
 // line go to the next one that has room. One page at a time is split in two, at a pace that depends
 // on the number of entries only; a page that is full nevertheless gets overflow pages. Colliding
-// hashes thus cost time, but neither memory nor room.
+// hashes thus cost time, but little memory, and no insertion fails because of them.
 #pragma once
 
 #include "platform/store/chunked_array.h"

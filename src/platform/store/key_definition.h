@@ -31,7 +31,7 @@ struct KeySegment {
     std::uint16_t key;    ///< offset in the packed key
     std::uint16_t record; ///< offset in the record
     std::uint16_t bytes;
-    bool opaque;     ///< whether members of other widths than 1, 2, 4 or 8 are among it
+    bool opaque;     ///< whether it has a member of a width other than 1, 2, 4 or 8
     Word first_mask; ///< selects the segment's bytes in SegmentValue::first
     Word last_mask;
     Word random[4]; ///< the hash function's keys, one per 32 bits of the value
@@ -85,7 +85,7 @@ struct KeyDefinition {
 
     /// Hashes by pair-multiply-shift with random keys, which is strongly universal: over the random
     /// choice of keys, the hashes of two different values are independent and uniform. Any n bits
-    /// of them are equal with a probability of 2^-n, whoever chose the values.
+    /// of them are equal with a probability of 2^-n, even for values that an attacker chose.
     template <class Source>
     [[nodiscard, gnu::always_inline]] Probe<Source> probe(Source source) const {
         const SegmentValue value = first.of(source);
@@ -104,8 +104,8 @@ struct KeyDefinition {
     }
 
 private:
-    /// Numbers in a row have hashes in a row, which would crowd into few lines. A one-to-one
-    /// mapping breaks the row up and leaves the hashes of two values as independent as they were.
+    /// The hashes of consecutive numbers are at equal distances and would crowd into few lines. A
+    /// one-to-one mapping scatters them and keeps the hashes of two values independent.
     static Hash scramble(Hash hash) {
         hash = (hash ^ hash >> 16) * 0x2C1B3C6D;
         return hash ^ hash >> 16;

@@ -13,8 +13,8 @@ namespace l2vpn::platform {
 
 namespace {
 
-/// For systems that have no getrandom() or forbid it: expands the 16 random bytes that the kernel
-/// has given the process, and the time.
+/// For systems that lack or forbid getrandom(): expands the 16 random bytes of the auxiliary vector
+/// and the time.
 void fill_from_process(char *memory, std::size_t size) {
     std::uint64_t state[2] = {};
     if (const unsigned long given = getauxval(AT_RANDOM); given != 0)

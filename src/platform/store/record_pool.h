@@ -67,8 +67,8 @@ public:
     /// One more than the highest slot ever used.
     [[nodiscard]] RecordId end() const { return end_; }
     /// Moves `at` to the next slot below `end` that is in use, itself included, and returns true.
-    /// Returns false if there is none, or after as many free slots as a short critical section
-    /// allows; `at` is then `end` or where to continue.
+    /// Returns false if there is none, or after 65,536 free slots; `at` is then `end` or the slot
+    /// to continue at.
     [[nodiscard]] bool find_in_use(RecordId &at, RecordId end) const;
 
 private:

@@ -76,8 +76,8 @@ void after_fork_in_child() {
     after_fork_in_parent();
 }
 
-/// Handlers that are registered several times work once per fork. A failure, without memory for the
-/// C library's list, is ignored: it has room for 48 sets.
+/// Handlers that are registered several times work once per fork. An allocation failure is ignored:
+/// the C library's list has room for 48 sets without one.
 void register_fork_handlers() {
     __register_atfork(before_fork, after_fork_in_parent, after_fork_in_child, nullptr);
 }

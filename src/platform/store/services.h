@@ -16,7 +16,7 @@ public:
     /// Returns memory aligned for any type, or null.
     [[nodiscard]] void *allocate(std::size_t size) const;
     [[nodiscard]] L2vpnStoreReleaseFn release_function() const { return release_; }
-    /// Whether the functions are malloc and free, so that aligned_alloc may replace malloc.
+    /// Whether the functions are malloc and free, so that the caller may map memory itself.
     [[nodiscard]] bool is_malloc() const;
 
 private:

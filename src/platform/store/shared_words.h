@@ -84,7 +84,7 @@ inline Word load_bytes(const char *from, std::size_t count) {
     return value;
 }
 
-/// Loads 8 bytes in pairs, so that no load overlaps two writes, if these had even widths.
+/// Loads 8 bytes in pairs, so that no load overlaps two stores of even widths.
 inline Word load_pairs(const char *from) {
     Word value = 0;
     for (std::size_t i = 0; i < sizeof(Word); i += 2)

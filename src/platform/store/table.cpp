@@ -11,7 +11,8 @@ namespace l2vpn::platform {
 
 namespace {
 
-/// How many records an iterator delivers, or skips, before it lets writers proceed.
+/// How many records an iterator delivers before it lets writers proceed, and how often it looks for
+/// the first of them.
 constexpr std::uint32_t delivery_batch = 32;
 
 } // namespace
