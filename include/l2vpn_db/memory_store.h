@@ -219,8 +219,9 @@ typedef enum L2vpnStoreStat {
  * @param keys     count key requests, with any of the table's keys
  * @param records  count record requests; their buffers overlap neither each other nor the keys
  * @param codes    count result codes, as of DAL_VELD_Read; may be null
- * @return 0 if all reads returned 0, otherwise the first other code; L2VPN_STORE_NULL_POINTER if
- *         keys or records is null and count is not 0
+ * @return 0 if all reads returned 0, otherwise the first other code; if the call is rejected as a
+ *         whole, because of the table or because keys or records is null and count is not 0, all
+ *         codes are that one
  */
 uint32_t L2VPN_STORE_ReadMany(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
                               const L2vpnDbKeyData *keys, const L2vpnDbRecData *records,
@@ -231,7 +232,7 @@ uint32_t L2VPN_STORE_ReadMany(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table,
  * after the other without gaps. Writers may proceed between them.
  * @param first      the first record's request: data has room for capacity records, length is the
  *                   stored length
- * @param delivered  set to the number of records, each of which counts one event
+ * @param delivered  set to the number of records, 0 on failure; each counts one event
  * @return 0 if there are any, or capacity is 0; L2VPN_STORE_END if there are none left
  */
 uint32_t L2VPN_STORE_NextMany(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *table, L2vpnDbIter *iter,

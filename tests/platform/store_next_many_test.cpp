@@ -155,6 +155,7 @@ TEST_P(StoreNextMany, InvalidRequests) {
     std::uint32_t delivered = 0;
     const auto rejected = [&](const L2vpnDbRecData *first, std::uint32_t *result,
                               std::uint32_t code) {
+        delivered = result != nullptr ? 77 : 0;
         EXPECT_EQ(counting(L2VPN_STORE_STAT_BAD_REQUEST,
                            [&] {
                                return L2VPN_STORE_NextMany(module_, intf_, iterator, first, 2,

@@ -162,8 +162,10 @@ TEST_P(StoreReadMany, NullArrays) {
     batch.add(facts_.keys[0], pool_.make(0, 0));
     EXPECT_EQ(L2VPN_STORE_ReadMany(module_, intf_, nullptr, batch.records.data(), 1, nullptr),
               L2VPN_STORE_NULL_POINTER);
-    EXPECT_EQ(L2VPN_STORE_ReadMany(module_, intf_, batch.keys.data(), nullptr, 1, nullptr),
+    EXPECT_EQ(L2VPN_STORE_ReadMany(module_, intf_, batch.keys.data(), nullptr, 1,
+                                   batch.codes.data()),
               L2VPN_STORE_NULL_POINTER);
+    EXPECT_EQ(batch.codes[0], L2VPN_STORE_NULL_POINTER);
     EXPECT_EQ(batch.contents(0), std::nullopt);
 }
 
@@ -173,6 +175,7 @@ TEST_P(StoreReadMany, UnknownTable) {
     L2vpnDbTblIntf unknown = *intf_;
     unknown.name = "l2vpn_none";
     EXPECT_EQ(batch.read(module_, &unknown), L2VPN_STORE_UNKNOWN_TABLE);
+    EXPECT_EQ(batch.codes[0], L2VPN_STORE_UNKNOWN_TABLE);
     EXPECT_EQ(batch.read(module_, nullptr), L2VPN_STORE_UNKNOWN_TABLE);
     EXPECT_EQ(batch.contents(0), std::nullopt);
 }

@@ -68,10 +68,10 @@ private:
     static constexpr std::uint32_t lines_per_page = 1U << line_bits;
     static constexpr std::uint32_t page_size = lines_per_page * IndexLine::size;
 
-    /// A page is split once the pages that have not been split in this round are 70 to 87.5 % full,
-    /// so that all of them are 44 to 70 % full on average, and overflow is rare.
-    static constexpr std::uint32_t split_from = page_size * 7 / 10;
-    static constexpr std::uint32_t split_step = page_size * 7 / 8 - split_from;
+    /// A round of splits begins when the pages are 55 % full, and ends before any that has not been
+    /// split is more than 70 % full on average, so that few entries are outside their home line.
+    static constexpr std::uint32_t split_from = page_size * 55 / 100;
+    static constexpr std::uint32_t split_step = page_size * 70 / 100 - split_from;
 
     /// Entries are in the home line or in lines after it, in cyclic order; the lines between are
     /// full. An overflow page is filled from line 0 on, without regard to the home line.

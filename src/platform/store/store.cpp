@@ -126,11 +126,17 @@ std::uint32_t L2VPN_STORE_ReadMany(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *ta
         Probe<PackedKey> probe;
         std::uint32_t code;
     };
+    const auto reject = [&](std::uint32_t code) {
+        if (codes != nullptr)
+            std::fill_n(codes, count, code);
+        return code;
+    };
     const auto [target, unavailable] = enter(operation, module, table);
     if (target == nullptr)
-        return unavailable;
+        return reject(unavailable);
     if (count != 0 && (keys == nullptr || records == nullptr))
-        return finish(operation, module, table, *target, rejected(L2VPN_STORE_NULL_POINTER));
+        return reject(
+            finish(operation, module, table, *target, rejected(L2VPN_STORE_NULL_POINTER)));
     std::uint32_t result = L2VPN_DB_OK;
     for (std::uint32_t first = 0, size = 0; first < count; first += size) {
         size = std::min(count - first, batch);
@@ -221,6 +227,8 @@ std::uint32_t L2VPN_STORE_NextMany(L2vpnDbModuleIntf *module, L2vpnDbTblIntf *ta
                                    L2vpnDbIter *iter, const L2vpnDbRecData *first,
                                    std::uint32_t capacity, std::uint32_t *delivered) {
     constexpr const char *operation = "next records of";
+    if (delivered != nullptr)
+        *delivered = 0;
     const auto [target, unavailable] = enter(operation, module, table);
     if (target == nullptr)
         return unavailable;

@@ -27,19 +27,21 @@ Table *Table::create(const Allocator &allocator, const TableLayout &layout, std:
     std::size_t segments = 0;
     for (const KeyLayout &key : layout.keys)
         segments += max_segments(key);
+    // One allocation, so that a failed creation loses nothing.
+    static_assert(sizeof(Table) % alignof(Index) == 0 && alignof(Index) % alignof(KeySegment) == 0);
     Arena arena;
-    void *const table = arena.allocate(allocator, sizeof(Table));
-    auto *const indexes = static_cast<Index *>(arena.allocate(allocator, keys * sizeof(Index)));
-    auto *rest =
-        static_cast<KeySegment *>(arena.allocate(allocator, segments * sizeof(KeySegment)));
-    if (table == nullptr || indexes == nullptr || rest == nullptr)
+    auto *const memory = static_cast<char *>(arena.allocate(
+        allocator, sizeof(Table) + keys * sizeof(Index) + segments * sizeof(KeySegment)));
+    if (memory == nullptr)
         return nullptr;
+    auto *const indexes = reinterpret_cast<Index *>(memory + sizeof(Table));
+    auto *rest = reinterpret_cast<KeySegment *>(indexes + keys);
     for (std::size_t k = 0; k < keys; ++k) {
         const KeyDefinition key = define_key(layout, k, rest);
         rest += key.rest.size();
         new (&indexes[k]) Index(key);
     }
-    return new (table) Table(layout, arena, {indexes, keys}, number);
+    return new (memory) Table(layout, arena, {indexes, keys}, number);
 }
 
 // ---- Readers ----------------------------------------------------------------------------------
@@ -152,6 +154,8 @@ Status Table::update(L2vpnDbModuleIntf *module, const L2vpnDbTblIntf &descriptor
     const std::unique_ptr<L2vpnDbRecObj, decltype(release)> object(create(), release);
     if (object == nullptr)
         return out_of_memory;
+    if (object->table != &layout_) // the descriptor has another table's functions
+        return {L2VPN_STORE_BAD_OBJECT, L2VPN_STORE_STAT_BAD_REQUEST};
     if (read(primary(), key.probe(), object->bytes()).code != L2VPN_DB_OK)
         return {L2VPN_STORE_NOT_FOUND, L2VPN_STORE_STAT_UPDATE_MISSED};
     const L2vpnDbRecData stored{object->bytes(), stored_length_, 0};
