@@ -68,6 +68,19 @@ TEST_F(CursorTableTest, HandlesHoldAnyTableNumber) {
     }
 }
 
+// The handle of generation 2^31 would be that of generation 0.
+TEST_F(CursorTableTest, SlotsHaveTwoToThe31Generations) {
+    CursorTable cursors(3);
+    Cursor *const cursor = allocate(cursors);
+    cursor->generation = 0x7FFFFFFE;
+    cursors.free(*cursor);
+    ASSERT_EQ(allocate(cursors), cursor);
+    EXPECT_EQ(cursor->generation, 0x7FFFFFFFU);
+    EXPECT_EQ(cursors.find(cursors.handle(*cursor)), cursor);
+    cursors.free(*cursor);
+    EXPECT_NE(allocate(cursors), cursor);
+}
+
 // The groups' lists against a set of cursors, with equal hashes in two indexes.
 TEST_F(CursorTableTest, GroupsHoldTheCursorsThatWereAdded) {
     CursorTable cursors(3);

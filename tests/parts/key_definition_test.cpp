@@ -38,6 +38,7 @@ const std::vector<Sample> &samples() {
         {"contiguous members", {{4, 4}, {8, 6}}, {{0, 4, 10}}},
         {"the record's order differs", {{8, 6}, {4, 4}}, {{0, 8, 6}, {6, 4, 4}}},
         {"16 contiguous bytes", {{1, 8}, {9, 8}}, {{0, 1, 16}}},
+        {"16 contiguous bytes of odd widths", {{1, 6}, {7, 10}}, {{0, 1, 16}}},
         {"17 contiguous bytes", {{1, 8}, {9, 8}, {17, 1}}, {{0, 1, 16}, {16, 17, 1}}},
         {"a long member", {{2, 40}}, {{0, 2, 16}, {16, 18, 16}, {32, 34, 8}}},
         {"gaps", {{0, 2}, {5, 9}, {20, 16}}, {{0, 0, 2}, {2, 5, 9}, {11, 20, 16}}},
