@@ -16,6 +16,7 @@
 #include <unistd.h>
 
 #include "platform/store/random.h"
+#include "tests/parts/scripted_clock.h"
 
 namespace {
 
@@ -23,7 +24,19 @@ namespace {
 std::deque<int> results;
 char next_byte = 1;
 
+/// The 16 random bytes that the kernel has given the process, if the test chooses them.
+const void *given_bytes = nullptr;
+
 } // namespace
+
+extern "C" unsigned long __getauxval(unsigned long type); // NOLINT(bugprone-reserved-identifier)
+
+/// Replaces the C library's function.
+extern "C" unsigned long getauxval(unsigned long type) noexcept {
+    return type == AT_RANDOM && given_bytes != nullptr
+               ? reinterpret_cast<unsigned long>(given_bytes)
+               : __getauxval(type);
+}
 
 /// Replaces the C library's function. Without given results, it calls the kernel.
 extern "C" ssize_t getrandom(void *memory, std::size_t size, unsigned flags) noexcept {
@@ -95,6 +108,30 @@ TEST_F(Random, ComesFromTheProcessOtherwise) {
         for (const auto &[byte, count] : frequency)
             EXPECT_LT(count, 4 * 8000 / 256) << static_cast<int>(byte);
     }
+}
+
+// The bytes of the process are secret; time and address only make each call different.
+TEST_F(Random, OfTheProcessDependsOnItsRandomBytesAndTheTime) {
+    std::uint64_t given[2] = {1, 2};
+    given_bytes = given;
+    std::uint64_t bytes = 0;
+    const auto fill = [&](std::int64_t nanoseconds) {
+        test::clock_readings = {{5, nanoseconds}};
+        results = {-ENOSYS};
+        fill_random(&bytes, sizeof bytes);
+        test::clock_readings.clear();
+        return bytes;
+    };
+    const std::uint64_t first = fill(7);
+    EXPECT_EQ(fill(7), first);
+    EXPECT_NE(fill(8), first);
+    for (std::uint64_t &word : given) {
+        ++word;
+        EXPECT_NE(fill(7), first);
+        --word;
+    }
+    EXPECT_EQ(fill(7), first);
+    given_bytes = nullptr;
 }
 
 } // namespace

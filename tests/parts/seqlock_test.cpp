@@ -4,31 +4,10 @@
 
 #include <algorithm>
 #include <chrono>
-#include <ctime>
-#include <deque>
 #include <thread>
 
-#include <sys/syscall.h>
-#include <unistd.h>
-
 #include "platform/store/seqlock.h"
-
-namespace {
-
-/// The next readings of this thread's clock; the last one stays.
-thread_local std::deque<timespec> readings;
-
-} // namespace
-
-/// Replaces the C library's function. Without given readings, it calls the kernel.
-extern "C" int clock_gettime(clockid_t clock, timespec *time) noexcept {
-    if (readings.empty())
-        return static_cast<int>(syscall(SYS_clock_gettime, clock, time));
-    *time = readings.front();
-    if (readings.size() > 1)
-        readings.pop_front();
-    return 0;
-}
+#include "tests/parts/scripted_clock.h"
 
 namespace l2vpn::platform {
 namespace {
@@ -108,7 +87,7 @@ TEST(SeqLock, SpinsUntilTheTimeIsOver) {
     for (const auto &[waited, inside] : {std::pair{19'999, false}, {20'000, true}}) {
         SeqLock lock;
         int calls = 0;
-        readings = {{5, 999'990'000}, {6, waited - 10'000}, {7, 0}};
+        test::clock_readings = {{5, 999'990'000}, {6, waited - 10'000}, {7, 0}};
         EXPECT_EQ(lock.read([&] {
             // Overlaps the first attempt, and 16 before and after the second reading.
             if (++calls <= 32)
@@ -117,7 +96,7 @@ TEST(SeqLock, SpinsUntilTheTimeIsOver) {
         }),
                   inside);
         EXPECT_EQ(calls, inside ? 18 : 33);
-        readings.clear();
+        test::clock_readings.clear();
     }
 }
 
