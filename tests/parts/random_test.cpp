@@ -16,6 +16,7 @@
 #include <unistd.h>
 
 #include "platform/store/random.h"
+#include "tests/parts/guarded_memory.h"
 #include "tests/parts/scripted_clock.h"
 
 namespace {
@@ -112,7 +113,8 @@ TEST_F(Random, ComesFromTheProcessOtherwise) {
 
 // The bytes of the process are secret; time and address only make each call different.
 TEST_F(Random, OfTheProcessDependsOnItsRandomBytesAndTheTime) {
-    std::uint64_t given[2] = {1, 2};
+    const test::GuardedMemory memory(16);
+    std::uint64_t *const given = reinterpret_cast<std::uint64_t *>(memory.data());
     given_bytes = given;
     std::uint64_t bytes = 0;
     const auto fill = [&](std::int64_t nanoseconds) {
@@ -125,10 +127,10 @@ TEST_F(Random, OfTheProcessDependsOnItsRandomBytesAndTheTime) {
     const std::uint64_t first = fill(7);
     EXPECT_EQ(fill(7), first);
     EXPECT_NE(fill(8), first);
-    for (std::uint64_t &word : given) {
-        ++word;
+    for (std::size_t word = 0; word < 2; ++word) {
+        ++given[word];
         EXPECT_NE(fill(7), first);
-        --word;
+        --given[word];
     }
     EXPECT_EQ(fill(7), first);
     given_bytes = nullptr;

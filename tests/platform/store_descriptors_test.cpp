@@ -51,6 +51,20 @@ TEST_P(FreshStoreDescriptors, AllOfATableWork) {
             ASSERT_EQ(count_with(descriptor), 1U) << &descriptor - descriptors;
 }
 
+// The first call of a table may come with a descriptor that finds no free entry.
+TEST_P(FreshStoreDescriptors, FirstUseWorksIfTheCacheIsFull) {
+    static L2vpnDbTblIntf descriptors[1100];
+    for (L2vpnDbTblIntf &descriptor : descriptors) {
+        descriptor = *intf_;
+        ASSERT_EQ(count_with(descriptor), 0U);
+    }
+    ASSERT_FALSE(is_used(other_table()));
+    static L2vpnDbTblIntf other;
+    other = *other_table().descriptor;
+    EXPECT_EQ(count_with(other), 0U);
+    EXPECT_EQ(count_with(other), 0U);
+}
+
 /// Holds the first use of another table, in the memory service, while it exists.
 class FirstUse {
 public:

@@ -51,6 +51,25 @@ protected:
 };
 L2VPN_TEST_TYPED_TABLES(StoreUpdate, any_table);
 
+/// The request by which the store has filled the record object.
+L2vpnDbRecData filled_by{};
+
+TEST_P(StoreUpdate, TheRecordObjectIsFilledByAWholeRequest) {
+    const Bytes caller = record(1);
+    ASSERT_EQ(write(caller), 0U);
+    static L2vpnDbTblIntf descriptor;
+    descriptor = *intf_;
+    descriptor.setAllFields = [](L2vpnDbRecObj *object, const L2vpnDbRecData *request) {
+        filled_by = *request;
+        return setter.table->setAllFields(object, request);
+    };
+    const KeyRequest key(facts_.keys[0], caller);
+    const L2vpnDbRecData unread = unread_record();
+    EXPECT_EQ(DAL_VELD_Update(module_, &descriptor, &key.request, &unread, &request_), 0U);
+    EXPECT_EQ(filled_by.length, facts_.stored_size);
+    EXPECT_EQ(filled_by.reserved, 0U);
+}
+
 TEST_P(StoreUpdate, TheSetterGetsTheRequestUnchanged) {
     Bytes caller = record(1);
     ASSERT_EQ(write(caller), 0U);
