@@ -13,7 +13,8 @@ std::uint32_t Index::count(const RecordPool &records, PackedKey value) const {
     return load(link_of(records, tail).next) & ~ChainLink::chain_end;
 }
 
-RecordId Index::stage(const RecordPool &records, const Probe<const char *> &probe) {
+RecordId Index::stage(const RecordPool &records, const char *record) {
+    const Probe probe = key_.probe(record);
     pending_.hash = probe.hash;
     pending_.head = find(records, probe).id;
     if (!is_primary() && pending_.head != no_record)

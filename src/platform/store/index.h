@@ -51,15 +51,12 @@ public:
 
     /// Looks up the key value of a record that is to be written, for reserve() and link(). Returns
     /// the head of its duplicate chain, or no_record.
-    RecordId stage(const RecordPool &records, const char *record) {
-        return stage(records, key_.probe(record));
-    }
+    RecordId stage(const RecordPool &records, const char *record);
     /// Stages the replacement of a stored record, if the key value differs. Returns changes().
     bool stage_change(const RecordPool &records, const char *record, const Word *stored) {
-        const Probe probe = key_.probe(record);
-        pending_.changes = !key_.matches(probe, stored);
+        pending_.changes = !key_.matches(record, stored);
         if (pending_.changes)
-            stage(records, probe);
+            stage(records, record);
         return pending_.changes;
     }
     [[nodiscard]] bool changes() const { return pending_.changes; }
@@ -106,7 +103,6 @@ private:
         });
         return found;
     }
-    RecordId stage(const RecordPool &records, const Probe<const char *> &probe);
     [[nodiscard]] ChainLink &link_of(const RecordPool &records, RecordId id) const {
         return records.link(id, key_.number());
     }

@@ -99,8 +99,11 @@ struct KeyDefinition {
     template <class Source>
     [[nodiscard, gnu::always_inline]] bool matches(const Probe<Source> &probe,
                                                    const Word *stored) const {
-        return first.of(stored) == probe.first &&
-               (rest.empty() || rest_matches(probe.source, stored));
+        return matches(probe.source, probe.first, stored);
+    }
+    template <class Source>
+    [[nodiscard]] bool matches(Source source, const Word *stored) const {
+        return matches(source, first.of(source), stored);
     }
 
 private:
@@ -109,6 +112,12 @@ private:
     static Hash scramble(Hash hash) {
         hash = (hash ^ hash >> 16) * 0x2C1B3C6D;
         return hash ^ hash >> 16;
+    }
+
+    template <class Source>
+    [[nodiscard, gnu::always_inline]] bool matches(Source source, SegmentValue value,
+                                                   const Word *stored) const {
+        return first.of(stored) == value && (rest.empty() || rest_matches(source, stored));
     }
 
     // Not inlined, because that slows down keys of one segment.

@@ -177,7 +177,7 @@ Status Table::change(const Allocator &allocator, const CheckedKey &key, L2vpnDbR
         return {L2VPN_STORE_NOT_FOUND, L2VPN_STORE_STAT_UPDATE_MISSED};
     object.merge(words);
     const char *const changed = object.bytes();
-    if (!primary().key().matches(primary().key().probe(changed), words))
+    if (!primary().key().matches(changed, words))
         return {L2VPN_STORE_KEY_CHANGED, L2VPN_STORE_STAT_UPDATE_REFUSED};
     return replace(allocator, id, changed) ? ok(L2VPN_STORE_STAT_UPDATED) : out_of_memory;
 }
@@ -249,7 +249,8 @@ std::uint32_t Table::advance(Cursor &cursor, std::span<RecordId> ids, bool &at_e
         }
         if (at_end)
             break;
-        records_.prefetch(id);
+        if (ids.size() > 1) // a single record has been prefetched by the call before
+            records_.prefetch(id);
         ids[found++] = id;
     }
     if (cursor.index != nullptr)
