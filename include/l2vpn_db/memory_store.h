@@ -66,7 +66,8 @@
  *     its statistics and reports each event immediately; when it exits, another thread takes over.
  *     Other threads that use the table batch their events: a batch is reported when it holds
  *     L2VPN_STORE_EVENT_LOT events, when the thread uses another table, and when it ends or exits
- *     the process. A thread that cannot allocate memory at its first event does not batch. In a
+ *     the process. A thread that cannot allocate memory at its first event does not batch, nor does
+ *     a statistics function or a signal handler that interrupts the counting of an event. In a
  *     single-threaded program, every event is reported immediately.
  *
  * Processes

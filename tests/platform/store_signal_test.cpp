@@ -5,6 +5,7 @@
 #include <atomic>
 #include <csignal>
 #include <ctime>
+#include <thread>
 
 #include <unistd.h>
 
@@ -189,6 +190,39 @@ TEST_P(StoreSignals, AtAnyTimeDeadlockNothing) {
     for (std::uint32_t i = 1; i < records; ++i)
         EXPECT_EQ(raw_read(facts_.keys[0], pool_.make(i, 0)), pool_.make(i, versions[i]));
     EXPECT_EQ(rest_of(open()).size(), records - 1);
+}
+
+// The owner of the table's statistics is the main thread, so that the other one batches its events.
+TEST_P(StoreSignals, LoseNoEventOfABatch) {
+    constexpr std::uint32_t signals = 1000;
+    static L2vpnDbTblIntf *descriptor = nullptr;
+    static std::atomic<std::uint32_t> handled = 0;
+    descriptor = intf_;
+    handled = 0;
+    struct sigaction action = {};
+    action.sa_handler = [](int) {
+        std::uint32_t count = 0;
+        (void)DAL_VELD_Count(module(), descriptor, &count);
+        ++handled;
+    };
+    ASSERT_EQ(sigaction(SIGUSR2, &action, nullptr), 0);
+    const std::uint32_t before = counters()[L2VPN_STORE_STAT_COUNTED];
+    std::uint32_t calls = 0;
+    sigset_t timer_signal;
+    sigemptyset(&timer_signal);
+    sigaddset(&timer_signal, SIGUSR2);
+    pthread_sigmask(SIG_BLOCK, &timer_signal, nullptr);
+    {
+        const Timer timer;
+        std::jthread([&] {
+            pthread_sigmask(SIG_UNBLOCK, &timer_signal, nullptr);
+            std::uint32_t count = 0;
+            for (; handled < signals; ++calls)
+                (void)DAL_VELD_Count(module_, intf_, &count);
+        }).join();
+    }
+    pthread_sigmask(SIG_UNBLOCK, &timer_signal, nullptr);
+    EXPECT_EQ(counters()[L2VPN_STORE_STAT_COUNTED], before + calls + handled);
 }
 
 TEST_P(StoreSignals, OutsideTheStoreAreServed) {

@@ -43,8 +43,8 @@ struct EventBatch {
 
 } // namespace
 
-/// A thread's number and batch. A statistics function may call the store and thus re-enter this
-/// class, so the state is consistent before each such call.
+/// A thread's number and batch. A statistics function or a signal handler may call the store and
+/// thus re-enter this class: such events are reported immediately.
 class EventThread {
 public:
     static constinit thread_local EventThread current;
@@ -52,20 +52,23 @@ public:
     [[nodiscard]] std::uint32_t number() const { return number_; }
 
     void count(Events &events, L2vpnDbStatFn stat, std::uint32_t event, std::uint32_t amount) {
-        if (state_ == State::unused)
-            begin();
-        if (state_ == State::unbatched) {
+        if (counting_ || state_ == State::unbatched) {
             stat(event, amount);
             return;
         }
+        const Counting scope(counting_);
+        if (state_ == State::unused)
+            begin();
         const std::uint32_t owner = load(events.owner_);
-        if (number_ == 0 || (owner != number_ && alive(owner))) {
+        if (state_ == State::unbatched) {
+            stat(event, amount);
+        } else if (number_ == 0 || (owner != number_ && alive(owner))) {
             add_to_batch(stat, event, amount);
-            return;
+        } else {
+            store(events.owner_, number_);
+            report();
+            stat(event, amount);
         }
-        store(events.owner_, number_);
-        report();
-        stat(event, amount);
     }
 
     /// Reports the batch; later events are reported immediately.
@@ -79,6 +82,24 @@ public:
 
 private:
     enum class State : std::uint8_t { unused, batched, unbatched };
+
+    /// Marks the state as inconsistent while in scope.
+    class Counting {
+    public:
+        explicit Counting(bool &counting) : counting_(counting) {
+            counting_ = true;
+            std::atomic_signal_fence(std::memory_order_seq_cst);
+        }
+        ~Counting() {
+            std::atomic_signal_fence(std::memory_order_seq_cst);
+            counting_ = false;
+        }
+        Counting(const Counting &) = delete;
+        Counting &operator=(const Counting &) = delete;
+
+    private:
+        bool &counting_;
+    };
 
     void begin();
 
@@ -104,6 +125,7 @@ private:
     /// 0 if all numbers are in use; such a thread never owns a table.
     std::uint32_t number_ = 0;
     State state_ = State::unused;
+    bool counting_ = false;
     EventBatch batch_;
 };
 
