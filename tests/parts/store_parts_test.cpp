@@ -135,7 +135,7 @@ TEST_F(StoreParts, LargeArenaMapsHugePages) {
     fill(arena_, own, std::size_t{64} << 20);
     EXPECT_EQ(arena_.allocate(own, std::size_t{5} << 20), nullptr);
     // Without room for the alignment, too.
-    max_mapping = std::size_t{2} << 20;
+    max_mapping = (std::size_t{2} << 20) + 4096;
     fill(arena_, own, std::size_t{8} << 20);
 }
 

@@ -95,5 +95,22 @@ TEST_F(TableMemory, FailuresAreReportedAndCounted) {
     EXPECT_NE(handle, nullptr);
 }
 
+// A key is loaded with the bytes after it, which are beyond the slot here, and beyond the mapping
+// in its last slot.
+TEST(TableMappings, MayEndWithAKey) {
+    static constexpr KeyMember at_end[] = {{20, 4}};
+    static constexpr KeyLayout only[] = {{at_end, 4}};
+    static constexpr TableLayout ends_with_key{"l2vpn_sample", 24, TableLayout::no_field, only};
+    const Allocator allocator(nullptr);
+    Table *const table = Table::create(allocator, ends_with_key, 7);
+    ASSERT_NE(table, nullptr);
+    std::array<char, 24> record{};
+    for (std::uint32_t number = 0; number < 400'000; ++number) {
+        std::memcpy(record.data() + 20, &number, sizeof number);
+        ASSERT_EQ(table->write(allocator, record.data()).code, 0U);
+        ASSERT_EQ(table->write(allocator, record.data()).event, L2VPN_STORE_STAT_REPLACED);
+    }
+}
+
 } // namespace
 } // namespace l2vpn::platform

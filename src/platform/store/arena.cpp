@@ -24,17 +24,21 @@ char *map(std::size_t size) {
     return memory == MAP_FAILED ? nullptr : static_cast<char *>(memory);
 }
 
-/// Maps whole huge pages; aligned to them, unless the address space is too small for that.
+/// Maps whole huge pages; aligned to them, unless the address space is too small for that. One page
+/// more, which is never written, because a key at the end of the last slot is loaded with the bytes
+/// after it.
 char *map_huge_pages(std::size_t size) {
     char *memory = map(size + huge_page);
     if (memory == nullptr) {
-        memory = map(size);
+        memory = map(size + page);
     } else {
         const std::size_t before = -reinterpret_cast<std::uintptr_t>(memory) % huge_page;
+        const std::size_t after = huge_page - before - page;
         if (before != 0)
             munmap(memory, before);
-        munmap(memory + before + size, huge_page - before);
         memory += before;
+        if (after != 0)
+            munmap(memory + size + page, after);
     }
     if (memory != nullptr)
         madvise(memory, size, MADV_HUGEPAGE); // a hint; errors are ignored
