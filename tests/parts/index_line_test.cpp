@@ -73,14 +73,17 @@ TEST(IndexLine, ClearFreesEntries) {
     EXPECT_EQ(line.count(), 0U);
 }
 
-TEST(IndexLine, AssignCopiesAllEntries) {
-    const IndexLine from = line_of(8);
-    IndexLine line;
-    line.assign(from);
-    for (std::uint32_t entry = 0; entry < IndexLine::size; ++entry) {
-        EXPECT_EQ(line.hash(entry), hash_of(entry));
-        EXPECT_EQ(line.record(entry), 100 + entry);
-    }
+TEST(IndexLine, AssignCopiesAllEntriesAndNothingElse) {
+    const IndexLine from[] = {line_of(8), line_of(0)};
+    IndexLine lines[2] = {line_of(0), line_of(8)};
+    lines[0].assign(from[0]);
+    for (const IndexLine &line : lines)
+        for (std::uint32_t entry = 0; entry < IndexLine::size; ++entry) {
+            EXPECT_EQ(line.hash(entry), hash_of(entry));
+            EXPECT_EQ(line.record(entry), 100 + entry);
+        }
+    lines[0].clear();
+    EXPECT_EQ(lines[1].hash(0), hash_of(0));
 }
 
 } // namespace
