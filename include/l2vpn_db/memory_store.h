@@ -42,7 +42,7 @@
  *     and no call waits for a setter. A read waits for a write of the same table only while that
  *     changes the table, not while it allocates memory; it spins for up to 20 microseconds before
  *     it sleeps. An iterator holds the lock while it delivers at most 32 records or skips at most
- *     1,024 that were inserted later, each after at most 65,536 deleted ones.
+ *     1,024 that were inserted later and 65,536 deleted ones.
  *  9. A setter may call any function, store operations included, and need not return: it may throw,
  *     call longjmp or end its thread. Then no lock is held, nothing has changed and no event is
  *     counted; the memory of the record object is leaked. The memory service must return. It must

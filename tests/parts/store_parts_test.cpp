@@ -330,16 +330,17 @@ TEST_F(StoreParts, RecordPoolFindsSlotsInUse) {
             records.free(id);
     for (const RecordId end : {RecordId{0}, RecordId{64}, RecordId{131}, RecordId{70'000}, count}) {
         std::set<RecordId> found;
-        std::uint32_t calls = 0;
-        for (RecordId at = 0; at != end; ++calls)
-            if (records.find_in_use(at, end))
-                found.insert(at++);
+        std::uint32_t looks = UINT32_MAX;
+        for (RecordId at = 0; records.find_in_use(at, end, looks);)
+            found.insert(at++);
         EXPECT_EQ(found, std::set(kept.begin(), kept.lower_bound(end)));
-        EXPECT_LE(calls, found.size() + 1 + count / 65'536) << "a call looks at many slots";
+        EXPECT_LE(UINT32_MAX - looks, end / 64 + found.size() + 1) << "64 slots at a time";
     }
     RecordId at = 131;
-    EXPECT_FALSE(records.find_in_use(at, count)) << "but not at all";
-    EXPECT_LT(at, 70'000U);
+    std::uint32_t looks = 100;
+    EXPECT_FALSE(records.find_in_use(at, count, looks)) << "it pauses";
+    EXPECT_EQ(looks, 0U);
+    EXPECT_EQ(at, (131 / 64 + 100) * 64);
 }
 
 TEST_F(StoreParts, RecordPoolEndsAtItsLimit) {

@@ -78,7 +78,9 @@ Arena::Block Arena::allocate_block(const Allocator &allocator, std::size_t size)
                 return {memory, wanted};
         }
     }
-    const std::size_t wanted = std::max(size, std::min(round_up(total_ / 16, page), 16 * page));
+    // A large allocation gets a block of its own, as the rest would be lost to the next one.
+    const std::size_t shared = std::min(round_up(total_ / 16, page), 16 * page);
+    const std::size_t wanted = size > shared / 4 ? size : shared;
     auto *const memory = static_cast<char *>(allocator.allocate(wanted + line));
     if (memory == nullptr)
         return {};

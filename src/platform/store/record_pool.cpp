@@ -7,8 +7,9 @@ namespace l2vpn::platform {
 
 namespace {
 
-/// Large enough that the chunk directory of a large table stays in the first-level cache.
-constexpr std::size_t max_chunk_bytes = std::size_t{256} << 10;
+/// Large, so that the chunk directory of a large table stays in the cache; but not for a small
+/// table.
+constexpr std::size_t max_chunk_bytes = std::size_t{64} << 10;
 constexpr std::uint32_t min_chunk_slots = 64;
 
 } // namespace
@@ -80,9 +81,8 @@ void RecordPool::free(RecordId id) {
     free_list_ = id;
 }
 
-bool RecordPool::find_in_use(RecordId &at, RecordId end) const {
-    constexpr std::uint32_t max_words = 1024;
-    for (std::uint32_t n = 0; n < max_words && at < end; ++n) {
+bool RecordPool::find_in_use(RecordId &at, RecordId end, std::uint32_t &looks) const {
+    for (; looks != 0 && at < end; --looks) {
         const Word used = occupancy_[at / 64] >> at % 64;
         if (used != 0) {
             at = std::min(at + static_cast<RecordId>(std::countr_zero(used)), end);

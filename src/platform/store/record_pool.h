@@ -67,9 +67,9 @@ public:
     /// One more than the highest slot ever used.
     [[nodiscard]] RecordId end() const { return end_; }
     /// Moves `at` to the next slot below `end` that is in use, itself included, and returns true.
-    /// Returns false if there is none, or after 65,536 free slots; `at` is then `end` or the slot
-    /// to continue at.
-    [[nodiscard]] bool find_in_use(RecordId &at, RecordId end) const;
+    /// Looks at 64 slots at a time, `looks` times at most, which it counts down; returns false at
+    /// `end`, or where to continue.
+    [[nodiscard]] bool find_in_use(RecordId &at, RecordId end, std::uint32_t &looks) const;
 
 private:
     [[nodiscard]] bool reserve_chunk(const Allocator &allocator, Arena &arena);

@@ -14,6 +14,8 @@ namespace {
 /// How many records an iterator delivers before it lets writers proceed, and how often it looks for
 /// the first of them.
 constexpr std::uint32_t delivery_batch = 32;
+/// How often it looks for the next record among 64 slots before that.
+constexpr std::uint32_t max_looks = 1024;
 
 } // namespace
 
@@ -217,8 +219,9 @@ Status Table::next(L2vpnDbIter *handle, void *records, std::uint32_t capacity,
         const std::span batch =
             std::span(ids).first(std::min(capacity - delivered, delivery_batch));
         std::uint32_t count = 0;
-        for (std::uint32_t n = 0; n < delivery_batch && count == 0 && !at_end; ++n)
-            count = advance(*cursor, batch, at_end);
+        std::uint32_t looks = max_looks;
+        for (std::uint32_t n = 0; n < delivery_batch && count == 0 && !at_end && looks != 0; ++n)
+            count = advance(*cursor, batch, looks, at_end);
         for (const RecordId id : batch.first(count)) {
             copy_out(to, records_.words(id), stored_length_);
             to += stored_length_;
@@ -233,14 +236,15 @@ Status Table::next(L2vpnDbIter *handle, void *records, std::uint32_t capacity,
 
 /// Moves a cursor over as many records as `ids` has room for. Returns how many of them it delivers:
 /// fewer at the end, after many free slots, or if records have been inserted since its creation.
-std::uint32_t Table::advance(Cursor &cursor, std::span<RecordId> ids, bool &at_end) {
+std::uint32_t Table::advance(Cursor &cursor, std::span<RecordId> ids, std::uint32_t &looks,
+                             bool &at_end) {
     std::uint32_t found = 0;
     while (found < ids.size()) {
         RecordId id = cursor.next;
         if (cursor.index != nullptr) {
             id = cursor.index->advance(cursor, cursors_, records_);
             at_end = id == no_record;
-        } else if (records_.find_in_use(id, cursor.last)) {
+        } else if (records_.find_in_use(id, cursor.last, looks)) {
             cursor.next = id + 1;
         } else {
             cursor.next = id;

@@ -67,7 +67,8 @@ private:
     bool insert(const Allocator &allocator, const char *record);
     bool replace(const Allocator &allocator, RecordId id, const char *record);
     Status change(const Allocator &allocator, const CheckedKey &key, L2vpnDbRecObj &object);
-    std::uint32_t advance(Cursor &cursor, std::span<RecordId> ids, bool &at_end);
+    std::uint32_t advance(Cursor &cursor, std::span<RecordId> ids, std::uint32_t &looks,
+                          bool &at_end);
 
     const TableLayout &layout_;
     std::span<Index> indexes_; ///< in key index order
