@@ -107,6 +107,22 @@ protected:
 };
 L2VPN_TEST_TYPED_TABLES(FreshStoreCancellation, has_pool);
 
+/// Runs in a separate process, in which the table does not exist yet.
+class FreshStoreCreation : public StoreCancellation {
+protected:
+    void SetUp() override { alarm(100); }
+};
+L2VPN_TEST_TYPED_TABLES(FreshStoreCreation, has_pool);
+
+TEST_P(FreshStoreCreation, IsNotCancelled) {
+    EXPECT_TRUE(is_cancelled_in([&] {
+        pthread_cancel(pthread_self());
+        EXPECT_EQ(raw_count(), 0U);
+        pthread_testcancel();
+    }));
+    expect_usable(0);
+}
+
 // The call ends first: the thread is cancelled at its next cancellation point.
 TEST_P(FreshStoreCancellation, InTheMemoryService) {
     register_memory_service();

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <ctime>
 
+#include <pthread.h>
 #include <sys/auxv.h>
 #include <sys/random.h>
 
@@ -35,6 +36,9 @@ void fill_from_process(char *memory, std::size_t size) {
 } // namespace
 
 void fill_random(void *memory, std::size_t size) {
+    // getrandom() is a cancellation point, and the caller holds a lock.
+    int cancellation = PTHREAD_CANCEL_ENABLE;
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancellation);
     auto *at = static_cast<char *>(memory);
     while (size != 0) {
         const ssize_t filled = getrandom(at, size, 0);
@@ -42,11 +46,12 @@ void fill_random(void *memory, std::size_t size) {
             if (filled < 0 && errno == EINTR)
                 continue;
             fill_from_process(at, size);
-            return;
+            break;
         }
         at += filled;
         size -= static_cast<std::size_t>(filled);
     }
+    pthread_setcancelstate(cancellation, nullptr);
 }
 
 } // namespace l2vpn::platform
