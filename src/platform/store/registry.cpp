@@ -103,8 +103,8 @@ void register_before_first_table() {
 /// Returns the descriptor's table, created on first use, and caches it if there is a free entry.
 Table *register_table(const Allocator &allocator, const L2vpnDbTblIntf *descriptor,
                       std::uint32_t number) {
-    register_before_first_table();
     const ReentrancyGuard guard;
+    register_before_first_table();
     const std::lock_guard lock(mutex);
     Table *table = tables[number];
     if (table == nullptr) {
