@@ -80,7 +80,7 @@ L2VPN_TEST_TYPED_TABLES(FreshStoreAddressSpace, is_extreme);
 TEST_P(FreshStoreAddressSpace, HoldsRecords) {
     if (is_used(table_))
         GTEST_SKIP() << "the table has been used before";
-    // What a record needs, without a limit.
+    // The memory per record, measured without a limit.
     constexpr std::uint32_t sample = 50'000;
     const std::uint32_t bytes_of_sample = in_new_process([&] {
         register_memory_service();

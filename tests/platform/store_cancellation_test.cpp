@@ -53,15 +53,7 @@ protected:
 
     /// Returns whether the thread was cancelled.
     static bool is_cancelled_in(const std::function<void()> &call) {
-        pthread_t thread{};
-        EXPECT_EQ(pthread_create(
-                      &thread, nullptr,
-                      [](void *function) -> void * {
-                          (*static_cast<const std::function<void()> *>(function))();
-                          return nullptr;
-                      },
-                      const_cast<std::function<void()> *>(&call)),
-                  0);
+        const pthread_t thread = start_thread(call);
         void *result = nullptr;
         EXPECT_EQ(pthread_join(thread, &result), 0);
         return result == PTHREAD_CANCELED;
@@ -186,15 +178,7 @@ TEST_P(StoreCancellation, AtAnyTime) {
                 pthread_testcancel();
             }
         };
-        pthread_t thread{};
-        ASSERT_EQ(pthread_create(
-                      &thread, nullptr,
-                      [](void *function) -> void * {
-                          (*static_cast<const std::function<void()> *>(function))();
-                          return nullptr;
-                      },
-                      const_cast<std::function<void()> *>(&call)),
-                  0);
+        const pthread_t thread = start_thread(call);
         while (rounds < turn % 3)
             std::this_thread::yield();
         ASSERT_EQ(pthread_cancel(thread), 0);

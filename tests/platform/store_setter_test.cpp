@@ -106,20 +106,8 @@ protected:
 
     /// Calls the function on another thread, which it may end.
     static void on_another_thread(const std::function<void()> &call) {
-        pthread_t thread = start(call);
+        const pthread_t thread = start_thread(call);
         ASSERT_EQ(pthread_join(thread, nullptr), 0);
-    }
-    static pthread_t start(const std::function<void()> &call) {
-        pthread_t thread{};
-        EXPECT_EQ(pthread_create(
-                      &thread, nullptr,
-                      [](void *function) -> void * {
-                          (*static_cast<const std::function<void()> *>(function))();
-                          return nullptr;
-                      },
-                      const_cast<std::function<void()> *>(&call)),
-                  0);
-        return thread;
     }
 
     const TestRecords pool_{facts_, pool_size, TestRecords::Spread::distinct};
@@ -195,7 +183,7 @@ TEST_P(StoreSetter, MayBeCancelled) {
     };
     for (int i = 0; i < 3; ++i) {
         script.advance_to(0);
-        const pthread_t thread = start(call);
+        const pthread_t thread = start_thread(call);
         script.wait_for(1);
         ASSERT_EQ(pthread_cancel(thread), 0);
         ASSERT_EQ(pthread_join(thread, nullptr), 0);

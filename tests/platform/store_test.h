@@ -8,9 +8,12 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <optional>
 #include <random>
 #include <vector>
+
+#include <pthread.h>
 
 #include "l2vpn_db/memory_store.h"
 #include "l2vpn_db/platform.h"
@@ -21,6 +24,20 @@
 #include "tests/support/table_test.h"
 
 namespace l2vpn::test {
+
+/// Calls a function, which must live longer, on a thread that may be cancelled or end itself.
+inline pthread_t start_thread(const std::function<void()> &call) {
+    pthread_t thread{};
+    EXPECT_EQ(pthread_create(
+                  &thread, nullptr,
+                  [](void *function) -> void * {
+                      (*static_cast<const std::function<void()> *>(function))();
+                      return nullptr;
+                  },
+                  const_cast<std::function<void()> *>(&call)),
+              0);
+    return thread;
+}
 
 class StoreTest : public testing::TestWithParam<const TypedTable *> {
 protected:

@@ -36,7 +36,7 @@ public:
     /// Finds the record with the hash for which matches(id) is true. Returns whether there is one.
     template <class Matches>
     bool find(Hash hash, const Matches &matches) const {
-        return shape_ != 0 &&
+        return load(shape_) != 0 &&
                find_in(page_of(hash), hash, [&](const IndexLine &line, std::uint32_t entry) {
                    return matches(line.record(entry));
                });

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Loads, stores and copies of memory that another thread may access concurrently. A seqlock reader
-// that raced discards what it has loaded. All accesses except copies of records are relaxed
-// atomics.
+// that raced discards what it has loaded. All accesses are relaxed atomics, except copies of
+// records, and loads by an instruction of their own.
 #pragma once
 
 #include <bit>
@@ -20,30 +20,29 @@ inline Integer load(const Integer &at) {
     return __atomic_load_n(&at, __ATOMIC_RELAXED);
 }
 
+template <std::size_t Size>
+struct [[gnu::packed, gnu::may_alias]] Bytes {
+    char bytes[Size];
+};
+
 /// Loads 16 or 8 bytes from an address of any alignment. Torn if another thread stores at the same
 /// time. An instruction of its own, as the language has no such load of shared memory.
 using Vector [[gnu::vector_size(16)]] = Word;
 inline Vector load_vector(const void *from) {
-    struct [[gnu::packed, gnu::may_alias]] Bytes {
-        char bytes[sizeof(Vector)];
-    };
     Vector value;
 #if defined(__x86_64__)
-    __asm__ volatile("movdqu %1, %0" : "=x"(value) : "m"(*static_cast<const Bytes *>(from)));
+    __asm__ volatile("movdqu %1, %0" : "=x"(value) : "m"(*static_cast<const Bytes<16> *>(from)));
 #elif defined(__aarch64__)
-    __asm__ volatile("ldr %q0, %1" : "=w"(value) : "m"(*static_cast<const Bytes *>(from)));
+    __asm__ volatile("ldr %q0, %1" : "=w"(value) : "m"(*static_cast<const Bytes<16> *>(from)));
 #endif
     return value;
 }
 inline Word load_word(const void *from) {
-    struct [[gnu::packed, gnu::may_alias]] Bytes {
-        char bytes[sizeof(Word)];
-    };
     Word value = 0;
 #if defined(__x86_64__)
-    __asm__ volatile("movq %1, %0" : "=r"(value) : "m"(*static_cast<const Bytes *>(from)));
+    __asm__ volatile("movq %1, %0" : "=r"(value) : "m"(*static_cast<const Bytes<8> *>(from)));
 #elif defined(__aarch64__)
-    __asm__ volatile("ldr %0, %1" : "=r"(value) : "m"(*static_cast<const Bytes *>(from)));
+    __asm__ volatile("ldr %0, %1" : "=r"(value) : "m"(*static_cast<const Bytes<8> *>(from)));
 #endif
     return value;
 }

@@ -11,8 +11,8 @@ namespace l2vpn::platform {
 
 namespace {
 
-/// How many records an iterator delivers before it lets writers proceed, and how often it looks for
-/// the first of them.
+/// How many records an iterator delivers before it lets writers proceed, and how many batches of
+/// records that were inserted later it skips.
 constexpr std::uint32_t delivery_batch = 32;
 /// How often it looks for the next record among 64 slots before that.
 constexpr std::uint32_t max_looks = 1024;
@@ -65,25 +65,27 @@ Status Table::count_by(const CheckedKey &key, std::uint32_t &count) {
 
 // ---- Writers ----------------------------------------------------------------------------------
 
-Status Table::write(const Allocator &allocator, const char *record) {
-    const SeqLock::WriteLock lock(lock_);
-    const RecordId id = primary().stage(records_, record);
+/// Writes a record that the primary index has staged; `id` is the stored one, or no_record.
+[[gnu::always_inline]] inline Status Table::insert_or_replace(const Allocator &allocator,
+                                                              RecordId id, const char *record) {
     if (id != no_record)
         return replace(allocator, id, record) ? ok(L2VPN_STORE_STAT_REPLACED) : out_of_memory;
     return insert(allocator, record) ? ok(L2VPN_STORE_STAT_INSERTED) : out_of_memory;
+}
+
+Status Table::write(const Allocator &allocator, const char *record) {
+    const SeqLock::WriteLock lock(lock_);
+    return insert_or_replace(allocator, primary().stage(records_, record), record);
 }
 
 Status Table::write_if(const Allocator &allocator, const char *expected, const char *record) {
     constexpr Status conflict{L2VPN_STORE_CONFLICT, L2VPN_STORE_STAT_UPDATE_REFUSED};
     const SeqLock::WriteLock lock(lock_);
     const RecordId id = primary().stage(records_, record);
-    if ((id != no_record) != (expected != nullptr))
+    if ((id != no_record) != (expected != nullptr) ||
+        (id != no_record && std::memcmp(records_.words(id), expected, stored_length_) != 0))
         return conflict;
-    if (id == no_record)
-        return insert(allocator, record) ? ok(L2VPN_STORE_STAT_INSERTED) : out_of_memory;
-    if (std::memcmp(records_.words(id), expected, stored_length_) != 0)
-        return conflict;
-    return replace(allocator, id, record) ? ok(L2VPN_STORE_STAT_REPLACED) : out_of_memory;
+    return insert_or_replace(allocator, id, record);
 }
 
 /// Inserts a record that the primary index has staged.

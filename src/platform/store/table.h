@@ -64,6 +64,7 @@ private:
     copy_record(const Index &index, const Probe<PackedKey> &probe, void *record) const;
     [[gnu::noinline, gnu::cold]] bool copy_record_slow(const Index &index, PackedKey key,
                                                        void *record);
+    Status insert_or_replace(const Allocator &allocator, RecordId id, const char *record);
     bool insert(const Allocator &allocator, const char *record);
     bool replace(const Allocator &allocator, RecordId id, const char *record);
     Status change(const Allocator &allocator, const CheckedKey &key, L2vpnDbRecObj &object);
